@@ -1,0 +1,54 @@
+# The bundle as hosts look for it: VarnoColor.ofx.bundle/Contents/<architecture>/VarnoColor.ofx.
+if(WIN32)
+    set(VARNO_ARCHITETTURA "Win64")
+    set(VARNO_OFX_DIR_DEFAULT "OFX/Plugins")
+elseif(APPLE)
+    set(VARNO_ARCHITETTURA "MacOS")
+    set(VARNO_OFX_DIR_DEFAULT "/Library/OFX/Plugins")
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+    set(VARNO_ARCHITETTURA "Linux-x86-64")
+    set(VARNO_OFX_DIR_DEFAULT "/usr/OFX/Plugins")
+else()
+    set(VARNO_ARCHITETTURA "Linux-${CMAKE_SYSTEM_PROCESSOR}")
+    set(VARNO_OFX_DIR_DEFAULT "/usr/OFX/Plugins")
+endif()
+set(VARNO_OFX_DIR "${VARNO_OFX_DIR_DEFAULT}" CACHE PATH "Folder that hosts search for OFX plug-ins")
+set(VARNO_BUNDLE "${PROJECT_BINARY_DIR}/VarnoColor.ofx.bundle")
+
+add_library(VarnoColor MODULE)
+target_link_libraries(VarnoColor PRIVATE varno_host varno)
+set_target_properties(VarnoColor PROPERTIES
+    PREFIX ""
+    SUFFIX ".ofx"
+    LINKER_LANGUAGE CXX
+    LIBRARY_OUTPUT_DIRECTORY "${VARNO_BUNDLE}/Contents/${VARNO_ARCHITETTURA}"
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+
+if(APPLE)
+    target_link_options(VarnoColor PRIVATE
+        "-Wl,-exported_symbols_list,${PROJECT_SOURCE_DIR}/host/esportazioni.macos")
+    set_target_properties(VarnoColor PROPERTIES
+        LINK_DEPENDS "${PROJECT_SOURCE_DIR}/host/esportazioni.macos")
+elseif(UNIX)
+    target_link_options(VarnoColor PRIVATE
+        "-Wl,--version-script=${PROJECT_SOURCE_DIR}/host/esportazioni.map"
+        -Wl,-z,now -Wl,-z,relro -Wl,-z,noexecstack)
+    if(NOT VARNO_SANITIZE)  # the sanitizers' symbols come with the program
+        target_link_options(VarnoColor PRIVATE -Wl,-z,defs)
+    endif()
+    set_target_properties(VarnoColor PROPERTIES
+        LINK_DEPENDS "${PROJECT_SOURCE_DIR}/host/esportazioni.map")
+endif()
+
+configure_file("${PROJECT_SOURCE_DIR}/risorse/Info.plist.in" "${VARNO_BUNDLE}/Contents/Info.plist" @ONLY)
+configure_file("${PROJECT_SOURCE_DIR}/risorse/com.varnotone.varnocolor.png"
+    "${VARNO_BUNDLE}/Contents/Resources/com.varnotone.varnocolor.png" COPYONLY)
+
+install(TARGETS VarnoColor
+    LIBRARY DESTINATION "${VARNO_OFX_DIR}/VarnoColor.ofx.bundle/Contents/${VARNO_ARCHITETTURA}"
+    COMPONENT plugin)
+install(FILES "${VARNO_BUNDLE}/Contents/Info.plist"
+    DESTINATION "${VARNO_OFX_DIR}/VarnoColor.ofx.bundle/Contents" COMPONENT plugin)
+install(FILES "${PROJECT_SOURCE_DIR}/risorse/com.varnotone.varnocolor.png"
+    DESTINATION "${VARNO_OFX_DIR}/VarnoColor.ofx.bundle/Contents/Resources" COMPONENT plugin)

@@ -1,0 +1,10 @@
+#include "colore/colore.h"
+
+namespace varno {
+
+RGB applica_colore(RGB codice, const Contesto&)
+{
+    return codice;
+}
+
+}  // namespace varno

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "colore/aritmetica.h"
+
+namespace varno {
+
+/// Samples of a transfer curve: entry i is the linear value of code value i / 4095.
+constexpr int CAMPIONI_CURVA = 4096;
+
+/// One row of the camera table: how a code value becomes linear Rec.709.
+struct ProfiloCamera {
+    const char* nome;
+    float matrice[9];    // row-major, linear camera RGB to linear Rec.709
+    const float* curva;  // CAMPIONI_CURVA samples; rows with one curve share them
+};
+
+constexpr int NUMERO_PROFILI = 32;
+
+/// The camera table, constant data in the binary.
+extern const ProfiloCamera PROFILI[NUMERO_PROFILI];
+
+/// Code value to linear camera light for one channel of row profilo, 0 to 31, before the matrix.
+/// Row 0 follows the S-Log3 formula beyond 0..1 too; the others hold at their ends and send
+/// not-a-number to the first sample.
+float decodifica_canale(float codice, int profilo);
+
+/// Linear camera light to linear Rec.709, by the matrix of the row; no clamp.
+RGB applica_matrice(RGB lineare, int profilo);
+
+}  // namespace varno

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "colore/aritmetica.h"
+
+namespace varno {
+
+/// Shape and normalisation of one tone curve.
+struct Curva {
+    float scala = 0.0f;      // multiplier on the scene-linear input
+    float norma = 0.0f;      // raw curve at the white point
+    float grigio = 0.0f;     // normalised curve at scene-linear 0.18, pivot of contrasto
+    float spalla = 0.0f;     // shoulder
+    float contrasto = 0.0f;  // exponent around grigio
+    float gamma = 0.0f;      // second exponent; 1 for none
+};
+
+/// Solves the scale at which scene grey 0.18 comes out at 0.11698655 (0.409 to the power 2.4) of
+/// the curve's value at the white point: 60 rounds of a geometric bisection over 1e-4..1e4.
+Curva normalizza_curva(float spalla, float bianco, float contrasto, float gamma);
+
+/// Compresses scene-linear c, no channel below 0 as used, into display-linear 0..1. miscela blends
+/// from 0, through luminance and so keeping hue, to 1, each channel by itself.
+RGB tonemap_ratio(RGB c, const Curva& k, float miscela);
+
+}  // namespace varno

@@ -1,0 +1,9 @@
+#include "fx/bloom.h"
+
+#include "fx/fx.h"
+
+namespace varno {
+
+void applica_bloom(const Quadro&, float) {}
+
+}  // namespace varno

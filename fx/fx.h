@@ -1,0 +1,33 @@
+#pragma once
+
+#include "fx/piano.h"
+#include "fx/ricetta.h"
+
+namespace varno {
+
+/// What every effect is given: the live picture, the shared luminance and the sizes of the frame.
+struct Quadro {
+    Immagine& img;       // interleaved RGB, larghezza * altezza * 3 floats, changed in place
+    Piano& luma;         // luminance as the chain last refreshed it; not a view of img
+    int larghezza;       // pixels
+    int altezza;         // pixels
+    int lato_max;        // longer side, pixels
+    int raggio_enhance;  // pixels, before the effect's own minimum, as the two below
+    int raggio_halation;
+    int raggio_bloom;
+    int riduzione;  // 1 to 4, divisor of the reduced copies
+};
+
+/// Runs the twelve effects over a graded picture in place, in their fixed order: enhance, pelle,
+/// halation, bloom, streak, promist, stella, mistw, glimmer, ca, vignetta, grana.
+/// img: larghezza * altezza * 3 floats, display-encoded, meant for 0..1; nothing is checked.
+/// With all amounts 0 every bit stays. Throws std::bad_alloc.
+void applica_fx(Immagine& img, int larghezza, int altezza, const FxRicetta& ricetta);
+
+/// Sizes that follow from the frame alone; luma and img are taken over as they are.
+Quadro quadro_di(Immagine& img, Piano& luma, int larghezza, int altezza);
+
+/// Recomputes the whole of q.luma from the live picture, by rows.
+void aggiorna_luma(const Quadro& q);
+
+}  // namespace varno

@@ -1,0 +1,10 @@
+#pragma once
+
+namespace varno {
+
+struct Quadro;
+
+/// Takes fine texture out of luminance; quantita above 0, to 0.55. Refreshes q.luma; leaves 0..1.
+void applica_pelle(const Quadro& q, float quantita);
+
+}  // namespace varno

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstddef>
+
+namespace varno {
+
+/// The memory of one frame: blocks taken from the system once and handed from one plane to the
+/// next, given back all together at its end. Belongs to one render; not for several threads.
+/// It must outlive the planes taken from it.
+struct Arena {
+    static constexpr int MASSIMO = 32;
+
+    struct Blocco {
+        float* dati = nullptr;
+        std::size_t capienza = 0;  // floats
+        bool in_uso = false;
+    };
+    Blocco blocchi[MASSIMO];
+    int quanti = 0;
+
+    Arena() = default;
+    Arena(const Arena&) = delete;
+    Arena& operator=(const Arena&) = delete;
+    ~Arena();
+};
+
+/// The project's one growable array of floats: a plane of one float a pixel, or a working image of
+/// three. Moves, does not copy silently. Memory comes zeroed from the system as untouched pages.
+/// A size that cannot be had throws std::bad_alloc.
+struct Piano {
+    Piano() noexcept = default;
+    /// n floats, all 0.
+    explicit Piano(std::size_t n);
+    /// n floats, all v.
+    Piano(std::size_t n, float v);
+    Piano(Piano&& altro) noexcept;
+    Piano& operator=(Piano&& altro) noexcept;
+    Piano(const Piano&) = delete;
+    Piano& operator=(const Piano&) = delete;
+    ~Piano();
+
+    float* data() noexcept { return dati; }
+    const float* data() const noexcept { return dati; }
+    std::size_t size() const noexcept { return lunghezza; }
+    bool empty() const noexcept { return lunghezza == 0; }
+    float& operator[](std::size_t i) noexcept { return dati[i]; }
+    const float& operator[](std::size_t i) const noexcept { return dati[i]; }
+    float* begin() noexcept { return dati; }
+    float* end() noexcept { return dati + lunghezza; }
+    const float* begin() const noexcept { return dati; }
+    const float* end() const noexcept { return dati + lunghezza; }
+    /// n floats, all 0; what was there is gone.
+    void azzera(std::size_t n);
+
+    Arena* arena = nullptr;  // where the memory goes back to; null: the system
+
+  private:
+    friend Piano piano_di_lavoro(std::size_t n, Arena* arena);
+    float* dati = nullptr;
+    std::size_t lunghezza = 0;
+};
+
+/// Three floats a pixel, interleaved, row after row.
+using Immagine = Piano;
+
+/// n floats whose contents are unspecified, from the arena where there is one: for stages that
+/// write every sample before they read it.
+Piano piano_di_lavoro(std::size_t n, Arena* arena);
+
+/// A copy of the samples, in memory of its own.
+Piano copia_di(const Piano& p);
+
+}  // namespace varno

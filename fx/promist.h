@@ -1,0 +1,11 @@
+#pragma once
+
+namespace varno {
+
+struct Quadro;
+
+/// Black diffusion filter: halos in their own colour, no veil; quantita above 0, to 0.55. Refreshes
+/// q.luma.
+void applica_promist(const Quadro& q, float quantita);
+
+}  // namespace varno

@@ -1,0 +1,9 @@
+#include "fx/stella.h"
+
+#include "fx/fx.h"
+
+namespace varno {
+
+void applica_stella(const Quadro&, float, int) {}
+
+}  // namespace varno

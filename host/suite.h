@@ -1,0 +1,14 @@
+#pragma once
+
+#include "host/ofx.h"
+
+namespace varno {
+
+/// The host and its suites at version 1: null until the load action, never cleared, read-only
+/// while anything but load runs.
+extern OfxHost* gHost;
+extern const OfxImageEffectSuiteV1* gEff;
+extern const OfxPropertySuiteV1* gProp;
+extern const OfxParameterSuiteV1* gParm;
+
+}  // namespace varno
