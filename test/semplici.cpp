@@ -1,0 +1,587 @@
+#include "semplici.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdlib>
+#include <utility>
+
+namespace varno::semplici {
+namespace {
+
+std::size_t pixel(const Quadro& q)
+{
+    return static_cast<std::size_t>(q.larghezza) * static_cast<std::size_t>(q.altezza);
+}
+
+std::size_t indice(int larghezza, int x, int y)
+{
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(larghezza) +
+           static_cast<std::size_t>(x);
+}
+
+int arrotonda(double v)
+{
+    return static_cast<int>(std::lround(v));  // halves away from zero
+}
+
+float tieni(float v)
+{
+    return v > 0.0f ? std::min(v, 1.0f) : 0.0f;
+}
+
+// Ramp from inizio over ampiezza, held to 0..1; not-a-number sits at 0.
+float rampa(float l, float inizio, float ampiezza)
+{
+    const float t = (l - inizio) / ampiezza;
+    if (!(t > 0.0f))
+        return 0.0f;
+    return t < 1.0f ? t : 1.0f;
+}
+
+float dettaglio(float l, float b)
+{
+    const float d = (l - b) * 3.0f;
+    if (d > 3.0f)
+        return 0.33333334f;
+    if (d < -3.0f)
+        return -0.33333334f;
+    return ((d * d + 27.0f) * d / (d * d * 9.0f + 27.0f)) / 3.0f;
+}
+
+// Carries a new luminance n to the channels as a ratio.
+void porta_luminanza(float* rgb, float l, float n)
+{
+    const float tenuta = n > 0.000001f ? std::min(n, 1.0f) : 0.000001f;
+    const float q = tenuta / std::max(0.000001f, l);
+    for (int c = 0; c < 3; ++c)
+        rgb[c] = tieni(rgb[c] * q);
+}
+
+// The picture's channels times a squared ramp of luma, one plane a channel.
+void estrai_alone(const Quadro& q, float inizio, float ampiezza, Campioni (&alone)[3])
+{
+    for (Campioni& piano : alone)
+        piano.assign(pixel(q), 0.0f);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float t = rampa(q.luma[i], inizio, ampiezza);
+        const float peso = t * t;
+        for (std::size_t c = 0; c < 3; ++c)
+            alone[c][i] = q.img[3 * i + c] * peso;
+    }
+}
+
+}  // namespace
+
+float luma_pixel(const float* rgb)
+{
+    return rgb[0] * 0.2126f + rgb[1] * 0.7152f + rgb[2] * 0.0722f;
+}
+
+void aggiorna_luma(Quadro& q)
+{
+    for (std::size_t i = 0; i < pixel(q); ++i)
+        q.luma[i] = luma_pixel(&q.img[3 * i]);
+}
+
+Quadro quadro_di(Campioni img, int larghezza, int altezza)
+{
+    Quadro q;
+    q.img = std::move(img);
+    q.larghezza = larghezza;
+    q.altezza = altezza;
+    q.luma.assign(pixel(q), 0.0f);
+    aggiorna_luma(q);
+    q.lato_max = std::max(larghezza, altezza);
+    q.raggio_enhance = arrotonda(0.012 * q.lato_max);
+    q.raggio_halation = arrotonda(0.018 * q.lato_max);
+    q.raggio_bloom = arrotonda(0.01 * q.lato_max);
+    if (q.lato_max < 1920)
+        q.riduzione = 1;
+    else if (q.lato_max < 3840)
+        q.riduzione = q.lato_max / 960;
+    else
+        q.riduzione = 4;
+    return q;
+}
+
+void campiona(const Campioni& tavola, int n, const float* rgb, float* uscita)
+{
+    const int ultimo = n - 1;
+    const float f = static_cast<float>(ultimo);
+    int i0[3];
+    int i1[3];
+    float t[3];
+    for (int a = 0; a < 3; ++a) {
+        float p = 0.0f;
+        if (rgb[a] > 0.0f && rgb[a] < 1.0f)
+            p = rgb[a] * f;
+        else if (rgb[a] >= 1.0f)
+            p = f;
+        i0[a] = static_cast<int>(p);
+        i1[a] = std::min(i0[a] + 1, ultimo);
+        t[a] = p - static_cast<float>(i0[a]);
+    }
+    for (int c = 0; c < 3; ++c) {
+        const auto S = [&](int r, int g, int b) {
+            return tavola[static_cast<std::size_t>(((b * n + g) * n + r) * 3 + c)];
+        };
+        const float c00 = S(i0[0], i0[1], i0[2]) * (1.0f - t[0]) + S(i1[0], i0[1], i0[2]) * t[0];
+        const float c10 = S(i0[0], i1[1], i0[2]) * (1.0f - t[0]) + S(i1[0], i1[1], i0[2]) * t[0];
+        const float c01 = S(i0[0], i0[1], i1[2]) * (1.0f - t[0]) + S(i1[0], i0[1], i1[2]) * t[0];
+        const float c11 = S(i0[0], i1[1], i1[2]) * (1.0f - t[0]) + S(i1[0], i1[1], i1[2]) * t[0];
+        const float c0 = c00 * (1.0f - t[1]) + c10 * t[1];
+        const float c1 = c01 * (1.0f - t[1]) + c11 * t[1];
+        uscita[c] = c0 * (1.0f - t[2]) + c1 * t[2];
+    }
+}
+
+void passata_box(const float* da, float* a, int n, int passo, int raggio)
+{
+    const auto campione = [&](int x) {
+        return da[static_cast<std::ptrdiff_t>(std::clamp(x, 0, n - 1)) * passo];
+    };
+    const float finestra = static_cast<float>(2 * raggio + 1);
+    float somma = 0.0f;
+    for (int x = -raggio; x <= raggio; ++x)
+        somma = somma + campione(x);
+    for (int x = 0; x < n; ++x) {
+        a[static_cast<std::ptrdiff_t>(x) * passo] = somma / finestra;
+        somma = somma + (campione(x + raggio + 1) - campione(x - raggio));
+    }
+}
+
+void box_blur(Campioni& piano, int larghezza, int altezza, int raggio, int passate)
+{
+    if (raggio < 1)
+        return;
+    Campioni appoggio(piano.size(), 0.0f);
+    for (int p = 0; p < passate; ++p) {
+        for (int y = 0; y < altezza; ++y) {
+            const std::size_t i = indice(larghezza, 0, y);
+            passata_box(&piano[i], &appoggio[i], larghezza, 1, raggio);
+        }
+        for (int x = 0; x < larghezza; ++x) {
+            const std::size_t i = indice(larghezza, x, 0);
+            passata_box(&appoggio[i], &piano[i], altezza, larghezza, raggio);
+        }
+    }
+}
+
+Campioni riduci(const Campioni& piano, int& larghezza, int& altezza, int riduzione)
+{
+    const int w2 = std::max(1, larghezza / riduzione);
+    const int h2 = std::max(1, altezza / riduzione);
+    Campioni copia(static_cast<std::size_t>(w2) * static_cast<std::size_t>(h2), 0.0f);
+    for (int Y = 0; Y < h2; ++Y) {
+        for (int X = 0; X < w2; ++X) {
+            float somma = 0.0f;
+            int quanti = 0;
+            for (int y = Y * riduzione; y < (Y + 1) * riduzione && y < altezza; ++y) {
+                for (int x = X * riduzione; x < (X + 1) * riduzione && x < larghezza; ++x) {
+                    somma = somma + piano[indice(larghezza, x, y)];
+                    ++quanti;
+                }
+            }
+            copia[indice(w2, X, Y)] = somma / static_cast<float>(std::max(1, quanti));
+        }
+    }
+    larghezza = w2;
+    altezza = h2;
+    return copia;
+}
+
+float ingrandisci(const Campioni& copia, int w2, int h2, int x, int y, int riduzione)
+{
+    const float fy = static_cast<float>(y) / static_cast<float>(riduzione);
+    const int y0 = std::min(h2 - 1, static_cast<int>(fy));
+    const int y1 = std::min(h2 - 1, y0 + 1);
+    const float ty = fy - static_cast<float>(y0);
+    const float fx = static_cast<float>(x) / static_cast<float>(riduzione);
+    const int x0 = std::min(w2 - 1, static_cast<int>(fx));
+    const int x1 = std::min(w2 - 1, x0 + 1);
+    const float tx = fx - static_cast<float>(x0);
+    const float sotto = (1.0f - tx) * copia[indice(w2, x0, y1)] + tx * copia[indice(w2, x1, y1)];
+    const float sopra = (1.0f - tx) * copia[indice(w2, x0, y0)] + tx * copia[indice(w2, x1, y0)];
+    return sotto * ty + sopra * (1.0f - ty);
+}
+
+void blur_su_ridotta(Campioni& piano, int larghezza, int altezza, int raggio, int riduzione)
+{
+    if (riduzione < 2) {
+        box_blur(piano, larghezza, altezza, raggio, 3);
+        return;
+    }
+    int w2 = larghezza;
+    int h2 = altezza;
+    Campioni copia = riduci(piano, w2, h2, riduzione);
+    box_blur(copia, w2, h2, std::max(1, raggio / riduzione), 3);
+    for (int y = 0; y < altezza; ++y)
+        for (int x = 0; x < larghezza; ++x)
+            piano[indice(larghezza, x, y)] = ingrandisci(copia, w2, h2, x, y, riduzione);
+}
+
+void blur_orizz_su_ridotta(Campioni& piano, int larghezza, int altezza, int raggio, int riduzione)
+{
+    int w2 = larghezza;
+    int h2 = altezza;
+    Campioni copia = riduci(piano, w2, h2, riduzione);
+    Campioni altra(copia.size(), 0.0f);
+    for (int p = 0; p < 3; ++p) {
+        for (int y = 0; y < h2; ++y) {
+            const std::size_t i = indice(w2, 0, y);
+            passata_box(&copia[i], &altra[i], w2, 1, std::max(1, raggio / riduzione));
+        }
+        std::swap(copia, altra);
+    }
+    for (int y = 0; y < altezza; ++y)
+        for (int x = 0; x < larghezza; ++x)
+            piano[indice(larghezza, x, y)] = ingrandisci(copia, w2, h2, x, y, riduzione);
+}
+
+void applica_enhance(Quadro& q, float quantita)
+{
+    Campioni sfocata = q.luma;
+    box_blur(sfocata, q.larghezza, q.altezza, std::max(1, q.raggio_enhance), 3);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float t = dettaglio(q.luma[i], sfocata[i]);
+        porta_luminanza(&q.img[3 * i], q.luma[i], q.luma[i] + 2.0f * (t * quantita));
+    }
+    aggiorna_luma(q);
+}
+
+void applica_pelle(Quadro& q, float quantita)
+{
+    Campioni sfocata = q.luma;
+    const int raggio_pelle = std::max(1, arrotonda(0.007 * q.lato_max));
+    box_blur(sfocata, q.larghezza, q.altezza, raggio_pelle, 3);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float t = dettaglio(q.luma[i], sfocata[i]);
+        porta_luminanza(&q.img[3 * i], q.luma[i], q.luma[i] - t * quantita * 1.6f);
+    }
+    aggiorna_luma(q);
+}
+
+void applica_halation(Quadro& q, float quantita)
+{
+    constexpr float PESI[3] = {1.0f, 0.36f, 0.12f};
+    Campioni maschera(pixel(q), 0.0f);
+    for (std::size_t i = 0; i < pixel(q); ++i)
+        maschera[i] = std::pow(rampa(q.luma[i], 0.62f, 0.38f), 1.6f);
+    blur_su_ridotta(maschera, q.larghezza, q.altezza, std::max(2, q.raggio_halation), q.riduzione);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float a = maschera[i] * quantita;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const float s = std::min(PESI[c] * a, 1.0f);
+            q.img[3 * i + c] = 1.0f - (1.0f - s) * (1.0f - q.img[3 * i + c]);
+        }
+    }
+    aggiorna_luma(q);
+}
+
+void applica_bloom(Quadro& q, float quantita)
+{
+    Campioni maschera(pixel(q), 0.0f);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float t = rampa(q.luma[i], 0.72f, 0.28f);
+        maschera[i] = q.luma[i] * t * t;
+    }
+    blur_su_ridotta(maschera, q.larghezza, q.altezza, std::max(1, q.raggio_bloom), q.riduzione);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float s = std::min(quantita * maschera[i], 1.0f);
+        for (std::size_t c = 0; c < 3; ++c)
+            q.img[3 * i + c] = 1.0f - (1.0f - q.img[3 * i + c]) * (1.0f - s);
+    }
+    // luma stays that of the picture before the glow.
+}
+
+void applica_streak(Quadro& q, float quantita)
+{
+    constexpr float PESI[3] = {0.3f, 0.55f, 1.0f};
+    Campioni maschera(pixel(q), 0.0f);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float t = rampa(q.luma[i], 0.8f, 0.2f);
+        maschera[i] = t * t * q.luma[i];
+    }
+    const int raggio_streak = std::max(4, arrotonda(0.1 * q.larghezza));
+    blur_orizz_su_ridotta(maschera, q.larghezza, q.altezza, raggio_streak, q.riduzione);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float s = std::min(maschera[i] * quantita * 2.2f, 1.0f);
+        for (std::size_t c = 0; c < 3; ++c)
+            q.img[3 * i + c] = 1.0f - (1.0f - PESI[c] * s) * (1.0f - q.img[3 * i + c]);
+    }
+    aggiorna_luma(q);
+}
+
+void applica_promist(Quadro& q, float quantita)
+{
+    const int raggio_promist = std::max(3, arrotonda(0.035 * q.lato_max));
+    Campioni alone[3];
+    estrai_alone(q, 0.45f, 0.55f, alone);
+    for (Campioni& piano : alone)
+        blur_su_ridotta(piano, q.larghezza, q.altezza, raggio_promist, std::max(2, q.riduzione));
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            const float h = std::min(alone[c][i] * quantita * 1.5f, 1.0f);
+            q.img[3 * i + c] = 1.0f - (1.0f - h) * (1.0f - q.img[3 * i + c]);
+        }
+    }
+    aggiorna_luma(q);
+}
+
+void applica_stella(Quadro& q, float quantita, int punte)
+{
+    Campioni maschera(pixel(q), 0.0f);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float l = q.luma[i];
+        const float t = (l - 0.85f) / 0.15f;
+        if (!(t > 0.0f))
+            maschera[i] = 0.0f;
+        else if (t >= 1.0f)
+            maschera[i] = l;
+        else
+            maschera[i] = t * t * l;
+    }
+    int w2 = q.larghezza;
+    int h2 = q.altezza;
+    const Campioni ridotta = riduci(maschera, w2, h2, q.riduzione);
+    Campioni accumulo(ridotta.size(), 0.0f);
+
+    int direzioni = 2;
+    float angolo0 = 0.0f;
+    if (punte == 4)
+        angolo0 = 0.7853982f;
+    else if (punte >= 8)
+        direzioni = 4;
+    else if (punte >= 6)
+        direzioni = 3;
+    const int mezza_lunghezza = std::max(3, arrotonda(q.larghezza * 0.09 / q.riduzione));
+    const auto peso = [&](int k) {
+        return 1.0f - static_cast<float>(std::abs(k)) / static_cast<float>(mezza_lunghezza + 1);
+    };
+
+    for (int d = 0; d < direzioni; ++d) {
+        const float theta =
+            static_cast<float>(d) * 3.1415927f / static_cast<float>(direzioni) + angolo0;
+        const float seno = std::sin(theta);
+        const float coseno = std::cos(theta);
+        float peso_totale = 0.0f;
+        for (int k = -mezza_lunghezza; k <= mezza_lunghezza; ++k)
+            peso_totale = peso_totale + peso(k);
+        for (int y = 0; y < h2; ++y) {
+            for (int x = 0; x < w2; ++x) {
+                float somma = 0.0f;
+                for (int k = -mezza_lunghezza; k <= mezza_lunghezza; ++k) {
+                    const float fk = static_cast<float>(k);
+                    const int px = x + static_cast<int>(std::lround(fk * coseno));
+                    const int py = y + static_cast<int>(std::lround(fk * seno));
+                    if (px < 0 || px >= w2 || py < 0 || py >= h2)
+                        continue;
+                    somma = somma + peso(k) * ridotta[indice(w2, px, py)];
+                }
+                float& a = accumulo[indice(w2, x, y)];
+                a = a + somma / peso_totale;
+            }
+        }
+    }
+
+    for (int y = 0; y < q.altezza; ++y) {
+        for (int x = 0; x < q.larghezza; ++x) {
+            const float a = ingrandisci(accumulo, w2, h2, x, y, q.riduzione);
+            const float h = std::min(a * quantita * 2.4f, 1.0f);
+            float* rgb = &q.img[3 * indice(q.larghezza, x, y)];
+            for (int c = 0; c < 3; ++c)
+                rgb[c] = 1.0f - (1.0f - rgb[c]) * (1.0f - h);
+        }
+    }
+    aggiorna_luma(q);
+}
+
+void applica_mistw(Quadro& q, float quantita)
+{
+    const int raggio_mistw = std::max(3, arrotonda(0.035 * q.lato_max));
+    const int riduzione = std::max(2, q.riduzione);
+    Campioni velo = q.luma;
+    blur_su_ridotta(velo, q.larghezza, q.altezza, raggio_mistw, riduzione);
+    double somma = 0.0;
+    for (const float l : q.luma)
+        somma += static_cast<double>(l);
+    const float media = static_cast<float>(somma / static_cast<double>(pixel(q)));
+    for (float& v : velo)
+        v = v * 0.5f + media * 0.5f;
+
+    Campioni alone[3];
+    estrai_alone(q, 0.35f, 0.65f, alone);
+    for (Campioni& piano : alone)
+        blur_su_ridotta(piano, q.larghezza, q.altezza, raggio_mistw, riduzione);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            const float h = std::min(alone[c][i] * quantita * 1.3f, 1.0f);
+            const float s = 1.0f - (1.0f - h) * (1.0f - q.img[3 * i + c]);
+            const float v = quantita * 0.22f * velo[i];
+            const float d = s + v * (1.0f - s);
+            q.img[3 * i + c] = tieni(d);
+        }
+    }
+    aggiorna_luma(q);
+}
+
+void applica_glimmer(Quadro& q, float quantita)
+{
+    Campioni brillio(pixel(q), 0.0f);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float l = q.luma[i];
+        const float t = (l - 0.55f) / 0.45f;
+        if (!(t > 0.0f))
+            brillio[i] = 0.0f;
+        else if (t >= 1.0f)
+            brillio[i] = l;
+        else
+            brillio[i] = l * t;
+    }
+    const int raggio_glimmer = std::max(2, arrotonda(0.008 * q.lato_max));
+    blur_su_ridotta(brillio, q.larghezza, q.altezza, raggio_glimmer, q.riduzione);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float h = std::min(brillio[i] * quantita * 1.4f, 1.0f);
+        for (std::size_t c = 0; c < 3; ++c)
+            q.img[3 * i + c] = 1.0f - (1.0f - h) * (1.0f - q.img[3 * i + c]);
+    }
+    aggiorna_luma(q);
+}
+
+void applica_aberrazione(Quadro& q, float quantita)
+{
+    const Campioni copia = q.img;
+    const float W = static_cast<float>(q.larghezza);
+    const float H = static_cast<float>(q.altezza);
+    const float cx = W * 0.5f;
+    const float cy = H * 0.5f;
+    const float lx = W - 1.001f;
+    const float ly = H - 1.001f;
+    for (int y = 0; y < q.altezza; ++y) {
+        for (int x = 0; x < q.larghezza; ++x) {
+            const float dx = static_cast<float>(x) - cx;
+            const float dy = static_cast<float>(y) - cy;
+            const float nx = dx / cx;
+            const float ny = dy / cy;
+            const float k = (nx * nx + ny * ny) * (quantita * 0.008f);
+            const auto presa = [&](float a, int c) {
+                const float sx = std::min(std::max(dx * a + cx, 0.0f), lx);
+                const float sy = std::min(std::max(dy * a + cy, 0.0f), ly);
+                const int ix = static_cast<int>(sx);
+                const int iy = static_cast<int>(sy);
+                const float tx = sx - static_cast<float>(ix);
+                const float ty = sy - static_cast<float>(iy);
+                const auto C = [&](int px, int py) {
+                    // Inside also where a side is 1 and the limits lie below 0.
+                    return copia[3 * indice(q.larghezza, std::min(px, q.larghezza - 1),
+                                            std::min(py, q.altezza - 1)) +
+                                 static_cast<std::size_t>(c)];
+                };
+                return (C(ix, iy) * (1.0f - tx) + C(ix + 1, iy) * tx) * (1.0f - ty) +
+                       (C(ix, iy + 1) * (1.0f - tx) + C(ix + 1, iy + 1) * tx) * ty;
+            };
+            float* rgb = &q.img[3 * indice(q.larghezza, x, y)];
+            rgb[0] = presa(1.0f - k, 0);
+            rgb[2] = presa(1.0f + k, 2);
+        }
+    }
+}
+
+Campioni vignetta_mask(int larghezza, int altezza)
+{
+    Campioni m(static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza), 0.0f);
+    if (altezza < 1 || larghezza < 1)
+        return m;
+    const float cx = static_cast<float>(larghezza) * 0.5f;
+    const float cy = static_cast<float>(altezza) * 0.5f;
+    for (int y = 0; y < altezza; ++y) {
+        const float ny = (static_cast<float>(y) - cy) / cy;
+        const float a = ny * ny;
+        for (int x = 0; x < larghezza; ++x) {
+            const float nx = (static_cast<float>(x) - cx) / cx;
+            const float b = nx * nx;
+            const float d = std::sqrt(b + a) / 1.4142135f;
+            const float t = (d - 0.78f) / 0.22f;
+            const float base = t > 0.0f ? std::min(t, 1.0f) : 0.0f;
+            m[indice(larghezza, x, y)] = std::pow(base, 2.2f);
+        }
+    }
+    return m;
+}
+
+void applica_vignetta(Quadro& q, float quantita)
+{
+    const Campioni m = vignetta_mask(q.larghezza, q.altezza);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float k = 1.0f - m[i] * quantita;
+        for (std::size_t c = 0; c < 3; ++c)
+            q.img[3 * i + c] = tieni(q.img[3 * i + c] * k);
+    }
+}
+
+float hash_grana(std::uint32_t x, std::uint32_t y, std::uint32_t f)
+{
+    std::uint32_t h = x * 374761393u + y * 668265263u + f * 2246822519u + 2654435769u;
+    h = (h ^ (h >> 13)) * 1274126177u;
+    h = h ^ (h >> 16);
+    return static_cast<float>(h & 0xFFFFFFu) * 5.9604645e-8f;
+}
+
+void applica_grana(Quadro& q, float quantita, std::int32_t fotogramma)
+{
+    const int lg = (q.larghezza + 1) / 2;
+    const int ag = (q.altezza + 1) / 2;
+    const auto f = static_cast<std::uint32_t>(fotogramma);
+    Campioni rumore(static_cast<std::size_t>(lg) * static_cast<std::size_t>(ag), 0.0f);
+    for (int y = 0; y < ag; ++y) {
+        for (int x = 0; x < lg; ++x) {
+            const auto ux = static_cast<std::uint32_t>(x);
+            const auto uy = static_cast<std::uint32_t>(y);
+            rumore[indice(lg, x, y)] =
+                hash_grana(ux, uy, f) + hash_grana(ux + 7919u, uy + 104729u, f) - 1.0f;
+        }
+    }
+    for (int y = 0; y < q.altezza; ++y) {
+        for (int x = 0; x < q.larghezza; ++x) {
+            const float n = ingrandisci(rumore, lg, ag, x, y, 2);
+            float* rgb = &q.img[3 * indice(q.larghezza, x, y)];
+            const float l = luma_pixel(rgb);
+            const float d = n * quantita * 0.14f * (l * (1.0f - l) * 4.0f);
+            for (int c = 0; c < 3; ++c)
+                rgb[c] = tieni(rgb[c] + d);
+        }
+    }
+}
+
+void applica_fx(Campioni& img, int larghezza, int altezza, const FxRicetta& ricetta)
+{
+    Quadro q = quadro_di(std::move(img), larghezza, altezza);
+    if (ricetta.enhance > 0.0f)
+        applica_enhance(q, ricetta.enhance);
+    if (ricetta.pelle > 0.0f)
+        applica_pelle(q, ricetta.pelle);
+    if (ricetta.halation > 0.0f)
+        applica_halation(q, ricetta.halation);
+    if (ricetta.bloom > 0.0f)
+        applica_bloom(q, ricetta.bloom);
+    if (ricetta.streak > 0.0f)
+        applica_streak(q, ricetta.streak);
+    if (ricetta.promist > 0.0f)
+        applica_promist(q, ricetta.promist);
+    if (ricetta.stella > 0.0f)
+        applica_stella(q, ricetta.stella, ricetta.punte);
+    if (ricetta.mistw > 0.0f)
+        applica_mistw(q, ricetta.mistw);
+    if (ricetta.glimmer > 0.0f)
+        applica_glimmer(q, ricetta.glimmer);
+    if (ricetta.ca > 0.0f)
+        applica_aberrazione(q, ricetta.ca);
+    if (ricetta.vignetta > 0.0f)
+        applica_vignetta(q, ricetta.vignetta);
+    if (ricetta.grana > 0.0f)
+        applica_grana(q, ricetta.grana, ricetta.fotogramma);
+    img = std::move(q.img);
+}
+
+}  // namespace varno::semplici
