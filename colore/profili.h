@@ -1,17 +1,17 @@
 #pragma once
 
 #include "colore/aritmetica.h"
+#include "colore/curve.h"
+
+#include <array>
 
 namespace varno {
-
-/// Samples of a transfer curve: entry i is the linear value of code value i / 4095.
-constexpr int CAMPIONI_CURVA = 4096;
 
 /// One row of the camera table: how a code value becomes linear Rec.709.
 struct ProfiloCamera {
     const char* nome;
-    float matrice[9];    // row-major, linear camera RGB to linear Rec.709
-    const float* curva;  // CAMPIONI_CURVA samples; rows with one curve share them
+    std::array<float, 9> matrice;  // row-major, linear camera RGB to linear Rec.709
+    const float* curva;            // CAMPIONI_CURVA samples; rows with one curve share them
 };
 
 constexpr int NUMERO_PROFILI = 32;
