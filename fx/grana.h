@@ -1,8 +1,21 @@
 #pragma once
 
+#include <cstdint>
+
 namespace varno {
 
 struct Quadro;
+
+/// Uniform value, 0 to below 1, of a cell and a frame: a stateless hash, wrapping modulo 2^32. A
+/// negative frame number comes with its bit pattern.
+inline float hash_grana(std::uint32_t x, std::uint32_t y, std::uint32_t f)
+{
+    std::uint32_t h = x * 374761393u + y * 668265263u + f * 2246822519u + 2654435769u;
+    h = (h ^ (h >> 13)) * 1274126177u;
+    h = h ^ (h >> 16);
+    // 24 bits fit a float; through a signed integer, which vector units convert.
+    return static_cast<float>(static_cast<std::int32_t>(h & 0xFFFFFFu)) * 5.9604645e-8f;
+}
 
 /// Monochrome film grain, seeded by the frame number alone; quantita above 0, to 0.6. Leaves 0..1.
 void applica_grana(const Quadro& q, float quantita, int fotogramma);

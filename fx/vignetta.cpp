@@ -1,9 +1,121 @@
 #include "fx/vignetta.h"
 
+#include "colore/aritmetica.h"
 #include "fx/fx.h"
+#include "render/parallel_for.h"
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
 
 namespace varno {
+namespace {
 
-void applica_vignetta(const Quadro&, float) {}
+constexpr float DIAGONALE = 1.4142135f;  // distance of a corner, each axis by its own half side
+constexpr float INIZIO = 0.78f;          // of the way to the corner; beyond the middle of any edge
+constexpr float AMPIEZZA = 0.22f;
+constexpr float CURVA = 2.2f;
+
+// The kept mask. Renders of several sizes replace it under each other, but each holds its own.
+struct MascheraTenuta {
+    std::mutex guardia;
+    std::shared_ptr<const MascheraVignetta> maschera;  // null until the first vignette
+    int larghezza = 0;
+    int altezza = 0;
+};
+MascheraTenuta gVignetta;
+
+// Share of the falloff at a pixel, 0..1, before its curve; a and b are the squares of the distance
+// from the middle along each axis.
+float caduta(float a, float b)
+{
+    const float d = std::sqrt(b + a) / DIAGONALE;
+    return clamp01((d - INIZIO) / AMPIEZZA);
+}
+
+float distanza_quadra(int i, float centro)
+{
+    const float d = (static_cast<float>(i) - centro) / centro;
+    return d * d;
+}
+
+// Along a row the falloff sinks to the middle and rises again: the pixels before the first 0 and
+// behind the last are all that has to be written.
+MascheraVignetta::Centro riga_maschera(float* valori, int larghezza, float a)
+{
+    const float cx = static_cast<float>(larghezza) * 0.5f;
+    const auto peso = [&](int x) { return caduta(a, distanza_quadra(x, cx)); };
+    MascheraVignetta::Centro centro{0, larghezza};
+    for (float p; centro.inizio < larghezza && (p = peso(centro.inizio)) > 0.0f; ++centro.inizio)
+        valori[centro.inizio] = std::pow(p, CURVA);
+    for (float p; centro.fine > centro.inizio && (p = peso(centro.fine - 1)) > 0.0f; --centro.fine)
+        valori[centro.fine - 1] = std::pow(p, CURVA);
+    return centro;
+}
+
+std::shared_ptr<const MascheraVignetta> costruisci(int larghezza, int altezza)
+{
+    auto m = std::make_shared<MascheraVignetta>();
+    // A negative product is a size that cannot be had.
+    m->valori.azzera(static_cast<std::size_t>(std::int64_t{larghezza} * altezza));
+    if (larghezza < 1 || altezza < 1)
+        return m;
+    const auto riga = static_cast<std::size_t>(larghezza);
+    const float cy = static_cast<float>(altezza) * 0.5f;
+    m->centro.reserve(static_cast<std::size_t>(altezza));
+    for (int y = 0; y < altezza; ++y)
+        m->centro.push_back(riga_maschera(&m->valori[static_cast<std::size_t>(y) * riga], larghezza,
+                                          distanza_quadra(y, cy)));
+    return m;
+}
+
+void riga_vignetta(float* __restrict rgb, const float* __restrict maschera, int larghezza,
+                   float quantita)
+{
+    for (int x = 0; x < larghezza; ++x) {
+        const float k = 1.0f - maschera[x] * quantita;
+        rgb[3 * x + 0] = clamp01(rgb[3 * x + 0] * k);
+        rgb[3 * x + 1] = clamp01(rgb[3 * x + 1] * k);
+        rgb[3 * x + 2] = clamp01(rgb[3 * x + 2] * k);
+    }
+}
+
+// A weight of 0 multiplies by exactly 1: only the clamp is left.
+void riga_limitata(float* rgb, int larghezza)
+{
+    const auto n = static_cast<std::size_t>(larghezza) * 3;
+    for (std::size_t i = 0; i < n; ++i)
+        rgb[i] = clamp01(rgb[i]);
+}
+
+}  // namespace
+
+std::shared_ptr<const MascheraVignetta> vignetta_mask(int larghezza, int altezza)
+{
+    const std::lock_guard<std::mutex> blocco(gVignetta.guardia);
+    if (!gVignetta.maschera || gVignetta.larghezza != larghezza || gVignetta.altezza != altezza) {
+        gVignetta.maschera = costruisci(larghezza, altezza);
+        gVignetta.larghezza = larghezza;
+        gVignetta.altezza = altezza;
+    }
+    return gVignetta.maschera;
+}
+
+void applica_vignetta(const Quadro& q, float quantita)
+{
+    const auto riga = static_cast<std::size_t>(q.larghezza);
+    const std::shared_ptr<const MascheraVignetta> maschera = vignetta_mask(q.larghezza, q.altezza);
+    const bool finita = std::isfinite(quantita);  // 0 times an infinite amount is not-a-number
+    parallel_for(static_cast<std::uint64_t>(q.altezza), [&](std::uint64_t y) {
+        float* rgb = &q.img[y * riga * 3];
+        const float* valori = &maschera->valori[y * riga];
+        const auto [inizio, fine] =
+            finita ? maschera->centro[y] : MascheraVignetta::Centro{q.larghezza, q.larghezza};
+        riga_vignetta(rgb, valori, inizio, quantita);
+        riga_limitata(rgb + std::size_t{3} * inizio, fine - inizio);
+        riga_vignetta(rgb + std::size_t{3} * fine, valori + fine, q.larghezza - fine, quantita);
+    });
+}
 
 }  // namespace varno
