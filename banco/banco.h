@@ -51,15 +51,17 @@ struct Chiamata {
     std::string funzione;  // member of the suite, or fetchSuite
     std::string nome;      // parameter, clip, suite; of a property "set.property"
     int indice = -1;       // of a property; -1 for none
+    std::string tempo;     // of a value or an image at a time
     std::string valore;    // given or handed out; doubles so that they read back exactly
     int stato = 0;         // what the host answered
+    int livello = 0;       // actions around this one: 1 for what a nested change calls
 };
 
-/// "function name[index] = value -> status", without the parts that do not apply; status 0 is not
-/// told.
+/// "function name[index] @time = value -> status", without the parts that do not apply; status 0 is
+/// not told. A handle's value is "props" where its property set was asked for too.
 std::string testo(const Chiamata& c);
 
-/// What the outputs of a failing call hold afterwards.
+/// What the outputs of a failing call hold afterwards; with status 0 the host hands out that.
 enum class Resto { intatto, nullo, spazzatura };
 
 /// Makes matching calls fail. Empty texts match all.
