@@ -1,7 +1,10 @@
 # The bundle as hosts look for it: VarnoColor.ofx.bundle/Contents/<architecture>/VarnoColor.ofx.
 if(WIN32)
     set(VARNO_ARCHITETTURA "Win64")
-    set(VARNO_OFX_DIR_DEFAULT "OFX/Plugins")
+    set(VARNO_OFX_DIR_DEFAULT "C:/Program Files/Common Files/OFX/Plugins")
+    if(DEFINED ENV{CommonProgramW6432})
+        file(TO_CMAKE_PATH "$ENV{CommonProgramW6432}/OFX/Plugins" VARNO_OFX_DIR_DEFAULT)
+    endif()
 elseif(APPLE)
     set(VARNO_ARCHITETTURA "MacOS")
     set(VARNO_OFX_DIR_DEFAULT "/Library/OFX/Plugins")
@@ -39,16 +42,36 @@ elseif(UNIX)
     endif()
     set_target_properties(VarnoColor PROPERTIES
         LINK_DEPENDS "${PROJECT_SOURCE_DIR}/host/esportazioni.map")
+    if(VARNO_AUTONOMO)
+        # libgcc stays shared: with a second unwinder inside, an exception that leaves mainEntry
+        # ends the host.
+        target_sources(VarnoColor PRIVATE host/riserva.cpp)
+        target_link_libraries(VarnoColor PRIVATE varno_regole)
+        target_link_options(VarnoColor PRIVATE
+            -static-libstdc++ -shared-libgcc -Wl,--exclude-libs,ALL -Wl,--gc-sections -s)
+    endif()
+elseif(MINGW)
+    # All of the runtime inside: nothing but system libraries is there on a user's machine.
+    target_link_options(VarnoColor PRIVATE
+        -static -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -s)
 endif()
 
 configure_file("${PROJECT_SOURCE_DIR}/risorse/Info.plist.in" "${VARNO_BUNDLE}/Contents/Info.plist" @ONLY)
 configure_file("${PROJECT_SOURCE_DIR}/risorse/com.varnotone.varnocolor.png"
     "${VARNO_BUNDLE}/Contents/Resources/com.varnotone.varnocolor.png" COPYONLY)
 
-install(TARGETS VarnoColor
-    LIBRARY DESTINATION "${VARNO_OFX_DIR}/VarnoColor.ofx.bundle/Contents/${VARNO_ARCHITETTURA}"
-    COMPONENT plugin)
-install(FILES "${VARNO_BUNDLE}/Contents/Info.plist"
-    DESTINATION "${VARNO_OFX_DIR}/VarnoColor.ofx.bundle/Contents" COMPONENT plugin)
-install(FILES "${PROJECT_SOURCE_DIR}/risorse/com.varnotone.varnocolor.png"
-    DESTINATION "${VARNO_OFX_DIR}/VarnoColor.ofx.bundle/Contents/Resources" COMPONENT plugin)
+if(APPLE)
+    # Without a signature, were it ad hoc, arm64 loads nothing.
+    add_custom_command(TARGET VarnoColor POST_BUILD
+        COMMAND codesign --force --sign - "${VARNO_BUNDLE}" VERBATIM)
+endif()
+
+# The bundle goes out as it was built, so that a signature stays whole.
+function(varno_installa_bundle componente cartella)
+    install(DIRECTORY "${VARNO_BUNDLE}/" DESTINATION "${cartella}"
+        COMPONENT ${componente} ${ARGN}
+        FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
+        DIRECTORY_PERMISSIONS
+            OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+endfunction()
+varno_installa_bundle(plugin "${VARNO_OFX_DIR}/VarnoColor.ofx.bundle")

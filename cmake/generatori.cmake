@@ -1,0 +1,18 @@
+# Read by CPack once a generator: which of the installed parts go in.
+function(varno_parti)
+    set(parti)
+    foreach(parte IN LISTS ARGN)
+        list(APPEND parti "${CPACK_PACKAGE_DIRECTORY}/.." VarnoColor ${parte} /)
+    endforeach()
+    set(CPACK_INSTALL_CMAKE_PROJECTS "${parti}" PARENT_SCOPE)
+endfunction()
+
+if(CPACK_GENERATOR STREQUAL "DEB")
+    varno_parti(plugin documenti)
+    set(CPACK_SET_DESTDIR ON)
+    set(CPACK_INSTALL_PREFIX /usr)
+elseif(CPACK_GENERATOR MATCHES "^NSIS")
+    varno_parti(installatore)
+else()
+    varno_parti(archivio)
+endif()
