@@ -34,9 +34,15 @@ float luminanza(RGB c)
     return luma_pixel(c.r, c.g, c.b);
 }
 
+// v in 0..1 to a positive power, whose ends need no call.
+float potenza(float v, float esponente)
+{
+    return v > 0.0f ? v < 1.0f ? std::pow(v, esponente) : 1.0f : 0.0f;
+}
+
 RGB codifica(RGB c)
 {
-    return per_canale(c, [](float v) { return std::pow(clamp01(v), GAMMA_SCHERMO); });
+    return per_canale(c, [](float v) { return potenza(clamp01(v), GAMMA_SCHERMO); });
 }
 
 float solleva(float v, float sollevamento)
@@ -74,7 +80,7 @@ RGB desatura_luci(RGB v, const Palette& p)
 {
     const float L = luminanza(v);
     const float u = clamp01((L - p.desat_soglia) / std::max(1.0f - p.desat_soglia, 1e-6f));
-    const float k = 1.0f - p.desat_quantita * std::pow(u, 1.8f);
+    const float k = 1.0f - p.desat_quantita * potenza(u, 1.8f);
     return per_canale(v, [=](float c) { return clamp01((c - L) * k + L); });
 }
 
@@ -120,9 +126,9 @@ RGB tingi_stampa(RGB v, const Palette& p)
     float s = 0.0f;
     float h = 0.0f;
     if (t > 0.0f)
-        s = t < 1.0f ? std::pow(t, 1.4f) : 1.0f;
+        s = potenza(std::min(t, 1.0f), 1.4f);
     else
-        h = std::pow(clamp01((L - 0.55f) / 0.45f), 1.2f);
+        h = potenza(clamp01((L - 0.55f) / 0.45f), 1.2f);
     return {v.r + (p.stampa_luci.r * h + p.stampa_ombre.r * s) / 255.0f,
             v.g + (p.stampa_luci.g * h + p.stampa_ombre.g * s) / 255.0f,
             v.b + (p.stampa_luci.b * h + p.stampa_ombre.b * s) / 255.0f};
@@ -133,16 +139,23 @@ RGB palette(RGB v, const Palette& p)
     return tingi_stampa(satura_tinte(desatura_luci(v, p), p), p);
 }
 
-RGB resa_stampa(RGB luce, const Contesto& ctx)
+// The clamp after the crosstalk makes many lights one, so the last one's result is kept.
+RGB resa_stampa(RGB luce, const Contesto& ctx, MemoriaResa& memoria)
 {
     const LookDef& look = *ctx.look;
-    const RGB v = tonemap_ratio(diafonia(luce, look.pal), ctx.curva_look, look.miscela);
-    return per_canale(palette(codifica(v), look.pal), [&](float c) {
+    const RGB strati = diafonia(luce, look.pal);
+    const RGB& ultimi = memoria.strati;
+    if (strati.r == ultimi.r && strati.g == ultimi.g && strati.b == ultimi.b)
+        return memoria.resa;
+    const RGB v = codifica(tonemap_ratio(strati, ctx.curva_look, look.miscela, memoria.curva));
+    memoria.strati = strati;
+    memoria.resa = per_canale(palette(v, look.pal), [&](float c) {
         c = clamp01(c);
         if (look.sollevamento != 0.0f)
             c = solleva(c, look.sollevamento);
         return comprimi(c, GINOCCHIO_STAMPA, SPAZIO_STAMPA);
     });
+    return memoria.resa;
 }
 
 // --- Grade pipeline -----------------------------------------------------------------------------
@@ -161,8 +174,8 @@ float somiglianza_pelle(RGB v, float L)
 RGB vira(RGB v, const LookDef& look)
 {
     const float L = luminanza(v);
-    const float s = std::pow(clamp01(1.0f - L / look.ombre_fine), 1.5f);
-    const float h = std::pow(clamp01((L - look.luci_inizio) / (1.0f - look.luci_inizio)), 1.2f);
+    const float s = potenza(clamp01(1.0f - L / look.ombre_fine), 1.5f);
+    const float h = potenza(clamp01((L - look.luci_inizio) / (1.0f - look.luci_inizio)), 1.2f);
     const Terna& ombre = look.tinta_ombre;
     const Terna& luci = look.tinta_luci;
     const RGB tinto = {((ombre.r * s + 1.0f) * v.r) * (luci.r * h + 1.0f),
@@ -190,10 +203,10 @@ RGB satura_toni(RGB v, const LookDef& look)
     return v;
 }
 
-RGB resa_grado(RGB luce, const Contesto& ctx)
+RGB resa_grado(RGB luce, const Contesto& ctx, MemoriaCurva& memoria)
 {
     const LookDef& look = *ctx.look;
-    RGB v = tonemap_ratio(luce, ctx.curva_look, look.miscela);
+    RGB v = tonemap_ratio(luce, ctx.curva_look, look.miscela, memoria);
     if (look.viraggio)
         v = vira(v, look);
     v = satura_toni(v, look);
@@ -227,15 +240,25 @@ RGB resa_neutra(RGB luce, const Contesto& ctx)
     return codifica(tonemap_ratio(luce, ctx.curva_neutra, 0.0f));
 }
 
-RGB resa_look(RGB luce, const Contesto& ctx)
+RGB resa_look(RGB luce, const Contesto& ctx, MemoriaResa& memoria)
 {
-    return ctx.look->tipo == 1 ? resa_stampa(luce, ctx) : resa_grado(luce, ctx);
+    return ctx.look->tipo == 1 ? resa_stampa(luce, ctx, memoria)
+                               : resa_grado(luce, ctx, memoria.curva);
 }
 
-RGB mescola_rese(RGB look, RGB neutra, float forza)
+RGB grada(RGB luce, const Contesto& ctx, MemoriaResa& memoria)
 {
-    const auto canale = [forza](float v, float n) { return v * forza + (1.0f - forza) * n; };
-    return {canale(look.r, neutra.r), canale(look.g, neutra.g), canale(look.b, neutra.b)};
+    // Both renderings end in 0..1 whatever comes in, and neither is -0: a share of exactly 0 of one
+    // adds +0 to the other.
+    const float forza = ctx.forza;
+    if (forza == 1.0f)
+        return resa_look(luce, ctx, memoria);
+    const RGB n = resa_neutra(luce, ctx);
+    if (forza == 0.0f)
+        return n;
+    const RGB v = resa_look(luce, ctx, memoria);
+    return {v.r * forza + (1.0f - forza) * n.r, v.g * forza + (1.0f - forza) * n.g,
+            v.b * forza + (1.0f - forza) * n.b};
 }
 
 RGB applica_colore(RGB codice, const Contesto& ctx)
@@ -244,9 +267,8 @@ RGB applica_colore(RGB codice, const Contesto& ctx)
                                          decodifica_canale(codice.g, ctx.profilo),
                                          decodifica_canale(codice.b, ctx.profilo)},
                                         ctx.profilo);
-    const RGB luce = esponi(lineare, fattore_esposizione(ctx.ev), ctx.guadagno);
-    const RGB neutra = resa_neutra(luce, ctx);
-    return mescola_rese(resa_look(luce, ctx), neutra, ctx.forza);
+    MemoriaResa memoria;
+    return grada(esponi(lineare, fattore_esposizione(ctx.ev), ctx.guadagno), ctx, memoria);
 }
 
 }  // namespace varno

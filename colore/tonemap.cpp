@@ -53,7 +53,7 @@ Curva normalizza_curva(float spalla, float bianco, float contrasto, float gamma)
             .gamma = gamma};
 }
 
-RGB tonemap_ratio(RGB c, const Curva& k, float miscela)
+RGB tonemap_ratio(RGB c, const Curva& k, float miscela, MemoriaCurva& memoria)
 {
     const float Lc = std::max(1e-9f, luma_pixel(c.r, c.g, c.b));
     const float m = clamp01(mappa(Lc, k));
@@ -61,11 +61,19 @@ RGB tonemap_ratio(RGB c, const Curva& k, float miscela)
     // The channels by themselves lie in 0..1, so that a share of 0 of them adds +0 to q.
     if (miscela == 0.0f)
         return q;
-    const auto canale = [&](float v, float per_luminanza) {
-        const float p = clamp01(mappa(v > 0.0f ? v : 0.0f, k));
-        return p * miscela + (1.0f - miscela) * per_luminanza;
+    const auto canale = [&](float v, float per_luminanza, MemoriaCanale& ultimo) {
+        const float luce = v > 0.0f ? v : 0.0f;
+        if (luce != ultimo.luce)
+            ultimo = {luce, clamp01(mappa(luce, k))};
+        return ultimo.mappata * miscela + (1.0f - miscela) * per_luminanza;
     };
-    return {canale(c.r, q.r), canale(c.g, q.g), canale(c.b, q.b)};
+    return {canale(c.r, q.r, memoria.r), canale(c.g, q.g, memoria.g), canale(c.b, q.b, memoria.b)};
+}
+
+RGB tonemap_ratio(RGB c, const Curva& k, float miscela)
+{
+    MemoriaCurva memoria;
+    return tonemap_ratio(c, k, miscela, memoria);
 }
 
 }  // namespace varno

@@ -1,6 +1,8 @@
 #include "render/lut3d.h"
 
 #include "colore/colore.h"
+#include "colore/profili.h"
+#include "colore/stadi.h"
 #include "render/parallel_for.h"
 
 #include <cstddef>
@@ -24,13 +26,21 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
     N = n;
     const auto lato = static_cast<std::size_t>(n);
     dati.azzera(lato * lato * lato * 3);
+    // A channel's decoding depends on its own axis value alone, the exposure on no value at all.
     const float passo = 1.0f / static_cast<float>(N - 1);
+    Piano asse(lato);
+    for (std::size_t i = 0; i < lato; ++i)
+        asse[i] = decodifica_canale(static_cast<float>(i) * passo, contesto.profilo);
+    const float fattore = fattore_esposizione(contesto.ev);
+
     parallel_for(lato * lato, [&](std::uint64_t i) {
-        const float g = static_cast<float>(i % lato) * passo;
-        const float b = static_cast<float>(i / lato) * passo;
+        const float g = asse[i % lato];
+        const float b = asse[i / lato];
         float* uscita = &dati[i * lato * 3];
+        MemoriaResa memoria;
         for (std::size_t R = 0; R < lato; ++R) {
-            const RGB c = applica_colore({static_cast<float>(R) * passo, g, b}, contesto);
+            const RGB lineare = applica_matrice({asse[R], g, b}, contesto.profilo);
+            const RGB c = grada(esponi(lineare, fattore, contesto.guadagno), contesto, memoria);
             uscita[3 * R + 0] = c.r;
             uscita[3 * R + 1] = c.g;
             uscita[3 * R + 2] = c.b;
