@@ -15,8 +15,8 @@ TEST_CASE("parallel_for splits into contiguous chunks and visits every index onc
     struct Caso {
         std::uint64_t count;
         unsigned hc;
-        std::size_t pezzi;      // chunks, 0 for no call at all
-        std::uint64_t ultimo;   // first index of the last chunk
+        std::size_t pezzi;     // chunks, 0 for no call at all
+        std::uint64_t ultimo;  // first index of the last chunk
         bool sul_chiamante;
     };
     // clang-format off

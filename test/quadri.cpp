@@ -1,0 +1,115 @@
+#include "quadri.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+namespace varno {
+namespace {
+
+constexpr float INF = std::numeric_limits<float>::infinity();
+constexpr float NAN_ = std::numeric_limits<float>::quiet_NaN();
+constexpr float GUASTI[] = {NAN_, INF, -INF};
+constexpr float ESTREMI[] = {1e-40f, -1e-42f, -0.0f, 3.0e38f, -3.0e38f, 1e19f, -2.0f, 3e-8f};
+
+// Starting threads is what most of these tests' time goes to: every second run does without.
+constexpr unsigned QUANTI[] = {1, 2, 1, 3, 1, 7, 1, 16};
+
+std::uint32_t bit(float v)
+{
+    std::uint32_t u = 0;
+    std::memcpy(&u, &v, sizeof u);
+    return u;
+}
+
+}  // namespace
+
+Campioni riempi(Contenuto contenuto, int larghezza, int altezza, int canali, std::uint32_t seme)
+{
+    std::mt19937 caso(seme);
+    const auto numero = [&] { return static_cast<float>(caso() >> 8) / 16777216.0f; };
+    Campioni v(static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza) *
+               static_cast<std::size_t>(canali));
+    // Now and then: about one pixel in 40, at least one of a frame.
+    const std::size_t ogni = std::min<std::size_t>(40, std::max<std::size_t>(1, v.size() / 6));
+    const std::size_t prima = caso() % ogni;
+    std::size_t i = 0;
+    for (int y = 0; y < altezza; ++y) {
+        for (int x = 0; x < larghezza; ++x) {
+            const std::size_t p = i / static_cast<std::size_t>(canali);
+            const bool scelto = p % ogni == prima;
+            for (int c = 0; c < canali; ++c, ++i) {
+                switch (contenuto) {
+                case Contenuto::LUCI:
+                    v[i] = scelto ? 0.8f + 3.0f * numero() * numero() * numero() : 0.04f * numero();
+                    break;
+                case Contenuto::RAMPE:
+                    v[i] = std::fmod(static_cast<float>(x + 2 * y + 7 * c) * 0.013f, 1.1f);
+                    break;
+                case Contenuto::OLTRE:
+                    v[i] = 2.5f * numero() - 0.5f;
+                    break;
+                case Contenuto::ESTREMI:
+                    v[i] = scelto ? ESTREMI[caso() % std::size(ESTREMI)] : numero();
+                    break;
+                case Contenuto::GUASTI:
+                    v[i] =
+                        scelto && caso() % 2 == 0 ? GUASTI[caso() % std::size(GUASTI)] : numero();
+                    break;
+                case Contenuto::PIATTO:
+                    v[i] = i < 3 ? numero() : v[i % static_cast<std::size_t>(canali)];
+                    break;
+                default:
+                    v[i] = numero();
+                }
+            }
+        }
+    }
+    return v;
+}
+
+Piano piano_di(const Campioni& c)
+{
+    Piano p(c.size());
+    std::copy(c.begin(), c.end(), p.begin());
+    return p;
+}
+
+std::string differenza(const Campioni& atteso, const Piano& avuto, int larghezza, int canali)
+{
+    if (atteso.size() != avuto.size())
+        return "sizes differ";
+    for (std::size_t i = 0; i < atteso.size(); ++i) {
+        if (bit(atteso[i]) == bit(avuto[i]) || (std::isnan(atteso[i]) && std::isnan(avuto[i])))
+            continue;
+        const std::size_t pixel = i / static_cast<std::size_t>(canali);
+        const auto riga = static_cast<std::size_t>(larghezza);
+        std::array<char, 160> testo;
+        std::snprintf(testo.data(), testo.size(), "x %zu y %zu channel %zu: %.9g %a, not %.9g %a",
+                      pixel % riga, pixel / riga, i % static_cast<std::size_t>(canali),
+                      static_cast<double>(avuto[i]), static_cast<double>(avuto[i]),
+                      static_cast<double>(atteso[i]), static_cast<double>(atteso[i]));
+        return testo.data();
+    }
+    return {};
+}
+
+unsigned Giro::thread() const
+{
+    return QUANTI[passo % std::size(QUANTI)];
+}
+
+const Nuclei* Giro::livello() const
+{
+    const Nuclei* const* livelli = livelli_disponibili();
+    std::size_t quanti = 0;
+    while (livelli[quanti] != nullptr)
+        ++quanti;
+    // The thread counts go round once before the level changes.
+    return livelli[passo / std::size(QUANTI) % quanti];
+}
+
+}  // namespace varno

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "fx/nuclei.h"
+#include "fx/piano.h"
+#include "semplici.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <string>
+
+/// Pictures to try the chain on, and the comparison that the tests share.
+namespace varno {
+
+using Campioni = semplici::Campioni;
+
+enum class Contenuto {
+    CASO,      // 0..1, every value as likely
+    LUCI,      // dark, single pixels from just below white to far above it
+    RAMPE,     // slow ramps through all thresholds, colours apart
+    OLTRE,     // -0.5..2
+    ESTREMI,   // now and then denormal, huge or -0
+    GUASTI,    // now and then not-a-number or infinite
+    PIATTO,    // one colour
+    MASSIMO_,  // how many there are
+};
+
+/// n samples (planes) or pixels times three (pictures) of a frame that wide.
+Campioni riempi(Contenuto contenuto, int larghezza, int altezza, int canali, std::uint32_t seme);
+
+Piano piano_di(const Campioni& c);
+
+/// Empty where all bits are equal, not-a-number being equal to any other; else the first place.
+std::string differenza(const Campioni& atteso, const Piano& avuto, int larghezza, int canali);
+
+/// The kernels of one instruction set while it lives; not while anything runs.
+struct LivelloFinto {
+    explicit LivelloFinto(const Nuclei* n) : prima(gNuclei) { gNuclei = n; }
+    ~LivelloFinto() { gNuclei = prima; }
+    LivelloFinto(const LivelloFinto&) = delete;
+    LivelloFinto& operator=(const LivelloFinto&) = delete;
+
+  private:
+    const Nuclei* prima;
+};
+
+/// Thread counts and instruction sets in turn, so that a long table meets all of them.
+struct Giro {
+    unsigned thread() const;
+    const Nuclei* livello() const;
+    std::size_t passo = 0;
+};
+
+/// Sanitizers make everything ten times as slow: tables are cut where this is true.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool LENTO = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool LENTO = true;
+#else
+constexpr bool LENTO = false;
+#endif
+#else
+constexpr bool LENTO = false;
+#endif
+
+}  // namespace varno

@@ -1,0 +1,412 @@
+#include "fx/fx.h"
+
+#include "quadri.h"
+#include "thread_finti.h"
+
+#include "fx/enhance.h"
+#include "fx/grana.h"
+#include "fx/halation.h"
+#include "fx/pelle.h"
+#include "fx/stella.h"
+#include "fx/streak.h"
+#include "fx/vignetta.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+
+// What can be worked out by hand about each effect, and what must hold between runs.
+
+using namespace varno;
+using doctest::Approx;
+
+namespace {
+
+struct Tavolozza {
+    Immagine img;
+    Piano luma;
+    int larghezza, altezza;
+
+    Tavolozza(int w, int h, float grigio = 0.0f)
+        : img(static_cast<std::size_t>(w * h * 3), grigio),
+          luma(static_cast<std::size_t>(w * h), grigio), larghezza(w), altezza(h)
+    {
+    }
+    float* rgb(int x, int y) { return &img[static_cast<std::size_t>((y * larghezza + x) * 3)]; }
+    float& l(int x, int y) { return luma[static_cast<std::size_t>(y * larghezza + x)]; }
+    Quadro quadro() { return quadro_di(img, luma, larghezza, altezza); }
+};
+
+}  // namespace
+
+TEST_CASE("the middle of a flat frame, worked out by hand")
+{
+    struct Caso {
+        const char* nome;
+        float FxRicetta::*campo;
+        float quantita, grigio;
+        double r, g, b;
+    };
+    // clang-format off
+    constexpr Caso casi[] = {
+        {"halation: 0.5^1.6 * 0.6 = 0.19793, in red, 0.36 of it, 0.12 of it", &FxRicetta::halation,
+         0.6f, 0.81f, 0.847606, 0.823538, 0.814513},
+        {"halation begins above its threshold", &FxRicetta::halation, 0.6f, 0.62f, 0.62, 0.62, 0.62},
+        {"bloom: 1 - 0.14 * (1 - 0.6 * 0.86 * 0.25)", &FxRicetta::bloom,
+         0.6f, 0.86f, 0.87806, 0.87806, 0.87806},
+        {"bloom pulls what is above white, 0.9 of the way", &FxRicetta::bloom,
+         0.6f, 1.5f, 1.05, 1.05, 1.05},
+        {"streak: 0.225 * 0.15 * 2.2 = 0.07425", &FxRicetta::streak,
+         0.15f, 0.9f, 0.902228, 0.904084, 0.907425},
+        {"streak's layer is held to 1 before its colour", &FxRicetta::streak,
+         0.6f, 2.0f, 1.7, 1.45, 1.0},
+        {"black mist: 0.25 * 0.725 * 0.55 * 1.5 = 0.14953", &FxRicetta::promist,
+         0.55f, 0.725f, 0.766121, 0.766121, 0.766121},
+        {"star: two lines of 0.23125, * 0.3 * 2.4 = 0.333", &FxRicetta::stella,
+         0.3f, 0.925f, 0.949975, 0.949975, 0.949975},
+        {"white mist: halo 0.01904, then a veil of 0.0605", &FxRicetta::mistw,
+         0.55f, 0.5f, 0.539193, 0.539193, 0.539193},
+        {"white mist leaves black black", &FxRicetta::mistw, 0.55f, 0.0f, 0.0, 0.0, 0.0},
+        {"white mist holds to 1", &FxRicetta::mistw, 0.55f, 1.8f, 1.0, 1.0, 1.0},
+        {"glimmer: 0.775 * 0.5 * 0.55 * 1.4 = 0.29838", &FxRicetta::glimmer,
+         0.55f, 0.775f, 0.842134, 0.842134, 0.842134},
+        {"enhance finds no detail", &FxRicetta::enhance, 0.6f, 0.4f, 0.4, 0.4, 0.4},
+        {"enhance holds to 1", &FxRicetta::enhance, 0.6f, 1.4f, 1.0, 1.0, 1.0},
+        {"skin diffusion finds no detail", &FxRicetta::pelle, 0.55f, 0.4f, 0.4, 0.4, 0.4},
+        {"aberration has nothing to shift", &FxRicetta::ca, 0.6f, 0.7f, 0.7, 0.7, 0.7},
+        {"vignette spares the middle", &FxRicetta::vignetta, 0.6f, 0.7f, 0.7, 0.7, 0.7},
+        {"vignette holds to 1", &FxRicetta::vignetta, 0.6f, 1.2f, 1.0, 1.0, 1.0},
+        {"grain spares black", &FxRicetta::grana, 0.6f, 0.0f, 0.0, 0.0, 0.0},
+        {"grain spares white", &FxRicetta::grana, 0.6f, 1.0f, 1.0, 1.0, 1.0},
+    };
+    // clang-format on
+    for (const Caso& caso : casi) {
+        CAPTURE(std::string(caso.nome));
+        Tavolozza t(40, 40, caso.grigio);
+        FxRicetta r;
+        r.*caso.campo = caso.quantita;
+        applica_fx(t.img, 40, 40, r);
+        const float* rgb = t.rgb(20, 20);
+        // Behind running sums, which drift; the hand's six decimals.
+        CHECK(static_cast<double>(rgb[0]) == Approx(caso.r).epsilon(1e-5));
+        CHECK(static_cast<double>(rgb[1]) == Approx(caso.g).epsilon(1e-5));
+        CHECK(static_cast<double>(rgb[2]) == Approx(caso.b).epsilon(1e-5));
+    }
+}
+
+TEST_CASE("sizes follow the frame, in steps where the reduction does")
+{
+    struct Caso {
+        int larghezza, altezza, lato_max, enhance, halation, bloom, riduzione;
+    };
+    // clang-format off
+    constexpr Caso casi[] = {
+        {  40,   30,   40,  0,   1,  0, 1},
+        { 100,  100,  100,  1,   2,  1, 1},
+        { 125,   50,  125,  2,   2,  1, 1},  // 0.012 * 125 = 1.5 rounds up
+        {1919, 1080, 1919, 23,  35, 19, 1},
+        {1920, 1080, 1920, 23,  35, 19, 2},
+        {1080, 1920, 1920, 23,  35, 19, 2},
+        {2879,    1, 2879, 35,  52, 29, 2},
+        {2880, 1620, 2880, 35,  52, 29, 3},
+        {3839, 2160, 3839, 46,  69, 38, 3},
+        {3840, 2160, 3840, 46,  69, 38, 4},
+        {7680, 4320, 7680, 92, 138, 77, 4},
+    };
+    // clang-format on
+    for (const Caso& c : casi) {
+        CAPTURE(c.lato_max);
+        Immagine img;
+        Piano luma;
+        const Quadro q = quadro_di(img, luma, c.larghezza, c.altezza);
+        CHECK(std::array{q.lato_max, q.raggio_enhance, q.raggio_halation, q.raggio_bloom,
+                         q.riduzione} ==
+              std::array{c.lato_max, c.enhance, c.halation, c.bloom, c.riduzione});
+    }
+}
+
+TEST_CASE("the chain is its effects one after the other, but for luma behind bloom")
+{
+    constexpr int W = 61;
+    constexpr int H = 40;
+    const Campioni prima = riempi(Contenuto::RAMPE, W, H, 3, 1);
+    FxRicetta tutti;
+    tutti.enhance = tutti.halation = tutti.vignetta = tutti.streak = tutti.ca = tutti.grana = 0.3f;
+    tutti.promist = tutti.mistw = tutti.glimmer = tutti.pelle = tutti.stella = 0.4f;
+    tutti.fotogramma = 12;
+
+    Immagine insieme = piano_di(prima);
+    applica_fx(insieme, W, H, tutti);
+    Immagine a_passi = piano_di(prima);
+    constexpr float FxRicetta::*ORDINE[] = {
+        &FxRicetta::enhance, &FxRicetta::pelle,   &FxRicetta::halation, &FxRicetta::bloom,
+        &FxRicetta::streak,  &FxRicetta::promist, &FxRicetta::stella,   &FxRicetta::mistw,
+        &FxRicetta::glimmer, &FxRicetta::ca,      &FxRicetta::vignetta, &FxRicetta::grana};
+    for (float FxRicetta::*campo : ORDINE) {
+        FxRicetta una;
+        una.*campo = tutti.*campo;
+        una.fotogramma = tutti.fotogramma;
+        applica_fx(a_passi, W, H, una);
+    }
+    CHECK(differenza(Campioni(insieme.begin(), insieme.end()), a_passi, W, 3) == "");
+
+    // Streak upon bloom masks by the picture before the glow.
+    FxRicetta r;
+    r.bloom = 0.6f;
+    Immagine fiorita = piano_di(prima);
+    applica_fx(fiorita, W, H, r);
+    Immagine intatta = piano_di(prima);
+    Piano luma(prima.size() / 3);
+    aggiorna_luma(quadro_di(intatta, luma, W, H));
+    Immagine vecchia = copia_di(fiorita);
+    Piano luma_vecchia = copia_di(luma);
+    applica_streak(quadro_di(vecchia, luma_vecchia, W, H), 0.6f);
+    Immagine nuova = copia_di(fiorita);
+    aggiorna_luma(quadro_di(nuova, luma, W, H));
+    applica_streak(quadro_di(nuova, luma, W, H), 0.6f);
+
+    r.streak = 0.6f;
+    Immagine catena = piano_di(prima);
+    applica_fx(catena, W, H, r);
+    const Campioni atteso(catena.begin(), catena.end());
+    CHECK(differenza(atteso, vecchia, W, 3) == "");
+    CHECK(differenza(atteso, nuova, W, 3) != "");
+}
+
+TEST_CASE("glows never darken a channel of 0..1, nor lift one above 1")
+{
+    constexpr int W = 65;
+    constexpr int H = 31;
+    for (const Contenuto contenuto : {Contenuto::CASO, Contenuto::RAMPE}) {
+        Campioni prima = riempi(contenuto, W, H, 3, 4);
+        for (float& v : prima)
+            v = std::min(v, 1.0f);
+        for (float FxRicetta::*campo :
+             {&FxRicetta::halation, &FxRicetta::bloom, &FxRicetta::streak, &FxRicetta::promist,
+              &FxRicetta::stella, &FxRicetta::mistw, &FxRicetta::glimmer}) {
+            FxRicetta r;
+            r.*campo = 0.5f;
+            Immagine poi = piano_di(prima);
+            applica_fx(poi, W, H, r);
+            float calo = 0.0f;
+            float cima = 0.0f;
+            for (std::size_t i = 0; i < prima.size(); ++i) {
+                calo = std::max(calo, prima[i] - poi[i]);
+                cima = std::max(cima, poi[i]);
+            }
+            CHECK(calo <= 1.2e-7f);  // 1 - (1 - c) rounds twice; running sums drift below 0
+            CHECK(cima <= 1.0f);
+        }
+    }
+}
+
+TEST_CASE("detail is limited to a third before its amount")
+{
+    // luma decides, the picture follows as a ratio; 49/729 of the middle pixel is its own blur.
+    Tavolozza scuro(100, 100, 1.5f);
+    scuro.l(50, 50) = 0.1f;
+    std::fill_n(scuro.rgb(50, 50), 3, 0.1f);
+    applica_enhance(scuro.quadro(), 0.06f);
+    CHECK(scuro.rgb(50, 50)[1] == Approx(0.06f).epsilon(1e-5));  // 0.1 - 2 * 0.06 / 3
+
+    Tavolozza chiaro(100, 100);
+    chiaro.l(50, 50) = 1.2f;
+    std::fill_n(chiaro.rgb(50, 50), 3, 0.6f);
+    applica_pelle(chiaro.quadro(), 0.55f);
+    // (1.2 - 1.6 * 0.55 / 3) / 1.2 of the channel; luma is refreshed from the picture.
+    CHECK(chiaro.rgb(50, 50)[0] == Approx(0.4533333f).epsilon(1e-5));
+    CHECK(chiaro.l(50, 50) == Approx(0.4533333f).epsilon(1e-5));
+    CHECK(chiaro.rgb(51, 50)[0] == 0.0f);  // black beside brightness stays black
+}
+
+TEST_CASE("a star's rays lie where its points ask, and fade as they go")
+{
+    struct Caso {
+        int punte, dx, dy;
+        double h;  // of 91 taps, in the middle of a frame 1000 wide
+    };
+    // clang-format off
+    constexpr Caso casi[] = {
+        {4,  0,  0, 4.8 / 91},                    {4,  7,  7, 2.4 / 91 * (1 - 10.0 / 91)},
+        {4, -7,  7, 2.4 / 91 * (1 - 10.0 / 91)},  {4, -7, -7, 2.4 / 91 * (1 - 10.0 / 91)},
+        {4,  9,  0, 0},                           {4,  0,  9, 0},
+        {6,  0,  0, 7.2 / 91},                    {6, 90,  0, 2.4 / 91 * (1 - 90.0 / 91)},
+        {6, 91,  0, 0},                           {6,  0,  9, 0},
+        {6,  5,  9, 2.4 / 91 * (1 - 10.0 / 91)},  {6, -5,  9, 2.4 / 91 * (1 - 10.0 / 91)},
+        {8,  0,  0, 9.6 / 91},                    {8,  0, -9, 2.4 / 91 * (1 - 9.0 / 91)},
+        {8, -9,  0, 2.4 / 91 * (1 - 9.0 / 91)},   {8,  7, -7, 2.4 / 91 * (1 - 10.0 / 91)},
+        {5,  9,  0, 2.4 / 91 * (1 - 9.0 / 91)},   {5,  7,  7, 0},
+    };
+    // clang-format on
+    for (const int punte : {4, 5, 6, 8}) {
+        Tavolozza t(1000, 200);
+        t.l(500, 100) = 1.0f;
+        applica_stella(t.quadro(), 1.0f, punte);
+        for (const Caso& caso : casi) {
+            if (caso.punte != punte)
+                continue;
+            CAPTURE(punte);
+            CAPTURE(caso.dx);
+            CAPTURE(caso.dy);
+            const float* rgb = t.rgb(500 + caso.dx, 100 + caso.dy);
+            CHECK(static_cast<double>(rgb[0]) == Approx(caso.h).epsilon(1e-4));
+            CHECK(rgb[0] == rgb[2]);
+        }
+    }
+}
+
+TEST_CASE("halos keep or lose the colour of their light")
+{
+    // A saturated light, beside it black: the mists' halo is its colour, glimmer's is neutral.
+    for (const auto& [campo, neutro] :
+         {std::pair{&FxRicetta::promist, false}, std::pair{&FxRicetta::glimmer, true}}) {
+        Tavolozza t(100, 60);
+        for (int x = 48; x < 52; ++x)
+            for (int y = 28; y < 32; ++y)
+                t.rgb(x, y)[1] = 1.0f;  // luma 0.7152
+        FxRicetta r;
+        r.*campo = 0.55f;
+        applica_fx(t.img, 100, 60, r);
+        const float* vicino = t.rgb(52, 30);
+        CHECK(vicino[1] > 1e-3f);
+        CHECK((vicino[0] == vicino[1]) == neutro);
+        CHECK((vicino[0] == 0.0f) == !neutro);
+    }
+}
+
+TEST_CASE("aberration leaves green, spreads blue and draws red in")
+{
+    // In a ramp along x a channel's value is the column that it was taken from.
+    constexpr int LATO = 100;
+    Tavolozza t(LATO, LATO);
+    for (int y = 0; y < LATO; ++y)
+        for (int x = 0; x < LATO; ++x)
+            std::fill_n(t.rgb(x, y), 3, static_cast<float>(x));
+    FxRicetta r;
+    r.ca = 0.6f;
+    applica_fx(t.img, LATO, LATO, r);
+    for (int y = 0; y < LATO; ++y)
+        for (int x = 0; x < LATO; ++x)
+            CHECK(t.rgb(x, y)[1] == static_cast<float>(x));
+    // 40 of 50 from the centre: 0.64 * 0.6 * 0.008 = 0.003072 of 40 columns.
+    CHECK(t.rgb(90, 50)[0] == Approx(89.87712f).epsilon(1e-6));
+    CHECK(t.rgb(90, 50)[2] == Approx(90.12288f).epsilon(1e-6));
+    CHECK(t.rgb(50, 50)[0] == 50.0f);
+    CHECK(t.rgb(50, 50)[2] == 50.0f);
+    CHECK(t.rgb(0, 50)[2] == 0.0f);                            // held at the first column
+    CHECK(t.rgb(99, 50)[2] == Approx(98.999f).epsilon(1e-6));  // and just before the last
+}
+
+TEST_CASE("the vignette is 1 in the first corner and turns with the frame")
+{
+    const auto larga = vignetta_mask(192, 108);
+    const auto alta = vignetta_mask(108, 192);
+    REQUIRE(larga->valori.size() == std::size_t{192 * 108});
+    REQUIRE(alta->valori.size() == std::size_t{192 * 108});
+    CHECK(larga->valori[0] == 1.0f);
+    CHECK(larga->valori[96] == 0.0f);
+    CHECK(larga->valori[54 * 192] == 0.0f);
+    // The centre is half the size, not the middle pixel: the last corner is half a pixel nearer.
+    CHECK(larga->valori[192 * 108 - 1] < 0.95f);
+    CHECK(larga->valori[192 * 108 - 1] > 0.8f);
+    int diverse = 0;
+    for (std::size_t y = 0; y < 108; ++y)
+        for (std::size_t x = 0; x < 192; ++x)
+            diverse += larga->valori[y * 192 + x] != alta->valori[x * 108 + y];
+    CHECK(diverse == 0);
+    for (const auto& [w, h] : {std::pair{192, 108}, {1, 1}, {1, 33}, {48, 1}, {17, 16}, {641, 3}})
+        CHECK(differenza(semplici::vignetta_mask(w, h), vignetta_mask(w, h)->valori, w, 1) == "");
+
+    Tavolozza t(192, 108, 0.5f);
+    FxRicetta r;
+    r.vignetta = 0.6f;
+    applica_fx(t.img, 192, 108, r);
+    CHECK(t.rgb(0, 0)[0] == Approx(0.2f).epsilon(1e-6));
+}
+
+TEST_CASE("one mask serves a size; those who hold another never see it change")
+{
+    const auto prima = vignetta_mask(64, 48);
+    const Campioni valori(prima->valori.begin(), prima->valori.end());
+    CHECK(vignetta_mask(64, 48).get() == prima.get());
+    Tavolozza t(64, 48, 0.5f);
+    for (const float quantita : {0.1f, 0.6f}) {
+        FxRicetta r;
+        r.vignetta = quantita;
+        applica_fx(t.img, 64, 48, r);
+        CHECK(vignetta_mask(64, 48).get() == prima.get());
+    }
+    vignetta_mask(48, 64);
+    CHECK(differenza(valori, prima->valori, 64, 1) == "");
+    CHECK(vignetta_mask(0, 0)->valori.empty());
+
+    // Frames of several sizes at once.
+    std::array<int, 3> sbagliati{};
+    std::array<std::thread, 3> thread;
+    for (std::size_t i = 0; i < thread.size(); ++i)
+        thread[i] = std::thread([&errori = sbagliati[i], w = 20 + 13 * static_cast<int>(i)] {
+            const Campioni chiaro(static_cast<std::size_t>(w) * 30 * 3, 0.8f);
+            FxRicetta r;
+            r.vignetta = 0.5f;
+            Campioni atteso = chiaro;
+            semplici::applica_fx(atteso, w, 30, r);
+            for (int giro = 0; giro < 100; ++giro) {
+                Immagine avuto = piano_di(chiaro);
+                applica_fx(avuto, w, 30, r);
+                errori += differenza(atteso, avuto, w, 3).empty() ? 0 : 1;
+            }
+        });
+    for (std::thread& uno : thread)
+        uno.join();
+    CHECK(sbagliati == std::array<int, 3>{});
+}
+
+TEST_CASE("grain has its check values, is the frame number's alone and stays small")
+{
+    struct Caso {
+        std::uint32_t x, y, f, bit;
+    };
+    // clang-format off
+    constexpr Caso casi[] = {
+        {0, 0, 0, 0xE15423},      {7919, 104729, 0, 0x47C2F8},    {1, 0, 0, 0x353AD0},
+        {0, 1, 0, 0x4799EC},      {0, 0, 1, 0x67F28D},            {100, 50, 1000, 0xD6AD33},
+        {8019, 104779, 1000, 0xD96A1B},
+    };
+    // clang-format on
+    for (const Caso& c : casi)
+        CHECK(hash_grana(c.x, c.y, c.f) * 16777216.0f == static_cast<float>(c.bit));
+
+    // Cell (0, 0) of frame 0 has 0.16050887; at grey 0.5 the weight is 1.
+    const auto granulosa = [](int w, int h, int fotogramma) {
+        Tavolozza t(w, h, 0.5f);
+        FxRicetta r;
+        r.grana = 0.6f;
+        r.fotogramma = fotogramma;
+        applica_fx(t.img, w, h, r);
+        return t;
+    };
+    Tavolozza a = granulosa(64, 48, 0);
+    CHECK(a.rgb(0, 0)[0] == Approx(0.5f + 0.16050887f * 0.6f * 0.14f).epsilon(1e-6));
+    CHECK(granulosa(202, 102, 1000).rgb(200, 100)[0] ==
+          Approx(0.5f + 0.6878556f * 0.6f * 0.14f).epsilon(1e-6));
+    CHECK(std::all_of(a.img.begin(), a.img.end(),
+                      [](float v) { return std::abs(v - 0.5f) <= 0.0841f; }));
+    // A cell is the same in a frame of any size; an odd pixel is the mean of its neighbours.
+    Tavolozza b = granulosa(35, 21, 0);
+    int diverse = 0;
+    for (int y = 0; y < 20; ++y)
+        for (int x = 0; x < 34; ++x)
+            diverse += a.rgb(x, y)[1] != b.rgb(x, y)[1];
+    CHECK(diverse == 0);
+    CHECK(a.rgb(1, 0)[0] == Approx((a.rgb(0, 0)[0] + a.rgb(2, 0)[0]) / 2).epsilon(1e-5));
+    CHECK(a.rgb(63, 0)[0] == a.rgb(62, 0)[0]);  // behind the last cell its value is held
+    Tavolozza c = granulosa(64, 48, 1);
+    CHECK(differenza(Campioni(a.img.begin(), a.img.end()), c.img, 64, 3) != "");
+}

@@ -1,0 +1,288 @@
+#include "fx/fx.h"
+
+#include "quadri.h"
+#include "thread_finti.h"
+
+#include "fx/aberrazione.h"
+#include "fx/bloom.h"
+#include "fx/enhance.h"
+#include "fx/glimmer.h"
+#include "fx/grana.h"
+#include "fx/halation.h"
+#include "fx/mistw.h"
+#include "fx/pelle.h"
+#include "fx/promist.h"
+#include "fx/stella.h"
+#include "fx/streak.h"
+#include "fx/vignetta.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+// The chain against the plain loops: every output bit, whatever the size, the picture, the recipe,
+// the number of threads and the instruction set.
+
+using namespace varno;
+
+namespace {
+
+constexpr float INFINITO = std::numeric_limits<float>::infinity();
+
+struct Misura {
+    int larghezza, altezza;
+};
+
+// One line an effect: its field, the two forms, the greatest amount that the parameters let pass.
+struct Effetto {
+    const char* nome;
+    float FxRicetta::*campo;
+    float massimo;
+    void (*veloce)(const Quadro&, float);
+    void (*semplice)(semplici::Quadro&, float);
+};
+
+// clang-format off
+const Effetto EFFETTI[] = {
+    {"enhance",  &FxRicetta::enhance,  0.6f,  applica_enhance,     semplici::applica_enhance},
+    {"pelle",    &FxRicetta::pelle,    0.55f, applica_pelle,       semplici::applica_pelle},
+    {"halation", &FxRicetta::halation, 0.6f,  applica_halation,    semplici::applica_halation},
+    {"bloom",    &FxRicetta::bloom,    0.6f,  applica_bloom,       semplici::applica_bloom},
+    {"streak",   &FxRicetta::streak,   0.6f,  applica_streak,      semplici::applica_streak},
+    {"promist",  &FxRicetta::promist,  0.55f, applica_promist,     semplici::applica_promist},
+    {"stella",   &FxRicetta::stella,   1.0f,
+     [](const Quadro& q, float v) { applica_stella(q, v, 6); },
+     [](semplici::Quadro& q, float v) { semplici::applica_stella(q, v, 6); }},
+    {"mistw",    &FxRicetta::mistw,    0.55f, applica_mistw,       semplici::applica_mistw},
+    {"glimmer",  &FxRicetta::glimmer,  0.55f, applica_glimmer,     semplici::applica_glimmer},
+    {"ca",       &FxRicetta::ca,       0.6f,  applica_aberrazione, semplici::applica_aberrazione},
+    {"vignetta", &FxRicetta::vignetta, 0.6f,  applica_vignetta,    semplici::applica_vignetta},
+    {"grana",    &FxRicetta::grana,    0.6f,
+     [](const Quadro& q, float v) { applica_grana(q, v, 1001); },
+     [](semplici::Quadro& q, float v) { semplici::applica_grana(q, v, 1001); }},
+};
+
+constexpr Misura PICCOLE[] = {
+    {1, 1}, {1, 2}, {2, 1}, {1, 40}, {40, 1}, {2, 3}, {3, 3}, {5, 4}, {16, 15}, {15, 16}, {17, 17},
+    {33, 18}, {61, 47}, {100, 60},
+};
+// Around each step of the reduction, on either axis, and sides below the reduction.
+constexpr Misura LUNGHE[] = {
+    {1919, 5}, {1920, 1}, {1920, 7}, {1921, 18}, {2879, 4}, {2880, 2}, {2881, 17}, {3839, 6},
+    {3840, 3}, {3840, 9}, {3843, 16}, {1, 3840}, {3, 2881}, {2, 1920}, {9, 1919}, {21, 3841},
+};
+// clang-format on
+
+constexpr int CONTENUTI = static_cast<int>(Contenuto::MASSIMO_);
+
+Campioni quadro(int contenuto, Misura m, std::uint32_t seme)
+{
+    return riempi(static_cast<Contenuto>(contenuto), m.larghezza, m.altezza, 3, seme);
+}
+
+std::string prova(const Campioni& prima, Misura m, const FxRicetta& ricetta)
+{
+    Campioni atteso = prima;
+    semplici::applica_fx(atteso, m.larghezza, m.altezza, ricetta);
+    Immagine avuto = piano_di(prima);
+    applica_fx(avuto, m.larghezza, m.altezza, ricetta);
+    return differenza(atteso, avuto, m.larghezza, 3);
+}
+
+FxRicetta ricetta_a_caso(std::uint32_t seme)
+{
+    std::mt19937 caso(seme);
+    FxRicetta r;
+    for (const Effetto& e : EFFETTI)
+        if (caso() % 2 == 0)
+            r.*e.campo = e.massimo * static_cast<float>(1 + caso() % 1000) / 1000.0f;
+    r.punte = static_cast<std::int32_t>(3 + caso() % 7);
+    r.fotogramma = static_cast<std::int32_t>(caso());
+    return r;
+}
+
+FxRicetta tutti(float parte)
+{
+    FxRicetta r;
+    for (const Effetto& e : EFFETTI)
+        r.*e.campo = e.massimo * parte;
+    r.fotogramma = -7;
+    return r;
+}
+
+}  // namespace
+
+TEST_CASE("each effect by itself gives the bits of the plain loops, in the picture and in luma")
+{
+    // luma is that of another picture: an effect takes it as it stands and refreshes it, or not.
+    Giro giro;
+    for (const Effetto& e : EFFETTI) {
+        for (const Misura m : PICCOLE) {
+            for (int k = 0; k < CONTENUTI; ++k) {
+                for (const float quantita : {1e-6f, e.massimo * 0.25f, e.massimo, 5.0f, INFINITO}) {
+                    if (quantita == INFINITO && e.campo == &FxRicetta::ca)
+                        continue;  // a displacement without a place
+                    ++giro.passo;
+                    const ThreadFinti thread(giro.thread());
+                    const LivelloFinto livello(giro.livello());
+                    CAPTURE(std::string(e.nome));
+                    CAPTURE(m.larghezza);
+                    CAPTURE(m.altezza);
+                    CAPTURE(k);
+                    CAPTURE(quantita);
+                    CAPTURE(giro.thread());
+                    CAPTURE(std::string(gNuclei->nome));
+                    const auto seme = static_cast<std::uint32_t>(giro.passo);
+                    semplici::Quadro q = semplici::quadro_di(
+                        quadro((k + 1) % CONTENUTI, m, seme + 1), m.larghezza, m.altezza);
+                    q.img = quadro(k, m, seme);
+                    Immagine img = piano_di(q.img);
+                    Piano luma = piano_di(q.luma);
+                    e.semplice(q, quantita);
+                    e.veloce(quadro_di(img, luma, m.larghezza, m.altezza), quantita);
+                    CHECK(differenza(q.img, img, m.larghezza, 3) == "");
+                    CHECK(differenza(q.luma, luma, m.larghezza, 1) == "");
+                }
+            }
+        }
+    }
+}
+
+TEST_CASE("the reduction steps and the long sides change no bit")
+{
+    Giro giro;
+    for (const Misura m : LUNGHE) {
+        for (const Effetto& e : EFFETTI) {
+            for (int k = giro.passo % 2; k < CONTENUTI; k += LENTO ? 4 : 2) {
+                ++giro.passo;
+                const ThreadFinti thread(giro.thread());
+                const LivelloFinto livello(giro.livello());
+                CAPTURE(std::string(e.nome));
+                CAPTURE(m.larghezza);
+                CAPTURE(m.altezza);
+                CAPTURE(k);
+                FxRicetta r;
+                r.*e.campo = e.massimo;
+                r.punte = 8;
+                CHECK(prova(quadro(k, m, static_cast<std::uint32_t>(giro.passo)), m, r) == "");
+            }
+        }
+    }
+}
+
+TEST_CASE("recipes of several effects give the bits of the plain loops")
+{
+    std::vector<FxRicetta> ricette = {tutti(0.2f), tutti(1.0f), tutti(4.0f)};
+    // Every effect behind every other: luma as the first leaves it, stale behind bloom.
+    for (const Effetto* primo = std::begin(EFFETTI); primo != std::end(EFFETTI); ++primo) {
+        for (const Effetto* poi = primo + 1; poi != std::end(EFFETTI); ++poi) {
+            FxRicetta r;
+            r.*primo->campo = primo->massimo;
+            r.*poi->campo = poi->massimo;
+            ricette.push_back(r);
+        }
+    }
+    FxRicetta vecchia;
+    vecchia.bloom = vecchia.streak = vecchia.promist = 0.5f;
+    ricette.push_back(vecchia);
+    for (std::uint32_t s = 0; s < 40; ++s)
+        ricette.push_back(ricetta_a_caso(s));
+
+    Giro giro;
+    for (std::size_t i = 0; i < ricette.size(); ++i) {
+        for (const Misura m : {Misura{1, 1}, {17, 9}, {47, 33}}) {
+            for (int k = static_cast<int>(i) % 2; k < CONTENUTI; k += 2) {
+                ++giro.passo;
+                const ThreadFinti thread(giro.thread());
+                const LivelloFinto livello(giro.livello());
+                CAPTURE(i);
+                CAPTURE(m.larghezza);
+                CAPTURE(k);
+                CHECK(prova(quadro(k, m, static_cast<std::uint32_t>(i)), m, ricette[i]) == "");
+            }
+        }
+    }
+}
+
+TEST_CASE("any number of threads and any instruction set give the same bits")
+{
+    constexpr Misura m = {97, 53};
+    for (const Contenuto k : {Contenuto::LUCI, Contenuto::OLTRE, Contenuto::GUASTI}) {
+        const Campioni prima = quadro(static_cast<int>(k), m, 99);
+        for (const FxRicetta& r : {tutti(0.5f), ricetta_a_caso(7)}) {
+            Campioni atteso = prima;
+            semplici::applica_fx(atteso, m.larghezza, m.altezza, r);
+            for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
+                const LivelloFinto livello(*l);
+                for (const unsigned quanti : {1u, 2u, 3u, 7u, 16u}) {
+                    const ThreadFinti thread(quanti);
+                    CAPTURE(static_cast<int>(k));
+                    CAPTURE(std::string(gNuclei->nome));
+                    CAPTURE(quanti);
+                    Immagine avuto = piano_di(prima);
+                    applica_fx(avuto, m.larghezza, m.altezza, r);
+                    CHECK(differenza(atteso, avuto, m.larghezza, 3) == "");
+                }
+            }
+        }
+    }
+}
+
+TEST_CASE("whole frames, wide and tall, with all effects on")
+{
+    std::vector<Misura> misure = {{641, 363}, {363, 641}};
+    if (!LENTO)
+        misure.insert(misure.end(), {{1080, 1920}, {1919, 61}});
+    std::uint32_t seme = 0;
+    for (const Misura m : misure) {
+        CAPTURE(m.larghezza);
+        FxRicetta r = tutti(0.5f);
+        r.punte = 8;
+        CHECK(prova(quadro(static_cast<int>(Contenuto::LUCI), m, ++seme), m, r) == "");
+    }
+}
+
+TEST_CASE("star points and frame numbers beyond the choices follow the same rules")
+{
+    constexpr Misura m = {71, 40};
+    const Campioni prima = quadro(static_cast<int>(Contenuto::LUCI), m, 3);
+    FxRicetta r;
+    r.stella = 1.0f;
+    for (const int punte : {-4, 0, 3, 4, 5, 6, 7, 8, 9, 100}) {
+        CAPTURE(punte);
+        r.punte = punte;
+        CHECK(prova(prima, m, r) == "");
+    }
+    r = {};
+    r.grana = 0.6f;
+    for (const std::int32_t fotogramma : {0, 1, -1, 1000, std::numeric_limits<std::int32_t>::min(),
+                                          std::numeric_limits<std::int32_t>::max()}) {
+        CAPTURE(fotogramma);
+        r.fotogramma = fotogramma;
+        CHECK(prova(prima, m, r) == "");
+    }
+}
+
+TEST_CASE("effects that are off leave every bit and take no memory but luma's")
+{
+    constexpr Misura m = {37, 19};
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const Campioni prima = quadro(static_cast<int>(Contenuto::GUASTI), m, 5);
+    for (const float spento : {0.0f, -0.0f, -1.0f, nan}) {
+        FxRicetta r;
+        for (const Effetto& e : EFFETTI)
+            r.*e.campo = spento;
+        Arena arena;
+        Immagine img = piano_di_lavoro(prima.size(), &arena);
+        std::copy(prima.begin(), prima.end(), img.begin());
+        const int blocchi = arena.quanti;
+        applica_fx(img, m.larghezza, m.altezza, r);
+        CHECK(std::memcmp(img.data(), prima.data(), prima.size() * sizeof(float)) == 0);
+        CHECK(arena.quanti <= blocchi + 1);
+    }
+}

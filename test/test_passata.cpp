@@ -1,0 +1,148 @@
+#include "render/passata.h"
+
+#include "quadri.h"
+#include "thread_finti.h"
+
+#include "render/lut3d.h"
+
+#include <doctest/doctest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+using namespace varno;
+
+namespace {
+
+Lut3D tavola(int n, std::uint32_t seme)
+{
+    Lut3D lut;
+    lut.N = n;
+    lut.dati = piano_di(riempi(Contenuto::OLTRE, n * n, n, 3, seme));
+    return lut;
+}
+
+/// An RGBA picture with padding behind each row, bottom row first or last.
+struct Memoria {
+    std::vector<float> dati;
+    Finestra finestra;
+
+    Memoria(int larghezza, int altezza, int imbottitura, bool capovolta, float pieno)
+    {
+        const int passo = larghezza * 4 + imbottitura;
+        dati.assign(static_cast<std::size_t>(passo) * static_cast<std::size_t>(altezza), pieno);
+        auto* inizio = reinterpret_cast<unsigned char*>(dati.data());
+        const auto byte = static_cast<std::ptrdiff_t>(passo) * 4;
+        finestra =
+            capovolta ? Finestra{inizio + byte * (altezza - 1), -byte} : Finestra{inizio, byte};
+    }
+    float* pixel(int x, int y) const
+    {
+        return reinterpret_cast<float*>(finestra.inizio + y * finestra.passo) + 4 * x;
+    }
+};
+
+}  // namespace
+
+TEST_CASE("grading samples the table as the plain form does and keeps alpha bit for bit")
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float inf = std::numeric_limits<float>::infinity();
+    struct Misura {
+        int larghezza, altezza;
+    };
+    Giro giro;
+    for (const int n : {2, 3, 17, PUNTI_TABELLA}) {
+        const Lut3D lut = tavola(n, 11);
+        const Campioni dati(lut.dati.begin(), lut.dati.end());
+        for (const Misura m : {Misura{1, 1}, {7, 15}, {8, 16}, {129, 17}, {1, 33}, {640, 40}}) {
+            for (const bool capovolta : {false, true}) {
+                ++giro.passo;
+                const ThreadFinti thread(giro.thread());
+                const LivelloFinto livello(giro.livello());
+                CAPTURE(n);
+                CAPTURE(m.larghezza);
+                Memoria sorgente(m.larghezza, m.altezza, capovolta ? 12 : 0, capovolta, 0.0f);
+                const auto seme = static_cast<std::uint32_t>(giro.passo);
+                const Campioni pixel = riempi(seme % 2 == 0 ? Contenuto::OLTRE : Contenuto::GUASTI,
+                                              m.larghezza, m.altezza, 4, seme);
+                // Grid points, their neighbours, both ends, and what no picture should hold.
+                const float scelti[] = {0.5f,    std::nextafter(1.0f, 0.0f),
+                                        1.0f,    0.0f,
+                                        -0.0f,   1e-42f,
+                                        0.0125f, nan,
+                                        inf,     -inf,
+                                        0.25f,   1.5f};
+                for (int y = 0; y < m.altezza; ++y)
+                    for (int x = 0; x < m.larghezza; ++x)
+                        for (int c = 0; c < 4; ++c) {
+                            const auto i = static_cast<std::size_t>((y * m.larghezza + x) * 4 + c);
+                            sorgente.pixel(x, y)[c] =
+                                i % 3 == 0 ? scelti[i / 3 % std::size(scelti)] : pixel[i];
+                        }
+                const auto quanti = static_cast<std::size_t>(m.larghezza * m.altezza);
+                Immagine immagine(quanti * 3);
+                Piano alfa(quanti);
+                passata_colore(lut, sorgente.finestra, immagine, alfa, m.larghezza, m.altezza);
+                Campioni atteso(quanti * 3);
+                bool alfa_uguale = true;
+                for (int y = 0; y < m.altezza; ++y)
+                    for (int x = 0; x < m.larghezza; ++x) {
+                        const auto i = static_cast<std::size_t>(y * m.larghezza + x);
+                        const float* rgba = sorgente.pixel(x, y);
+                        semplici::campiona(dati, n, rgba, &atteso[3 * i]);
+                        alfa_uguale = alfa_uguale && std::memcmp(&alfa[i], &rgba[3], 4) == 0;
+                    }
+                CHECK(differenza(atteso, immagine, m.larghezza, 3) == "");
+                CHECK(alfa_uguale);
+
+                // Back out into a window with padding: each bit of it, and nothing beside it.
+                Memoria uscita(m.larghezza, m.altezza, 8, !capovolta, -77.0f);
+                passata_scrittura(immagine, alfa, uscita.finestra, m.larghezza, m.altezza);
+                int diversi = 0;
+                int toccati = 0;
+                for (int y = 0; y < m.altezza; ++y) {
+                    for (int x = 0; x < m.larghezza; ++x) {
+                        const auto i = static_cast<std::size_t>(y * m.larghezza + x);
+                        diversi += std::memcmp(uscita.pixel(x, y), &immagine[3 * i], 12) != 0 ||
+                                   std::memcmp(&uscita.pixel(x, y)[3], &alfa[i], 4) != 0;
+                    }
+                    for (int k = 0; k < 8; ++k)
+                        toccati += uscita.pixel(m.larghezza, y)[k] != -77.0f;
+                }
+                CHECK(diversi == 0);
+                CHECK(toccati == 0);
+            }
+        }
+    }
+}
+
+TEST_CASE("grading sits on the table's points and edges")
+{
+    const Lut3D lut = tavola(PUNTI_TABELLA, 5);
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    struct Caso {
+        float rgb[3];
+        int punto[3];
+    };
+    // clang-format off
+    const Caso casi[] = {
+        {{0.0f, 0.0f, 0.0f}, {0, 0, 0}},    {{1.0f, 1.0f, 1.0f},  {80, 80, 80}},
+        {{0.5f, 0.0f, 1.0f}, {40, 0, 80}},  {{1.5f, -0.2f, nan},  {80, 0, 0}},
+        {{nan, 0.5f, 9.0f},  {0, 40, 80}},  {{0.0f, 0.0f, 0.5f},  {0, 0, 40}},
+    };
+    // clang-format on
+    for (const Caso& caso : casi) {
+        Memoria sorgente(1, 1, 0, false, 0.0f);
+        std::memcpy(sorgente.pixel(0, 0), caso.rgb, sizeof caso.rgb);
+        Immagine immagine(3);
+        Piano alfa(1);
+        passata_colore(lut, sorgente.finestra, immagine, alfa, 1, 1);
+        const auto i = static_cast<std::size_t>(
+            ((caso.punto[2] * PUNTI_TABELLA + caso.punto[1]) * PUNTI_TABELLA + caso.punto[0]) * 3);
+        for (std::size_t c = 0; c < 3; ++c)
+            CHECK(immagine[c] == lut.dati[i + c]);
+    }
+}
