@@ -66,9 +66,9 @@ enum class Resto { intatto, nullo, spazzatura };
 
 /// Makes matching calls fail. Empty texts match all.
 struct Guasto {
-    std::string funzione;
-    std::string nome;  // as in Chiamata
-    std::string azione;
+    std::string funzione = {};
+    std::string nome = {};  // as in Chiamata
+    std::string azione = {};
     int stato = 1;
     long dopo = 0;     // so many matching calls pass first
     long quante = -1;  // then so many fail; -1: all

@@ -178,12 +178,15 @@ int Voce::viola(int esito, const std::string& perche)
     return esci(esito);
 }
 
+int Voce::rifiuta(int esito, const std::string& perche)
+{
+    return atto != nullptr && atto->guasto ? esci(esito) : viola(esito, perche);
+}
+
 int Voce::maniglia_cattiva(const void* h, const char* quale)
 {
-    if (atto != nullptr && atto->guasto)
-        return esci(kOfxStatErrBadHandle);
-    return viola(kOfxStatErrBadHandle,
-                 std::string(h == nullptr ? "null " : "stale or foreign ") + quale + " handle");
+    return rifiuta(kOfxStatErrBadHandle,
+                   std::string(h == nullptr ? "null " : "stale or foreign ") + quale + " handle");
 }
 
 char* presta_testo(const std::string& t)

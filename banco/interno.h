@@ -179,7 +179,7 @@ struct Atto {
     Descrittore* descrittore;
     Istanza* istanza;
     Atto* fuori;
-    bool guasto = false;  // a call was made to fail: bad handles that follow are the host's doing
+    bool guasto = false;  // a call was made to fail: what then goes astray is the host's doing
     std::vector<std::unique_ptr<ImmagineAperta>> immagini;
     std::vector<std::uintptr_t> prestiti;
     int eccezioni;
@@ -206,6 +206,8 @@ struct Voce {
     bool guasta();
     int esci(int esito);
     int viola(int esito, const std::string& perche);
+    /// A violation only while no call of this action was made to fail before.
+    int rifiuta(int esito, const std::string& perche);
     /// A handle that is not good here.
     int maniglia_cattiva(const void* h, const char* quale);
 

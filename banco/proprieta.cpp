@@ -301,7 +301,7 @@ int leggi_proprieta(const Insieme& s, const char* nome, int indice, Tipo tipo,
 std::string testo_di(double v)
 {
     char t[40];
-    for (int cifre = 1; cifre <= 17; ++cifre) {
+    for (int cifre = 15; cifre <= 17; ++cifre) {
         std::snprintf(t, sizeof t, "%.*g", cifre, v);
         if (std::strtod(t, nullptr) == v)
             break;

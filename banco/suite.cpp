@@ -127,7 +127,7 @@ OfxStatus scrivi(const char* funzione, OfxPropertySetHandle h, const char* nome,
         return v.viola(kOfxStatFailed, "a render sets no property");
     std::string perche;
     const int stato = scrivi_proprieta(*s, nome, indice, valore, perche);
-    return stato == kOfxStatOK ? v.esci(stato) : v.viola(stato, perche);
+    return stato == kOfxStatOK ? v.esci(stato) : v.rifiuta(stato, perche);
 }
 
 // The one way of reading: the last step hands one value out.
@@ -154,7 +154,7 @@ OfxStatus leggi(const char* funzione, OfxPropertySetHandle h, const char* nome, 
         const int stato =
             leggi_proprieta(*s, nome, indice < 0 ? i : indice, tipo, valore, perche);
         if (stato != kOfxStatOK)
-            return perche.empty() ? v.esci(stato) : v.viola(stato, perche);
+            return perche.empty() ? v.esci(stato) : v.rifiuta(stato, perche);
         uscita[i] = passa(*valore);
         v.c.valore += (i > 0 ? " " : "") + testo_di(*valore);
     }
@@ -281,7 +281,7 @@ OfxStatus paramGetHandle(OfxParamSetHandle h, const char* nome, OfxParamHandle* 
                     *props = come<OfxPropertySetHandle>(p->maniglia_props);
                 return v.esci(kOfxStatOK);
             }
-        return v.viola(kOfxStatErrUnknown, "no such parameter");
+        return v.rifiuta(kOfxStatErrUnknown, "no such parameter");
     };
     return v.atto->istanza != nullptr ? consegna(v.atto->istanza->parametri)
                                       : consegna(v.atto->descrittore->parametri);

@@ -1,0 +1,133 @@
+#pragma once
+
+// What the tests of the built module share: the module, pictures and how they are compared.
+
+#include "banco/banco.h"
+
+#include <doctest/doctest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace prova {
+
+using namespace varno::banco;
+
+inline std::filesystem::path percorso()
+{
+    const char* altro = std::getenv("VARNO_MODULO");
+    return altro != nullptr ? altro : VARNO_MODULO;
+}
+
+/// The module, loaded and described once for all cases.
+inline Modulo& modulo()
+{
+    static const ModuloPtr m = carica(percorso());
+    return *m;
+}
+
+using Testi = std::vector<std::string>;
+
+inline std::string unite(const Testi& t)
+{
+    std::string tutte;
+    for (const std::string& riga : t)
+        tutte += riga + "\n";
+    return tutte;
+}
+
+/// All calls of one level of an action, as one text.
+inline std::string detto(const Registro& r, std::string_view azione = {}, int livello = -1)
+{
+    Testi t;
+    for (const Chiamata& c : r.chiamate)
+        if ((azione.empty() || c.azione == azione) && (livello < 0 || c.livello == livello))
+            t.push_back(testo(c));
+    return unite(t);
+}
+
+inline void senza_violazioni(const Registro& r)
+{
+    CHECK(unite(r.violazioni) == "");
+    CHECK(unite(violazioni_senza_azione()) == "");
+}
+
+inline std::uint32_t bit(float v)
+{
+    std::uint32_t b = 0;
+    std::memcpy(&b, &v, sizeof b);
+    return b;
+}
+
+inline float da_bit(std::uint32_t b)
+{
+    float v = 0.0f;
+    std::memcpy(&v, &b, sizeof v);
+    return v;
+}
+
+/// A value that has nothing to do with its neighbours', about 0 to 1 with some beyond.
+inline float rumore(int x, int y, int c)
+{
+    std::uint32_t h = static_cast<std::uint32_t>(x) * 374761393u +
+                      static_cast<std::uint32_t>(y) * 668265263u +
+                      static_cast<std::uint32_t>(c) * 2246822519u;
+    h = (h ^ (h >> 13)) * 1274126177u;
+    return static_cast<float>((h >> 8) & 0xFFFFu) / 60000.0f - 0.03f;
+}
+
+/// Noise with alpha of any bit pattern.
+inline void dipingi(Tela& t)
+{
+    for (int y = t.limiti.y1; y < t.limiti.y2; ++y)
+        for (int x = t.limiti.x1; x < t.limiti.x2; ++x) {
+            float* p = pixel(t, x, y);
+            for (int c = 0; c < 3; ++c)
+                p[c] = rumore(x, y, c);
+            p[3] = da_bit(static_cast<std::uint32_t>(x) * 2654435761u ^
+                          static_cast<std::uint32_t>(y) * 40503u);
+        }
+}
+
+using Bit = std::vector<std::uint32_t>;
+
+/// The bits of a window, row after row from the bottom.
+inline Bit bit_di(const Tela& t, const Rettangolo& f)
+{
+    Bit b;
+    for (int y = f.y1; y < f.y2; ++y)
+        for (int x = f.x1; x < f.x2; ++x)
+            for (int c = 0; c < 4; ++c)
+                b.push_back(bit(pixel(t, x, y)[c]));
+    return b;
+}
+
+/// Renders noise of that size, tight bounds, and gives the bits of the result.
+inline Bit fotogramma(Istanza& i, int larghezza, int altezza, double tempo = 0.0)
+{
+    const Rettangolo f{0, 0, larghezza, altezza};
+    Tela sorgente = tela(f);
+    Tela uscita = tela(f);
+    dipingi(sorgente);
+    REQUIRE(rendi(i, tempo, f, figura(sorgente), figura(uscita)) == 0);
+    CHECK(intatta(uscita));
+    senza_violazioni(registro(i));
+    return bit_di(uscita, f);
+}
+
+constexpr const char* INTERRUTTORI[] = {
+    "enhance_on", "halation_on", "bloom_on",   "vignetta_on", "promist_on", "streak_on",
+    "ca_on",      "grana_on",    "mistw_on",   "glimmer_on",  "pelle_on",   "stella_on"};
+
+inline std::map<std::string, double> tutti_gli_effetti(double acceso)
+{
+    std::map<std::string, double> v;
+    for (const char* nome : INTERRUTTORI)
+        v[nome] = acceso;
+    return v;
+}
+
+}  // namespace prova
