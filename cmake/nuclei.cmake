@@ -8,7 +8,10 @@ function(varno_nuclei livello)
         VARNO_LIVELLO=nuclei_${livello} VARNO_LIVELLO_NOME="${livello}")
     target_compile_options(${bersaglio} PRIVATE ${ARGN})
     if(NOT MSVC)
-        target_compile_options(${bersaglio} PRIVATE -O3 -Wdouble-promotion)
+        # No sibling calls: GCC forgets vzeroupper before a jump out of a 256-bit function, and the
+        # host would pay for that.
+        target_compile_options(${bersaglio} PRIVATE
+            -O3 -Wdouble-promotion -fno-optimize-sibling-calls)
     endif()
     set_target_properties(${bersaglio} PROPERTIES
         CXX_EXTENSIONS OFF
@@ -19,7 +22,20 @@ function(varno_nuclei livello)
 endfunction()
 
 varno_nuclei(base)
+
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND NOT MSVC AND NOT APPLE)
-    varno_nuclei(avx2 -mavx2)
-    target_compile_definitions(varno PRIVATE VARNO_HA_AVX2)
+    set(opzioni -mavx2)
+    set(con_avx2 TRUE)
+    if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # GCC does not align the stack to 32 bytes there but spills as if it did: the assembler has
+        # to make those moves unaligned ones (binutils 2.38), or the level is left out.
+        include(CheckCXXCompilerFlag)
+        check_cxx_compiler_flag(-Wa,-muse-unaligned-vector-move VARNO_MOSSE_NON_ALLINEATE)
+        list(APPEND opzioni -Wa,-muse-unaligned-vector-move)
+        set(con_avx2 ${VARNO_MOSSE_NON_ALLINEATE})
+    endif()
+    if(con_avx2)
+        varno_nuclei(avx2 ${opzioni})
+        target_compile_definitions(varno PRIVATE VARNO_HA_AVX2)
+    endif()
 endif()

@@ -1,5 +1,7 @@
 #include "fx/blur.h"
 
+#include "fx/nuclei.h"
+#include "fx/nuclei_blur.h"
 #include "render/parallel_for.h"
 
 #include <algorithm>
@@ -10,36 +12,25 @@
 namespace varno {
 namespace {
 
-// Running sum along a line of n samples that lie passo floats apart. The sum is never refreshed:
-// its rounding belongs to the picture.
-void linea(const float* da, float* a, int n, std::size_t passo, int raggio)
-{
-    const auto finestra = static_cast<float>(2 * raggio + 1);
-    const auto campione = [&](std::int64_t i) {
-        return da[static_cast<std::size_t>(std::clamp<std::int64_t>(i, 0, n - 1)) * passo];
-    };
-    float somma = 0.0f;
-    for (int i = -raggio; i <= raggio; ++i)
-        somma += campione(i);
-    for (std::int64_t x = 0; x < n; ++x) {
-        a[static_cast<std::size_t>(x) * passo] = somma / finestra;
-        somma += campione(x + raggio + 1) - campione(x - raggio);
-    }
-}
-
 void passata_orizzontale(const Piano& da, Piano& a, int larghezza, int altezza, int raggio)
 {
     const auto riga = static_cast<std::size_t>(larghezza);
-    parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
-        linea(&da[y * riga], &a[y * riga], larghezza, 1, raggio);
-    });
+    parallel_for_blocchi(
+        static_cast<std::uint64_t>(altezza), [&](std::uint64_t inizio, std::uint64_t fine) {
+            gNuclei->blur.orizzontale(&da[inizio * riga], &a[inizio * riga], larghezza,
+                                      static_cast<std::ptrdiff_t>(fine - inizio), raggio);
+        });
 }
 
-void passata_verticale(const Piano& da, Piano& a, int larghezza, int altezza, int raggio)
+void passata_verticale(const Piano& da, Piano& a, Piano& somme, int larghezza, int altezza,
+                       int raggio)
 {
-    parallel_for(static_cast<std::uint64_t>(larghezza), [&](std::uint64_t x) {
-        linea(&da[x], &a[x], altezza, static_cast<std::size_t>(larghezza), raggio);
-    });
+    parallel_for_blocchi(static_cast<std::uint64_t>(larghezza),
+                         [&](std::uint64_t inizio, std::uint64_t fine) {
+                             gNuclei->blur.verticale(da.data(), a.data(), somme.data(), larghezza,
+                                                     altezza, static_cast<std::ptrdiff_t>(inizio),
+                                                     static_cast<std::ptrdiff_t>(fine), raggio);
+                         });
 }
 
 struct Copia {
@@ -101,10 +92,11 @@ void box_blur(Piano& piano, int larghezza, int altezza, int raggio, int passate)
 {
     if (raggio < 1)
         return;
-    Piano altro(piano.size());
+    Piano altro = piano_di_lavoro(piano.size(), piano.arena);
+    Piano somme = piano_di_lavoro(static_cast<std::size_t>(larghezza), piano.arena);
     for (int i = 0; i < passate; ++i) {
         passata_orizzontale(piano, altro, larghezza, altezza, raggio);
-        passata_verticale(altro, piano, larghezza, altezza, raggio);
+        passata_verticale(altro, piano, somme, larghezza, altezza, raggio);
     }
 }
 

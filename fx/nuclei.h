@@ -2,10 +2,15 @@
 
 namespace varno {
 
-/// The kernels of one instruction set. The arithmetic is written once, in fx/nuclei_livello.cpp,
-/// and gives the same bits on every level.
+struct NucleiBlur;
+struct NucleiEffetti;
+
+/// The kernels of one instruction set, a table for each group of them. Their arithmetic is written
+/// once, in the .inl files of fx/, and gives the same bits on every level.
 struct Nuclei {
     const char* nome;  // "base", "avx2"
+    const NucleiBlur& blur;
+    const NucleiEffetti& effetti;
 };
 
 /// The level chosen once when the module is loaded: the widest that processor and system support.

@@ -1,0 +1,7 @@
+namespace varno {
+namespace VARNO_LIVELLO {
+
+const NucleiEffetti EFFETTI = {};
+
+}  // namespace VARNO_LIVELLO
+}  // namespace varno
