@@ -1,7 +1,7 @@
 #include "colore/colore.h"
 
+#include "colore/lotto.h"
 #include "colore/profili.h"
-#include "colore/stadi.h"
 #include "looks/look.h"
 
 #include <algorithm>
@@ -10,9 +10,7 @@
 namespace varno {
 namespace {
 
-constexpr float GAMMA_SCHERMO = 0.41666666f;  // 1 / 2.4
-
-// Print pipeline
+constexpr float GAMMA_SCHERMO = 0.41666666f;   // 1 / 2.4
 constexpr float GINOCCHIO_STAMPA = 0.88f;      // whatever the look's own knee says
 constexpr float SPAZIO_STAMPA = 0.120000005f;  // 1 - GINOCCHIO_STAMPA
 constexpr double PI = 3.14159265358979323846;
@@ -24,25 +22,15 @@ constexpr float centri[TINTE] = {0.0f, 0.52f, 1.05f, 2.09f, 3.14f, -2.09f, -1.05
 // than powf.
 const volatile float DUE = 2.0f;
 
-template <class Funzione> RGB per_canale(RGB c, Funzione f)
+float luminanza(const Lotto& v, int i)
 {
-    return {f(c.r), f(c.g), f(c.b)};
+    return luma_pixel(v.r[i], v.g[i], v.b[i]);
 }
 
-float luminanza(RGB c)
+// Moves a channel towards (k below 1) or away from the luminance.
+float satura(float c, float L, float k)
 {
-    return luma_pixel(c.r, c.g, c.b);
-}
-
-// v in 0..1 to a positive power, whose ends need no call.
-float potenza(float v, float esponente)
-{
-    return v > 0.0f ? v < 1.0f ? std::pow(v, esponente) : 1.0f : 0.0f;
-}
-
-RGB codifica(RGB c)
-{
-    return per_canale(c, [](float v) { return potenza(clamp01(v), GAMMA_SCHERMO); });
+    return (c - L) * k + L;
 }
 
 float solleva(float v, float sollevamento)
@@ -52,63 +40,99 @@ float solleva(float v, float sollevamento)
 
 float comprimi(float v, float ginocchio, float spazio)
 {
-    if (v > ginocchio) {
-        const float d = (v - ginocchio) / spazio;
-        return (d / (d + 1.0f)) * spazio + ginocchio;
+    const float d = (v - ginocchio) / spazio;
+    return v > ginocchio ? (d / (d + 1.0f)) * spazio + ginocchio : std::max(v, 0.0f);
+}
+
+void codifica(Lotto& v)
+{
+    for (float* c : {v.r, v.g, v.b}) {
+        for (int i = 0; i < v.n; ++i)
+            c[i] = clamp01(c[i]);
+        eleva(c, v.n, GAMMA_SCHERMO);
     }
-    return std::max(v, 0.0f);
 }
 
 // --- Print pipeline -----------------------------------------------------------------------------
 
 // Each channel gives up twice its share and takes one share of either neighbour. The clamp holds
 // scene light to 1 ahead of the curve: the print looks' flat ceiling.
-RGB diafonia(RGB luce, const Palette& p)
+void diafonia(Lotto& luce, const Palette& p)
 {
-    const float R = luce.r * p.bilancio.r;
-    const float G = luce.g * p.bilancio.g;
-    const float B = luce.b * p.bilancio.b;
     const float ar = p.diafonia * p.diafonia_canale.r;
     const float ag = p.diafonia * p.diafonia_canale.g;
     const float ab = p.diafonia * p.diafonia_canale.b;
-    return {clamp01((1.0f - (ar + ar)) * R + G * ar + B * ar),
-            clamp01((1.0f - (ag + ag)) * G + R * ag + B * ag),
-            clamp01(R * ab + G * ab + (1.0f - (ab + ab)) * B)};
-}
-
-RGB desatura_luci(RGB v, const Palette& p)
-{
-    const float L = luminanza(v);
-    const float u = clamp01((L - p.desat_soglia) / std::max(1.0f - p.desat_soglia, 1e-6f));
-    const float k = 1.0f - p.desat_quantita * potenza(u, 1.8f);
-    return per_canale(v, [=](float c) { return clamp01((c - L) * k + L); });
-}
-
-// Saturation at a hue, blended from the sectors by gaussians of 0.62 radians. The wrap is in
-// double, narrowed after each turn.
-float saturazione_tinta(float tinta, const float (&sat_tinte)[TINTE])
-{
-    float W = 0.0f;
-    float V = 0.0f;
-    for (int i = 0; i < TINTE; ++i) {
-        float d = tinta - centri[i];
-        while (static_cast<double>(d) > PI)
-            d = static_cast<float>(static_cast<double>(d) - 2.0 * PI);
-        while (static_cast<double>(d) < -PI)
-            d = static_cast<float>(static_cast<double>(d) + 2.0 * PI);
-        const float w = std::exp(-(d * d) / 0.7688f);
-        W += w;
-        V += sat_tinte[i] * w;
+    for (int i = 0; i < luce.n; ++i) {
+        const float R = luce.r[i] * p.bilancio.r;
+        const float G = luce.g[i] * p.bilancio.g;
+        const float B = luce.b[i] * p.bilancio.b;
+        luce.r[i] = clamp01((1.0f - (ar + ar)) * R + G * ar + B * ar);
+        luce.g[i] = clamp01((1.0f - (ag + ag)) * G + R * ag + B * ag);
+        luce.b[i] = clamp01(R * ab + G * ab + (1.0f - (ab + ab)) * B);
     }
-    return W > 1e-6f ? V / W : 1.0f;
 }
 
-RGB satura_tinte(RGB v, const Palette& p)
+void desatura_luci(Lotto& v, const Palette& p)
 {
-    const float tinta = std::atan2((v.g - v.b) * 1.7320508f, ((v.r + v.r) - v.g) - v.b);
-    const float L = luminanza(v);
-    const float S = saturazione_tinta(tinta, p.sat_tinte);
-    return per_canale(v, [=](float c) { return clamp01((c - L) * S + L); });
+    float u[Lotto::CAPIENZA];
+    for (int i = 0; i < v.n; ++i)
+        u[i] = clamp01((luminanza(v, i) - p.desat_soglia) / std::max(1.0f - p.desat_soglia, 1e-6f));
+    eleva(u, v.n, 1.8f);
+    for (int i = 0; i < v.n; ++i) {
+        const float L = luminanza(v, i);
+        const float k = 1.0f - p.desat_quantita * u[i];
+        v.r[i] = clamp01(satura(v.r[i], L, k));
+        v.g[i] = clamp01(satura(v.g[i], L, k));
+        v.b[i] = clamp01(satura(v.b[i], L, k));
+    }
+}
+
+// Angle around the hexagon: red 0, yellow 60 degrees, green 120; 0 for a grey.
+float tinta_di(float r, float g, float b)
+{
+    return std::atan2((g - b) * 1.7320508f, ((r + r) - g) - b);
+}
+
+// An angle brought back to a turn. It lies within two of them here, so that one step each way does;
+// in double, narrowed after each step.
+float avvolgi(float d)
+{
+    d = static_cast<double>(d) > PI ? static_cast<float>(static_cast<double>(d) - 2.0 * PI) : d;
+    return static_cast<double>(d) < -PI ? static_cast<float>(static_cast<double>(d) + 2.0 * PI) : d;
+}
+
+// Saturation by hue, blended from the sectors by gaussians of 0.62 radians.
+void satura_tinte(Lotto& v, const Palette& p)
+{
+    float tinta[Lotto::CAPIENZA];
+    float w[Lotto::CAPIENZA];
+    float W[Lotto::CAPIENZA] = {};
+    float V[Lotto::CAPIENZA] = {};
+    for (int i = 0; i < v.n; ++i) {
+        // Runs of one colour, which the clamp of the crosstalk makes, are looked up once.
+        if (i > 0 && v.r[i] == v.r[i - 1] && v.g[i] == v.g[i - 1] && v.b[i] == v.b[i - 1])
+            tinta[i] = tinta[i - 1];
+        else
+            tinta[i] = tinta_di(v.r[i], v.g[i], v.b[i]);
+    }
+    for (int k = 0; k < TINTE; ++k) {
+        for (int i = 0; i < v.n; ++i) {
+            const float d = avvolgi(tinta[i] - centri[k]);
+            w[i] = -(d * d) / 0.7688f;
+        }
+        esponenziale(w, v.n);
+        for (int i = 0; i < v.n; ++i) {
+            W[i] += w[i];
+            V[i] += p.sat_tinte[k] * w[i];
+        }
+    }
+    for (int i = 0; i < v.n; ++i) {
+        const float L = luminanza(v, i);
+        const float S = W[i] > 1e-6f ? V[i] / W[i] : 1.0f;
+        v.r[i] = clamp01(satura(v.r[i], L, S));
+        v.g[i] = clamp01(satura(v.g[i], L, S));
+        v.b[i] = clamp01(satura(v.b[i], L, S));
+    }
 }
 
 bool tinge(const Terna& t)
@@ -117,105 +141,163 @@ bool tinge(const Terna& t)
 }
 
 // Shadows fade out at 0.4 and highlights begin at 0.55: the tones between get no tint.
-RGB tingi_stampa(RGB v, const Palette& p)
+void tingi_stampa(Lotto& v, const Palette& p)
 {
     if (!tinge(p.stampa_ombre) && !tinge(p.stampa_luci))
-        return v;
-    const float L = luminanza(v);
-    const float t = 1.0f - L / 0.4f;
-    float s = 0.0f;
-    float h = 0.0f;
-    if (t > 0.0f)
-        s = potenza(std::min(t, 1.0f), 1.4f);
-    else
-        h = potenza(clamp01((L - 0.55f) / 0.45f), 1.2f);
-    return {v.r + (p.stampa_luci.r * h + p.stampa_ombre.r * s) / 255.0f,
-            v.g + (p.stampa_luci.g * h + p.stampa_ombre.g * s) / 255.0f,
-            v.b + (p.stampa_luci.b * h + p.stampa_ombre.b * s) / 255.0f};
+        return;
+    float s[Lotto::CAPIENZA];
+    float h[Lotto::CAPIENZA];
+    for (int i = 0; i < v.n; ++i) {
+        const float L = luminanza(v, i);
+        const float t = 1.0f - L / 0.4f;
+        s[i] = clamp01(t);
+        h[i] = t > 0.0f ? 0.0f : clamp01((L - 0.55f) / 0.45f);
+    }
+    eleva(s, v.n, 1.4f);
+    eleva(h, v.n, 1.2f);
+    const Terna& luci = p.stampa_luci;
+    const Terna& ombre = p.stampa_ombre;
+    for (int i = 0; i < v.n; ++i) {
+        v.r[i] = v.r[i] + (luci.r * h[i] + ombre.r * s[i]) / 255.0f;
+        v.g[i] = v.g[i] + (luci.g * h[i] + ombre.g * s[i]) / 255.0f;
+        v.b[i] = v.b[i] + (luci.b * h[i] + ombre.b * s[i]) / 255.0f;
+    }
 }
 
-RGB palette(RGB v, const Palette& p)
+void palette(Lotto& v, const Palette& p)
 {
-    return tingi_stampa(satura_tinte(desatura_luci(v, p), p), p);
+    desatura_luci(v, p);
+    satura_tinte(v, p);
+    tingi_stampa(v, p);
 }
 
-// The clamp after the crosstalk makes many lights one, so the last one's result is kept.
-RGB resa_stampa(RGB luce, const Contesto& ctx, MemoriaResa& memoria)
+void resa_stampa(Lotto& v, const Contesto& ctx)
 {
     const LookDef& look = *ctx.look;
-    const RGB strati = diafonia(luce, look.pal);
-    const RGB& ultimi = memoria.strati;
-    if (strati.r == ultimi.r && strati.g == ultimi.g && strati.b == ultimi.b)
-        return memoria.resa;
-    const RGB v = codifica(tonemap_ratio(strati, ctx.curva_look, look.miscela, memoria.curva));
-    memoria.strati = strati;
-    memoria.resa = per_canale(palette(v, look.pal), [&](float c) {
-        c = clamp01(c);
+    diafonia(v, look.pal);
+    tonemap_ratio(v, ctx.curva_look, look.miscela);
+    codifica(v);
+    palette(v, look.pal);
+    for (float* c : {v.r, v.g, v.b}) {
+        for (int i = 0; i < v.n; ++i)
+            c[i] = clamp01(c[i]);
         if (look.sollevamento != 0.0f)
-            c = solleva(c, look.sollevamento);
-        return comprimi(c, GINOCCHIO_STAMPA, SPAZIO_STAMPA);
-    });
-    return memoria.resa;
+            for (int i = 0; i < v.n; ++i)
+                c[i] = solleva(c[i], look.sollevamento);
+        for (int i = 0; i < v.n; ++i)
+            c[i] = comprimi(c[i], GINOCCHIO_STAMPA, SPAZIO_STAMPA);
+    }
 }
 
 // --- Grade pipeline -----------------------------------------------------------------------------
 
 // How much a colour looks like skin, 0..1: two gaussians around skin's chroma ratios.
-float somiglianza_pelle(RGB v, float L)
+float somiglianza_pelle(float r, float g, float b, float L)
 {
-    if (!(v.r > v.g && v.g > v.b))
+    if (!(r > g && g > b))
         return 0.0f;
     const float lc = std::max(1e-6f, L);
-    const float a = clamp01((v.r - v.g) / lc) - 0.26f;
-    const float b = clamp01((v.g - v.b) / lc) - 0.18f;
-    return clamp01(std::exp(-(a * a) / 0.0512f) * std::exp(-(b * b) / 0.0392f));
+    const float x = clamp01((r - g) / lc) - 0.26f;
+    const float y = clamp01((g - b) / lc) - 0.18f;
+    return clamp01(std::exp(-(x * x) / 0.0512f) * std::exp(-(y * y) / 0.0392f));
 }
 
-RGB vira(RGB v, const LookDef& look)
+// The split tone. The tints are multipliers around 1, so black takes no colour.
+void vira(Lotto& v, const LookDef& look)
 {
-    const float L = luminanza(v);
-    const float s = potenza(clamp01(1.0f - L / look.ombre_fine), 1.5f);
-    const float h = potenza(clamp01((L - look.luci_inizio) / (1.0f - look.luci_inizio)), 1.2f);
-    const Terna& ombre = look.tinta_ombre;
-    const Terna& luci = look.tinta_luci;
-    const RGB tinto = {((ombre.r * s + 1.0f) * v.r) * (luci.r * h + 1.0f),
-                       ((ombre.g * s + 1.0f) * v.g) * (luci.g * h + 1.0f),
-                       ((ombre.b * s + 1.0f) * v.b) * (luci.b * h + 1.0f)};
-    if (!(look.protezione_pelle > 0.0f))
-        return tinto;
-    const float q = 1.0f - look.protezione_pelle * somiglianza_pelle(v, L);
-    return {v.r + (tinto.r - v.r) * q, v.g + (tinto.g - v.g) * q, v.b + (tinto.b - v.b) * q};
+    float s[Lotto::CAPIENZA];
+    float h[Lotto::CAPIENZA];
+    float q[Lotto::CAPIENZA];
+    const bool protegge = look.protezione_pelle > 0.0f;
+    for (int i = 0; i < v.n; ++i) {
+        const float L = luminanza(v, i);
+        s[i] = clamp01(1.0f - L / look.ombre_fine);
+        h[i] = clamp01((L - look.luci_inizio) / (1.0f - look.luci_inizio));
+    }
+    eleva(s, v.n, 1.5f);
+    eleva(h, v.n, 1.2f);
+    if (protegge)
+        for (int i = 0; i < v.n; ++i) {
+            const float p = somiglianza_pelle(v.r[i], v.g[i], v.b[i], luminanza(v, i));
+            q[i] = 1.0f - look.protezione_pelle * p;
+        }
+    const auto canale = [&](float* c, float ombre, float luci) {
+        float tinto[Lotto::CAPIENZA];
+        for (int i = 0; i < v.n; ++i)
+            tinto[i] = ((ombre * s[i] + 1.0f) * c[i]) * (luci * h[i] + 1.0f);
+        if (!protegge)
+            std::copy_n(tinto, v.n, c);
+        else
+            for (int i = 0; i < v.n; ++i)
+                c[i] = c[i] + (tinto[i] - c[i]) * q[i];
+    };
+    canale(v.r, look.tinta_ombre.r, look.tinta_luci.r);
+    canale(v.g, look.tinta_ombre.g, look.tinta_luci.g);
+    canale(v.b, look.tinta_ombre.b, look.tinta_luci.b);
 }
 
 // One luminance for all three steps, that of the colour as it comes in.
-RGB satura_toni(RGB v, const LookDef& look)
+void satura_toni(Lotto& v, const LookDef& look)
 {
-    const float L = luminanza(v);
-    const auto verso = [L](RGB c, float saturazione, float t) {
-        return per_canale(
-            c, [=](float x) { return x * (1.0f - t) + ((x - L) * saturazione + L) * t; });
+    float L[Lotto::CAPIENZA];
+    for (int i = 0; i < v.n; ++i)
+        L[i] = luminanza(v, i);
+    const auto verso = [&](float saturazione, const float* t) {
+        for (float* c : {v.r, v.g, v.b})
+            for (int i = 0; i < v.n; ++i)
+                c[i] = c[i] * (1.0f - t[i]) + satura(c[i], L[i], saturazione) * t[i];
     };
-    v = per_canale(v, [&](float c) { return (c - L) * look.saturazione + L; });
-    if (look.saturazione_luci != 1.0f)
-        v = verso(v, look.saturazione_luci, clamp01((L - 0.35f) / 0.65f));
-    if (look.saturazione_ombre != 1.0f)
-        v = verso(v, look.saturazione_ombre, clamp01(1.0f - L / 0.12f));
-    return v;
+    for (float* c : {v.r, v.g, v.b})
+        for (int i = 0; i < v.n; ++i)
+            c[i] = satura(c[i], L[i], look.saturazione);
+    float t[Lotto::CAPIENZA];
+    if (look.saturazione_luci != 1.0f) {
+        for (int i = 0; i < v.n; ++i)
+            t[i] = clamp01((L[i] - 0.35f) / 0.65f);
+        verso(look.saturazione_luci, t);
+    }
+    if (look.saturazione_ombre != 1.0f) {
+        for (int i = 0; i < v.n; ++i)
+            t[i] = clamp01(1.0f - L[i] / 0.12f);
+        verso(look.saturazione_ombre, t);
+    }
 }
 
-RGB resa_grado(RGB luce, const Contesto& ctx, MemoriaCurva& memoria)
+void resa_grado(Lotto& v, const Contesto& ctx)
 {
     const LookDef& look = *ctx.look;
-    RGB v = tonemap_ratio(luce, ctx.curva_look, look.miscela, memoria);
+    tonemap_ratio(v, ctx.curva_look, look.miscela);
     if (look.viraggio)
-        v = vira(v, look);
-    v = satura_toni(v, look);
-    v = {v.r * look.guadagno.r, v.g * look.guadagno.g, v.b * look.guadagno.b};
-    const float n = look.ginocchio;
-    v = codifica(per_canale(v, [n](float c) { return comprimi(c, n, 1.0f - n); }));
+        vira(v, look);
+    satura_toni(v, look);
+    const auto canale = [&](float* c, float guadagno) {
+        for (int i = 0; i < v.n; ++i)
+            c[i] = comprimi(c[i] * guadagno, look.ginocchio, 1.0f - look.ginocchio);
+    };
+    canale(v.r, look.guadagno.r);
+    canale(v.g, look.guadagno.g);
+    canale(v.b, look.guadagno.b);
+    codifica(v);
     if (look.sollevamento != 0.0f)
-        v = per_canale(v, [&](float c) { return solleva(c, look.sollevamento); });
-    return v;
+        for (float* c : {v.r, v.g, v.b})
+            for (int i = 0; i < v.n; ++i)
+                c[i] = solleva(c[i], look.sollevamento);
+}
+
+// --- Both renderings ----------------------------------------------------------------------------
+
+void resa_look(Lotto& v, const Contesto& ctx)
+{
+    if (ctx.look->tipo == 1)
+        resa_stampa(v, ctx);
+    else
+        resa_grado(v, ctx);
+}
+
+void resa_neutra(Lotto& v, const Contesto& ctx)
+{
+    tonemap_ratio(v, ctx.curva_neutra, 0.0f);
+    codifica(v);
 }
 
 }  // namespace
@@ -225,50 +307,54 @@ float fattore_esposizione(float ev)
     return std::pow(DUE, ev);
 }
 
-RGB esponi(RGB lineare, float fattore, RGB guadagno)
+void esponi(Lotto& luce, float fattore, RGB guadagno)
 {
-    const auto canale = [fattore](float c, float g) {
-        const float v = (fattore * c) * g;
-        return v < 0.0f ? 0.0f : v;
+    const auto canale = [&](float* c, float g) {
+        for (int i = 0; i < luce.n; ++i) {
+            const float v = (fattore * c[i]) * g;
+            c[i] = v < 0.0f ? 0.0f : v;
+        }
     };
-    return {canale(lineare.r, guadagno.r), canale(lineare.g, guadagno.g),
-            canale(lineare.b, guadagno.b)};
+    canale(luce.r, guadagno.r);
+    canale(luce.g, guadagno.g);
+    canale(luce.b, guadagno.b);
 }
 
-RGB resa_neutra(RGB luce, const Contesto& ctx)
-{
-    return codifica(tonemap_ratio(luce, ctx.curva_neutra, 0.0f));
-}
-
-RGB resa_look(RGB luce, const Contesto& ctx, MemoriaResa& memoria)
-{
-    return ctx.look->tipo == 1 ? resa_stampa(luce, ctx, memoria)
-                               : resa_grado(luce, ctx, memoria.curva);
-}
-
-RGB grada(RGB luce, const Contesto& ctx, MemoriaResa& memoria)
+void grada(Lotto& c, const Contesto& ctx)
 {
     // Both renderings end in 0..1 whatever comes in, and neither is -0: a share of exactly 0 of one
-    // adds +0 to the other.
-    const float forza = ctx.forza;
-    if (forza == 1.0f)
-        return resa_look(luce, ctx, memoria);
-    const RGB n = resa_neutra(luce, ctx);
-    if (forza == 0.0f)
-        return n;
-    const RGB v = resa_look(luce, ctx, memoria);
-    return {v.r * forza + (1.0f - forza) * n.r, v.g * forza + (1.0f - forza) * n.g,
-            v.b * forza + (1.0f - forza) * n.b};
+    // would add +0 to the other.
+    if (ctx.forza == 1.0f)
+        return resa_look(c, ctx);
+    if (ctx.forza == 0.0f)
+        return resa_neutra(c, ctx);
+    Lotto neutra;
+    neutra.n = c.n;
+    std::copy_n(c.r, c.n, neutra.r);
+    std::copy_n(c.g, c.n, neutra.g);
+    std::copy_n(c.b, c.n, neutra.b);
+    resa_neutra(neutra, ctx);
+    resa_look(c, ctx);
+    const auto canale = [&](float* v, const float* n) {
+        for (int i = 0; i < c.n; ++i)
+            v[i] = v[i] * ctx.forza + (1.0f - ctx.forza) * n[i];
+    };
+    canale(c.r, neutra.r);
+    canale(c.g, neutra.g);
+    canale(c.b, neutra.b);
 }
 
 RGB applica_colore(RGB codice, const Contesto& ctx)
 {
-    const RGB lineare = applica_matrice({decodifica_canale(codice.r, ctx.profilo),
-                                         decodifica_canale(codice.g, ctx.profilo),
-                                         decodifica_canale(codice.b, ctx.profilo)},
-                                        ctx.profilo);
-    MemoriaResa memoria;
-    return grada(esponi(lineare, fattore_esposizione(ctx.ev), ctx.guadagno), ctx, memoria);
+    Lotto uno;
+    uno.n = 1;
+    uno.r[0] = decodifica_canale(codice.r, ctx.profilo);
+    uno.g[0] = decodifica_canale(codice.g, ctx.profilo);
+    uno.b[0] = decodifica_canale(codice.b, ctx.profilo);
+    applica_matrice(uno, ctx.profilo);
+    esponi(uno, fattore_esposizione(ctx.ev), ctx.guadagno);
+    grada(uno, ctx);
+    return {uno.r[0], uno.g[0], uno.b[0]};
 }
 
 }  // namespace varno

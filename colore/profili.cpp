@@ -1,5 +1,7 @@
 #include "colore/profili.h"
 
+#include "colore/lotto.h"
+
 #include <cmath>
 
 namespace varno {
@@ -161,12 +163,17 @@ float decodifica_canale(float codice, int profilo)
     return (1.0f - f) * curva[i] + f * curva[i + 1];
 }
 
-RGB applica_matrice(RGB lineare, int profilo)
+void applica_matrice(Lotto& luce, int profilo)
 {
     const Matrice& m = profilo == 0 ? ANALITICA : PROFILI[profilo].matrice;
-    const auto [r, g, b] = lineare;
-    return {m[0] * r + m[1] * g + m[2] * b, m[3] * r + m[4] * g + m[5] * b,
-            m[6] * r + m[7] * g + m[8] * b};
+    for (int i = 0; i < luce.n; ++i) {
+        const float r = luce.r[i];
+        const float g = luce.g[i];
+        const float b = luce.b[i];
+        luce.r[i] = m[0] * r + m[1] * g + m[2] * b;
+        luce.g[i] = m[3] * r + m[4] * g + m[5] * b;
+        luce.b[i] = m[6] * r + m[7] * g + m[8] * b;
+    }
 }
 
 }  // namespace varno

@@ -24,7 +24,4 @@ extern const ProfiloCamera PROFILI[NUMERO_PROFILI];
 /// not-a-number to the first sample.
 float decodifica_canale(float codice, int profilo);
 
-/// Linear camera light to linear Rec.709, by the matrix of the row; no clamp.
-RGB applica_matrice(RGB lineare, int profilo);
-
 }  // namespace varno

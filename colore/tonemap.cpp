@@ -1,5 +1,7 @@
 #include "colore/tonemap.h"
 
+#include "colore/lotto.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -16,16 +18,27 @@ float curva_grezza(float x, float spalla)
     return ((x * (spalla * 2.51f) + 0.03f) * x) / ((x * (spalla * 2.43f) + 0.59f) * x + 0.14f);
 }
 
-// Display-linear value of a scalar v, not below 0; may exceed 1.
-float mappa(float v, const Curva& k)
+// Display-linear values of scalars, not below 0; may exceed 1.
+void mappa(float* v, int n, const Curva& k)
 {
-    float y = curva_grezza(v * k.scala, k.spalla) / k.norma;
-    y = std::max(1e-9f, y) / std::max(1e-9f, k.grigio);
-    // A power of 1 is the value itself.
-    y = (k.contrasto == 1.0f ? y : std::pow(y, k.contrasto)) * k.grigio;
-    if (k.gamma != 1.0f)
-        y = std::pow(y >= 0.0f ? y : 0.0f, k.gamma);
-    return y;
+    for (int i = 0; i < n; ++i) {
+        const float y = curva_grezza(v[i] * k.scala, k.spalla) / k.norma;
+        v[i] = std::max(1e-9f, y) / std::max(1e-9f, k.grigio);
+    }
+    eleva(v, n, k.contrasto);
+    for (int i = 0; i < n; ++i)
+        v[i] = v[i] * k.grigio;
+    if (k.gamma != 1.0f) {
+        for (int i = 0; i < n; ++i)
+            v[i] = v[i] >= 0.0f ? v[i] : 0.0f;
+        eleva(v, n, k.gamma);
+    }
+}
+
+// The ratio-preserving value of a channel.
+float per_luminanza(float c, float mappata, float Lc)
+{
+    return clamp01((c * clamp01(mappata)) / Lc);
 }
 
 }  // namespace
@@ -53,27 +66,42 @@ Curva normalizza_curva(float spalla, float bianco, float contrasto, float gamma)
             .gamma = gamma};
 }
 
-RGB tonemap_ratio(RGB c, const Curva& k, float miscela, MemoriaCurva& memoria)
+void tonemap_ratio(Lotto& c, const Curva& k, float miscela)
 {
-    const float Lc = std::max(1e-9f, luma_pixel(c.r, c.g, c.b));
-    const float m = clamp01(mappa(Lc, k));
-    const RGB q = {clamp01((c.r * m) / Lc), clamp01((c.g * m) / Lc), clamp01((c.b * m) / Lc)};
-    // The channels by themselves lie in 0..1, so that a share of 0 of them adds +0 to q.
-    if (miscela == 0.0f)
-        return q;
-    const auto canale = [&](float v, float per_luminanza, MemoriaCanale& ultimo) {
-        const float luce = v > 0.0f ? v : 0.0f;
-        if (luce != ultimo.luce)
-            ultimo = {luce, clamp01(mappa(luce, k))};
-        return ultimo.mappata * miscela + (1.0f - miscela) * per_luminanza;
-    };
-    return {canale(c.r, q.r, memoria.r), canale(c.g, q.g, memoria.g), canale(c.b, q.b, memoria.b)};
+    float Lc[Lotto::CAPIENZA];
+    float m[Lotto::CAPIENZA];
+    for (int i = 0; i < c.n; ++i) {
+        Lc[i] = std::max(1e-9f, luma_pixel(c.r[i], c.g[i], c.b[i]));
+        m[i] = Lc[i];
+    }
+    mappa(m, c.n, k);
+    for (float* canale : {c.r, c.g, c.b}) {
+        // The channels by themselves lie in 0..1, so that a share of 0 of them would add +0.
+        if (miscela == 0.0f) {
+            for (int i = 0; i < c.n; ++i)
+                canale[i] = per_luminanza(canale[i], m[i], Lc[i]);
+            continue;
+        }
+        float p[Lotto::CAPIENZA];
+        for (int i = 0; i < c.n; ++i)
+            p[i] = canale[i] > 0.0f ? canale[i] : 0.0f;
+        mappa(p, c.n, k);
+        for (int i = 0; i < c.n; ++i) {
+            const float q = per_luminanza(canale[i], m[i], Lc[i]);
+            canale[i] = clamp01(p[i]) * miscela + (1.0f - miscela) * q;
+        }
+    }
 }
 
 RGB tonemap_ratio(RGB c, const Curva& k, float miscela)
 {
-    MemoriaCurva memoria;
-    return tonemap_ratio(c, k, miscela, memoria);
+    Lotto uno;
+    uno.n = 1;
+    uno.r[0] = c.r;
+    uno.g[0] = c.g;
+    uno.b[0] = c.b;
+    tonemap_ratio(uno, k, miscela);
+    return {uno.r[0], uno.g[0], uno.b[0]};
 }
 
 }  // namespace varno

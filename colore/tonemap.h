@@ -2,8 +2,6 @@
 
 #include "colore/aritmetica.h"
 
-#include <limits>
-
 namespace varno {
 
 /// Shape and normalisation of one tone curve.
@@ -23,21 +21,5 @@ Curva normalizza_curva(float spalla, float bianco, float contrasto, float gamma)
 /// Compresses scene-linear c, no channel below 0 as used, into display-linear 0..1. miscela blends
 /// from 0, through luminance and so keeping hue, to 1, each channel by itself.
 RGB tonemap_ratio(RGB c, const Curva& k, float miscela);
-
-/// One channel's last light and what the curve made of it. Not-a-number, as at the start, matches
-/// nothing. Belongs to one curve.
-struct MemoriaCanale {
-    float luce = std::numeric_limits<float>::quiet_NaN();
-    float mappata = 0.0f;
-};
-
-struct MemoriaCurva {
-    MemoriaCanale r;
-    MemoriaCanale g;
-    MemoriaCanale b;
-};
-
-/// The same, for a caller with many colours: neighbours often share a channel, 0 above all.
-RGB tonemap_ratio(RGB c, const Curva& k, float miscela, MemoriaCurva& memoria);
 
 }  // namespace varno

@@ -1,10 +1,11 @@
 #include "render/lut3d.h"
 
 #include "colore/colore.h"
+#include "colore/lotto.h"
 #include "colore/profili.h"
-#include "colore/stadi.h"
 #include "render/parallel_for.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace varno {
@@ -34,16 +35,21 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
     const float fattore = fattore_esposizione(contesto.ev);
 
     parallel_for(lato * lato, [&](std::uint64_t i) {
-        const float g = asse[i % lato];
-        const float b = asse[i / lato];
         float* uscita = &dati[i * lato * 3];
-        MemoriaResa memoria;
-        for (std::size_t R = 0; R < lato; ++R) {
-            const RGB lineare = applica_matrice({asse[R], g, b}, contesto.profilo);
-            const RGB c = grada(esponi(lineare, fattore, contesto.guadagno), contesto, memoria);
-            uscita[3 * R + 0] = c.r;
-            uscita[3 * R + 1] = c.g;
-            uscita[3 * R + 2] = c.b;
+        Lotto lotto;
+        for (int R = 0; R < n; R += lotto.n) {
+            lotto.n = std::min(n - R, Lotto::CAPIENZA);
+            std::copy_n(&asse[R], lotto.n, lotto.r);
+            std::fill_n(lotto.g, lotto.n, asse[i % lato]);
+            std::fill_n(lotto.b, lotto.n, asse[i / lato]);
+            applica_matrice(lotto, contesto.profilo);
+            esponi(lotto, fattore, contesto.guadagno);
+            grada(lotto, contesto);
+            for (int k = 0; k < lotto.n; ++k) {
+                *uscita++ = lotto.r[k];
+                *uscita++ = lotto.g[k];
+                *uscita++ = lotto.b[k];
+            }
         }
     });
 }
