@@ -1,0 +1,361 @@
+// Makes the n-th allocation or the n-th thread start of an action fail, for every n, each in a
+// process of its own. What must hold: the exception leaves mainEntry, or the process ends where a
+// thread of the same loop was already running; afterwards no lock is held, nothing has leaked, and
+// the next frames are those of an undisturbed process, with the settings before and after alike.
+//
+//     guasti VarnoColor.ofx
+#include "ospite.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <initializer_list>
+#include <new>
+#include <system_error>
+
+namespace {
+
+enum class Guasto { nessuno, memoria, thread };
+
+std::atomic<Guasto> gGuasto{Guasto::nessuno};
+std::atomic<long> gContatore{0};  // calls since it was armed
+std::atomic<long> gQuale{0};      // the one that fails; 0: none
+std::atomic<long> gBlocchi{0};    // blocks alive, whoever asked for them
+std::atomic<long> gMappati{0};    // bytes of anonymous maps alive
+std::atomic<int> gThreadVivi{0};  // started and not yet joined
+unsigned gProcessori = 1;
+
+// What a child leaves behind, in memory that it shares with its parent.
+struct Esito {
+    long quante;             // calls that could have failed
+    bool eccezione, giusta;  // one came, and of the right kind
+    int vivi_al_guasto;      // threads at work when the fault came
+    int rilasciate;          // images, when the exception passed
+    long blocchi, mappati;   // alive at the end
+    std::uint64_t prima, dopo;
+    double halation;  // what a look's recipe left
+    bool finito;
+};
+Esito* gEsito;
+
+bool fallisce(Guasto genere)
+{
+    if (gGuasto != genere || ++gContatore != gQuale)
+        return false;
+    gEsito->vivi_al_guasto = gThreadVivi;
+    return true;
+}
+
+void* conta(void* p)
+{
+    if (p != nullptr)
+        ++gBlocchi;
+    return p;
+}
+
+}  // namespace
+
+// The program's own functions come before the system's for the module too.
+extern "C" {
+void* __libc_malloc(std::size_t);
+void* __libc_calloc(std::size_t, std::size_t);
+void* __libc_realloc(void*, std::size_t);
+void* __libc_memalign(std::size_t, std::size_t);
+void __libc_free(void*);
+
+void* malloc(std::size_t n)
+{
+    return fallisce(Guasto::memoria) ? nullptr : conta(__libc_malloc(n));
+}
+
+void* calloc(std::size_t n, std::size_t m)
+{
+    return fallisce(Guasto::memoria) ? nullptr : conta(__libc_calloc(n, m));
+}
+
+void* realloc(void* p, std::size_t n)
+{
+    if (fallisce(Guasto::memoria))
+        return nullptr;
+    void* q = __libc_realloc(p, n);
+    return p == nullptr ? conta(q) : q;
+}
+
+void* memalign(std::size_t a, std::size_t n)
+{
+    return fallisce(Guasto::memoria) ? nullptr : conta(__libc_memalign(a, n));
+}
+
+void* aligned_alloc(std::size_t a, std::size_t n)
+{
+    return memalign(a, n);
+}
+
+int posix_memalign(void** p, std::size_t a, std::size_t n)
+{
+    *p = memalign(a, n);
+    return *p == nullptr ? ENOMEM : 0;
+}
+
+void free(void* p)
+{
+    if (p != nullptr)
+        --gBlocchi;
+    __libc_free(p);
+}
+
+void* mmap(void* dove, std::size_t n, int protezione, int modo, int file, off_t da)
+{
+    if ((modo & MAP_ANONYMOUS) != 0 && fallisce(Guasto::memoria)) {
+        errno = ENOMEM;
+        return MAP_FAILED;
+    }
+    const long p = syscall(SYS_mmap, dove, n, protezione, modo, file, da);
+    if (p != -1 && (modo & MAP_ANONYMOUS) != 0)
+        gMappati += static_cast<long>(n);
+    return reinterpret_cast<void*>(p);
+}
+
+int munmap(void* p, std::size_t n)
+{
+    gMappati -= static_cast<long>(n);
+    return static_cast<int>(syscall(SYS_munmap, p, n));
+}
+
+int pthread_create(pthread_t* t, const pthread_attr_t* a, void* (*f)(void*), void* x)
+{
+    static const auto vera =
+        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    if (fallisce(Guasto::thread))
+        return EAGAIN;
+    ++gThreadVivi;
+    return vera(t, a, f, x);
+}
+
+int pthread_join(pthread_t t, void** r)
+{
+    static const auto vera =
+        reinterpret_cast<decltype(&pthread_join)>(dlsym(RTLD_NEXT, "pthread_join"));
+    const int esito = vera(t, r);
+    --gThreadVivi;
+    return esito;
+}
+
+// What std::thread::hardware_concurrency asks.
+int get_nprocs()
+{
+    return static_cast<int>(gProcessori);
+}
+}
+
+namespace {
+
+using namespace varno;
+
+OfxPlugin* gPlugin;
+
+constexpr const char* EFFETTI[] = {"enhance", "pelle", "halation", "bloom", "streak",   "promist",
+                                   "stella",  "mistw", "glimmer",  "ca",    "vignetta", "grana"};
+
+// Everything that a child uses is made before the fork, so that only the plug-in allocates.
+struct Scena {
+    explicit Scena(const char* n) : nome(n) {}
+    const char* nome;
+    ospite::Istanza prima;  // a frame of these settings was made already
+    ospite::Istanza dopo;   // the action that is disturbed has these
+    bool cambia_look = false;
+    bool descrive = false;
+};
+
+ospite::Quadro gSorgente(48, 40);
+ospite::Quadro gUscita(48, 40);
+
+std::uint64_t quadro(ospite::Istanza& i)
+{
+    if (ospite::rendi(gPlugin, i, 7.0, gSorgente, gUscita) != 0)
+        std::_Exit(20);
+    return ospite::somma(gUscita);
+}
+
+void agisci(Scena& s)
+{
+    if (s.descrive) {
+        if (!ospite::descrivi(gPlugin))
+            std::_Exit(21);
+    } else if (s.cambia_look) {
+        if (ospite::cambiato(gPlugin, s.dopo, "look") != 0)
+            std::_Exit(22);
+    } else {
+        quadro(s.dopo);
+    }
+}
+
+void figlio(Scena& s, Guasto genere, long quale, bool inverso)
+{
+    Esito& e = *gEsito;
+    alarm(60);  // a lock that stays held
+    gContatore = 0;
+    gQuale = quale;
+    s.dopo.prese = s.dopo.rilasciate = 0;
+    gGuasto = genere;
+    try {
+        agisci(s);
+        gGuasto = Guasto::nessuno;
+    } catch (const std::bad_alloc&) {
+        gGuasto = Guasto::nessuno;
+        e.eccezione = true;
+        e.giusta = genere == Guasto::memoria;
+    } catch (const std::system_error&) {
+        gGuasto = Guasto::nessuno;
+        e.eccezione = true;
+        e.giusta = genere == Guasto::thread;
+    }
+    e.quante = gContatore;
+    e.rilasciate = s.dopo.rilasciate;
+    if (s.cambia_look || s.descrive)
+        agisci(s);
+    for (const int giro : {0, 1})
+        ((giro == 1) == inverso ? e.dopo : e.prima) =
+            quadro((giro == 1) == inverso ? s.dopo : s.prima);
+    // Table and mask are those of the same settings in every child now.
+    quadro(s.prima);
+    e.halation = s.dopo.parametri[ospite::parametro("halation")].v;
+    e.blocchi = gBlocchi;
+    e.mappati = gMappati;
+    e.finito = true;
+    std::_Exit(0);
+}
+
+// Runs a child; its exit status as waitpid tells it.
+int manda(Scena& s, Guasto genere, long quale, bool inverso)
+{
+    *gEsito = {};
+    std::fflush(stdout);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        std::freopen("/dev/null", "w", stderr);
+        figlio(s, genere, quale, inverso);
+    }
+    int stato = 0;
+    waitpid(pid, &stato, 0);
+    return stato;
+}
+
+int gDifetti = 0;
+
+void difetto(const Scena& s, long quale, const char* testo)
+{
+    std::printf("  %s, call %ld: %s\n", s.nome, quale, testo);
+    ++gDifetti;
+}
+
+void prova(Scena& s, Guasto genere, unsigned processori)
+{
+    gProcessori = processori;
+    manda(s, Guasto::nessuno, 0, false);
+    const Esito giusto = *gEsito;
+    manda(s, genere, 0, false);
+    const long quante = gEsito->quante;
+    if (!giusto.finito || (quante == 0 && processori > 1))
+        difetto(s, 0, "no undisturbed run");
+    long eccezioni = 0;
+    long morti = 0;
+    const long ordini = processori == 1 ? 2 : 1;  // which settings come first afterwards
+    for (long k = 0; k < quante * ordini; ++k) {
+        const long n = k / ordini + 1;
+        const int stato = manda(s, genere, n, k % 2 == 1);
+        const Esito& e = *gEsito;
+        if (WIFSIGNALED(stato)) {
+            if (WTERMSIG(stato) == SIGALRM)
+                difetto(s, n, "a lock stays held");
+            else if (WTERMSIG(stato) != SIGABRT || e.vivi_al_guasto == 0)
+                difetto(s, n, "killed");
+            ++morti;
+            continue;
+        }
+        ++eccezioni;
+        if (!e.finito)
+            difetto(s, n, "a frame failed afterwards");
+        else if (!e.eccezione || !e.giusta)
+            difetto(s, n, "no exception left mainEntry, or another one");
+        else if (e.vivi_al_guasto > 0)
+            difetto(s, n, "went on though a thread was running");
+        else if (e.rilasciate != 0)
+            difetto(s, n, "an image was released on the way out");
+        else if (e.prima != giusto.prima || e.dopo != giusto.dopo)
+            difetto(s, n, "another picture afterwards");
+        else if (e.halation != giusto.halation)
+            difetto(s, n, "another recipe afterwards");
+        else if (e.blocchi != giusto.blocchi || e.mappati != giusto.mappati)
+            difetto(s, n, "memory leaked");
+    }
+    std::printf("%-34s %u thread%s %-7s %5ld failing calls %5ld exceptions %5ld ends of process\n",
+                s.nome, processori, processori == 1 ? " " : "s",
+                genere == Guasto::memoria ? "memory" : "starts", quante, eccezioni / ordini,
+                morti / ordini);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: guasti VarnoColor.ofx\n");
+        return 2;
+    }
+    gPlugin = ospite::apri(argv[1]);
+    if (!ospite::presenta(gPlugin))
+        return 1;
+    gEsito = static_cast<Esito*>(
+        mmap(nullptr, sizeof(Esito), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    ospite::disegna(gSorgente);
+
+    const auto prepara = [](Scena& s) {
+        for (ospite::Istanza* i : {&s.prima, &s.dopo}) {
+            ospite::predefiniti(*i);
+            for (const char* nome : {"halation_on", "bloom_on", "enhance_on", "vignetta_on"})
+                ospite::imposta(*i, nome, 0);
+        }
+        ospite::imposta(s.dopo, "look", 2);
+    };
+    static Scena look("a first recipe of a look");
+    look.cambia_look = true;
+    static Scena descrizione("a description");
+    descrizione.descrive = true;
+    static Scena primo("the first frame of a process");
+    static Scena tabella("a rebuild of the table");
+    static Scena effetti("a frame with all effects");
+    for (Scena* s : {&look, &descrizione, &primo, &tabella, &effetti})
+        prepara(*s);
+    ospite::imposta(effetti.dopo, "look", 0);  // the same table
+    for (const char* nome : EFFETTI) {
+        char interruttore[32];
+        std::snprintf(interruttore, sizeof interruttore, "%s_on", nome);
+        ospite::imposta(effetti.dopo, interruttore, 1);
+    }
+
+    prova(look, Guasto::memoria, 1);
+    prova(descrizione, Guasto::memoria, 1);
+    prova(primo, Guasto::memoria, 1);
+    quadro(tabella.prima);  // from here on the process has a table
+    prova(tabella, Guasto::memoria, 1);
+    prova(effetti, Guasto::memoria, 1);
+    for (Scena* s : {&tabella, &effetti}) {
+        prova(*s, Guasto::memoria, 2);
+        prova(*s, Guasto::thread, 2);
+    }
+    prova(effetti, Guasto::thread, 3);
+    std::printf(gDifetti == 0 ? "all as it must be\n" : "%d defects\n", gDifetti);
+    return gDifetti == 0 ? 0 : 1;
+}
