@@ -2,6 +2,8 @@
 
 #include "colore/aritmetica.h"
 #include "fx/fx.h"
+#include "fx/nuclei.h"
+#include "fx/nuclei_effetti.h"
 #include "render/parallel_for.h"
 
 #include <algorithm>
@@ -149,8 +151,7 @@ void riga_linea(const Luci& luci, const std::vector<Tocco>& linea, float peso_to
                 continue;
             if (inizio >= fine)
                 std::fill(somma, somma + luci.larghezza, 0.0f);
-            for (int x = da; x < a; ++x)
-                somma[x] += tocco.peso * ridotta[x + tocco.dx];
+            gNuclei->effetti.somma_pesata(somma + da, ridotta + da + tocco.dx, a - da, tocco.peso);
             inizio = std::min(inizio, da);
             fine = std::max(fine, a);
         }

@@ -2,6 +2,8 @@
 
 #include "colore/aritmetica.h"
 #include "fx/fx.h"
+#include "fx/nuclei.h"
+#include "fx/nuclei_effetti.h"
 #include "render/parallel_for.h"
 
 #include <cmath>
@@ -70,25 +72,6 @@ std::shared_ptr<const MascheraVignetta> costruisci(int larghezza, int altezza)
     return m;
 }
 
-void riga_vignetta(float* __restrict rgb, const float* __restrict maschera, int larghezza,
-                   float quantita)
-{
-    for (int x = 0; x < larghezza; ++x) {
-        const float k = 1.0f - maschera[x] * quantita;
-        rgb[3 * x + 0] = clamp01(rgb[3 * x + 0] * k);
-        rgb[3 * x + 1] = clamp01(rgb[3 * x + 1] * k);
-        rgb[3 * x + 2] = clamp01(rgb[3 * x + 2] * k);
-    }
-}
-
-// A weight of 0 multiplies by exactly 1: only the clamp is left.
-void riga_limitata(float* rgb, int larghezza)
-{
-    const auto n = static_cast<std::size_t>(larghezza) * 3;
-    for (std::size_t i = 0; i < n; ++i)
-        rgb[i] = clamp01(rgb[i]);
-}
-
 }  // namespace
 
 std::shared_ptr<const MascheraVignetta> vignetta_mask(int larghezza, int altezza)
@@ -107,14 +90,16 @@ void applica_vignetta(const Quadro& q, float quantita)
     const auto riga = static_cast<std::size_t>(q.larghezza);
     const std::shared_ptr<const MascheraVignetta> maschera = vignetta_mask(q.larghezza, q.altezza);
     const bool finita = std::isfinite(quantita);  // 0 times an infinite amount is not-a-number
+    const NucleiEffetti& nuclei = gNuclei->effetti;
+    // A weight of 0 multiplies by exactly 1: in the middle only the clamp is left.
     parallel_for(static_cast<std::uint64_t>(q.altezza), [&](std::uint64_t y) {
         float* rgb = &q.img[y * riga * 3];
         const float* valori = &maschera->valori[y * riga];
         const auto [inizio, fine] =
             finita ? maschera->centro[y] : MascheraVignetta::Centro{q.larghezza, q.larghezza};
-        riga_vignetta(rgb, valori, inizio, quantita);
-        riga_limitata(rgb + std::size_t{3} * inizio, fine - inizio);
-        riga_vignetta(rgb + std::size_t{3} * fine, valori + fine, q.larghezza - fine, quantita);
+        nuclei.vignetta(rgb, valori, inizio, quantita);
+        nuclei.limita(rgb + std::size_t{3} * inizio, std::ptrdiff_t{3} * (fine - inizio));
+        nuclei.vignetta(rgb + std::size_t{3} * fine, valori + fine, q.larghezza - fine, quantita);
     });
 }
 
