@@ -70,6 +70,14 @@ std::vector<unsigned> numeri_di_thread()
     return numeri;
 }
 
+#if defined(__clang__)
+constexpr const char* COMPILATORE = "Clang " __clang_version__;
+#elif defined(__GNUC__)
+constexpr const char* COMPILATORE = "GCC " __VERSION__;
+#else
+constexpr const char* COMPILATORE = "unknown compiler";
+#endif
+
 std::string processore()
 {
     std::ifstream file("/proc/cpuinfo");
@@ -325,8 +333,8 @@ int main(int argc, char** argv)
                         banco.lut.dati.begin() +
                             std::size_t{3} * PUNTI_TABELLA * PUNTI_TABELLA * PUNTI_TABELLA);
 
-    std::printf("%s, %u hardware threads; GCC %s; kernels: %s; medians of %d rounds.\n\n",
-                processore().c_str(), thread_macchina(), __VERSION__, gNuclei->nome, banco.giri);
+    std::printf("%s, %u hardware threads; %s; kernels: %s; medians of %d rounds.\n\n",
+                processore().c_str(), thread_macchina(), COMPILATORE, gNuclei->nome, banco.giri);
     memoria(banco, UHD);
     tabella_confronto(banco, {HD, UHD});
     tabella_limiti(banco, UHD);

@@ -30,6 +30,16 @@ int riduzione_di(int lato_max)
     return lato_max < 3840 ? lato_max / 960 : 4;
 }
 
+// The lens and the film come last and do without the luminance plane.
+bool legge_luma(const FxRicetta& r)
+{
+    for (const float quantita : {r.enhance, r.pelle, r.halation, r.bloom, r.streak, r.promist,
+                                 r.stella, r.mistw, r.glimmer})
+        if (quantita > 0.0f)
+            return true;
+    return false;
+}
+
 // The product stays in 64-bit float: lround takes halves away from zero.
 int frazione(double parte, int lato)
 {
@@ -67,9 +77,11 @@ void applica_fx(Immagine& img, int larghezza, int altezza, const FxRicetta& rice
 {
     const std::size_t pixel =
         static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza);
-    Piano luma = piano_di_lavoro(pixel, img.arena);
+    const bool con_luma = legge_luma(ricetta);
+    Piano luma = piano_di_lavoro(con_luma ? pixel : 0, img.arena);
     const Quadro q = quadro_di(img, luma, larghezza, altezza);
-    aggiorna_luma(q);
+    if (con_luma)
+        aggiorna_luma(q);
 
     // An effect is on when its amount is above 0: not-a-number leaves it off.
     if (ricetta.enhance > 0.0f)
