@@ -106,40 +106,42 @@ Luci luci_di(const Quadro& q)
     return luci;
 }
 
-// One sample of a line, seen from its source.
-struct Tocco {
-    int dx;
-    int dy;
-    float peso;
+// One line through a source: its taps from end to end, seen from the pixel that they reach.
+struct Linea {
+    struct Tocco {
+        int dx;
+        int dy;
+        float peso;
+    };
+    std::vector<Tocco> tocchi;
+    float peso_totale = 0.0f;
 };
 
-// Ascending from one end to the other; returns the sum of the weights.
-float traccia_linea(std::vector<Tocco>& linea, int mezza_lunghezza, float angolo)
+Linea linea_di(int mezza_lunghezza, float angolo)
 {
     const float seno = std::sin(angolo);
     const float coseno = std::cos(angolo);
-    float peso_totale = 0.0f;
-    linea.clear();
+    Linea linea;
     for (int k = -mezza_lunghezza; k <= mezza_lunghezza; ++k) {
         const auto passo = static_cast<float>(k);
         const float peso =
             1.0f - static_cast<float>(std::abs(k)) / static_cast<float>(mezza_lunghezza + 1);
-        linea.push_back({static_cast<int>(std::lround(passo * coseno)),
-                         static_cast<int>(std::lround(passo * seno)), peso});
-        peso_totale += peso;
+        linea.tocchi.push_back({static_cast<int>(std::lround(passo * coseno)),
+                                static_cast<int>(std::lround(passo * seno)), peso});
+        linea.peso_totale += peso;
     }
-    return peso_totale;
+    return linea;
 }
 
 // Adds to a row what one line brings to it, each pixel's taps in the line's order. Where the taps
-// are 0 they are left out: they would not change a sum that is never below 0.
-void riga_linea(const Luci& luci, const std::vector<Tocco>& linea, float peso_totale, int y,
-                float* __restrict somma, float* __restrict accumulo)
+// are 0 they are left out: they would not change a sum that is never below 0. somma is a row of
+// zeros, before and after.
+void riga_linea(const Luci& luci, const Linea& linea, int y, float* somma, float* accumulo)
 {
     const auto riga = static_cast<std::size_t>(luci.larghezza);
     int inizio = luci.larghezza;  // the part of the row that got something
     int fine = 0;
-    for (const Tocco& tocco : linea) {
+    for (const Linea::Tocco& tocco : linea.tocchi) {
         const int sorgente = y + tocco.dy;
         if (sorgente < 0 || sorgente >= luci.altezza)
             continue;
@@ -149,36 +151,38 @@ void riga_linea(const Luci& luci, const std::vector<Tocco>& linea, float peso_to
             const int a = std::min(luci.larghezza, luci.tratti[t].fine - tocco.dx);
             if (da >= a)
                 continue;
-            if (inizio >= fine)
-                std::fill(somma, somma + luci.larghezza, 0.0f);
             gNuclei->effetti.somma_pesata(somma + da, ridotta + da + tocco.dx, a - da, tocco.peso);
             inizio = std::min(inizio, da);
             fine = std::max(fine, a);
         }
     }
-    for (int x = inizio; x < fine; ++x)
-        accumulo[x] += somma[x] / peso_totale;
+    for (int x = inizio; x < fine; ++x) {
+        accumulo[x] += somma[x] / linea.peso_totale;
+        somma[x] = 0.0f;
+    }
 }
 
-Piano traccia_raggi(const Luci& luci, const Raggiera& raggiera, int mezza_lunghezza, Arena* arena)
+// The sum of all rays, on the reduced copy.
+Piano raggi_di(const Luci& luci, const Raggiera& raggiera, int mezza_lunghezza, Arena* arena)
 {
+    std::vector<Linea> linee;
+    for (int d = 0; d < raggiera.direzioni; ++d)
+        linee.push_back(linea_di(mezza_lunghezza, static_cast<float>(d) * PI /
+                                                          static_cast<float>(raggiera.direzioni) +
+                                                      raggiera.angolo0));
+
     const auto riga = static_cast<std::size_t>(luci.larghezza);
     const auto righe = static_cast<std::size_t>(luci.altezza);
     Piano accumulo = piano_di_lavoro(riga * righe, arena);
-    Piano somma = piano_di_lavoro(riga * righe, arena);
+    Piano somme = piano_di_lavoro(riga * righe, arena);
     std::fill(accumulo.begin(), accumulo.end(), 0.0f);
+    std::fill(somme.begin(), somme.end(), 0.0f);
     if (luci.tratti.empty())
         return accumulo;
-    std::vector<Tocco> linea;
-    for (int d = 0; d < raggiera.direzioni; ++d) {
-        const float angolo =
-            static_cast<float>(d) * PI / static_cast<float>(raggiera.direzioni) + raggiera.angolo0;
-        const float peso_totale = traccia_linea(linea, mezza_lunghezza, angolo);
-        parallel_for(righe, [&](std::uint64_t y) {
-            riga_linea(luci, linea, peso_totale, static_cast<int>(y), &somma[y * riga],
-                       &accumulo[y * riga]);
-        });
-    }
+    parallel_for(righe, [&](std::uint64_t y) {
+        for (const Linea& linea : linee)
+            riga_linea(luci, linea, static_cast<int>(y), &somme[y * riga], &accumulo[y * riga]);
+    });
     return accumulo;
 }
 
@@ -218,7 +222,7 @@ void applica_stella(const Quadro& q, float quantita, int punte)
     const Luci luci = luci_di(q);
     const int mezza_lunghezza =
         std::max(MINIMA, static_cast<int>(std::lround(q.larghezza * LUNGHEZZA / q.riduzione)));
-    const Piano accumulo = traccia_raggi(luci, raggiera_di(punte), mezza_lunghezza, q.img.arena);
+    const Piano accumulo = raggi_di(luci, raggiera_di(punte), mezza_lunghezza, q.img.arena);
     parallel_for(static_cast<std::uint64_t>(q.altezza), [&](std::uint64_t y) {
         riga_composito(q, luci, accumulo, static_cast<int>(y), quantita);
     });
