@@ -1,0 +1,184 @@
+#include "colore/colore.h"
+#include "looks/catalogo.h"
+#include "render/lut3d.h"
+#include "thread_finti.h"
+
+#include <doctest/doctest.h>
+
+#include <cstring>
+#include <limits>
+#include <new>
+#include <thread>
+
+using namespace varno;
+
+namespace {
+
+const std::vector<LookDef>& looks()
+{
+    static const std::vector<LookDef> elenco = catalogo();
+    return elenco;
+}
+
+Contesto contesto_di(int look, float forza, float ev, int profilo)
+{
+    const LookDef& l = looks()[static_cast<std::size_t>(look)];
+    Contesto c;
+    c.look = &l;
+    c.curva_look = normalizza_curva(l.spalla, l.bianco, l.contrasto, l.gamma);
+    c.forza = forza;
+    c.ev = ev;
+    c.guadagno = {1.05f, 0.98f, 0.95f};
+    c.curva_neutra = normalizza_curva(0.9f, 18.0f, 1.0f, 1.0f);
+    c.profilo = profilo;
+    return c;
+}
+
+// Samples that differ from applica_colore at their grid point, in any bit.
+int diversi(const Lut3D& lut, const Contesto& ctx)
+{
+    const float passo = 1.0f / static_cast<float>(lut.N - 1);
+    const float* campione = lut.dati.data();
+    int n = 0;
+    for (int B = 0; B < lut.N; ++B)
+        for (int G = 0; G < lut.N; ++G)
+            for (int R = 0; R < lut.N; ++R, campione += 3) {
+                const RGB c =
+                    applica_colore({static_cast<float>(R) * passo, static_cast<float>(G) * passo,
+                                    static_cast<float>(B) * passo},
+                                   ctx);
+                n += std::memcmp(campione, &c, sizeof c) != 0;
+            }
+    return n;
+}
+
+// The shared table as at load, before and after.
+struct TabellaNuova {
+    TabellaNuova() { azzera(); }
+    ~TabellaNuova() { azzera(); }
+    TabellaNuova(const TabellaNuova&) = delete;
+    TabellaNuova& operator=(const TabellaNuova&) = delete;
+
+    static void azzera()
+    {
+        gLut.lut.reset();
+        gLut.chiave = {};
+    }
+};
+
+}  // namespace
+
+TEST_CASE("table: every grid point holds applica_colore's bits")
+{
+    constexpr float NAN_F = std::numeric_limits<float>::quiet_NaN();
+    struct Caso {
+        int look, n;
+        float forza, ev;
+        int profilo;
+    };
+    // 100 points make a row longer than a batch, 81 is what renders use; row 30 clamps nothing,
+    // the log rows most of their top half.
+    // clang-format off
+    constexpr Caso casi[] = {
+        { 1, 81, 1.0f,   0.0f,  0},
+        { 9, 81, 0.5f,   0.3f, 11},
+        { 0, 17, 1.0f,   2.0f,  0},  { 2, 17, 0.5f, -1.0f,  2},  { 3, 17, 0.0f,  0.0f, 30},
+        { 4, 17, 1.0f,   0.0f, 30},  { 5, 17, 1.0f,  0.0f,  0},  { 8, 17, 0.7f,  1.0f,  7},
+        {10, 17, NAN_F,  0.0f,  0},  {11, 17, 1.0f,  NAN_F, 5},  { 6, 17, 1.0f,  1e30f, 0},
+        { 7,  2, 1.0f,   0.0f,  1},  { 1, 16, 1.0f, -1e30f, 0},
+    };
+    // clang-format on
+    for (const Caso& caso : casi) {
+        CAPTURE(looks()[static_cast<std::size_t>(caso.look)].nome);
+        CAPTURE(caso.n);
+        const Contesto ctx = contesto_di(caso.look, caso.forza, caso.ev, caso.profilo);
+        for (const unsigned thread : {1u, 3u}) {
+            const ThreadFinti finti(thread);
+            Lut3D lut;
+            lut.costruisci(ctx, caso.n);
+            REQUIRE(lut.N == caso.n);
+            REQUIRE(lut.dati.size() == static_cast<std::size_t>(caso.n * caso.n * caso.n * 3));
+            CHECK(diversi(lut, ctx) == 0);
+        }
+    }
+}
+
+TEST_CASE("table: a row longer than a batch is one row")
+{
+    const Contesto ctx = contesto_di(2, 0.5f, 0.0f, 0);
+    Lut3D lut;
+    lut.costruisci(ctx, 100);
+    const float passo = 1.0f / 99.0f;
+    for (int R = 0; R < 100; ++R) {
+        const RGB c =
+            applica_colore({static_cast<float>(R) * passo, 3.0f * passo, 7.0f * passo}, ctx);
+        CHECK(std::memcmp(&lut.dati[static_cast<std::size_t>(((7 * 100 + 3) * 100 + R) * 3)], &c,
+                          sizeof c) == 0);
+    }
+}
+
+TEST_CASE("table: shared while all settings are equal, rebuilt when one differs")
+{
+    const TabellaNuova nuova;
+    const Contesto ctx = contesto_di(0, 1.0f, 0.0f, 0);
+    const Chiave inizio = {0, 0, 1.0, 0.0, 0.0, 0.0};
+    std::shared_ptr<const Lut3D> tavola = aggiorna_tabella(ctx, inizio);
+    CHECK(tavola->N == 81);
+    CHECK(aggiorna_tabella(ctx, inizio) == tavola);
+
+    const Chiave altre[] = {
+        {1, 0, 1.0, 0.0, 0.0, 0.0},
+        {1, 2, 1.0, 0.0, 0.0, 0.0},
+        {1, 2, 0.9999999999999999, 0.0, 0.0, 0.0},  // the last bit of a double counts
+        {1, 2, 0.9999999999999999, 0.1, 0.0, 0.0},
+        {1, 2, 0.9999999999999999, 0.1, 0.2, 0.0},
+        {1, 2, 0.9999999999999999, 0.1, 0.2, 0.3},
+    };
+    for (const Chiave& k : altre) {
+        const std::shared_ptr<const Lut3D> prima = tavola;
+        tavola = aggiorna_tabella(ctx, k);
+        CHECK(tavola != prima);
+        CHECK(aggiorna_tabella(ctx, k) == tavola);
+    }
+    const Chiave mai = {0, 0, std::numeric_limits<double>::quiet_NaN(), 0.0, 0.0, 0.0};
+    tavola = aggiorna_tabella(ctx, mai);
+    CHECK(aggiorna_tabella(ctx, mai) != tavola);
+}
+
+TEST_CASE("table: a failing rebuild leaves the table and the key as they were")
+{
+    const TabellaNuova nuova;
+    const Contesto ctx = contesto_di(0, 1.0f, 0.0f, 0);
+    const Chiave prima = {0, 0, 1.0, 0.0, 0.0, 0.0};
+    const Chiave dopo = {0, 0, 0.5, 0.0, 0.0, 0.0};
+    const std::shared_ptr<const Lut3D> tavola = aggiorna_tabella(ctx, prima);
+    {
+        const ThreadFinti ripristina(1);
+        gThreadHardware = []() -> unsigned { throw std::bad_alloc(); };
+        CHECK_THROWS_AS(aggiorna_tabella(ctx, dopo), std::bad_alloc);
+        CHECK(aggiorna_tabella(ctx, prima) == tavola);  // no rebuild, or it would throw
+    }
+    CHECK(aggiorna_tabella(ctx, dopo) != tavola);
+    CHECK(diversi(*tavola, ctx) == 0);
+}
+
+TEST_CASE("table: two renders at once each get the one of their own settings")
+{
+    const TabellaNuova nuova;
+    const Contesto contesti[] = {contesto_di(1, 1.0f, 0.0f, 0), contesto_di(5, 1.0f, 0.0f, 0)};
+    int sbagliati[2] = {};
+    const auto rendi = [&](int k) {
+        const Chiave chiave = {k, 0, 1.0, 0.0, 0.0, 0.0};
+        const RGB atteso = applica_colore({1.0f, 1.0f, 1.0f}, contesti[k]);
+        for (int giro = 0; giro < 4; ++giro) {
+            const std::shared_ptr<const Lut3D> lut = aggiorna_tabella(contesti[k], chiave);
+            const float* ultimo = lut->dati.end() - 3;
+            sbagliati[k] += std::memcmp(ultimo, &atteso, sizeof atteso) != 0;
+        }
+    };
+    std::thread altro(rendi, 1);
+    rendi(0);
+    altro.join();
+    CHECK(sbagliati[0] == 0);
+    CHECK(sbagliati[1] == 0);
+}
