@@ -7,6 +7,7 @@
 #include "fx/nuclei.h"
 #include "fx/vignetta.h"
 #include "render/parallel_for.h"
+#include "test/semplici_colore.h"
 
 #include <algorithm>
 #include <chrono>
@@ -165,10 +166,10 @@ void tabella_semplice(std::vector<float>& tavola, const Contesto& c)
     for (int b = 0; b < n; ++b)
         for (int g = 0; g < n; ++g)
             for (int r = 0; r < n; ++r, i += 3) {
-                const RGB v =
-                    applica_colore({static_cast<float>(r) * passo, static_cast<float>(g) * passo,
-                                    static_cast<float>(b) * passo},
-                                   c);
+                const RGB v = semplici::applica_colore({static_cast<float>(r) * passo,
+                                                        static_cast<float>(g) * passo,
+                                                        static_cast<float>(b) * passo},
+                                                       c);
                 tavola[i] = v.r;
                 tavola[i + 1] = v.g;
                 tavola[i + 2] = v.b;
