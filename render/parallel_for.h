@@ -8,7 +8,7 @@
 namespace varno {
 
 /// How many hardware threads parallel_for counts on; asked anew on each call. Points to the
-/// standard library's count; tests may put another function here while nothing runs.
+/// system's count; tests may put another function here while nothing runs.
 extern unsigned (*gThreadHardware)();
 
 /// Runs body(begin, end) over contiguous chunks of 0..count on short-lived threads, all joined
