@@ -8,6 +8,7 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -152,10 +153,13 @@ int pthread_join(pthread_t t, void** r)
     return esito;
 }
 
-// What std::thread::hardware_concurrency asks.
-int get_nprocs()
+// What the module asks for the number of processors.
+int sched_getaffinity(pid_t, std::size_t n, cpu_set_t* processori)
 {
-    return static_cast<int>(gProcessori);
+    std::memset(processori, 0, n);
+    for (unsigned i = 0; i < gProcessori; ++i)
+        CPU_SET(i, processori);
+    return 0;
 }
 }
 

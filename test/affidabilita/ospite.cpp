@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 namespace varno::ospite {
 namespace {
@@ -405,6 +406,44 @@ bool e_numero(int indice)
     return gDescrizione.parametri[indice].numero;
 }
 
+namespace {
+
+bool e_effetto(const char* nome)
+{
+    for (const char* grado : {"formato", "cs_sony3", "cs_sony2", "cs_canon", "cs_apple", "look",
+                              "forza", "ev", "temp", "tinta"})
+        if (e(nome, grado))
+            return false;
+    return true;
+}
+
+void sorteggia(Istanza& i, unsigned seme, bool effetti)
+{
+    Caso caso{seme * 2654435761u + 97u};
+    for (int n = 0; n < gDescrizione.quanti; ++n) {
+        if (e_effetto(nome_parametro(n)) != effetti)
+            continue;
+        double minimo = 0.0;
+        double massimo = 0.0;
+        intervallo(n, minimo, massimo);
+        imposta(i, n,
+                e_numero(n) ? minimo + (massimo - minimo) * static_cast<double>(caso.uno())
+                            : caso.fino_a(static_cast<unsigned>(massimo)));
+    }
+}
+
+}  // namespace
+
+void sorteggia_grado(Istanza& i, unsigned seme)
+{
+    sorteggia(i, seme, false);
+}
+
+void sorteggia_effetti(Istanza& i, unsigned seme)
+{
+    sorteggia(i, seme, true);
+}
+
 void imposta(Istanza& i, int indice, double valore)
 {
     OfxParamStruct& p = i.parametri[indice];
@@ -446,6 +485,22 @@ int rendi(OfxPlugin* p, Istanza& i, double tempo, const int (&finestra)[4])
     return p->mainEntry("OfxImageEffectActionRender", &i, &argomenti, nullptr);
 }
 
+std::uint32_t Caso::prossimo()
+{
+    stato = stato * 1664525u + 1013904223u;
+    return stato;
+}
+
+unsigned Caso::fino_a(unsigned massimo)
+{
+    return (prossimo() >> 8) % (massimo + 1);
+}
+
+float Caso::uno()
+{
+    return static_cast<float>(prossimo() >> 8) * 0x1p-24f;
+}
+
 Quadro::Quadro(int l, int a)
     : larghezza(l), altezza(a), rgba(static_cast<std::size_t>(l) * static_cast<std::size_t>(a) * 4)
 {
@@ -458,11 +513,8 @@ Immagine immagine(Quadro& q)
 
 void disegna(Quadro& q, unsigned seme)
 {
-    std::uint32_t caso = 12345u + seme * 2654435761u;
-    const auto rumore = [&caso] {
-        caso = caso * 1664525u + 1013904223u;
-        return static_cast<float>(caso >> 8) * 0x1p-24f;
-    };
+    Caso caso{12345u + seme * 2654435761u};
+    const auto rumore = [&caso] { return caso.uno(); };
     for (int y = 0; y < q.altezza; ++y)
         for (int x = 0; x < q.larghezza; ++x) {
             float* p = &q.rgba[4 * (static_cast<std::size_t>(y) * q.larghezza + x)];

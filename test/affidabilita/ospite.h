@@ -74,6 +74,11 @@ int parametro(const char* nome);
 void intervallo(int indice, double& minimo, double& massimo);
 bool e_numero(int indice);
 
+/// Settings from a seed, each within its range: those of the table (grade) and those of the
+/// effects.
+void sorteggia_grado(Istanza& i, unsigned seme);
+void sorteggia_effetti(Istanza& i, unsigned seme);
+
 void imposta(Istanza& i, const char* nome, double valore);
 void imposta(Istanza& i, int indice, double valore);
 
@@ -95,6 +100,14 @@ struct Quadro {
     std::vector<float> rgba;
 };
 Immagine immagine(Quadro& q);
+
+/// Numbers that are the same on every machine.
+struct Caso {
+    std::uint32_t stato;
+    std::uint32_t prossimo();
+    unsigned fino_a(unsigned massimo);  // 0 .. massimo
+    float uno();                        // 0 .. 1
+};
 
 /// A picture of smooth gradients, lamps far above white, fine texture and a few odd values, the
 /// same on every machine.
