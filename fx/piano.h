@@ -4,7 +4,7 @@
 
 namespace varno {
 
-/// The memory of one frame: blocks taken from the system once and handed from one plane to the
+/// The memory of one frame: blocks taken from the system on demand and handed from one plane to the
 /// next, given back all together at its end. Belongs to one render; not for several threads.
 /// It must outlive the planes taken from it.
 struct Arena {
@@ -12,7 +12,7 @@ struct Arena {
 
     struct Blocco {
         float* dati = nullptr;
-        std::size_t capienza = 0;  // floats
+        std::size_t byte = 0;
         bool in_uso = false;
     };
     Blocco blocchi[MASSIMO];
@@ -25,8 +25,9 @@ struct Arena {
 };
 
 /// The project's one growable array of floats: a plane of one float a pixel, or a working image of
-/// three. Moves, does not copy silently. Memory comes zeroed from the system as untouched pages.
-/// A size that cannot be had throws std::bad_alloc.
+/// three. Moves, does not copy silently. Zeroes come from the system as untouched pages. Behind the
+/// last float lie four more that may be read, not written. A size that cannot be had throws
+/// std::bad_alloc.
 struct Piano {
     Piano() noexcept = default;
     /// n floats, all 0.
