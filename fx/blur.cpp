@@ -1,6 +1,8 @@
 #include "fx/blur.h"
 
+#include "fx/fx.h"
 #include "fx/nuclei.h"
+#include "fx/nuclei_aloni.h"
 #include "fx/nuclei_blur.h"
 #include "render/parallel_for.h"
 
@@ -12,78 +14,187 @@
 namespace varno {
 namespace {
 
-void passata_orizzontale(const Piano& da, Piano& a, int larghezza, int altezza, int raggio)
+constexpr int PASSATE = 3;  // of the blurs on a copy
+
+// Rows that are masked, reduced and blurred together while the cache holds them: as many as a
+// kernel takes in lockstep.
+constexpr std::ptrdiff_t GRUPPO = 8;
+
+// What a reduced copy is made from.
+struct Sorgente {
+    const float* rgb;  // null where only luma is read
+    const float* luma;
+    int larghezza;
+    int altezza;
+    Arena* arena;
+};
+
+std::size_t campioni(int larghezza, int altezza)
 {
-    const auto riga = static_cast<std::size_t>(larghezza);
+    return static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza);
+}
+
+// righe rows in all, of one plane or of several.
+void passata_orizzontale(const float* da, float* a, int larghezza, std::ptrdiff_t righe, int raggio)
+{
     parallel_for_blocchi(
-        static_cast<std::uint64_t>(altezza), [&](std::uint64_t inizio, std::uint64_t fine) {
-            gNuclei->blur.orizzontale(&da[inizio * riga], &a[inizio * riga], larghezza,
+        static_cast<std::uint64_t>(righe), [=](std::uint64_t inizio, std::uint64_t fine) {
+            const std::ptrdiff_t i = static_cast<std::ptrdiff_t>(inizio) * larghezza;
+            gNuclei->blur.orizzontale(da + i, a + i, larghezza,
                                       static_cast<std::ptrdiff_t>(fine - inizio), raggio);
         });
 }
 
-void passata_verticale(const Piano& da, Piano& a, Piano& somme, int larghezza, int altezza,
-                       int raggio)
+// The threads share out the columns of all planes together. somme: one row of each plane.
+void passata_verticale(const float* da, float* a, float* somme, int larghezza, int altezza,
+                       int piani, int raggio)
 {
-    parallel_for_blocchi(static_cast<std::uint64_t>(larghezza),
-                         [&](std::uint64_t inizio, std::uint64_t fine) {
-                             gNuclei->blur.verticale(da.data(), a.data(), somme.data(), larghezza,
-                                                     altezza, static_cast<std::ptrdiff_t>(inizio),
-                                                     static_cast<std::ptrdiff_t>(fine), raggio);
-                         });
+    const std::ptrdiff_t W = larghezza;
+    parallel_for_blocchi(static_cast<std::uint64_t>(W * piani), [=](std::uint64_t inizio,
+                                                                    std::uint64_t fine) {
+        for (std::ptrdiff_t p = 0; p < piani; ++p) {
+            const auto x0 = static_cast<std::ptrdiff_t>(inizio) - p * W;
+            const auto x1 = static_cast<std::ptrdiff_t>(fine) - p * W;
+            const std::ptrdiff_t piano = p * W * altezza;
+            if (x0 < W && x1 > 0)
+                gNuclei->blur.verticale(da + piano, a + piano, somme + p * W, W, altezza,
+                                        std::max<std::ptrdiff_t>(x0, 0), std::min(x1, W), raggio);
+        }
+    });
 }
 
-struct Copia {
-    Piano piano;
-    int larghezza;
-    int altezza;
-};
-
-// Means of whole blocks; what does not fill a block at the right and bottom edge is not read.
-Copia riduci(const Piano& piano, int larghezza, int altezza, int riduzione)
+RigaDaRidurre riga_da_ridurre(const Sorgente& s, Alone& alone, int piani, std::ptrdiff_t Y)
 {
-    Copia c{{}, std::max(1, larghezza / riduzione), std::max(1, altezza / riduzione)};
-    c.piano = Piano(static_cast<std::size_t>(c.larghezza) * static_cast<std::size_t>(c.altezza));
-    parallel_for(static_cast<std::uint64_t>(c.altezza), [&](std::uint64_t Y) {
-        for (int X = 0; X < c.larghezza; ++X) {
-            float somma = 0.0f;
-            int quanti = 0;
-            for (int dy = 0; dy < riduzione; ++dy)
-                for (int dx = 0; dx < riduzione; ++dx) {
-                    const std::int64_t y = static_cast<std::int64_t>(Y) * riduzione + dy;
-                    const std::int64_t x = std::int64_t{X} * riduzione + dx;
-                    if (y < altezza && x < larghezza) {
-                        somma += piano[static_cast<std::size_t>(y * larghezza + x)];
-                        ++quanti;
+    const std::ptrdiff_t y = Y * alone.riduzione;
+    RigaDaRidurre r = {};
+    r.rgb = s.rgb == nullptr ? nullptr : s.rgb + y * s.larghezza * 3;
+    r.luma = s.luma + y * s.larghezza;
+    r.larghezza = s.larghezza;
+    r.righe = std::min<std::ptrdiff_t>(alone.riduzione, s.altezza - y);
+    r.riduzione = alone.riduzione;
+    r.ridotta = alone.larghezza;
+    for (int p = 0; p < piani; ++p)
+        r.uscita[p] =
+            alone.piani.data() + (std::ptrdiff_t{p} * alone.altezza + Y) * alone.larghezza;
+    return r;
+}
+
+// One sweep over the source: each group of rows is masked, reduced into alone and blurred passate
+// times along its length, with the last result in altro.
+void riduci(const Sorgente& s, const NucleiAlone& nuclei, Alone& alone, Piano& altro, int raggio,
+            int passate)
+{
+    const std::ptrdiff_t W = alone.larghezza;
+    parallel_for_blocchi(
+        static_cast<std::uint64_t>(alone.altezza), [&](std::uint64_t inizio, std::uint64_t fine) {
+            const auto prima = static_cast<std::ptrdiff_t>(inizio);
+            const auto dopo = static_cast<std::ptrdiff_t>(fine);
+            for (std::ptrdiff_t Y = prima; Y < dopo; Y += GRUPPO) {
+                // The last group is filled up with rows that are done: they come out the same.
+                const std::ptrdiff_t da = Y + GRUPPO <= dopo ? Y : std::max(prima, dopo - GRUPPO);
+                const std::ptrdiff_t a = std::min(da + GRUPPO, dopo);
+                for (std::ptrdiff_t i = da; i < a; ++i)
+                    nuclei.maschera(riga_da_ridurre(s, alone, nuclei.piani, i));
+                for (std::ptrdiff_t p = 0; p < nuclei.piani; ++p) {
+                    float* letto = alone.piani.data() + (p * alone.altezza + da) * W;
+                    float* scritto = altro.data() + (p * alone.altezza + da) * W;
+                    for (int i = 0; i < passate; ++i) {
+                        gNuclei->blur.orizzontale(letto, scritto, W, a - da, raggio);
+                        std::swap(letto, scritto);
                     }
                 }
-            c.piano[Y * c.larghezza + X] = somma / static_cast<float>(std::max(1, quanti));
-        }
-    });
-    return c;
+            }
+        });
 }
 
-// Not centred: sample k of the copy lies at k * riduzione.
-void ingrandisci(const Copia& c, Piano& piano, int larghezza, int altezza, int riduzione)
+Alone copia_vuota(const Sorgente& s, const NucleiAlone& nuclei, int riduzione)
 {
-    const auto r = static_cast<float>(riduzione);
-    parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
-        const float fy = static_cast<float>(static_cast<int>(y)) / r;
-        const int y0 = std::min(c.altezza - 1, static_cast<int>(fy));
-        const int y1 = std::min(c.altezza - 1, y0 + 1);
-        const float ty = fy - static_cast<float>(y0);
-        const float* sopra = &c.piano[static_cast<std::size_t>(y0) * c.larghezza];
-        const float* sotto = &c.piano[static_cast<std::size_t>(y1) * c.larghezza];
-        float* uscita = &piano[y * static_cast<std::size_t>(larghezza)];
-        for (int x = 0; x < larghezza; ++x) {
-            const float fx = static_cast<float>(x) / r;
-            const int x0 = std::min(c.larghezza - 1, static_cast<int>(fx));
-            const int x1 = std::min(c.larghezza - 1, x0 + 1);
-            const float tx = fx - static_cast<float>(x0);
-            uscita[x] = ((1.0f - tx) * sotto[x0] + tx * sotto[x1]) * ty +
-                        ((1.0f - tx) * sopra[x0] + tx * sopra[x1]) * (1.0f - ty);
+    Alone alone = {
+        {}, std::max(1, s.larghezza / riduzione), std::max(1, s.altezza / riduzione), riduzione};
+    alone.piani = piano_di_lavoro(
+        campioni(alone.larghezza, alone.altezza) * static_cast<std::size_t>(nuclei.piani), s.arena);
+    return alone;
+}
+
+Alone riduci_e_sfoca(const Sorgente& s, const NucleiAlone& nuclei, int raggio, int riduzione)
+{
+    Alone alone = copia_vuota(s, nuclei, riduzione);
+    Piano altro = piano_di_lavoro(alone.piani.size(), s.arena);
+    Piano somme = piano_di_lavoro(campioni(alone.larghezza, nuclei.piani), s.arena);
+    const int r = std::max(1, raggio / riduzione);
+
+    riduci(s, nuclei, alone, altro, r, 1);
+    for (int i = 0; i < PASSATE; ++i) {
+        if (i > 0)
+            passata_orizzontale(alone.piani.data(), altro.data(), alone.larghezza,
+                                std::ptrdiff_t{alone.altezza} * nuclei.piani, r);
+        passata_verticale(altro.data(), alone.piani.data(), somme.data(), alone.larghezza,
+                          alone.altezza, nuclei.piani, r);
+    }
+    return alone;
+}
+
+Alone riduci_e_sfoca_orizzontale(const Sorgente& s, const NucleiAlone& nuclei, int raggio,
+                                 int riduzione)
+{
+    Alone alone = copia_vuota(s, nuclei, riduzione);
+    Piano altro = piano_di_lavoro(alone.piani.size(), s.arena);
+    riduci(s, nuclei, alone, altro, std::max(1, raggio / riduzione), PASSATE);
+    std::swap(alone.piani, altro);
+    return alone;
+}
+
+// Row y of the frame lies between two rows of the copy; the enlargement is not centred.
+void componi(float* rgb, float* luma, int larghezza, int altezza, const NucleiAlone& nuclei,
+             const Alone& alone, float quantita, float media)
+{
+    parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t riga) {
+        const auto y = static_cast<std::ptrdiff_t>(riga);
+        RigaDaComporre r = {};
+        r.rgb = rgb == nullptr ? nullptr : rgb + y * larghezza * 3;
+        r.luma = luma == nullptr ? nullptr : luma + y * larghezza;
+        r.larghezza = larghezza;
+        r.riduzione = alone.riduzione;
+        r.ridotta = alone.larghezza;
+        r.quantita = quantita;
+        r.media = media;
+        std::ptrdiff_t y0 = y;
+        std::ptrdiff_t y1 = y;
+        if (alone.riduzione > 0) {
+            const std::ptrdiff_t ultima = alone.altezza - 1;
+            const float fy = static_cast<float>(y) / static_cast<float>(alone.riduzione);
+            y0 = std::min(ultima, static_cast<std::ptrdiff_t>(fy));
+            y1 = std::min(ultima, y0 + 1);
+            r.ty = fy - static_cast<float>(y0);
         }
+        for (std::ptrdiff_t p = 0; p < nuclei.piani; ++p) {
+            const float* piano = alone.piani.data() + p * alone.altezza * alone.larghezza;
+            r.sopra[p] = piano + y0 * alone.larghezza;
+            r.sotto[p] = piano + y1 * alone.larghezza;
+        }
+        nuclei.composito(r);
     });
+}
+
+Sorgente sorgente_di(const Quadro& q)
+{
+    return {q.img.data(), q.luma.data(), q.larghezza, q.altezza, q.img.arena};
+}
+
+Sorgente sorgente_di(const Piano& piano, int larghezza, int altezza)
+{
+    return {nullptr, piano.data(), larghezza, altezza, piano.arena};
+}
+
+// From da into a; altro is scratch of the same size. da may be a.
+void sfoca(const float* da, Piano& a, Piano& altro, int larghezza, int altezza, int raggio,
+           int passate)
+{
+    Piano somme = piano_di_lavoro(static_cast<std::size_t>(larghezza), a.arena);
+    for (int i = 0; i < passate; ++i) {
+        passata_orizzontale(i == 0 ? da : a.data(), altro.data(), larghezza, altezza, raggio);
+        passata_verticale(altro.data(), a.data(), somme.data(), larghezza, altezza, 1, raggio);
+    }
 }
 
 }  // namespace
@@ -93,34 +204,61 @@ void box_blur(Piano& piano, int larghezza, int altezza, int raggio, int passate)
     if (raggio < 1)
         return;
     Piano altro = piano_di_lavoro(piano.size(), piano.arena);
-    Piano somme = piano_di_lavoro(static_cast<std::size_t>(larghezza), piano.arena);
-    for (int i = 0; i < passate; ++i) {
-        passata_orizzontale(piano, altro, larghezza, altezza, raggio);
-        passata_verticale(altro, piano, somme, larghezza, altezza, raggio);
-    }
+    sfoca(piano.data(), piano, altro, larghezza, altezza, raggio, passate);
+}
+
+Piano sfocata_di(const Piano& piano, int larghezza, int altezza, int raggio, int passate)
+{
+    if (raggio < 1 || passate < 1)
+        return copia_di(piano);
+    Piano a = piano_di_lavoro(piano.size(), piano.arena);
+    Piano altro = piano_di_lavoro(piano.size(), piano.arena);
+    sfoca(piano.data(), a, altro, larghezza, altezza, raggio, passate);
+    return a;
 }
 
 void blur_su_ridotta(Piano& piano, int larghezza, int altezza, int raggio, int riduzione)
 {
     if (riduzione < 2) {
-        box_blur(piano, larghezza, altezza, raggio, 3);
+        box_blur(piano, larghezza, altezza, raggio, PASSATE);
         return;
     }
-    Copia c = riduci(piano, larghezza, altezza, riduzione);
-    box_blur(c.piano, c.larghezza, c.altezza, std::max(1, raggio / riduzione), 3);
-    ingrandisci(c, piano, larghezza, altezza, riduzione);
+    const NucleiAlone& nuclei = gNuclei->aloni.luminanza;
+    const Alone copia =
+        riduci_e_sfoca(sorgente_di(piano, larghezza, altezza), nuclei, raggio, riduzione);
+    componi(nullptr, piano.data(), larghezza, altezza, nuclei, copia, 0.0f, 0.0f);
 }
 
 void blur_orizz_su_ridotta(Piano& piano, int larghezza, int altezza, int raggio, int riduzione)
 {
-    Copia c = riduci(piano, larghezza, altezza, riduzione);
-    Piano altro(c.piano.size());
-    for (int i = 0; i < 3; ++i) {
-        passata_orizzontale(c.piano, altro, c.larghezza, c.altezza,
-                            std::max(1, raggio / riduzione));
-        std::swap(c.piano, altro);
-    }
-    ingrandisci(c, piano, larghezza, altezza, riduzione);
+    const NucleiAlone& nuclei = gNuclei->aloni.luminanza;
+    const Alone copia = riduci_e_sfoca_orizzontale(sorgente_di(piano, larghezza, altezza), nuclei,
+                                                   raggio, riduzione);
+    componi(nullptr, piano.data(), larghezza, altezza, nuclei, copia, 0.0f, 0.0f);
+}
+
+Alone alone_di(const Quadro& q, const NucleiAlone& nuclei, int raggio, int riduzione)
+{
+    Alone alone = riduci_e_sfoca(sorgente_di(q), nuclei, raggio, riduzione);
+    if (riduzione < 2)
+        alone.riduzione = 0;
+    return alone;
+}
+
+Alone alone_orizzontale_di(const Quadro& q, const NucleiAlone& nuclei, int raggio, int riduzione)
+{
+    return riduci_e_sfoca_orizzontale(sorgente_di(q), nuclei, raggio, riduzione);
+}
+
+void componi_alone(const Quadro& q, const NucleiAlone& nuclei, const Alone& alone, float quantita)
+{
+    componi(q.img.data(), nullptr, q.larghezza, q.altezza, nuclei, alone, quantita, 0.0f);
+}
+
+void componi_alone_e_luma(const Quadro& q, const NucleiAlone& nuclei, const Alone& alone,
+                          float quantita, float media)
+{
+    componi(q.img.data(), q.luma.data(), q.larghezza, q.altezza, nuclei, alone, quantita, media);
 }
 
 }  // namespace varno

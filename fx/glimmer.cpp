@@ -1,58 +1,26 @@
 #include "fx/glimmer.h"
 
-#include "colore/aritmetica.h"
 #include "fx/blur.h"
 #include "fx/fx.h"
-#include "render/parallel_for.h"
+#include "fx/nuclei.h"
+#include "fx/nuclei_aloni.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
-#include <cstdint>
 
 namespace varno {
 namespace {
 
-constexpr float INIZIO = 0.55f;    // luminance at which the mask leaves 0
-constexpr float AMPIEZZA = 0.45f;  // written out: 1 - INIZIO rounds to another float
-constexpr float GUADAGNO = 1.4f;
 constexpr double RAGGIO = 0.008;  // of the longer side
-
-void riga_maschera(const float* __restrict luma, float* __restrict maschera, int larghezza)
-{
-    for (int x = 0; x < larghezza; ++x) {
-        const float t = (luma[x] - INIZIO) / AMPIEZZA;
-        maschera[x] = t > 0.0f ? (t >= 1.0f ? luma[x] : luma[x] * t) : 0.0f;
-    }
-}
-
-void riga_composito(float* __restrict rgb, const float* __restrict maschera, int larghezza,
-                    float quantita)
-{
-    for (int x = 0; x < larghezza; ++x) {
-        const float h = std::min(maschera[x] * quantita * GUADAGNO, 1.0f);
-        for (int c = 0; c < 3; ++c)
-            rgb[3 * x + c] = mescola_schermo(rgb[3 * x + c], h);
-    }
-}
 
 }  // namespace
 
 void applica_glimmer(const Quadro& q, float quantita)
 {
-    const auto riga = static_cast<std::size_t>(q.larghezza);
-    const auto righe = static_cast<std::uint64_t>(q.altezza);
+    const NucleiAlone& nuclei = gNuclei->aloni.glimmer;
     const int raggio = std::max(2, static_cast<int>(std::lround(RAGGIO * q.lato_max)));
-    Piano maschera = piano_di_lavoro(q.luma.size(), q.img.arena);
-
-    parallel_for(righe, [&](std::uint64_t y) {
-        riga_maschera(&q.luma[y * riga], &maschera[y * riga], q.larghezza);
-    });
-    blur_su_ridotta(maschera, q.larghezza, q.altezza, raggio, q.riduzione);
-    parallel_for(righe, [&](std::uint64_t y) {
-        riga_composito(&q.img[y * riga * 3], &maschera[y * riga], q.larghezza, quantita);
-    });
-    aggiorna_luma(q);
+    const Alone alone = alone_di(q, nuclei, raggio, q.riduzione);
+    componi_alone_e_luma(q, nuclei, alone, quantita);
 }
 
 }  // namespace varno

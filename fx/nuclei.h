@@ -2,6 +2,7 @@
 
 namespace varno {
 
+struct NucleiAloni;
 struct NucleiBlur;
 struct NucleiEffetti;
 
@@ -9,6 +10,7 @@ struct NucleiEffetti;
 /// once, in the .inl files of fx/, and gives the same bits on every level.
 struct Nuclei {
     const char* nome;  // "base", "avx2"
+    const NucleiAloni& aloni;
     const NucleiBlur& blur;
     const NucleiEffetti& effetti;
 };

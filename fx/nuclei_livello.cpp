@@ -5,10 +5,12 @@
 // copy of it for all levels, perhaps the widest. C headers and C functions (powf) are fine.
 #include "fx/nuclei.h"
 
+#include "fx/nuclei_aloni.h"
 #include "fx/nuclei_blur.h"
 #include "fx/nuclei_effetti.h"
 #include "fx/vettore.h"
 
+#include "fx/nuclei_aloni.inl"
 #include "fx/nuclei_blur.inl"
 #include "fx/nuclei_effetti.inl"
 
@@ -18,6 +20,7 @@ namespace VARNO_LIVELLO {
 extern const Nuclei NUCLEI;
 const Nuclei NUCLEI = {
     VARNO_LIVELLO_NOME,
+    ALONI,
     BLUR,
     EFFETTI,
 };

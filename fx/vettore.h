@@ -9,6 +9,7 @@
 // lanes apart, so that rows, blocks and RGB are taken apart within the lanes, where shuffles are
 // cheap.
 
+#include <math.h>
 #include <stddef.h>
 #include <stdint.h>
 #include <string.h>
@@ -155,17 +156,17 @@ inline bool qualcuno(Vi c)
 }
 #endif
 
-/// The integers n, n + 1, ... as floats.
-template <class V> inline V da_intero(int n)
+/// The integers n, n + passo, n + 2 * passo, ... as floats.
+template <class V> inline V da_intero(int n, int passo)
 {
     if constexpr (CAMPIONI<V> == 1)
         return static_cast<float>(n);
 #if defined(__GNUC__)
     else if constexpr (CAMPIONI<V> == 4)
-        return __builtin_convertvector(I4{0, 1, 2, 3} + n, V4);
+        return __builtin_convertvector((I4{0, 1, 2, 3} * passo + n), V4);
 #if defined(__AVX2__)
     else
-        return __builtin_convertvector(I8{0, 1, 2, 3, 4, 5, 6, 7} + n, V8);
+        return __builtin_convertvector((I8{0, 1, 2, 3, 4, 5, 6, 7} * passo + n), V8);
 #endif
 #endif
 }

@@ -1,0 +1,44 @@
+// Halation, pixel by pixel: a warm glow that starts early and falls off with a power.
+namespace varno {
+namespace VARNO_LIVELLO {
+namespace {
+
+struct Halation {
+    static constexpr int PIANI = 1;
+    static constexpr bool SU_IMMAGINE = true;
+    static constexpr bool A_COLORI = false;
+    static constexpr float INIZIO = 0.62f;    // luminance at which the mask leaves 0
+    static constexpr float AMPIEZZA = 0.38f;  // written out: 1 - INIZIO rounds to another float
+    static constexpr float POTENZA = 1.6f;
+    static constexpr float COLORE[3] = {1.0f, 0.36f, 0.12f};
+
+    // powf where it matters: both ends of t are their own power.
+    template <class V> static V potenza(V t)
+    {
+        if (!qualcuno((t > 0.0f) & (t < 1.0f)))
+            return t;
+        float f[CAMPIONI<V>];
+        scrivi<V>(f, t);
+        for (float& v : f)
+            if (v > 0.0f && v < 1.0f)
+                v = powf(v, POTENZA);
+        return carica<V>(f);
+    }
+
+    template <class V> static void maschera(V luma, const V (&)[3], V (&m)[PIANI])
+    {
+        m[0] = potenza(clamp01((luma - INIZIO) / AMPIEZZA));
+    }
+
+    template <class V>
+    static void componi(V (&rgb)[3], const V (&m)[PIANI], const RigaDaComporre& r)
+    {
+        const V a = m[0] * r.quantita;
+        for (int c = 0; c < 3; ++c)
+            rgb[c] = mescola_schermo(rgb[c], minimo(COLORE[c] * a, 1.0f));
+    }
+};
+
+}  // namespace
+}  // namespace VARNO_LIVELLO
+}  // namespace varno
