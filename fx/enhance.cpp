@@ -20,8 +20,8 @@ constexpr float PENDENZA = 2.0f;  // detail added at an amount of 1
 void applica_enhance(const Quadro& q, float quantita)
 {
     const auto riga = static_cast<std::size_t>(q.larghezza);
-    Piano sfocata = copia_di(q.luma);
-    box_blur(sfocata, q.larghezza, q.altezza, std::max(1, q.raggio_enhance), 3);
+    const Piano sfocata =
+        sfocata_di(q.luma, q.larghezza, q.altezza, std::max(1, q.raggio_enhance), 3);
     parallel_for(static_cast<std::uint64_t>(q.altezza), [&](std::uint64_t y) {
         gNuclei->effetti.dettaglio(&q.img[y * riga * 3], &q.luma[y * riga], &sfocata[y * riga],
                                    q.larghezza, quantita, PENDENZA);

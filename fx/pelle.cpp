@@ -23,8 +23,7 @@ void applica_pelle(const Quadro& q, float quantita)
 {
     const auto riga = static_cast<std::size_t>(q.larghezza);
     const int raggio = std::max(1, static_cast<int>(std::lround(RAGGIO * q.lato_max)));
-    Piano sfocata = copia_di(q.luma);
-    box_blur(sfocata, q.larghezza, q.altezza, raggio, 3);
+    const Piano sfocata = sfocata_di(q.luma, q.larghezza, q.altezza, raggio, 3);
     parallel_for(static_cast<std::uint64_t>(q.altezza), [&](std::uint64_t y) {
         gNuclei->effetti.dettaglio(&q.img[y * riga * 3], &q.luma[y * riga], &sfocata[y * riga],
                                    q.larghezza, quantita, -PENDENZA);

@@ -157,7 +157,7 @@ inline bool qualcuno(Vi c)
 #endif
 
 /// The integers n, n + passo, n + 2 * passo, ... as floats.
-template <class V> inline V da_intero(int n, int passo)
+template <class V> inline V da_intero(int n, int passo = 1)
 {
     if constexpr (CAMPIONI<V> == 1)
         return static_cast<float>(n);
