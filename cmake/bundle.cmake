@@ -52,6 +52,8 @@ elseif(UNIX)
     endif()
 elseif(MINGW)
     # All of the runtime inside: nothing but system libraries is there on a user's machine.
+    target_sources(VarnoColor PRIVATE host/riserva.cpp)
+    target_link_libraries(VarnoColor PRIVATE varno_regole)
     target_link_options(VarnoColor PRIVATE
         -static -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -s)
 endif()
