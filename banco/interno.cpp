@@ -48,7 +48,7 @@ std::string testo(const Chiamata& c)
     if (!c.nome.empty())
         t += " " + c.nome;
     if (c.indice >= 0)
-        t += "[" + std::to_string(c.indice) + "]";
+        t.append("[").append(std::to_string(c.indice)).append("]");
     if (!c.tempo.empty())
         t += " @" + c.tempo;
     if (!c.valore.empty())

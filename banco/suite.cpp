@@ -156,7 +156,7 @@ OfxStatus leggi(const char* funzione, OfxPropertySetHandle h, const char* nome, 
         if (stato != kOfxStatOK)
             return perche.empty() ? v.esci(stato) : v.rifiuta(stato, perche);
         uscita[i] = passa(*valore);
-        v.c.valore += (i > 0 ? " " : "") + testo_di(*valore);
+        v.c.valore.append(i > 0 ? " " : "").append(testo_di(*valore));
     }
     return v.esci(kOfxStatOK);
 }

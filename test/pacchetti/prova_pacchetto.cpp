@@ -149,9 +149,12 @@ Memoria memoria()
             pagine = 0;
         std::fclose(f);
     }
-    // mallinfo, not mallinfo2: the older C library has only that one, and 2 GiB are not reached.
-    return {static_cast<double>(pagine) * static_cast<double>(sysconf(_SC_PAGESIZE)),
-            static_cast<double>(mallinfo().uordblks)};
+#if __GLIBC_PREREQ(2, 33)
+    const auto allocata = static_cast<double>(mallinfo2().uordblks);
+#else
+    const auto allocata = static_cast<double>(mallinfo().uordblks);
+#endif
+    return {static_cast<double>(pagine) * static_cast<double>(sysconf(_SC_PAGESIZE)), allocata};
 #endif
 }
 
