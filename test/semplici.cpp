@@ -513,9 +513,9 @@ Campioni vignetta_mask(int larghezza, int altezza)
 void applica_vignetta(Quadro& q, float quantita)
 {
     // Kept for frames of one size, as the fast form keeps its own: a benchmark compares frames.
-    static Campioni m;
-    static int larghezza = 0;
-    static int altezza = 0;
+    thread_local Campioni m;
+    thread_local int larghezza = 0;
+    thread_local int altezza = 0;
     if (larghezza != q.larghezza || altezza != q.altezza) {
         m = vignetta_mask(q.larghezza, q.altezza);
         larghezza = q.larghezza;

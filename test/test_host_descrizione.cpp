@@ -12,14 +12,14 @@ constexpr const char* SONY3 =
     "Mirrorless (FX3/a7S III...) default to S-Gamut3.Cine; S-Gamut3 is the full gamut; Venice "
     "cameras have their own primaries";
 
-const Testi SONY3_OPZIONI = {"S-Gamut3.Cine", "S-Gamut3",        "S-Gamut",
-                             "BT.2020",       "709",             "Venice S-Gamut3",
-                             "Venice S-Gamut3.Cine"};
-const Testi FORMATI = {
-    "Sony S-Log3", "Sony S-Log2", "ARRI LogC3", "ARRI LogC4", "Canon Log 3", "Panasonic V-Log",
-    "Fujifilm F-Log", "Fujifilm F-Log2", "RED Log3G10", "Nikon N-Log", "DJI D-Log", "Apple Log",
-    "Canon Log 2", "Fujifilm F-Log2 C", "Leica L-Log", "Apple Log 2", "Rec.709 (No Log)",
-    "sRGB (No Log)"};
+const Testi SONY3_OPZIONI = {
+    "S-Gamut3.Cine",       "S-Gamut3", "S-Gamut", "BT.2020", "709", "Venice S-Gamut3",
+    "Venice S-Gamut3.Cine"};
+const Testi FORMATI = {"Sony S-Log3",      "Sony S-Log2",       "ARRI LogC3",     "ARRI LogC4",
+                       "Canon Log 3",      "Panasonic V-Log",   "Fujifilm F-Log", "Fujifilm F-Log2",
+                       "RED Log3G10",      "Nikon N-Log",       "DJI D-Log",      "Apple Log",
+                       "Canon Log 2",      "Fujifilm F-Log2 C", "Leica L-Log",    "Apple Log 2",
+                       "Rec.709 (No Log)", "sRGB (No Log)"};
 const Testi LOOKS = {"Nordic", "Cinema Print", "Midnight", "Daylight", "Linen", "Amber",
                      "Ember",  "Amalfi",       "Velvet",   "Brass",    "Silk",  "Olive"};
 
@@ -77,8 +77,9 @@ const std::vector<Atteso> PARAMETRI = {
 
 const char* tipo_ofx(char tipo)
 {
-    return tipo == 'c' ? "OfxParamTypeChoice"
-                       : tipo == 'b' ? "OfxParamTypeBoolean" : "OfxParamTypeDouble";
+    return tipo == 'c'   ? "OfxParamTypeChoice"
+           : tipo == 'b' ? "OfxParamTypeBoolean"
+                         : "OfxParamTypeDouble";
 }
 
 /// The calls of DescribeInContext, every one.
@@ -150,9 +151,8 @@ TEST_CASE("the binary holds one plug-in, and its record")
 TEST_CASE("load asks for three suites, whatever is missing, and says so")
 {
     const Copia copia;
-    const std::string tutte =
-        "fetchSuite OfxImageEffectSuite[1]\nfetchSuite OfxPropertySuite[1]\n"
-        "fetchSuite OfxParameterSuite[1]\n";
+    const std::string tutte = "fetchSuite OfxImageEffectSuite[1]\nfetchSuite OfxPropertySuite[1]\n"
+                              "fetchSuite OfxParameterSuite[1]\n";
     {
         const ModuloPtr m = apri(copia.file);
         CHECK(azione(*m, "OfxActionLoad") == kOfxStatFailed);  // no host yet
@@ -193,15 +193,26 @@ TEST_CASE("load asks for three suites, whatever is missing, and says so")
 TEST_CASE("actions that are not known are left to the host, untouched")
 {
     const auto entrata = plugin(modulo())->mainEntry;
-    for (const char* nome :
-         {"", "OfxActionUnload", "OfxImageEffectActionGetClipPreferences",
-          "OfxImageEffectActionGetRegionOfDefinition", "OfxImageEffectActionGetRegionsOfInterest",
-          "OfxImageEffectActionGetFramesNeeded", "OfxImageEffectActionIsIdentity",
-          "OfxImageEffectActionGetTimeDomain", "OfxImageEffectActionBeginSequenceRender",
-          "OfxImageEffectActionEndSequenceRender", "OfxActionBeginInstanceChanged",
-          "OfxActionEndInstanceChanged", "OfxActionBeginInstanceEdit", "OfxActionPurgeCaches",
-          "OfxActionSyncPrivateData", "OfxActionLoa", "OfxActionLoad ", "ofxactionload",
-          "OfxActionDestroyInstanceX", "kOfxActionLoad"}) {
+    for (const char* nome : {"",
+                             "OfxActionUnload",
+                             "OfxImageEffectActionGetClipPreferences",
+                             "OfxImageEffectActionGetRegionOfDefinition",
+                             "OfxImageEffectActionGetRegionsOfInterest",
+                             "OfxImageEffectActionGetFramesNeeded",
+                             "OfxImageEffectActionIsIdentity",
+                             "OfxImageEffectActionGetTimeDomain",
+                             "OfxImageEffectActionBeginSequenceRender",
+                             "OfxImageEffectActionEndSequenceRender",
+                             "OfxActionBeginInstanceChanged",
+                             "OfxActionEndInstanceChanged",
+                             "OfxActionBeginInstanceEdit",
+                             "OfxActionPurgeCaches",
+                             "OfxActionSyncPrivateData",
+                             "OfxActionLoa",
+                             "OfxActionLoad ",
+                             "ofxactionload",
+                             "OfxActionDestroyInstanceX",
+                             "kOfxActionLoad"}) {
         CAPTURE(nome);
         CHECK(entrata(nome, nullptr, nullptr, nullptr) == kOfxStatReplyDefault);
     }

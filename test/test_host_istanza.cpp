@@ -22,12 +22,17 @@ std::string in_vista(const Istanza& i)
 const char* attesa_in_vista(int formato)
 {
     switch (formato) {
-    case 0: return "V---";
-    case 1: return "-V--";
+    case 0:
+        return "V---";
+    case 1:
+        return "-V--";
     case 4:
-    case 12: return "--V-";
-    case 11: return "---V";
-    default: return "----";
+    case 12:
+        return "--V-";
+    case 11:
+        return "---V";
+    default:
+        return "----";
     }
 }
 
@@ -37,8 +42,8 @@ std::string aggiornamento(int formato)
                "paramGetValue formato = " + std::to_string(formato)};
     for (int n = 0; n < 4; ++n) {
         t.push_back(std::string("paramGetHandle ") + TENDINE[n] + " = props");
-        t.push_back(std::string("propSetInt ") + TENDINE[n] + ".OfxParamPropSecret[0] = " +
-                    (attesa_in_vista(formato)[n] == 'V' ? "0" : "1"));
+        t.push_back(std::string("propSetInt ") + TENDINE[n] +
+                    ".OfxParamPropSecret[0] = " + (attesa_in_vista(formato)[n] == 'V' ? "0" : "1"));
     }
     return unite(t);
 }
@@ -158,10 +163,10 @@ TEST_CASE("names that mean nothing here cost one read")
 
 TEST_CASE("selecting a look writes its ten effects in order and leaves the rest to the user")
 {
-    const std::map<std::string, double> suoi = {
-        {"grana_on", 1},  {"grana", 0.5},  {"stella_on", 1}, {"stella", 0.9}, {"punte", 2},
-        {"forza", 0.25},  {"ev", -1.5},    {"temp", 0.5},    {"tinta", -0.75}, {"formato", 4},
-        {"cs_canon", 2},  {"enhance", 0.5}};
+    const std::map<std::string, double> suoi = {{"grana_on", 1}, {"grana", 0.5},  {"stella_on", 1},
+                                                {"stella", 0.9}, {"punte", 2},    {"forza", 0.25},
+                                                {"ev", -1.5},    {"temp", 0.5},   {"tinta", -0.75},
+                                                {"formato", 4},  {"cs_canon", 2}, {"enhance", 0.5}};
     for (int look = 0; look < 12; ++look) {
         CAPTURE(look);
         const IstanzaPtr i = crea_istanza(modulo(), suoi);

@@ -23,9 +23,16 @@ const std::map<std::string, double>& spento()
 std::map<std::string, double> acceso()
 {
     auto v = tutti_gli_effetti(1);
-    for (const auto& [nome, x] : std::map<std::string, double>{
-             {"formato", 4}, {"cs_canon", 1}, {"look", 8},    {"forza", 0.8},  {"ev", 0.5},
-             {"temp", 0.3},  {"tinta", -0.4}, {"grana", 0.3}, {"enhance", 0.4}, {"punte", 1}})
+    for (const auto& [nome, x] : std::map<std::string, double>{{"formato", 4},
+                                                               {"cs_canon", 1},
+                                                               {"look", 8},
+                                                               {"forza", 0.8},
+                                                               {"ev", 0.5},
+                                                               {"temp", 0.3},
+                                                               {"tinta", -0.4},
+                                                               {"grana", 0.3},
+                                                               {"enhance", 0.4},
+                                                               {"punte", 1}})
         v[nome] = x;
     return v;
 }
@@ -38,8 +45,7 @@ std::map<std::string, double> con(std::map<std::string, double> v, const std::st
 }
 
 /// What a frame asks the host for, in order: images, properties, then every setting.
-Testi chiamate_attese(const Istanza& i, const std::string& tempo, bool effetti,
-                      const char* tendina)
+Testi chiamate_attese(const Istanza& i, const std::string& tempo, bool effetti, const char* tendina)
 {
     Testi t = {"propGetDouble inArgs.OfxPropTime[0] = " + tempo,
                "propGetIntN inArgs.OfxImageEffectPropRenderWindow = 0 0 5 3",
@@ -77,8 +83,9 @@ Testi chiamate_attese(const Istanza& i, const std::string& tempo, bool effetti,
 }
 
 /// Renders a 5 x 3 frame with these faults; the output is checked to be as it was.
-int fallito(Istanza& i, const std::vector<Guasto>& guasti, const Rettangolo& finestra = {0, 0, 5, 3},
-            bool sorgente_nulla = false, bool uscita_nulla = false)
+int fallito(Istanza& i, const std::vector<Guasto>& guasti,
+            const Rettangolo& finestra = {0, 0, 5, 3}, bool sorgente_nulla = false,
+            bool uscita_nulla = false)
 {
     Tela sorgente = tela({0, 0, 5, 3});
     Tela uscita = tela({0, 0, 5, 3});
@@ -167,9 +174,9 @@ TEST_CASE("a frame that cannot be made releases what it holds, source first, and
     // Without pixels the settings are still read, and the table brought up to date.
     constexpr int MAX = std::numeric_limits<int>::max();
     constexpr int MIN = std::numeric_limits<int>::min();
-    for (const Rettangolo f : {Rettangolo{2, 0, 2, 3}, Rettangolo{0, 1, 5, 1}, Rettangolo{4, 0, 1, 3},
-                               Rettangolo{0, 3, 5, 0}, Rettangolo{MIN, 0, MAX, 3},
-                               Rettangolo{MAX, 0, MAX, 3}}) {
+    for (const Rettangolo f :
+         {Rettangolo{2, 0, 2, 3}, Rettangolo{0, 1, 5, 1}, Rettangolo{4, 0, 1, 3},
+          Rettangolo{0, 3, 5, 0}, Rettangolo{MIN, 0, MAX, 3}, Rettangolo{MAX, 0, MAX, 3}}) {
         CHECK(fallito(*i, {}, f) == kOfxStatFailed);
         CHECK(ultime(r, 3) == "paramGetValueAtTime formato @0 = 16\n" + due);
     }
@@ -362,11 +369,20 @@ TEST_CASE("the grain's frame number is the time cut towards 0, the lowest where 
         return fotogramma(*crea_istanza(modulo(), con(spento(), "grana_on", 1)), 8, 4, tempo);
     };
     constexpr double minimo = -2147483648.0;
-    const double coppie[][2] = {
-        {12.9, 12.0},        {-0.5, 0.0},         {-12.9, -12.0},         {0.999999, 0.0},
-        {-0.0, 0.0},         {2147483647.9, 2147483647.0}, {2147483648.0, minimo},
-        {-2147483648.9, minimo}, {-2147483649.0, minimo}, {std::nan(""), minimo}, {INF, minimo},
-        {-INF, minimo},      {1e300, minimo},     {-1e300, minimo}};
+    const double coppie[][2] = {{12.9, 12.0},
+                                {-0.5, 0.0},
+                                {-12.9, -12.0},
+                                {0.999999, 0.0},
+                                {-0.0, 0.0},
+                                {2147483647.9, 2147483647.0},
+                                {2147483648.0, minimo},
+                                {-2147483648.9, minimo},
+                                {-2147483649.0, minimo},
+                                {std::nan(""), minimo},
+                                {INF, minimo},
+                                {-INF, minimo},
+                                {1e300, minimo},
+                                {-1e300, minimo}};
     for (const auto& [tempo, numero] : coppie) {
         CAPTURE(tempo);
         CHECK(grana(tempo) == grana(numero));
