@@ -18,7 +18,7 @@ constexpr int TINTE = 7;
 // Hue sectors in radians: red, orange, yellow, green, cyan, blue, magenta.
 constexpr float centri[TINTE] = {0.0f, 0.52f, 1.05f, 2.09f, 3.14f, -2.09f, -1.05f};
 
-// A base that the optimiser cannot see: with a literal 2, Clang calls exp2f, which rounds otherwise
+// A base that the optimiser cannot see: of a literal 2, Clang makes exp2f, which rounds otherwise
 // than powf.
 const volatile float DUE = 2.0f;
 
@@ -149,9 +149,8 @@ void tingi_stampa(Lotto& v, const Palette& p)
     float h[Lotto::CAPIENZA];
     for (int i = 0; i < v.n; ++i) {
         const float L = luminanza(v, i);
-        const float t = 1.0f - L / 0.4f;
-        s[i] = clamp01(t);
-        h[i] = t > 0.0f ? 0.0f : clamp01((L - 0.55f) / 0.45f);
+        s[i] = clamp01(1.0f - L / 0.4f);
+        h[i] = clamp01((L - 0.55f) / 0.45f);
     }
     eleva(s, v.n, 1.4f);
     eleva(h, v.n, 1.2f);

@@ -97,7 +97,7 @@ constexpr Matrice ANALITICA = {
 };
 // clang-format on
 
-// A base that the optimiser cannot see: with a literal 10, Clang calls exp10f, which rounds
+// A base that the optimiser cannot see, so that no compiler makes exp10f of it, which rounds
 // otherwise than powf.
 const volatile float DIECI = 10.0f;
 

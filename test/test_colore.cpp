@@ -88,6 +88,11 @@ TEST_CASE("grade: fixed points of the two pipelines")
         const RGB nero = applica_colore({0.0f, 0.0f, 0.0f}, contesto_di(look, 1.0f));
         // Black is the lift, and up to 4e-4 from the curve's floor; print tints leave green alone.
         CHECK(std::abs(nero.g - look.sollevamento) < 4e-4f);
+        // The print pipeline is tipo 1 alone, and has a knee of its own.
+        LookDef altro = look;
+        altro.tipo = look.tipo == 1 ? 1 : 7;
+        altro.ginocchio = look.tipo == 1 ? 0.5f : look.ginocchio;
+        CHECK(stessi_bit(bianco, applica_colore({1.0f, 1.0f, 1.0f}, contesto_di(altro, 1.0f))));
         if (look.tipo != 1)
             continue;
         CHECK(bianco.r <= 0.94f);
@@ -153,6 +158,7 @@ TEST_CASE("the grade in batches has the bits of the plain one, whatever comes in
         {1.0f,  NAN_F,  {1.0f, 1.0f, 1.0f},       0},
         {1.0f,  1e30f,  {1.0f, 1.0f, 1.0f},       9},
         {0.0f, -1e30f,  {1.0f, 1.0f, 1.0f},      30},
+        {0.4f, -28.0f,  {1.0f, 1.0f, 1.0f},      30},  // light around the curve's floor
         {0.3f,  0.0f,   {1e38f, -1e38f, 1.0f},    0},
         {1.0f,  0.0f,   {INF_F, NAN_F, -INF_F},  24},
     };
