@@ -245,6 +245,16 @@ Alone alone_di(const Quadro& q, const NucleiAlone& nuclei, int raggio, int riduz
     return alone;
 }
 
+Alone ridotta_di(const Quadro& q, const NucleiAlone& nuclei, int riduzione)
+{
+    const Sorgente s = sorgente_di(q);
+    Alone alone = copia_vuota(s, nuclei, riduzione);
+    parallel_for(static_cast<std::uint64_t>(alone.altezza), [&](std::uint64_t Y) {
+        nuclei.maschera(riga_da_ridurre(s, alone, nuclei.piani, static_cast<std::ptrdiff_t>(Y)));
+    });
+    return alone;
+}
+
 Alone alone_orizzontale_di(const Quadro& q, const NucleiAlone& nuclei, int raggio, int riduzione)
 {
     return riduci_e_sfoca_orizzontale(sorgente_di(q), nuclei, raggio, riduzione);

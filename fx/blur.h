@@ -35,6 +35,9 @@ struct Alone {
 /// same steps give on full planes, which are never stored. Throws std::bad_alloc.
 Alone alone_di(const Quadro& q, const NucleiAlone& nuclei, int raggio, int riduzione);
 
+/// The same, reduced and not blurred.
+Alone ridotta_di(const Quadro& q, const NucleiAlone& nuclei, int riduzione);
+
 /// The same, blurred as blur_orizz_su_ridotta does.
 Alone alone_orizzontale_di(const Quadro& q, const NucleiAlone& nuclei, int raggio, int riduzione);
 

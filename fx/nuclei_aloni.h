@@ -44,6 +44,7 @@ struct NucleiAloni {
     NucleiAlone bloom;
     NucleiAlone streak;
     NucleiAlone promist;
+    NucleiAlone stella;
     NucleiAlone mistw;
     NucleiAlone glimmer;
     NucleiAlone luminanza;  // luma as it is, and the enlarged plane as it is, written over luma

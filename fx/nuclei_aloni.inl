@@ -7,6 +7,7 @@
 #include "fx/halation.inl"
 #include "fx/mistw.inl"
 #include "fx/promist.inl"
+#include "fx/stella.inl"
 #include "fx/streak.inl"
 
 namespace varno {
@@ -233,8 +234,8 @@ template <class G> constexpr NucleiAlone nuclei_di()
 }  // namespace
 
 const NucleiAloni ALONI = {
-    nuclei_di<Halation>(), nuclei_di<Bloom>(),   nuclei_di<Streak>(),    nuclei_di<Promist>(),
-    nuclei_di<Mistw>(),    nuclei_di<Glimmer>(), nuclei_di<Luminanza>(),
+    nuclei_di<Halation>(), nuclei_di<Bloom>(), nuclei_di<Streak>(),  nuclei_di<Promist>(),
+    nuclei_di<Stella>(),   nuclei_di<Mistw>(), nuclei_di<Glimmer>(), nuclei_di<Luminanza>(),
 };
 
 }  // namespace VARNO_LIVELLO
