@@ -27,6 +27,15 @@ struct Stella {
     }
 };
 
+// What one tap of a ray brings to a row of the reduced copy.
+void somma_pesata(float* somma, const float* campioni, ptrdiff_t n, float peso)
+{
+    per_vettori(n, [=](auto v, ptrdiff_t x) {
+        using V = decltype(v);
+        scrivi(somma + x, carica<V>(somma + x) + peso * carica<V>(campioni + x));
+    });
+}
+
 }  // namespace
 }  // namespace VARNO_LIVELLO
 }  // namespace varno

@@ -1,0 +1,111 @@
+// Chromatic aberration: where red and blue come from, and what lies there.
+namespace varno {
+namespace VARNO_LIVELLO {
+namespace {
+
+void rosso_e_blu(const float* rgb, float* rosso, float* blu, ptrdiff_t n)
+{
+    per_vettori(n, [=](auto v, ptrdiff_t x) {
+        using V = decltype(v);
+        V c[3];
+        carica_rgb(rgb + 3 * x, c);
+        scrivi(rosso + x, c[0]);
+        scrivi(blu + x, c[2]);
+    });
+}
+
+struct Asse {
+    ptrdiff_t lato;  // pixels
+    float centro;    // half the side: half a pixel past the middle of the grid
+    float limite;    // below 0 on a side of 1, where a pair is the one sample twice
+};
+
+inline Asse asse_di(ptrdiff_t lato)
+{
+    constexpr float MARGINE = 1.001f;  // keeps the second sample of a pair inside the frame
+    return {lato, static_cast<float>(lato) * 0.5f, static_cast<float>(lato) - MARGINE};
+}
+
+// Where a pixel at the distance d from the centre samples; not-a-number counts as 0.
+template <class V> inline V posizione(V d, V scala, const Asse& asse)
+{
+    const V p = d * scala + asse.centro;
+    return minimo(p > 0.0f ? p : V{}, asse.limite);
+}
+
+template <class V> inline V mescola(V a, V b, V t)
+{
+    return a * (1.0f - t) + b * t;
+}
+
+// Beyond 2^24 pixels the limit rounds past the last sample: both indices are held inside.
+inline float campione(const float* piano, float sx, float sy, const Asse& ax, const Asse& ay)
+{
+    const auto ix = static_cast<int64_t>(sx);
+    const auto iy = static_cast<int64_t>(sy);
+    const float tx = sx - static_cast<float>(ix);
+    const float ty = sy - static_cast<float>(iy);
+    const ptrdiff_t x0 = ix < ax.lato ? ix : ax.lato - 1;
+    const ptrdiff_t x1 = ix + 1 < ax.lato ? ix + 1 : ax.lato - 1;
+    const float* r0 = piano + (iy < ay.lato ? iy : ay.lato - 1) * ax.lato;
+    const float* r1 = piano + (iy + 1 < ay.lato ? iy + 1 : ay.lato - 1) * ax.lato;
+    return mescola(mescola(r0[x0], r0[x1], tx), mescola(r1[x0], r1[x1], tx), ty);
+}
+
+inline float campioni(const float* piano, float sx, float sy, const Asse& ax, const Asse& ay)
+{
+    return campione(piano, sx, sy, ax, ay);
+}
+
+#if defined(__GNUC__)
+// The shift changes slowly: mostly the vector's pixels sample neighbours in one pair of rows, which
+// whole loads fetch.
+inline Vf campioni(const float* piano, Vf sx, Vf sy, const Asse& ax, const Asse& ay)
+{
+    const Vi ix = __builtin_convertvector(sx, Vi);
+    const Vi iy = __builtin_convertvector(sy, Vi);
+    const ptrdiff_t x0 = ix[0];
+    const ptrdiff_t y0 = iy[0];
+    const Vi attesi = __builtin_convertvector(da_intero<Vf>(0), Vi) + ix[0];
+    const bool vicini = !qualcuno((ix != attesi) | (iy != iy[0]));
+    if (vicini && x0 >= 0 && y0 >= 0 && x0 + CAMPIONI<Vf> < ax.lato && y0 + 1 < ay.lato) {
+        const Vf tx = sx - __builtin_convertvector(ix, Vf);
+        const Vf ty = sy - __builtin_convertvector(iy, Vf);
+        const float* r0 = piano + y0 * ax.lato + x0;
+        const float* r1 = r0 + ax.lato;
+        return mescola(mescola(carica<Vf>(r0), carica<Vf>(r0 + 1), tx),
+                       mescola(carica<Vf>(r1), carica<Vf>(r1 + 1), tx), ty);
+    }
+    Vf v = {};
+    for (ptrdiff_t i = 0; i < CAMPIONI<Vf>; ++i)
+        v[i] = campione(piano, sx[i], sy[i], ax, ay);
+    return v;
+}
+#endif
+
+void aberrazione(float* rgb, const float* rosso, const float* blu, ptrdiff_t larghezza,
+                 ptrdiff_t altezza, ptrdiff_t y, float scala)
+{
+    const Asse ax = asse_di(larghezza);
+    const Asse ay = asse_di(altezza);
+    const float dy = static_cast<float>(y) - ay.centro;
+    const float b = (dy / ay.centro) * (dy / ay.centro);
+    per_vettori(larghezza, [=](auto v, ptrdiff_t x) {
+        using V = decltype(v);
+        const V dx = da_intero<V>(static_cast<int>(x)) - ax.centro;
+        const V a = dx / ax.centro;
+        const V k = (a * a + b) * scala;
+        const V dentro = 1.0f - k;
+        const V fuori = 1.0f + k;
+        V c[3];
+        carica_rgb(rgb + 3 * x, c);
+        c[0] =
+            campioni(rosso, posizione(dx, dentro, ax), posizione(tutti<V>(dy), dentro, ay), ax, ay);
+        c[2] = campioni(blu, posizione(dx, fuori, ax), posizione(tutti<V>(dy), fuori, ay), ax, ay);
+        scrivi_rgb(rgb + 3 * x, c);
+    });
+}
+
+}  // namespace
+}  // namespace VARNO_LIVELLO
+}  // namespace varno
