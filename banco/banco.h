@@ -87,7 +87,8 @@ struct Registro {
 /// The calls of one action (all: empty), as testo() tells them.
 std::vector<std::string> righe(const Registro& r, std::string_view azione = {});
 
-/// Calls that came while no action was under way on their thread: always violations.
+/// Calls that came while no action was under way on their thread, since this was last asked: always
+/// violations.
 std::vector<std::string> violazioni_senza_azione();
 
 // --- The module ----------------------------------------------------------------------------------

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstring>
 #include <exception>
+#include <utility>
 
 namespace varno::banco {
 namespace {
@@ -39,22 +40,22 @@ std::uintptr_t nuova_maniglia(Ambiente& a, Cosa cosa, void* dove)
 std::vector<std::string> violazioni_senza_azione()
 {
     const std::lock_guard<std::mutex> guardia(gMutexViolazioni);
-    return gViolazioni;
+    return std::exchange(gViolazioni, {});
 }
 
 std::string testo(const Chiamata& c)
 {
     std::string t = c.funzione;
     if (!c.nome.empty())
-        t += " " + c.nome;
+        t.append(" ").append(c.nome);
     if (c.indice >= 0)
         t.append("[").append(std::to_string(c.indice)).append("]");
     if (!c.tempo.empty())
-        t += " @" + c.tempo;
+        t.append(" @").append(c.tempo);
     if (!c.valore.empty())
-        t += " = " + c.valore;
+        t.append(" = ").append(c.valore);
     if (c.stato != kOfxStatOK)
-        t += " -> " + std::to_string(c.stato);
+        t.append(" -> ").append(std::to_string(c.stato));
     return t;
 }
 
@@ -173,9 +174,10 @@ int Voce::esci(int esito)
 
 int Voce::viola(int esito, const std::string& perche)
 {
+    esci(esito);
     if (atto != nullptr)
         atto->registro.violazioni.push_back(c.azione + ": " + testo(c) + ": " + perche);
-    return esci(esito);
+    return esito;
 }
 
 int Voce::rifiuta(int esito, const std::string& perche)
