@@ -1,6 +1,5 @@
 #include "fx/fx.h"
 
-#include "colore/aritmetica.h"
 #include "fx/aberrazione.h"
 #include "fx/bloom.h"
 #include "fx/enhance.h"
@@ -8,6 +7,8 @@
 #include "fx/grana.h"
 #include "fx/halation.h"
 #include "fx/mistw.h"
+#include "fx/nuclei.h"
+#include "fx/nuclei_tabella.h"
 #include "fx/pelle.h"
 #include "fx/promist.h"
 #include "fx/stella.h"
@@ -30,6 +31,14 @@ int riduzione_di(int lato_max)
     return lato_max < 3840 ? lato_max / 960 : 4;
 }
 
+// The product stays in 64-bit float: lround takes halves away from zero.
+int frazione(double parte, int lato)
+{
+    return static_cast<int>(std::lround(parte * lato));
+}
+
+}  // namespace
+
 // The lens and the film come last and do without the luminance plane.
 bool legge_luma(const FxRicetta& r)
 {
@@ -40,13 +49,10 @@ bool legge_luma(const FxRicetta& r)
     return false;
 }
 
-// The product stays in 64-bit float: lround takes halves away from zero.
-int frazione(double parte, int lato)
+bool ha_effetti(const FxRicetta& r)
 {
-    return static_cast<int>(std::lround(parte * lato));
+    return legge_luma(r) || r.ca > 0.0f || r.vignetta > 0.0f || r.grana > 0.0f;
 }
-
-}  // namespace
 
 Quadro quadro_di(Immagine& img, Piano& luma, int larghezza, int altezza)
 {
@@ -66,10 +72,7 @@ void aggiorna_luma(const Quadro& q)
 {
     const auto riga = static_cast<std::size_t>(q.larghezza);
     parallel_for(static_cast<std::uint64_t>(q.altezza), [&](std::uint64_t y) {
-        const float* rgb = &q.img[y * riga * 3];
-        float* luma = &q.luma[y * riga];
-        for (std::size_t x = 0; x < riga; ++x)
-            luma[x] = luma_pixel(rgb[3 * x], rgb[3 * x + 1], rgb[3 * x + 2]);
+        gNuclei->tabella.luminanza(&q.img[y * riga * 3], &q.luma[y * riga], q.larghezza);
     });
 }
 
@@ -79,10 +82,14 @@ void applica_fx(Immagine& img, int larghezza, int altezza, const FxRicetta& rice
         static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza);
     const bool con_luma = legge_luma(ricetta);
     Piano luma = piano_di_lavoro(con_luma ? pixel : 0, img.arena);
-    const Quadro q = quadro_di(img, luma, larghezza, altezza);
     if (con_luma)
-        aggiorna_luma(q);
+        aggiorna_luma(quadro_di(img, luma, larghezza, altezza));
+    applica_fx(img, luma, larghezza, altezza, ricetta);
+}
 
+void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const FxRicetta& ricetta)
+{
+    const Quadro q = quadro_di(img, luma, larghezza, altezza);
     // An effect is on when its amount is above 0: not-a-number leaves it off.
     if (ricetta.enhance > 0.0f)
         applica_enhance(q, ricetta.enhance);

@@ -24,6 +24,16 @@ struct Quadro {
 /// With all amounts 0 every bit stays. Throws std::bad_alloc.
 void applica_fx(Immagine& img, int larghezza, int altezza, const FxRicetta& ricetta);
 
+/// The same with the luminance of img worked out already, where the recipe reads it; else luma may
+/// be empty. It is used up.
+void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const FxRicetta& ricetta);
+
+/// Whether an effect is on that reads the luminance plane.
+bool legge_luma(const FxRicetta& ricetta);
+
+/// Whether any effect is on.
+bool ha_effetti(const FxRicetta& ricetta);
+
 /// Sizes that follow from the frame alone; luma and img are taken over as they are.
 Quadro quadro_di(Immagine& img, Piano& luma, int larghezza, int altezza);
 

@@ -5,6 +5,7 @@ namespace varno {
 struct NucleiAloni;
 struct NucleiBlur;
 struct NucleiEffetti;
+struct NucleiTabella;
 
 /// The kernels of one instruction set, a table for each group of them. Their arithmetic is written
 /// once, in the .inl files of fx/, and gives the same bits on every level.
@@ -13,6 +14,7 @@ struct Nuclei {
     const NucleiAloni& aloni;
     const NucleiBlur& blur;
     const NucleiEffetti& effetti;
+    const NucleiTabella& tabella;
 };
 
 /// The level chosen once when the module is loaded: the widest that processor and system support.

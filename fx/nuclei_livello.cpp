@@ -8,11 +8,13 @@
 #include "fx/nuclei_aloni.h"
 #include "fx/nuclei_blur.h"
 #include "fx/nuclei_effetti.h"
+#include "fx/nuclei_tabella.h"
 #include "fx/vettore.h"
 
 #include "fx/nuclei_aloni.inl"
 #include "fx/nuclei_blur.inl"
 #include "fx/nuclei_effetti.inl"
+#include "fx/nuclei_tabella.inl"
 
 namespace varno {
 namespace VARNO_LIVELLO {
@@ -23,6 +25,7 @@ const Nuclei NUCLEI = {
     ALONI,
     BLUR,
     EFFETTI,
+    TABELLA,
 };
 
 }  // namespace VARNO_LIVELLO

@@ -171,6 +171,29 @@ template <class V> inline V da_intero(int n, int passo = 1)
 #endif
 }
 
+/// Truncated towards zero; v has to lie in the range of int32.
+inline int32_t a_intero(float v)
+{
+    return static_cast<int32_t>(v);
+}
+
+#if defined(__GNUC__)
+inline Vi a_intero(Vf v)
+{
+    return __builtin_convertvector(v, Vi);
+}
+#endif
+
+template <class V> inline V tronca(V v)
+{
+    if constexpr (CAMPIONI<V> == 1)
+        return static_cast<float>(a_intero(v));
+#if defined(__GNUC__)
+    else
+        return __builtin_convertvector(a_intero(v), V);
+#endif
+}
+
 // --- Shuffles within lanes ----------------------------------------------------------------------
 
 #if defined(__GNUC__)
@@ -189,6 +212,18 @@ template <int A0, int A1, int B0, int B1> inline V8 mischia(V8 a, V8 b)
     return V8(_mm256_shuffle_ps(__m256(a), __m256(b), A0 | A1 << 2 | B0 << 4 | B1 << 6));
 }
 #endif
+#endif
+
+#if defined(__AVX2__)
+inline V4 prima_corsia(V8 v)
+{
+    return V4(_mm256_castps256_ps128(__m256(v)));
+}
+
+inline V4 seconda_corsia(V8 v)
+{
+    return V4(_mm256_extractf128_ps(__m256(v), 1));
+}
 #endif
 
 /// R vectors of groups of R neighbours become one vector for each place in the group: with R = 3

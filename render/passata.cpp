@@ -1,9 +1,14 @@
 #include "render/passata.h"
 
+#include "fx/nuclei.h"
+#include "fx/nuclei_tabella.h"
 #include "render/lut3d.h"
 #include "render/parallel_for.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
 
 namespace varno {
 namespace {
@@ -16,53 +21,126 @@ float posizione(float v, float f)
     return v >= 1.0f ? f : 0.0f;
 }
 
+// Any table, whatever stands in it.
+void campiona_riga(const Lut3D& lut, const float* rgba, float* uscita, int canali,
+                   std::size_t larghezza)
+{
+    const float* dati = lut.dati.data();
+    const int N = lut.N;
+    const int ultimo = N - 1;
+    const auto f = static_cast<float>(ultimo);
+    for (std::size_t x = 0; x < larghezza; ++x, rgba += 4, uscita += canali) {
+        int i0[3];
+        int i1[3];
+        float t[3];
+        for (int c = 0; c < 3; ++c) {
+            const float p = posizione(rgba[c], f);
+            i0[c] = static_cast<int>(p);
+            i1[c] = std::min(i0[c] + 1, ultimo);
+            t[c] = p - static_cast<float>(i0[c]);
+        }
+        for (int c = 0; c < 3; ++c) {
+            const auto S = [&](int r, int g, int b) {
+                return dati[((static_cast<std::size_t>(b) * N + g) * N + r) * 3 + c];
+            };
+            const float c00 =
+                S(i0[0], i0[1], i0[2]) * (1.0f - t[0]) + S(i1[0], i0[1], i0[2]) * t[0];
+            const float c10 =
+                S(i0[0], i1[1], i0[2]) * (1.0f - t[0]) + S(i1[0], i1[1], i0[2]) * t[0];
+            const float c01 =
+                S(i0[0], i0[1], i1[2]) * (1.0f - t[0]) + S(i1[0], i0[1], i1[2]) * t[0];
+            const float c11 =
+                S(i0[0], i1[1], i1[2]) * (1.0f - t[0]) + S(i1[0], i1[1], i1[2]) * t[0];
+            const float c0 = c00 * (1.0f - t[1]) + c10 * t[1];
+            const float c1 = c01 * (1.0f - t[1]) + c11 * t[1];
+            uscita[c] = c0 * (1.0f - t[2]) + c1 * t[2];
+        }
+    }
+}
+
+// The kernels take the end of an axis for the far side of its last cell: 0 * S + 1 * T. That is T
+// to the bit where the samples of the last cells are finite and not negative, as a grade leaves
+// them; a strength out of range, or not-a-number, may leave others.
+bool regolare(const Lut3D& lut)
+{
+    constexpr int MASSIMO = 177;      // points: places in the table are exact as floats
+    constexpr float OLTRE = 1.0e30f;  // far enough from what overflows
+    if (lut.N < 2 || lut.N > MASSIMO)
+        return false;
+    const auto N = static_cast<std::size_t>(lut.N);
+    for (std::size_t riga = 0; riga < N * N; ++riga) {
+        const bool intera = riga % N + 2 >= N || riga / N + 2 >= N;
+        const float* fine = &lut.dati[riga * N * 3] + N * 3;
+        for (const float* s = intera ? fine - N * 3 : fine - 6; s < fine; ++s)
+            if (!(*s < OLTRE) || std::signbit(*s))
+                return false;
+    }
+    return true;
+}
+
+const float* riga_di(const Finestra& f, std::uint64_t y)
+{
+    return reinterpret_cast<const float*>(f.inizio + static_cast<std::ptrdiff_t>(y) * f.passo);
+}
+
+float* riga_da_scrivere(const Finestra& f, std::uint64_t y)
+{
+    return reinterpret_cast<float*>(f.inizio + static_cast<std::ptrdiff_t>(y) * f.passo);
+}
+
 }  // namespace
 
 void passata_colore(const Lut3D& lut, const Finestra& sorgente, Immagine& immagine, Piano& alfa,
-                    int larghezza, int altezza)
+                    int larghezza, int altezza, Piano* luma)
 {
     const auto riga = static_cast<std::size_t>(larghezza);
-    parallel_for_blocchi(
-        static_cast<std::uint64_t>(altezza), [&](std::uint64_t inizio, std::uint64_t fine) {
-            const float* dati = lut.dati.data();
-            const int N = lut.N;
-            const int ultimo = N - 1;
-            const auto f = static_cast<float>(ultimo);
-            for (std::uint64_t y = inizio; y < fine; ++y) {
-                const auto* rgba = reinterpret_cast<const float*>(
-                    sorgente.inizio + static_cast<std::ptrdiff_t>(y) * sorgente.passo);
-                float* rgb = &immagine[y * riga * 3];
-                float* a = &alfa[y * riga];
-                for (std::size_t x = 0; x < riga; ++x) {
-                    int i0[3];
-                    int i1[3];
-                    float t[3];
-                    for (int c = 0; c < 3; ++c) {
-                        const float p = posizione(rgba[4 * x + c], f);
-                        i0[c] = static_cast<int>(p);
-                        i1[c] = std::min(i0[c] + 1, ultimo);
-                        t[c] = p - static_cast<float>(i0[c]);
-                    }
-                    for (int c = 0; c < 3; ++c) {
-                        const auto S = [&](int r, int g, int b) {
-                            return dati[((static_cast<std::size_t>(b) * N + g) * N + r) * 3 + c];
-                        };
-                        const float c00 =
-                            S(i0[0], i0[1], i0[2]) * (1.0f - t[0]) + S(i1[0], i0[1], i0[2]) * t[0];
-                        const float c10 =
-                            S(i0[0], i1[1], i0[2]) * (1.0f - t[0]) + S(i1[0], i1[1], i0[2]) * t[0];
-                        const float c01 =
-                            S(i0[0], i0[1], i1[2]) * (1.0f - t[0]) + S(i1[0], i0[1], i1[2]) * t[0];
-                        const float c11 =
-                            S(i0[0], i1[1], i1[2]) * (1.0f - t[0]) + S(i1[0], i1[1], i1[2]) * t[0];
-                        const float c0 = c00 * (1.0f - t[1]) + c10 * t[1];
-                        const float c1 = c01 * (1.0f - t[1]) + c11 * t[1];
-                        rgb[3 * x + c] = c0 * (1.0f - t[2]) + c1 * t[2];
-                    }
-                    a[x] = rgba[4 * x + 3];
-                }
-            }
-        });
+    const bool veloce = regolare(lut);
+    const NucleiTabella& nuclei = gNuclei->tabella;
+    parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
+        const float* rgba = riga_di(sorgente, y);
+        float* rgb = &immagine[y * riga * 3];
+        float* a = &alfa[y * riga];
+        if (veloce) {
+            nuclei.campiona(lut.dati.data(), lut.N, rgba, rgb, a, larghezza);
+        } else {
+            campiona_riga(lut, rgba, rgb, 3, riga);
+            for (std::size_t x = 0; x < riga; ++x)
+                std::memcpy(a + x, rgba + 4 * x + 3, sizeof(float));
+        }
+        if (luma != nullptr)
+            nuclei.luminanza(rgb, &(*luma)[y * riga], larghezza);
+    });
+}
+
+void passata_colore_diretta(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita,
+                            int larghezza, int altezza)
+{
+    const bool veloce = regolare(lut);
+    parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
+        const float* rgba = riga_di(sorgente, y);
+        float* a = riga_da_scrivere(uscita, y);
+        if (veloce) {
+            gNuclei->tabella.campiona_rgba(lut.dati.data(), lut.N, rgba, a, larghezza);
+            return;
+        }
+        campiona_riga(lut, rgba, a, 4, static_cast<std::size_t>(larghezza));
+        for (int x = 0; x < larghezza; ++x)
+            std::memcpy(a + 4 * x + 3, rgba + 4 * x + 3, sizeof(float));
+    });
+}
+
+bool separate(const Finestra& a, const Finestra& b, int larghezza, int altezza)
+{
+    // First and last byte of all rows, whichever way they run.
+    const auto estremi = [&](const Finestra& f) {
+        const auto inizio = reinterpret_cast<std::intptr_t>(f.inizio);
+        const auto ultima = inizio + f.passo * std::ptrdiff_t{altezza - 1};
+        return std::pair{std::min(inizio, ultima),
+                         std::max(inizio, ultima) + std::ptrdiff_t{larghezza} * 16};
+    };
+    const auto [inizio_a, fine_a] = estremi(a);
+    const auto [inizio_b, fine_b] = estremi(b);
+    return fine_a <= inizio_b || fine_b <= inizio_a;
 }
 
 void passata_scrittura(const Immagine& immagine, const Piano& alfa, const Finestra& uscita,
@@ -70,16 +148,8 @@ void passata_scrittura(const Immagine& immagine, const Piano& alfa, const Finest
 {
     const auto riga = static_cast<std::size_t>(larghezza);
     parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
-        auto* rgba =
-            reinterpret_cast<float*>(uscita.inizio + static_cast<std::ptrdiff_t>(y) * uscita.passo);
-        const float* rgb = &immagine[y * riga * 3];
-        const float* a = &alfa[y * riga];
-        for (std::size_t x = 0; x < riga; ++x) {
-            rgba[4 * x + 0] = rgb[3 * x + 0];
-            rgba[4 * x + 1] = rgb[3 * x + 1];
-            rgba[4 * x + 2] = rgb[3 * x + 2];
-            rgba[4 * x + 3] = a[x];
-        }
+        gNuclei->tabella.unisci(&immagine[y * riga * 3], &alfa[y * riga],
+                                riga_da_scrivere(uscita, y), larghezza);
     });
 }
 

@@ -1,0 +1,187 @@
+// The table of the grade, sampled trilinearly: red, then green, then blue. The corners of a pixel
+// are vectors of three channels and a fourth float that means nothing; a vector of eight holds both
+// ends of the blue axis.
+
+namespace varno {
+namespace VARNO_LIVELLO {
+namespace {
+
+struct Assi {
+    const float* tavola;
+    float punti;
+    float ultimo;     // position of the last point
+    float cella;      // index of the last whole cell
+    ptrdiff_t verde;  // floats from one point of the axis to the next
+    ptrdiff_t blu;
+};
+
+inline Assi assi_di(const float* tavola, int N)
+{
+    const auto punti = static_cast<float>(N);
+    return {tavola, punti, punti - 1.0f, punti - 2.0f, ptrdiff_t{3} * N, ptrdiff_t{3} * N * N};
+}
+
+// Where pixels lie in the table: the first sample of their cells and the fractions of the axes.
+template <class V> struct Posto {
+    V origine;  // floats, exact: the table has fewer than 2^24
+    V t[3];
+};
+
+// Not-a-number falls to 0. The index is held to the last whole cell, with a fraction of 1 at the
+// end of the axis, so that the corners of every pixel lie at the same distances.
+template <class V> inline Posto<V> posto_di(const V (&rgb)[3], const Assi& a)
+{
+    Posto<V> p;
+    V i[3];
+    for (int c = 0; c < 3; ++c) {
+        const V posizione = minimo(massimo(V{}, rgb[c]), 1.0f) * a.ultimo;
+        i[c] = tronca(minimo(posizione, a.cella));
+        p.t[c] = posizione - i[c];
+    }
+    p.origine = ((i[2] * a.punti + i[1]) * a.punti + i[0]) * 3.0f;
+    return p;
+}
+
+// One pixel's fraction of an axis and what is left of it.
+struct Frazione {
+    float t;
+    float meno_t;
+};
+
+// Red and green of the cell at s. The second lane, where there is one, is the cell's other end on
+// the blue axis.
+template <class V> inline V rosso_e_verde(const float* s, const Assi& a, const Frazione (&f)[3])
+{
+    const V r = tutti<V>(f[0].t);
+    const V meno_r = tutti<V>(f[0].meno_t);
+    const V c0 = carica_corsie<V>(s, a.blu) * meno_r + carica_corsie<V>(s + 3, a.blu) * r;
+    s += a.verde;
+    const V c1 = carica_corsie<V>(s, a.blu) * meno_r + carica_corsie<V>(s + 3, a.blu) * r;
+    return c0 * tutti<V>(f[1].meno_t) + c1 * tutti<V>(f[1].t);
+}
+
+// V is four channels or one.
+template <class V> inline V campione(const float* s, const Assi& a, const Frazione (&f)[3])
+{
+#if defined(__AVX2__)
+    if constexpr (CAMPIONI<V> == 4) {
+        const V8 c = rosso_e_verde<V8>(s, a, f);
+        return prima_corsia(c) * f[2].meno_t + seconda_corsia(c) * f[2].t;
+    }
+#endif
+    return rosso_e_verde<V>(s, a, f) * f[2].meno_t + rosso_e_verde<V>(s + a.blu, a, f) * f[2].t;
+}
+
+// The pixels of one vector, CANALI floats apart in uscita; four floats are written for each.
+template <int CANALI> inline void campiona_vettore(const Assi& a, const Vf (&rgb)[3], float* uscita)
+{
+#if defined(__GNUC__)
+    const Posto<Vf> p = posto_di(rgb, a);
+    constexpr int N = CAMPIONI<Vf>;
+    float t[3][N];
+    float meno_t[3][N];
+    const Vi origine = a_intero(p.origine);
+    for (int c = 0; c < 3; ++c) {
+        scrivi<Vf>(t[c], p.t[c]);
+        scrivi<Vf>(meno_t[c], 1.0f - p.t[c]);
+    }
+    for (int k = 0; k < N; ++k) {
+        const Frazione f[3] = {
+            {t[0][k], meno_t[0][k]}, {t[1][k], meno_t[1][k]}, {t[2][k], meno_t[2][k]}};
+        scrivi(uscita + CANALI * k, campione<V4>(a.tavola + origine[k], a, f));
+    }
+#endif
+}
+
+// One pixel, three floats.
+inline void campiona_uno(const Assi& a, const float* rgba, float* uscita)
+{
+    const float rgb[3] = {rgba[0], rgba[1], rgba[2]};
+    const Posto<float> p = posto_di(rgb, a);
+    const float* const s = a.tavola + static_cast<ptrdiff_t>(p.origine);
+    const Frazione f[3] = {
+        {p.t[0], 1.0f - p.t[0]}, {p.t[1], 1.0f - p.t[1]}, {p.t[2], 1.0f - p.t[2]}};
+    for (int c = 0; c < 3; ++c)
+        uscita[c] = campione<float>(s + c, a, f);
+}
+
+// RGBA of neighbouring pixels, a channel each.
+template <class V> inline void carica_rgba(const float* p, V (&v)[4])
+{
+    for (int j = 0; j < 4; ++j)
+        v[j] = carica_corsie<V>(p + j * CORSIA<V>, 4 * CORSIA<V>);
+    separa<4>(v);
+}
+
+// The last pixels go one by one, since each store of a whole vector reaches into the next pixel.
+void campiona(const float* tavola, int N, const float* rgba, float* rgb, float* alfa,
+              ptrdiff_t larghezza)
+{
+    const Assi a = assi_di(tavola, N);
+    constexpr ptrdiff_t G = CAMPIONI<Vf>;
+    ptrdiff_t x = 0;
+    for (; G > 1 && x + G < larghezza; x += G) {
+        Vf v[4];
+        carica_rgba(rgba + 4 * x, v);
+        campiona_vettore<3>(a, {v[0], v[1], v[2]}, rgb + 3 * x);
+        scrivi<Vf>(alfa + x, v[3]);
+    }
+    for (; x < larghezza; ++x) {
+        campiona_uno(a, rgba + 4 * x, rgb + 3 * x);
+        memcpy(alfa + x, rgba + 4 * x + 3, sizeof(float));
+    }
+}
+
+void campiona_rgba(const float* tavola, int N, const float* rgba, float* uscita,
+                   ptrdiff_t larghezza)
+{
+    const Assi a = assi_di(tavola, N);
+    constexpr ptrdiff_t G = CAMPIONI<Vf>;
+    ptrdiff_t x = 0;
+    for (; G > 1 && x + G <= larghezza; x += G) {
+        Vf v[4];
+        carica_rgba(rgba + 4 * x, v);
+        campiona_vettore<4>(a, {v[0], v[1], v[2]}, uscita + 4 * x);
+        for (ptrdiff_t k = 0; k < G; ++k)
+            memcpy(uscita + 4 * (x + k) + 3, rgba + 4 * (x + k) + 3, sizeof(float));
+    }
+    for (; x < larghezza; ++x) {
+        campiona_uno(a, rgba + 4 * x, uscita + 4 * x);
+        memcpy(uscita + 4 * x + 3, rgba + 4 * x + 3, sizeof(float));
+    }
+}
+
+void unisci(const float* rgb, const float* alfa, float* rgba, ptrdiff_t larghezza)
+{
+    per_vettori(larghezza, [=](auto tipo, ptrdiff_t x) {
+        using V = decltype(tipo);
+        V c[3];
+        carica_rgb(rgb + 3 * x, c);
+        V v[4] = {c[0], c[1], c[2], carica<V>(alfa + x)};
+        intreccia<4>(v);
+        for (int j = 0; j < 4; ++j)
+            scrivi_corsie<V>(rgba + 4 * x + j * CORSIA<V>, 4 * CORSIA<V>, v[j]);
+    });
+}
+
+void luminanza(const float* rgb, float* luma, ptrdiff_t larghezza)
+{
+    per_vettori(larghezza, [=](auto tipo, ptrdiff_t x) {
+        using V = decltype(tipo);
+        V c[3];
+        carica_rgb(rgb + 3 * x, c);
+        scrivi<V>(luma + x, luma_pixel(c[0], c[1], c[2]));
+    });
+}
+
+}  // namespace
+
+const NucleiTabella TABELLA = {
+    campiona,
+    campiona_rgba,
+    unisci,
+    luminanza,
+};
+
+}  // namespace VARNO_LIVELLO
+}  // namespace varno
