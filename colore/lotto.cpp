@@ -4,7 +4,6 @@
 #include <limits>
 
 namespace varno {
-
 namespace {
 
 // Calls f once for a run of equal values. Not-a-number is never equal.
