@@ -38,7 +38,7 @@ template <class V> inline V mescola(V a, V b, V t)
     return a * (1.0f - t) + b * t;
 }
 
-// Beyond 2^24 pixels the limit rounds past the last sample: both indices are held inside.
+// Beyond 2^15 pixels the limit rounds to the last sample: both indices are held inside.
 inline float campione(const float* piano, float sx, float sy, const Asse& ax, const Asse& ay)
 {
     const auto ix = static_cast<int64_t>(sx);

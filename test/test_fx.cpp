@@ -19,6 +19,7 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -86,11 +87,26 @@ Campioni quadro(int contenuto, Misura m, std::uint32_t seme)
     return riempi(static_cast<Contenuto>(contenuto), m.larghezza, m.altezza, 3, seme);
 }
 
+// Memory as a render hands it out, used before: what a stage reads without having written it is
+// not-a-number.
+void sporca(Arena& arena, std::size_t pixel)
+{
+    std::vector<Piano> piani;
+    for (const std::size_t n : {pixel / 16 + 1, pixel / 4 + 1, pixel, 3 * pixel})
+        for (int i = 0; i < 5; ++i) {
+            piani.push_back(piano_di_lavoro(n, &arena));
+            std::fill(piani.back().begin(), piani.back().end(), NAN);
+        }
+}
+
 std::string prova(const Campioni& prima, Misura m, const FxRicetta& ricetta)
 {
     Campioni atteso = prima;
     semplici::applica_fx(atteso, m.larghezza, m.altezza, ricetta);
-    Immagine avuto = piano_di(prima);
+    Arena arena;
+    sporca(arena, prima.size() / 3);
+    Immagine avuto = piano_di_lavoro(prima.size(), &arena);
+    std::copy(prima.begin(), prima.end(), avuto.begin());
     applica_fx(avuto, m.larghezza, m.altezza, ricetta);
     return differenza(atteso, avuto, m.larghezza, 3);
 }
