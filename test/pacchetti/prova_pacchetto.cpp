@@ -160,7 +160,7 @@ Memoria memoria()
 
 int cicli(const char* modulo, int quanti)
 {
-    constexpr int PRIMA = 30;  // caches of the system fill up
+    constexpr int PRIMA = 10;  // caches of the system fill up
     banco::Tela sorgente = scena(24, 20);
     Memoria inizio;
     for (int n = 0; n < PRIMA + quanti; ++n) {
