@@ -383,9 +383,9 @@ TEST_CASE("the grain's frame number is the time cut towards 0, the lowest where 
                                 {-INF, minimo},
                                 {1e300, minimo},
                                 {-1e300, minimo}};
-    for (const auto& [tempo, numero] : coppie) {
-        CAPTURE(tempo);
-        CHECK(grana(tempo) == grana(numero));
+    for (const auto& coppia : coppie) {
+        CAPTURE(coppia[0]);
+        CHECK(grana(coppia[0]) == grana(coppia[1]));
     }
     CHECK(grana(12.0) != grana(13.0));
     CHECK(grana(0.0) != grana(-1.0));
@@ -426,9 +426,11 @@ TEST_CASE("choices outside their range fall where they should")
             tutti[nome] = x;
         return fotogramma(*crea_istanza(modulo(), tutti), 6, 3);
     };
-    for (const auto& [a, b] : uguali) {
-        CAPTURE(a.begin()->first);
-        CAPTURE(a.begin()->second);
+    for (const auto& coppia : uguali) {
+        const auto& [a, b] = coppia;
+        const auto& primo = *a.begin();  // Clang captures no structured binding
+        CAPTURE(primo.first);
+        CAPTURE(primo.second);
         CHECK(quadro(a) == quadro(b));
     }
     // Each Canon curve has rows of its own behind the one chooser.
