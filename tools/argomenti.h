@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace varno::provino {
+
+/// "; did you mean 'x'?" for the candidate that is nearest to what was typed, or nothing where none
+/// is near.
+std::string proposta(std::string_view scritto, const std::vector<std::string>& candidati);
+
+/// A whole text as a finite number; false otherwise.
+bool leggi_numero(std::string_view testo, double& numero);
+bool leggi_intero(std::string_view testo, long long& numero);
+
+/// "1920x1080", each side 1 to 65536 and 134 million pixels at most. Throws Errore (usage).
+std::pair<int, int> leggi_misura(const std::string& testo);
+
+/// Shortest text that reads back as the same number.
+std::string testo_di(double numero);
+
+}  // namespace varno::provino

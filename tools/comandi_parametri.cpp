@@ -1,0 +1,86 @@
+#include "tools/comandi.h"
+
+#include "tools/argomenti.h"
+#include "tools/messaggi.h"
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace varno::provino {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+const char* genere(const banco::Parametro& p)
+{
+    if (p.tipo == "OfxParamTypeChoice")
+        return "choice";
+    return p.tipo == "OfxParamTypeBoolean" ? "switch" : "number";
+}
+
+Json in_json(const banco::Parametro& p)
+{
+    Json j;
+    j["name"] = p.nome;
+    j["label"] = p.etichetta;
+    j["kind"] = genere(p);
+    if (p.tipo == "OfxParamTypeDouble") {
+        j["minimum"] = p.minimo;
+        j["maximum"] = p.massimo;
+    }
+    if (p.tipo == "OfxParamTypeBoolean")
+        j["default"] = p.predefinito != 0.0;
+    else if (p.tipo == "OfxParamTypeChoice")
+        j["default"] = static_cast<int>(p.predefinito);
+    else
+        j["default"] = p.predefinito;
+    if (!p.opzioni.empty())
+        j["options"] = p.opzioni;
+    if (!p.hint.empty())
+        j["hint"] = p.hint;
+    return j;
+}
+
+void stampa(const banco::Parametro& p)
+{
+    char testa[160];
+    std::snprintf(testa, sizeof testa, "%-12s %-22s %-7s", p.nome.c_str(), p.etichetta.c_str(),
+                  genere(p));
+    std::string s = testa;
+    if (p.tipo == "OfxParamTypeDouble")
+        s += testo_di(p.minimo) + " to " + testo_di(p.massimo) + ", ";
+    riga(s + "default " + scrivi_valore(p, p.predefinito));
+    for (std::size_t i = 0; i < p.opzioni.size(); ++i)
+        riga(std::string(13, ' ') + std::to_string(i) + " = " + p.opzioni[i]);
+    if (!p.hint.empty())
+        riga(std::string(13, ' ') + p.hint);
+}
+
+}  // namespace
+
+Esecuzione comando_parametri(CLI::App& programma)
+{
+    struct Opzioni {
+        Comuni comuni;
+        bool json = false;
+    };
+    auto o = std::make_shared<Opzioni>();
+    CLI::App* app =
+        programma.add_subcommand("parametri", "List the plug-in's parameters as it declares them");
+    opzione_plugin(*app, o->comuni);
+    app->add_flag("--json", o->json, "As JSON");
+    return [o] {
+        const Plugin plugin = carica_plugin(o->comuni.plugin);
+        if (o->json) {
+            Json tutti = Json::array();
+            for (const banco::Parametro& p : plugin.parametri)
+                tutti.push_back(in_json(p));
+            riga(tutti.dump(2));
+        } else {
+            for (const banco::Parametro& p : plugin.parametri)
+                stampa(p);
+        }
+    };
+}
+
+}  // namespace varno::provino

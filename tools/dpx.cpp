@@ -1,0 +1,140 @@
+#include "tools/dpx.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+
+namespace varno::provino {
+namespace {
+
+constexpr std::size_t TESTATA = 2048;
+constexpr std::size_t PRIMO_ELEMENTO = 780;
+constexpr std::size_t LUNGO_ELEMENTO = 72;
+constexpr std::uint32_t INDEFINITO = 0xffffffff;
+
+bool piccolo_prima(Byte d)
+{
+    return d[0] == 'X';
+}
+std::uint32_t u32(Byte d, std::size_t p)
+{
+    return numero(d, p, 4, piccolo_prima(d));
+}
+std::uint32_t u16(Byte d, std::size_t p)
+{
+    return numero(d, p, 2, piccolo_prima(d));
+}
+
+struct Elemento {
+    unsigned descrittore = 0, bit = 0, componenti = 0;  // no components: an unknown descriptor
+    std::uint32_t imballo = 0, codifica = 0;
+    std::uint64_t inizio = 0;
+    std::uint32_t dopo_riga = 0, dopo_immagine = 0;  // bytes
+};
+
+// Single planes, RGB, RGBA, ABGR and the four forms of CbYCr.
+unsigned componenti(unsigned descrittore)
+{
+    switch (descrittore) {
+    case 1:
+    case 2:
+    case 3:
+    case 4:
+    case 6:
+        return 1;
+    case 100:
+        return 2;
+    case 50:
+    case 101:
+    case 102:
+        return 3;
+    case 51:
+    case 52:
+    case 103:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
+Elemento elemento(Byte d, std::size_t quale)
+{
+    const std::size_t qui = PRIMO_ELEMENTO + LUNGO_ELEMENTO * quale;
+    const auto o_niente = [](std::uint32_t n) { return n == INDEFINITO ? 0u : n; };
+    Elemento e;
+    e.descrittore = d[qui + 20];
+    e.componenti = componenti(e.descrittore);
+    e.bit = d[qui + 23];
+    e.imballo = u16(d, qui + 24);
+    e.codifica = u16(d, qui + 26);
+    const std::uint32_t inizio = o_niente(u32(d, qui + 28));
+    e.inizio = inizio == 0 ? u32(d, 4) : inizio;
+    e.dopo_riga = o_niente(u32(d, qui + 32));
+    e.dopo_immagine = o_niente(u32(d, qui + 36));
+    return e;
+}
+
+void controlla_elemento(Byte d, const Elemento& e, std::uint64_t pixel, const std::string& nome)
+{
+    constexpr std::array<unsigned, 6> BIT = {8, 10, 12, 16, 32, 64};
+    if (e.componenti == 0)
+        guasto(Formato::dpx, nome, "kind of element");
+    if (std::find(BIT.begin(), BIT.end(), e.bit) == BIT.end())
+        guasto(Formato::dpx, nome, "bit depth");
+    if (e.imballo > 2)
+        guasto(Formato::dpx, nome, "packing");
+    if (e.codifica != 0)
+        fallisci(tra_apici(nome) +
+                 " is a run-length coded DPX, which is not read: save it uncompressed");
+    if (e.dopo_riga > d.size() || e.dopo_immagine > d.size())
+        guasto(Formato::dpx, nome, "padding");
+    // The least that the pixels can take, as if lines ran on without a gap.
+    const std::uint64_t campioni = pixel * e.componenti;
+    std::uint64_t byte = (campioni * e.bit + 7) / 8;
+    if (e.imballo != 0 && e.bit == 10)
+        byte = campioni / 3 * 4;
+    if (e.imballo != 0 && e.bit == 12)
+        byte = campioni * 2;
+    if (e.inizio < TESTATA || e.inizio + byte > d.size())
+        tronco(Formato::dpx, nome);
+}
+
+}  // namespace
+
+void controlla_dpx(Byte d, const std::string& nome)
+{
+    if (d.size() < TESTATA)
+        tronco(Formato::dpx, nome);
+    const std::uint32_t utente = u32(d, 32);
+    if (utente != INDEFINITO && utente > d.size() - TESTATA)
+        guasto(Formato::dpx, nome, "length of user data");
+    const std::uint32_t elementi = u16(d, 770);
+    if (elementi < 1 || elementi > 8)
+        guasto(Formato::dpx, nome, "count of elements");
+    controlla_misure(u32(d, 772), u32(d, 776), nome);
+    for (std::size_t i = 0; i < elementi; ++i)
+        controlla_elemento(d, elemento(d, i), std::uint64_t{u32(d, 772)} * u32(d, 776), nome);
+}
+
+std::vector<float> campioni_persi(Byte d)
+{
+    const Elemento e = elemento(d, 0);
+    const std::uint64_t campioni = std::uint64_t{u32(d, 772)} * e.componenti;
+    const std::uint32_t altezza = u32(d, 776);
+    std::vector<float> persi;
+    if (e.bit != 10 || e.imballo == 0 || campioni % 3 != 1)
+        return persi;
+    const std::uint64_t riga = (campioni + 2) / 3 * 4 + e.dopo_riga;
+    const int scarto = e.imballo == 1 ? 22 : 20;  // the two unused bits stand below or above
+    for (std::uint32_t y = 0; y < altezza; ++y) {
+        const std::uint64_t parola = e.inizio + y * riga + campioni / 3 * 4;
+        if (parola + 4 > d.size())
+            return {};
+        persi.push_back(static_cast<float>(u32(d, parola) >> scarto & 1023) / 1023.0f);
+    }
+    return persi;
+}
+
+}  // namespace varno::provino

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "tools/formati.h"
+
+#include <string>
+#include <vector>
+
+namespace varno::provino {
+
+/// Throws Errore where a field of the header is impossible or the pixels do not fit into the file:
+/// the reader behind OpenImageIO takes lengths and counts as they stand.
+void controlla_dpx(Byte d, const std::string& nome);
+
+/// The last sample of each line, 0 to 1, of a checked file whose lines of 10-bit samples, three to
+/// a word, end in a word with one alone: the reader behind OpenImageIO loses it. Empty for any
+/// other.
+std::vector<float> campioni_persi(Byte d);
+
+}  // namespace varno::provino

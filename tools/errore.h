@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+
+namespace varno::provino {
+
+/// What the program tells the shell.
+enum Uscita { FATTO = 0, FALLITO = 1, USO = 2, SENZA_PLUGIN = 3 };
+
+/// Thrown wherever a command cannot go on: one line for the user, and the exit code.
+struct Errore {
+    Uscita uscita = FALLITO;
+    std::string testo;
+};
+
+[[noreturn]] inline void fallisci(std::string testo)
+{
+    throw Errore{FALLITO, std::move(testo)};
+}
+[[noreturn]] inline void rifiuta(std::string testo)
+{
+    throw Errore{USO, std::move(testo)};
+}
+
+inline std::string tra_apici(const std::string& s)
+{
+    return "'" + s + "'";
+}
+
+}  // namespace varno::provino

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "tools/errore.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace varno::provino {
+
+enum class Formato { exr, dpx, tiff, png, jpeg };
+
+using Byte = std::span<const unsigned char>;
+
+/// The longest side and the most pixels that are taken for a picture and not for a broken header.
+constexpr std::int64_t LATO_LIMITE = 65536;
+constexpr std::int64_t PIXEL_LIMITE = std::int64_t{1} << 27;
+
+/// The name that OpenImageIO knows the format by.
+const char* nome_oiio(Formato f);
+/// The name for people.
+const char* nome_formato(Formato f);
+
+/// By the first bytes of the file, whatever its name. Throws Errore for any other kind.
+Formato formato_dai_byte(Byte dati, const std::string& nome);
+
+/// By the ending of an output's name, in either case. Throws Errore (usage) for any other ending.
+Formato formato_dal_nome(const std::filesystem::path& p);
+
+/// Throws Errore where a file is cut short or its header is absurd, as far as its structure tells:
+/// the libraries behind OpenImageIO fill what is missing with black, or trust a length. TIFF and
+/// EXR are left to them.
+void controlla_struttura(Formato f, Byte dati, const std::string& nome);
+
+/// Throws Errore where the size is none or beyond the limits.
+void controlla_misure(std::int64_t larghezza, std::int64_t altezza, const std::string& nome);
+
+/// Throw Errore for data that ends too early, and for a header field that cannot be.
+[[noreturn]] void tronco(Formato f, const std::string& nome);
+[[noreturn]] void guasto(Formato f, const std::string& nome, const char* dove);
+
+/// A number of 1 to 4 bytes; the caller keeps inside the data.
+std::uint32_t numero(Byte d, std::size_t da, int byte, bool piccolo_prima);
+
+}  // namespace varno::provino

@@ -1,0 +1,510 @@
+#include "tools/immagini.h"
+
+#include "tools/dpx.h"
+#include "tools/messaggi.h"
+#include "tools/uscita.h"
+
+#include <OpenImageIO/filesystem.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <fstream>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace varno::provino {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uintmax_t FILE_LIMITE = std::uintmax_t{4} << 30;  // bytes
+constexpr const char* SEGNO = "provino:settings";
+
+// --- Reading -------------------------------------------------------------------------------------
+
+std::vector<unsigned char> leggi_byte(const fs::path& file)
+{
+    const std::string nome = file.string();
+    std::error_code e;
+    const fs::file_status stato = fs::status(file, e);
+    if (!fs::exists(stato))
+        fallisci("there is no file " + tra_apici(nome));
+    if (fs::is_directory(stato))
+        fallisci(tra_apici(nome) + " is a folder: give the name of a picture");
+    if (!fs::is_regular_file(stato))
+        fallisci(tra_apici(nome) + " is no regular file");
+    const std::uintmax_t lunghezza = fs::file_size(file, e);
+    if (e || lunghezza > FILE_LIMITE)
+        fallisci(tra_apici(nome) + " is larger than 4 GiB, too large for one picture");
+    std::ifstream f(file, std::ios::binary);
+    std::vector<unsigned char> dati(static_cast<std::size_t>(lunghezza));
+    if (!f ||
+        !f.read(reinterpret_cast<char*>(dati.data()), static_cast<std::streamsize>(dati.size())))
+        fallisci("cannot read " + tra_apici(nome) + ": check that you may open it");
+    return dati;
+}
+
+// An open picture, and the memory that it reads from.
+struct Lettura {
+    std::vector<unsigned char> dati;
+    std::unique_ptr<OIIO::Filesystem::IOMemReader> memoria;
+    std::unique_ptr<OIIO::ImageInput> ingresso;
+    Formato formato = Formato::exr;
+};
+
+[[noreturn]] void illeggibile(const fs::path& file, Formato f, const std::string& motivo)
+{
+    fallisci(tra_apici(file.string()) + " is damaged, or a kind of " + nome_formato(f) +
+             " that is not read" + (motivo.empty() ? "" : " (" + in_una_riga(motivo) + ")"));
+}
+
+Lettura apri_foto(const fs::path& file)
+{
+    Lettura l;
+    l.dati = leggi_byte(file);
+    l.formato = formato_dai_byte(l.dati, file.string());
+    controlla_struttura(l.formato, l.dati, file.string());
+
+    // By the format's own reader, so that nothing is guessed from the file's name.
+    l.memoria = std::make_unique<OIIO::Filesystem::IOMemReader>(l.dati.data(), l.dati.size());
+    l.ingresso = OIIO::ImageInput::create(nome_oiio(l.formato));
+    if (!l.ingresso)
+        fallisci(std::string("this OpenImageIO cannot read ") + nome_formato(l.formato));
+    OIIO::ImageSpec come;
+    OIIO::ImageSpec spec;
+    OIIO::Filesystem::IOProxy* da = l.memoria.get();
+    come.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &da);
+    come.attribute("oiio:UnassociatedAlpha", 1);
+    if (!l.ingresso->open(file.string(), spec, come))
+        illeggibile(file, l.formato, l.ingresso->geterror());
+    controlla_misure(spec.width, spec.height, file.string());
+    if (spec.deep || spec.depth > 1)
+        fallisci(tra_apici(file.string()) +
+                 " holds deep or volume data, which are no picture here");
+    if (spec.nchannels < 1 || spec.nchannels > 1024)
+        illeggibile(file, l.formato, "channel count");
+    return l;
+}
+
+int canale(const OIIO::ImageSpec& spec, const std::string& nome)
+{
+    for (int c = 0; c < spec.nchannels; ++c)
+        if (std::string(spec.channel_name(c)) == nome)
+            return c;
+    return -1;
+}
+
+// The file's channels that become R, G, B and A; -1 for an alpha that it lacks.
+struct Canali {
+    int c[4] = {0, 0, 0, -1};
+};
+
+Canali scegli_canali(const OIIO::ImageSpec& spec)
+{
+    Canali k;
+    const int r = canale(spec, "R");
+    const int g = canale(spec, "G");
+    const int b = canale(spec, "B");
+    if (r >= 0 && g >= 0 && b >= 0) {
+        k = {{r, g, b, canale(spec, "A")}};
+    } else if (spec.nchannels >= 3) {
+        k = {{0, 1, 2, spec.alpha_channel >= 3 ? spec.alpha_channel : -1}};
+    } else if (spec.nchannels == 2 && spec.alpha_channel == 1) {
+        k.c[3] = 1;
+    }
+    return k;
+}
+
+// 10 and 12 bits come stretched to 16 by repeating bits; the code value is the fraction of its own
+// range.
+void raddrizza_bit(Foto& f)
+{
+    const int bit = f.spec.get_int_attribute("oiio:BitsPerSample", 0);
+    if (f.spec.format != OIIO::TypeUInt16 || bit <= 8 || bit >= 16)
+        return;
+    const auto massimo = static_cast<float>((1 << bit) - 1);
+    float* p = f.rgba.get();
+    for (std::size_t i = 0; i < quanti_float(f); ++i)
+        p[i] = std::floor(p[i] * massimo + 0.5f) / massimo;
+}
+
+// Where the last sample of a line is a whole pixel's grey, or its alpha.
+void rendi_persi(Foto& f, Byte dati)
+{
+    const std::vector<float> persi = campioni_persi(dati);
+    if (persi.size() != static_cast<std::size_t>(f.altezza))
+        return;
+    const std::size_t riga = std::size_t{4} * static_cast<std::size_t>(f.larghezza);
+    for (std::size_t y = 0; y < persi.size(); ++y) {
+        float* p = &f.rgba[(y + 1) * riga - 4];
+        if (f.spec.nchannels == 4)
+            p[3] = persi[y];
+        else if (f.spec.nchannels == 1)
+            p[0] = p[1] = p[2] = persi[y];
+    }
+}
+
+// --- Depth and compression -----------------------------------------------------------------------
+
+struct Capacita {
+    Formato formato;
+    std::vector<std::string_view> profondita;  // the first is the usual one
+    std::vector<std::string_view> compressioni;
+};
+
+const Capacita& capacita(Formato f)
+{
+    static const std::vector<Capacita> tutte = {
+        {Formato::exr,
+         {"half", "float"},
+         {"zip", "none", "rle", "zips", "piz", "pxr24", "b44", "b44a", "dwaa", "dwab"}},
+        {Formato::dpx, {"uint10", "uint8", "uint16"}, {"none"}},
+        {Formato::tiff, {"uint16", "uint8", "half", "float"}, {"zip", "none", "lzw", "packbits"}},
+        {Formato::png, {"uint16", "uint8"}, {"zip"}},
+        {Formato::jpeg, {"uint8"}, {"jpeg"}},
+    };
+    return tutte[static_cast<std::size_t>(f)];
+}
+
+std::string elenco(const std::vector<std::string_view>& parole)
+{
+    std::string s;
+    for (const std::string_view p : parole)
+        s += (s.empty() ? "" : ", ") + std::string(p);
+    return s;
+}
+
+bool contiene(const std::vector<std::string_view>& parole, std::string_view p)
+{
+    return std::find(parole.begin(), parole.end(), p) != parole.end();
+}
+
+std::string profondita_letta(const OIIO::ImageSpec& spec)
+{
+    switch (spec.format.basetype) {
+    case OIIO::TypeDesc::UINT8:
+        return "uint8";
+    case OIIO::TypeDesc::UINT16:
+        return spec.get_int_attribute("oiio:BitsPerSample", 16) == 10 ? "uint10" : "uint16";
+    case OIIO::TypeDesc::HALF:
+        return "half";
+    default:
+        return "float";
+    }
+}
+
+// As asked for, else as it was read where the kind of file is the same, else the usual one.
+std::string scegli_profondita(Formato f, const Foto& foto, const Scrittura& come)
+{
+    if (!come.profondita.empty())
+        return come.profondita;
+    const std::string letta = profondita_letta(foto.spec);
+    const bool stesso = f == foto.formato && contiene(capacita(f).profondita, letta);
+    return stesso ? letta : std::string(capacita(f).profondita.front());
+}
+
+// --- Metadata ------------------------------------------------------------------------------------
+
+// What told the colours of the picture that was read, or how its file was laid out.
+constexpr std::string_view SUPERATI[] = {
+    "ICCProfile",
+    "chromaticities",
+    "adoptedNeutral",
+    "whiteLuminance",
+    "oiio:ColorSpace",
+    "oiio:Gamma",
+    "Exif:ColorSpace",
+    "Exif:Gamma",
+    "dpx:Transfer",
+    "dpx:Colorimetric",
+    "dpx:Gamma",
+    "dpx:ImageDescriptor",
+    "dpx:Packing",
+    "dpx:EndOfLinePadding",
+    "dpx:EndOfImagePadding",
+    "dpx:LowData",
+    "dpx:HighData",
+    "dpx:LowQuantity",
+    "dpx:HighQuantity",
+    "dpx:BlackLevel",
+    "dpx:WhiteLevel",
+    "dpx:BreakPoint",
+    "oiio:subimages",
+    "oiio:BitsPerSample",
+    "oiio:ioproxy",
+    "oiio:UnassociatedAlpha",
+    "tiff:PhotometricInterpretation",
+    "tiff:PlanarConfiguration",
+    "tiff:Compression",
+    "tiff:RowsPerStrip",
+    "tiff:ColorSpace",
+    "planarconfig",
+    "png:filter",
+    "jpeg:subsampling",
+    "jpeg:progressive",
+    "openexr:chunkCount",
+    "openexr:levelmode",
+    "openexr:roundingmode",
+    "openexr:lineOrder",
+    "textureformat",
+    "wrapmodes",
+    "type",
+    "chunkCount",
+};
+
+std::string senza_impostazioni(const std::string& testo)
+{
+    const std::size_t p = testo.find(SEGNO);
+    return p == std::string::npos ? testo
+                                  : testo.substr(0, testo.find_last_not_of('\n', p - 1) + 1);
+}
+
+std::string blocco_utente(const OIIO::ImageSpec& spec)
+{
+    const OIIO::ParamValue* v = spec.find_attribute("dpx:UserData");
+    if (v == nullptr || v->type().basetype != OIIO::TypeDesc::UINT8)
+        return {};
+    return std::string(static_cast<const char*>(v->data()), v->type().size());
+}
+
+// Each format keeps its own few texts: EXR and PNG any name, JPEG a history, TIFF and DPX only a
+// description and a block of user data, to which ours is added behind what stands there.
+void posa_impostazioni(OIIO::ImageSpec& spec, Formato f, const std::string& impostazioni)
+{
+    const auto in_coda = [&](const std::string& prima) {
+        std::string s = senza_impostazioni(prima);
+        if (!s.empty())
+            s += '\n';
+        return s + SEGNO + " " + impostazioni;
+    };
+    switch (f) {
+    case Formato::exr:
+    case Formato::png:
+        spec.attribute(SEGNO, impostazioni);
+        break;
+    case Formato::jpeg:
+        spec.attribute("Exif:ImageHistory", std::string(SEGNO) + " " + impostazioni);
+        break;
+    case Formato::tiff:
+        spec.attribute("ImageDescription", in_coda(spec.get_string_attribute("ImageDescription")));
+        break;
+    case Formato::dpx: {
+        const std::string s = in_coda(blocco_utente(spec));
+        spec.attribute("dpx:UserData",
+                       OIIO::TypeDesc(OIIO::TypeDesc::UINT8, static_cast<int>(s.size())), s.data());
+        break;
+    }
+    }
+}
+
+OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come,
+                              const std::string& profondita, const std::string& impostazioni)
+{
+    OIIO::ImageSpec s = foto.spec;
+    s.width = foto.larghezza;
+    s.height = foto.altezza;
+    s.depth = 1;
+    s.nchannels = foto.alfa && f != Formato::jpeg ? 4 : 3;
+    s.channelnames.assign({"R", "G", "B", "A"});
+    s.channelnames.resize(static_cast<std::size_t>(s.nchannels));
+    s.alpha_channel = s.nchannels == 4 ? 3 : -1;
+    s.z_channel = -1;
+    s.tile_width = s.tile_height = s.tile_depth = 0;
+    s.channelformats.clear();
+    s.set_format(profondita == "float"   ? OIIO::TypeFloat
+                 : profondita == "half"  ? OIIO::TypeHalf
+                 : profondita == "uint8" ? OIIO::TypeUInt8
+                                         : OIIO::TypeUInt16);
+    // The others know no window, or none left of or above the frame's.
+    if (f != Formato::exr && (f != Formato::tiff || s.x < 0 || s.y < 0)) {
+        s.x = s.y = s.full_x = s.full_y = 0;
+        s.full_width = s.width;
+        s.full_height = s.height;
+    }
+
+    const bool non_associata = foto.spec.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0 ||
+                               foto.formato == Formato::png || f == Formato::png;
+    for (const std::string_view nome : SUPERATI)
+        s.erase_attribute(OIIO::string_view(nome.data(), nome.size()));
+    if (f != foto.formato || !come.compressione.empty())
+        s.erase_attribute("compression");
+    s.erase_attribute(SEGNO);
+    if (non_associata)
+        s.attribute("oiio:UnassociatedAlpha", 1);
+    if (f == Formato::dpx) {
+        s.attribute("oiio:ColorSpace", "Rec709");
+        s.attribute("oiio:BitsPerSample", profondita == "uint10"  ? 10
+                                          : profondita == "uint8" ? 8
+                                                                  : 16);
+    }
+    if (f == Formato::jpeg) {
+        s.attribute("CompressionQuality", 95);
+        s.attribute("jpeg:subsampling", "4:4:4");
+    }
+    if (!come.compressione.empty())
+        s.attribute("compression", come.compressione);
+    s.attribute("Software", "provino " PROVINO_VERSIONE);
+    if (!impostazioni.empty())
+        posa_impostazioni(s, f, impostazioni);
+    return s;
+}
+
+// --- Writing -------------------------------------------------------------------------------------
+
+// The code value of n bits, held to the range; the comparison sends a NaN to 0.
+unsigned codice(float v, float massimo)
+{
+    return v > 0.0f ? static_cast<unsigned>(std::min(v, 1.0f) * massimo + 0.5f) : 0u;
+}
+
+template <class Intero> std::vector<Intero> in_interi(const Foto& f, int canali, float massimo)
+{
+    const std::size_t pixel = quanti_float(f) / 4;
+    std::vector<Intero> v(pixel * static_cast<std::size_t>(canali));
+    Intero* q = v.data();
+    const float* p = f.rgba.get();
+    for (std::size_t i = 0; i < pixel; ++i, p += 4)
+        for (int c = 0; c < canali; ++c) {
+            const unsigned n = codice(p[c], massimo);
+            // 10 bits stand at the top of 16 with the first ones repeated, as the writer wants
+            // them.
+            *q++ = static_cast<Intero>(massimo == 1023.0f ? n << 6 | n >> 4 : n);
+        }
+    return v;
+}
+
+bool scrivi_pixel(OIIO::ImageOutput& uscita, const Foto& foto, int canali,
+                  const std::string& profondita)
+{
+    if (profondita == "uint8")
+        return uscita.write_image(OIIO::TypeUInt8,
+                                  in_interi<std::uint8_t>(foto, canali, 255.0f).data());
+    if (profondita == "uint10" || profondita == "uint16")
+        return uscita.write_image(
+            OIIO::TypeUInt16,
+            in_interi<std::uint16_t>(foto, canali, profondita == "uint10" ? 1023.0f : 65535.0f)
+                .data());
+    return uscita.write_image(OIIO::TypeFloat, foto.rgba.get(), 4 * sizeof(float));
+}
+
+}  // namespace
+
+Foto foto_nuova(int larghezza, int altezza, bool alfa)
+{
+    Foto f;
+    f.larghezza = larghezza;
+    f.altezza = altezza;
+    f.alfa = alfa;
+    f.rgba.reset(new float[quanti_float(f)]);
+    f.spec = OIIO::ImageSpec(larghezza, altezza, alfa ? 4 : 3, OIIO::TypeFloat);
+    return f;
+}
+
+OIIO::ImageSpec leggi_testata(const fs::path& file)
+{
+    return apri_foto(file).ingresso->spec();
+}
+
+Foto leggi_foto(const fs::path& file)
+{
+    Lettura l = apri_foto(file);
+    const OIIO::ImageSpec& spec = l.ingresso->spec();
+    const Canali k = scegli_canali(spec);
+    Foto f;
+    f.larghezza = spec.width;
+    f.altezza = spec.height;
+    f.formato = l.formato;
+    f.alfa = k.c[3] >= 0;
+    f.spec = spec;
+    f.rgba.reset(new float[quanti_float(f)]);
+
+    const bool in_fila =
+        k.c[1] == k.c[0] + 1 && k.c[2] == k.c[0] + 2 && (!f.alfa || k.c[3] == k.c[0] + 3);
+    bool letto = false;
+    float* p = f.rgba.get();
+    const std::size_t pixel = quanti_float(f) / 4;
+    if (in_fila) {
+        letto = l.ingresso->read_image(0, 0, k.c[0], k.c[0] + (f.alfa ? 4 : 3), OIIO::TypeFloat, p,
+                                       4 * sizeof(float));
+    } else {
+        const auto n = static_cast<std::size_t>(spec.nchannels);
+        std::vector<float> tutti(pixel * n);
+        letto = l.ingresso->read_image(0, 0, 0, spec.nchannels, OIIO::TypeFloat, tutti.data());
+        for (std::size_t i = 0; i < pixel; ++i)
+            for (std::size_t c = 0; c < (f.alfa ? 4u : 3u); ++c)
+                p[4 * i + c] = tutti[i * n + static_cast<std::size_t>(k.c[c])];
+    }
+    // Some readers fill what is missing, call that a success and leave only a message.
+    if (!letto || l.ingresso->has_error())
+        illeggibile(file, f.formato, l.ingresso->geterror());
+    if (!f.alfa)
+        for (std::size_t i = 0; i < pixel; ++i)
+            p[4 * i + 3] = 1.0f;
+    raddrizza_bit(f);
+    if (f.formato == Formato::dpx)
+        rendi_persi(f, l.dati);
+    return f;
+}
+
+void controlla_scrittura(const fs::path& file, const Scrittura& come)
+{
+    const Formato f = formato_dal_nome(file);
+    const Capacita& c = capacita(f);
+    if (!come.profondita.empty() && !contiene(c.profondita, come.profondita))
+        rifiuta(std::string(nome_formato(f)) + " has no depth " + tra_apici(come.profondita) +
+                ": it takes " + elenco(c.profondita));
+    const std::string nome = come.compressione.substr(0, come.compressione.find(':'));
+    if (!come.compressione.empty() && !contiene(c.compressioni, nome))
+        rifiuta(std::string(nome_formato(f)) + " has no compression " +
+                tra_apici(come.compressione) + ": it takes " + elenco(c.compressioni));
+}
+
+void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
+                 const std::string& impostazioni)
+{
+    controlla_scrittura(file, come);
+    const Formato f = formato_dal_nome(file);
+    const std::string profondita = scegli_profondita(f, foto, come);
+    OIIO::ImageSpec spec = spec_d_uscita(f, foto, come, profondita, impostazioni);
+
+    scrivi_intero(file, come.sovrascrivi, [&](const fs::path& provvisorio) {
+        // Into memory, so that a full disk is told by our own write and never missed. TIFF alone
+        // reads back what it wrote, which that memory cannot do.
+        std::vector<unsigned char> memoria;
+        OIIO::Filesystem::IOVecOutput verso(memoria);
+        OIIO::Filesystem::IOProxy* proxy = &verso;
+        const bool diretto = f == Formato::tiff;
+        if (diretto)
+            scrivi_byte(provvisorio, {},
+                        file.string());  // tells the system's reason where it cannot
+        else
+            spec.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &proxy);
+        const auto uscita = OIIO::ImageOutput::create(nome_oiio(f));
+        if (!uscita || !uscita->open(provvisorio.string(), spec) ||
+            !scrivi_pixel(*uscita, foto, spec.nchannels, profondita) || !uscita->close())
+            fallisci("cannot write " + tra_apici(file.string()) + ": " +
+                     in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
+        if (!diretto)
+            scrivi_byte(provvisorio, memoria, file.string());
+    });
+}
+
+std::optional<std::string> impostazioni_in(const OIIO::ImageSpec& spec)
+{
+    const std::string proprio = spec.get_string_attribute(SEGNO);
+    if (!proprio.empty())
+        return proprio;
+    const std::string luoghi[] = {spec.get_string_attribute("ImageDescription"),
+                                  spec.get_string_attribute("Exif:ImageHistory"),
+                                  blocco_utente(spec)};
+    for (const std::string& testo : luoghi) {
+        const std::size_t p = testo.find(SEGNO);
+        if (p != std::string::npos)
+            return testo.substr(p + std::string_view(SEGNO).size());
+    }
+    return std::nullopt;
+}
+
+}  // namespace varno::provino

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "tools/formati.h"
+
+#include <OpenImageIO/imageio.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace varno::provino {
+
+/// A picture in memory: RGBA float, the file's top row first; values as in the file (integers as
+/// fractions of their range), with no conversion of colour and no multiplication by alpha.
+struct Foto {
+    int larghezza = 0, altezza = 0;
+    std::unique_ptr<float[]> rgba;
+    bool alfa = false;  // else alpha is 1 everywhere and is not written
+    Formato formato = Formato::exr;
+    OIIO::ImageSpec spec;  // what the file told: metadata, data window, depth
+};
+
+/// How a picture is to be written.
+struct Scrittura {
+    std::string
+        profondita;  // half, float, uint16, uint10, uint8; empty: as read, or the format's usual
+    std::string compressione;  // as OpenImageIO names them; empty: as read, or the format's usual
+    bool sovrascrivi = false;
+};
+
+inline std::size_t quanti_float(const Foto& f)
+{
+    return std::size_t{4} * static_cast<std::size_t>(f.larghezza) *
+           static_cast<std::size_t>(f.altezza);
+}
+
+/// A picture of that size, its pixels not yet set.
+Foto foto_nuova(int larghezza, int altezza, bool alfa = false);
+
+/// Reads a whole file; grey becomes RGB, channels beyond RGBA are left out. Throws Errore.
+Foto leggi_foto(const std::filesystem::path& file);
+
+/// Its metadata alone.
+OIIO::ImageSpec leggi_testata(const std::filesystem::path& file);
+
+/// Throws Errore (usage) where the format of the name has no such depth or compression.
+void controlla_scrittura(const std::filesystem::path& file, const Scrittura& come);
+
+/// Writes in the format that the name tells. Integers are rounded and held to 0..1, a NaN becomes
+/// 0. Metadata follows, but for what told the colours of the file that was read, which are gone;
+/// software and, unless empty, the settings are added. Throws Errore.
+void scrivi_foto(const std::filesystem::path& file, const Foto& foto, const Scrittura& come,
+                 const std::string& impostazioni = {});
+
+/// The settings that scrivi_foto left in a file's metadata, if any.
+std::optional<std::string> impostazioni_in(const OIIO::ImageSpec& spec);
+
+}  // namespace varno::provino

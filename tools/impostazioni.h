@@ -1,0 +1,48 @@
+#pragma once
+
+#include "tools/plugin.h"
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace varno::provino {
+
+/// What the command line says of the parameters.
+struct OpzioniParametri {
+    std::vector<std::string> valori;  // "name=value"
+    std::vector<std::string> chiavi;  // "name@time=value"
+    std::string da_file;              // settings as JSON
+    std::string da_foto;              // a picture that carries them
+};
+
+/// Settings ready for an instance.
+struct Impostazioni {
+    std::map<std::string, double> salvate;  // as a host loads a project: nothing follows from them
+    std::vector<std::pair<std::string, double>>
+        modifiche;  // as by hand, in order: a look loads its recipe
+    std::map<std::string, std::vector<std::pair<double, double>>> chiavi;  // time and value
+};
+
+/// The value of a parameter from its text: a number in range, an option's text or index, 0/1,
+/// on/off. Throws Errore (usage) with the range or the nearest option.
+double leggi_valore(const banco::Parametro& p, const std::string& testo);
+
+/// How a person writes a value: an option by its text, a switch as on or off.
+std::string scrivi_valore(const banco::Parametro& p, double valore);
+
+/// Throws Errore for unknown names, bad values and unreadable settings.
+Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o);
+
+/// An instance that stands at the settings.
+banco::IstanzaPtr istanza_con(Plugin& plugin, const Impostazioni& imp);
+
+/// The instance's values and the keys as JSON; in one line where compact.
+std::string in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp,
+                    bool compatto);
+
+/// Notes on amounts that were given while their effect is off.
+void avvisa_spenti(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp);
+
+}  // namespace varno::provino

@@ -1,0 +1,90 @@
+#include "tools/messaggi.h"
+
+#include "tools/errore.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <mutex>
+#include <unistd.h>
+
+namespace varno::provino {
+namespace {
+
+std::FILE* gErrori = stderr;
+std::mutex gMutex;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool SANITIZZATO = true;  // their reports must be seen
+#else
+constexpr bool SANITIZZATO = false;
+#endif
+
+std::string pulito(const std::string& testo)
+{
+    std::string s;
+    for (const char c : testo)
+        s += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? ' ' : c;
+    return s;
+}
+
+void scrivi(const std::string& testo)
+{
+    const std::lock_guard<std::mutex> chiuso(gMutex);
+    std::fputs(testo.c_str(), gErrori);
+    std::fflush(gErrori);
+}
+
+}  // namespace
+
+void apri_messaggi()
+{
+    if (SANITIZZATO)
+        return;
+    // libpng and its like print to descriptor 2 themselves, in several lines and from any thread.
+    const int nostro = fcntl(2, F_DUPFD_CLOEXEC, 3);
+    const int nulla = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    std::FILE* f = nostro >= 0 && nulla >= 0 ? fdopen(nostro, "w") : nullptr;
+    if (f != nullptr && dup2(nulla, 2) == 2)
+        gErrori = f;
+    if (nulla >= 0)
+        close(nulla);
+}
+
+void errore(const std::string& testo)
+{
+    scrivi("provino: " + pulito(testo) + "\n");
+}
+void avviso(const std::string& testo)
+{
+    scrivi("provino: note: " + pulito(testo) + "\n");
+}
+
+void riga(const std::string& testo)
+{
+    const std::lock_guard<std::mutex> chiuso(gMutex);
+    if (std::fputs((testo + "\n").c_str(), stdout) < 0 || std::fflush(stdout) != 0)
+        fallisci("cannot write to the standard output");
+}
+
+void barra(const std::string& testo)
+{
+    scrivi(testo);
+}
+bool su_terminale()
+{
+    return isatty(fileno(gErrori)) == 1;
+}
+
+std::string in_una_riga(const std::string& testo)
+{
+    constexpr std::size_t LUNGHEZZA = 160;
+    const std::size_t inizio = testo.find_first_not_of(" \t\r\n");
+    if (inizio == std::string::npos)
+        return {};
+    std::string s = pulito(testo.substr(inizio, testo.find_first_of("\r\n", inizio) - inizio));
+    if (s.size() > LUNGHEZZA)
+        s = s.substr(0, LUNGHEZZA) + "...";
+    return s;
+}
+
+}  // namespace varno::provino

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+
+namespace varno::provino {
+
+/// Keeps the error channel for this program's own lines: what libraries print there goes nowhere.
+/// To be called once, before anything else.
+void apri_messaggi();
+
+/// One line each on the error channel, "provino: ..."; line breaks and control characters become
+/// blanks. Any thread.
+void errore(const std::string& testo);
+void avviso(const std::string& testo);
+
+/// One line on the standard output, flushed, so that a pipe sees it at once. Throws Errore where it
+/// cannot be written.
+void riga(const std::string& testo);
+
+/// Text as it stands on the error channel, for a progress bar; false from su_terminale() if that is
+/// none.
+void barra(const std::string& testo);
+bool su_terminale();
+
+/// First line of a library's message, shortened, without control characters.
+std::string in_una_riga(const std::string& testo);
+
+}  // namespace varno::provino

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "banco/banco.h"
+#include "tools/immagini.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace varno::provino {
+
+/// The plug-in as a host has it loaded, and the parameters that it declares.
+struct Plugin {
+    banco::ModuloPtr modulo;
+    std::vector<banco::Parametro> parametri;
+};
+
+/// From the path given (a bundle, a binary, or a folder that holds the bundle); without one from
+/// where hosts look, then from beside this program, then from where it was built. Throws Errore
+/// (plug-in) where there is none or it does not load.
+Plugin carica_plugin(const std::string& percorso);
+
+/// Throws Errore (usage) with the nearest name for an unknown one.
+const banco::Parametro& trova_parametro(const Plugin& p, std::string_view nome);
+
+/// How rows are handed to the plug-in: a picture stands top down in memory, so that they go down
+/// (negative row bytes); going up they are turned over into a second picture.
+enum class Righe { in_giu, in_su };
+
+/// Develops a picture at a time into another of its size. The file's top row is the highest y.
+/// Throws Errore where the plug-in fails.
+Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo,
+                Righe righe = Righe::in_giu);
+
+}  // namespace varno::provino

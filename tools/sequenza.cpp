@@ -1,0 +1,100 @@
+#include "tools/sequenza.h"
+
+#include "tools/argomenti.h"
+#include "tools/errore.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <regex>
+#include <set>
+#include <system_error>
+
+namespace varno::provino {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr long long NUMERO_LIMITE = 1'000'000'000;  // a frame number is an int in the plug-in
+constexpr std::size_t QUANTI_LIMITE = 10'000'000;
+
+}  // namespace
+
+std::optional<Modello> modello_in(const std::string& percorso)
+{
+    static const std::regex SEGNI("#+|@+|%(0?[0-9]*)d");
+    const std::size_t nome = percorso.find_last_of('/') + 1;  // 0 where there is none
+    const auto inizio = percorso.cbegin() + static_cast<std::ptrdiff_t>(nome);
+    std::sregex_iterator trovato(inizio, percorso.cend(), SEGNI);
+    if (trovato == std::sregex_iterator())
+        return std::nullopt;
+    const std::smatch m = *trovato;
+    if (++trovato != std::sregex_iterator())
+        rifiuta(tra_apici(percorso) + " has more than one place for the frame number: keep one");
+    Modello modello;
+    modello.prima = percorso.substr(0, nome) + m.prefix().str();
+    modello.dopo = m.suffix().str();
+    modello.cifre =
+        m.str()[0] == '%' ? std::atoi(m[1].str().c_str()) : static_cast<int>(m.length());
+    if (modello.cifre > 18)
+        rifiuta(tra_apici(percorso) + " has a place of more than 18 digits for the frame number");
+    return modello;
+}
+
+std::string nome_al(const Modello& m, long long fotogramma)
+{
+    std::string cifre = std::to_string(std::llabs(fotogramma));
+    const auto larghezza = static_cast<std::size_t>(m.cifre);
+    if (cifre.size() < larghezza)
+        cifre.insert(0, larghezza - cifre.size(), '0');
+    return m.prima + (fotogramma < 0 ? "-" : "") + cifre + m.dopo;
+}
+
+std::vector<long long> fotogrammi_esistenti(const Modello& m)
+{
+    const fs::path esempio = nome_al(m, 0);
+    const fs::path cartella = esempio.has_parent_path() ? esempio.parent_path() : fs::path(".");
+    const std::size_t prima = m.prima.size() - (m.prima.find_last_of('/') + 1);
+    std::set<long long> trovati;
+    std::error_code e;
+    for (fs::directory_iterator i(cartella, e), fine; !e && i != fine; i.increment(e)) {
+        const std::string nome = i->path().filename().string();
+        if (nome.size() < prima + m.dopo.size())
+            continue;
+        long long n = 0;
+        if (leggi_intero(nome.substr(prima, nome.size() - prima - m.dopo.size()), n) &&
+            fs::path(nome_al(m, n)).filename() == nome)
+            trovati.insert(n);
+    }
+    return {trovati.begin(), trovati.end()};
+}
+
+std::vector<long long> leggi_fotogrammi(const std::string& testo)
+{
+    static const std::regex TRATTO("(-?[0-9]{1,10})(?:-(-?[0-9]{1,10})(?:x([0-9]{1,10}))?)?");
+    std::set<long long> fotogrammi;
+    for (std::size_t da = 0; da <= testo.size();) {
+        const std::size_t a = std::min(testo.find(',', da), testo.size());
+        const std::string pezzo = testo.substr(da, a - da);
+        std::smatch m;
+        if (!std::regex_match(pezzo, m, TRATTO))
+            rifiuta("frames are written as in 1-10,20-30x2, not " + tra_apici(testo));
+        const long long primo = std::atoll(m[1].str().c_str());
+        const long long ultimo = m[2].matched ? std::atoll(m[2].str().c_str()) : primo;
+        const long long passo = m[3].matched ? std::atoll(m[3].str().c_str()) : 1;
+        if (passo < 1)
+            rifiuta("the step of the frames " + tra_apici(pezzo) + " must be 1 or more");
+        if (ultimo < primo)
+            rifiuta("the frames " + tra_apici(pezzo) +
+                    " end before they begin: write the lower number first");
+        if (std::llabs(primo) > NUMERO_LIMITE || std::llabs(ultimo) > NUMERO_LIMITE ||
+            static_cast<std::size_t>((ultimo - primo) / passo) + fotogrammi.size() >= QUANTI_LIMITE)
+            rifiuta("the frames " + tra_apici(pezzo) +
+                    " are too many or too far out: 10 million at most, up to 1000000000");
+        for (long long n = primo; n <= ultimo; n += passo)
+            fotogrammi.insert(n);
+        da = a + 1;
+    }
+    return {fotogrammi.begin(), fotogrammi.end()};
+}
+
+}  // namespace varno::provino

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace varno::provino {
+
+/// A file name with a place for the frame number.
+struct Modello {
+    std::string prima, dopo;  // the path before and behind the number
+    int cifre = 0;            // filled up with zeroes to so many
+};
+
+/// The place in the last part of a path: "####" or "@@@@" (as many digits as signs), "%04d" or
+/// "%d". None where there is no such sign; throws Errore (usage) where there are several.
+std::optional<Modello> modello_in(const std::string& percorso);
+
+std::string nome_al(const Modello& m, long long fotogramma);
+
+/// The frames that exist as files, in order.
+std::vector<long long> fotogrammi_esistenti(const Modello& m);
+
+/// "1-10,20-30x2": in order, each once. Throws Errore (usage).
+std::vector<long long> leggi_fotogrammi(const std::string& testo);
+
+}  // namespace varno::provino
