@@ -34,30 +34,51 @@ std::size_t campioni(int larghezza, int altezza)
     return static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza);
 }
 
-// righe rows in all, of one plane or of several.
-void passata_orizzontale(const float* da, float* a, int larghezza, std::ptrdiff_t righe, int raggio)
+// What the passes keep aside of the planes that they overwrite.
+struct Appoggio {
+    Piano righe;  // of each row, posti samples
+    std::ptrdiff_t posti;
+    Piano colonne;  // of each plane, altezza_colonne rows
+    std::ptrdiff_t altezza_colonne;
+};
+
+Appoggio appoggio_di(int larghezza, int altezza, int piani, int raggio, Arena* arena)
+{
+    const std::ptrdiff_t r = raggio;
+    Appoggio s = {{}, 1, {}, std::min<std::ptrdiff_t>(r + 1, altezza) + 1};
+    while (s.posti < std::min<std::ptrdiff_t>(2 * r + 9, larghezza))
+        s.posti *= 2;
+    s.righe = piano_di_lavoro(static_cast<std::size_t>(s.posti * altezza * piani), arena);
+    s.colonne =
+        piano_di_lavoro(static_cast<std::size_t>(s.altezza_colonne * larghezza * piani), arena);
+    return s;
+}
+
+// righe rows in all, of one plane or of several; da may be a.
+void passata_orizzontale(const float* da, float* a, Appoggio& s, int larghezza,
+                         std::ptrdiff_t righe, int raggio)
 {
     parallel_for_blocchi(
-        static_cast<std::uint64_t>(righe), [=](std::uint64_t inizio, std::uint64_t fine) {
-            const std::ptrdiff_t i = static_cast<std::ptrdiff_t>(inizio) * larghezza;
-            gNuclei->blur.orizzontale(da + i, a + i, larghezza,
-                                      static_cast<std::ptrdiff_t>(fine - inizio), raggio);
+        static_cast<std::uint64_t>(righe), [&](std::uint64_t inizio, std::uint64_t fine) {
+            const auto y = static_cast<std::ptrdiff_t>(inizio);
+            gNuclei->blur.orizzontale(da + y * larghezza, a + y * larghezza,
+                                      s.righe.data() + y * s.posti, s.posti, larghezza,
+                                      static_cast<std::ptrdiff_t>(fine) - y, raggio);
         });
 }
 
-// The threads share out the columns of all planes together. somme: one row of each plane.
-void passata_verticale(const float* da, float* a, float* somme, int larghezza, int altezza,
-                       int piani, int raggio)
+// In place; the threads share out the columns of all planes together.
+void passata_verticale(float* a, Appoggio& s, int larghezza, int altezza, int piani, int raggio)
 {
     const std::ptrdiff_t W = larghezza;
-    parallel_for_blocchi(static_cast<std::uint64_t>(W * piani), [=](std::uint64_t inizio,
+    parallel_for_blocchi(static_cast<std::uint64_t>(W * piani), [&](std::uint64_t inizio,
                                                                     std::uint64_t fine) {
         for (std::ptrdiff_t p = 0; p < piani; ++p) {
             const auto x0 = static_cast<std::ptrdiff_t>(inizio) - p * W;
             const auto x1 = static_cast<std::ptrdiff_t>(fine) - p * W;
-            const std::ptrdiff_t piano = p * W * altezza;
             if (x0 < W && x1 > 0)
-                gNuclei->blur.verticale(da + piano, a + piano, somme + p * W, W, altezza,
+                gNuclei->blur.verticale(a + p * W * altezza,
+                                        s.colonne.data() + p * s.altezza_colonne * W, W, altezza,
                                         std::max<std::ptrdiff_t>(x0, 0), std::min(x1, W), raggio);
         }
     });
@@ -80,28 +101,28 @@ RigaDaRidurre riga_da_ridurre(const Sorgente& s, Alone& alone, int piani, std::p
 }
 
 // One sweep over the source: each group of rows is masked, reduced into alone and blurred passate
-// times along its length, with the last result in altro.
-void riduci(const Sorgente& s, const NucleiAlone& nuclei, Alone& alone, Piano& altro, int raggio,
-            int passate)
+// times along its length.
+void riduci(const Sorgente& s, const NucleiAlone& nuclei, Alone& alone, Appoggio& appoggio,
+            int raggio, int passate)
 {
     const std::ptrdiff_t W = alone.larghezza;
     parallel_for_blocchi(
         static_cast<std::uint64_t>(alone.altezza), [&](std::uint64_t inizio, std::uint64_t fine) {
             const auto prima = static_cast<std::ptrdiff_t>(inizio);
             const auto dopo = static_cast<std::ptrdiff_t>(fine);
+            float* anello = appoggio.righe.data() + prima * appoggio.posti;
             for (std::ptrdiff_t Y = prima; Y < dopo; Y += GRUPPO) {
-                // The last group is filled up with rows that are done: they come out the same.
+                // The last group is filled up with rows that are done: made anew, they come out
+                // the same.
                 const std::ptrdiff_t da = Y + GRUPPO <= dopo ? Y : std::max(prima, dopo - GRUPPO);
                 const std::ptrdiff_t a = std::min(da + GRUPPO, dopo);
                 for (std::ptrdiff_t i = da; i < a; ++i)
                     nuclei.maschera(riga_da_ridurre(s, alone, nuclei.piani, i));
                 for (std::ptrdiff_t p = 0; p < nuclei.piani; ++p) {
-                    float* letto = alone.piani.data() + (p * alone.altezza + da) * W;
-                    float* scritto = altro.data() + (p * alone.altezza + da) * W;
-                    for (int i = 0; i < passate; ++i) {
-                        gNuclei->blur.orizzontale(letto, scritto, W, a - da, raggio);
-                        std::swap(letto, scritto);
-                    }
+                    float* righe = alone.piani.data() + (p * alone.altezza + da) * W;
+                    for (int i = 0; i < passate; ++i)
+                        gNuclei->blur.orizzontale(righe, righe, anello, appoggio.posti, W, a - da,
+                                                  raggio);
                 }
             }
         });
@@ -119,17 +140,16 @@ Alone copia_vuota(const Sorgente& s, const NucleiAlone& nuclei, int riduzione)
 Alone riduci_e_sfoca(const Sorgente& s, const NucleiAlone& nuclei, int raggio, int riduzione)
 {
     Alone alone = copia_vuota(s, nuclei, riduzione);
-    Piano altro = piano_di_lavoro(alone.piani.size(), s.arena);
-    Piano somme = piano_di_lavoro(campioni(alone.larghezza, nuclei.piani), s.arena);
     const int r = std::max(1, raggio / riduzione);
+    Appoggio appoggio = appoggio_di(alone.larghezza, alone.altezza, nuclei.piani, r, s.arena);
 
-    riduci(s, nuclei, alone, altro, r, 1);
+    riduci(s, nuclei, alone, appoggio, r, 1);
     for (int i = 0; i < PASSATE; ++i) {
         if (i > 0)
-            passata_orizzontale(alone.piani.data(), altro.data(), alone.larghezza,
+            passata_orizzontale(alone.piani.data(), alone.piani.data(), appoggio, alone.larghezza,
                                 std::ptrdiff_t{alone.altezza} * nuclei.piani, r);
-        passata_verticale(altro.data(), alone.piani.data(), somme.data(), alone.larghezza,
-                          alone.altezza, nuclei.piani, r);
+        passata_verticale(alone.piani.data(), appoggio, alone.larghezza, alone.altezza,
+                          nuclei.piani, r);
     }
     return alone;
 }
@@ -138,9 +158,9 @@ Alone riduci_e_sfoca_orizzontale(const Sorgente& s, const NucleiAlone& nuclei, i
                                  int riduzione)
 {
     Alone alone = copia_vuota(s, nuclei, riduzione);
-    Piano altro = piano_di_lavoro(alone.piani.size(), s.arena);
-    riduci(s, nuclei, alone, altro, std::max(1, raggio / riduzione), PASSATE);
-    std::swap(alone.piani, altro);
+    const int r = std::max(1, raggio / riduzione);
+    Appoggio appoggio = appoggio_di(alone.larghezza, alone.altezza, nuclei.piani, r, s.arena);
+    riduci(s, nuclei, alone, appoggio, r, PASSATE);
     return alone;
 }
 
@@ -186,14 +206,13 @@ Sorgente sorgente_di(const Piano& piano, int larghezza, int altezza)
     return {nullptr, piano.data(), larghezza, altezza, piano.arena};
 }
 
-// From da into a; altro is scratch of the same size. da may be a.
-void sfoca(const float* da, Piano& a, Piano& altro, int larghezza, int altezza, int raggio,
-           int passate)
+// From da into a, which may be the same.
+void sfoca(const float* da, Piano& a, int larghezza, int altezza, int raggio, int passate)
 {
-    Piano somme = piano_di_lavoro(static_cast<std::size_t>(larghezza), a.arena);
+    Appoggio appoggio = appoggio_di(larghezza, altezza, 1, raggio, a.arena);
     for (int i = 0; i < passate; ++i) {
-        passata_orizzontale(i == 0 ? da : a.data(), altro.data(), larghezza, altezza, raggio);
-        passata_verticale(altro.data(), a.data(), somme.data(), larghezza, altezza, 1, raggio);
+        passata_orizzontale(i == 0 ? da : a.data(), a.data(), appoggio, larghezza, altezza, raggio);
+        passata_verticale(a.data(), appoggio, larghezza, altezza, 1, raggio);
     }
 }
 
@@ -203,8 +222,7 @@ void box_blur(Piano& piano, int larghezza, int altezza, int raggio, int passate)
 {
     if (raggio < 1)
         return;
-    Piano altro = piano_di_lavoro(piano.size(), piano.arena);
-    sfoca(piano.data(), piano, altro, larghezza, altezza, raggio, passate);
+    sfoca(piano.data(), piano, larghezza, altezza, raggio, passate);
 }
 
 Piano sfocata_di(const Piano& piano, int larghezza, int altezza, int raggio, int passate)
@@ -212,8 +230,7 @@ Piano sfocata_di(const Piano& piano, int larghezza, int altezza, int raggio, int
     if (raggio < 1 || passate < 1)
         return copia_di(piano);
     Piano a = piano_di_lavoro(piano.size(), piano.arena);
-    Piano altro = piano_di_lavoro(piano.size(), piano.arena);
-    sfoca(piano.data(), a, altro, larghezza, altezza, raggio, passate);
+    sfoca(piano.data(), a, larghezza, altezza, raggio, passate);
     return a;
 }
 
