@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,13 @@ inline Modulo& modulo()
 {
     static const ModuloPtr m = carica(percorso());
     return *m;
+}
+
+/// A name that no other run uses, in the system's folder for such files.
+inline std::filesystem::path temporaneo(const char* nome)
+{
+    std::random_device caso;
+    return std::filesystem::temp_directory_path() / (nome + std::to_string(caso()));
 }
 
 using Testi = std::vector<std::string>;

@@ -94,7 +94,7 @@ TEST_CASE("the bench host notices each rule that a plug-in breaks, and nothing e
 
 TEST_CASE("bundles are found where hosts look")
 {
-    const fs::path radice = fs::temp_directory_path() / ("varno-banco-" + std::to_string(std::rand()));
+    const fs::path radice = temporaneo("varno-banco-");
     const fs::path a = radice / "a";
     const fs::path b = radice / "b";
     const fs::path architettura = binario(modulo()).parent_path().filename();

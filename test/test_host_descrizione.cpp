@@ -122,8 +122,7 @@ std::string descrizione_attesa()
 
 /// The binary under another name: the system then gives it data of its own.
 struct Copia {
-    std::filesystem::path file = std::filesystem::temp_directory_path() /
-                                 ("varno-prova-" + std::to_string(std::rand()) + ".ofx");
+    std::filesystem::path file = temporaneo("varno-prova-") += ".ofx";
     Copia() { std::filesystem::copy_file(binario(modulo()), file); }
     ~Copia() { std::filesystem::remove(file); }
     Copia(const Copia&) = delete;
