@@ -466,8 +466,9 @@ void applica_aberrazione(Quadro& q, float quantita)
             const float ny = dy / cy;
             const float k = (nx * nx + ny * ny) * (quantita * 0.008f);
             const auto presa = [&](float a, int c) {
-                const float sx = std::min(std::max(dx * a + cx, 0.0f), lx);
-                const float sy = std::min(std::max(dy * a + cy, 0.0f), ly);
+                // In this order not-a-number counts as 0.
+                const float sx = std::min(std::max(0.0f, dx * a + cx), lx);
+                const float sy = std::min(std::max(0.0f, dy * a + cy), ly);
                 const int ix = static_cast<int>(sx);
                 const int iy = static_cast<int>(sy);
                 const float tx = sx - static_cast<float>(ix);
