@@ -29,7 +29,8 @@ constexpr std::size_t SPRECO = 4;
 
 std::size_t byte_di(std::size_t n)
 {
-    if (n > SIZE_MAX / sizeof(float) - MARGINE)
+    // Half of what can be named, so that rounding up never wraps.
+    if (n > SIZE_MAX / 2 / sizeof(float))
         throw std::bad_alloc();
     return (n + MARGINE) * sizeof(float);
 }
@@ -50,8 +51,6 @@ constexpr std::uintptr_t PAGINA_GRANDE = std::uintptr_t{2} << 20;
 // Whole huge pages: what lies before and behind them goes back at once.
 void* prendi_pagine(std::size_t byte)
 {
-    if (byte > SIZE_MAX - PAGINA_GRANDE)
-        return nullptr;
     const std::size_t preso = byte + PAGINA_GRANDE;
     void* p = mmap(nullptr, preso, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (p == MAP_FAILED)
