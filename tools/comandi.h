@@ -31,5 +31,8 @@ void opzioni_scrittura(CLI::App& app, Comuni& c);
 Esecuzione comando_parametri(CLI::App& programma);
 Esecuzione comando_sviluppa(CLI::App& programma);
 Esecuzione comando_tavola(CLI::App& programma);
+Esecuzione comando_lut(CLI::App& programma);
+Esecuzione comando_confronta(CLI::App& programma);
+Esecuzione comando_misura(CLI::App& programma);
 
 }  // namespace varno::provino

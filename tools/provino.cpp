@@ -70,6 +70,9 @@ int esegui(int argc, char** argv)
     comandi.emplace_back("parametri", comando_parametri(app));
     comandi.emplace_back("sviluppa", comando_sviluppa(app));
     comandi.emplace_back("tavola", comando_tavola(app));
+    comandi.emplace_back("lut", comando_lut(app));
+    comandi.emplace_back("confronta", comando_confronta(app));
+    comandi.emplace_back("misura", comando_misura(app));
 
     const CLI::App* scelto = &app;
     try {

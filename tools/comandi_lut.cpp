@@ -1,0 +1,150 @@
+#include "tools/argomenti.h"
+#include "tools/comandi.h"
+#include "tools/messaggi.h"
+#include "tools/scena.h"
+#include "tools/uscita.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdio>
+
+namespace varno::provino {
+namespace {
+
+constexpr const char* ORDINE_CUBO = "red fastest, then green, then blue";
+
+// A picture whose pixels are the grid points: one row a green-blue pair.
+Foto griglia(int lato)
+{
+    Foto f = foto_nuova(lato, lato * lato);
+    float* p = f.rgba.get();
+    const auto passo = [lato](int i) {
+        return static_cast<float>(static_cast<double>(i) / (lato - 1));
+    };
+    for (int b = 0; b < lato; ++b)
+        for (int g = 0; g < lato; ++g)
+            for (int r = 0; r < lato; ++r, p += 4) {
+                p[0] = passo(r);
+                p[1] = passo(g);
+                p[2] = passo(b);
+                p[3] = 1.0f;
+            }
+    return f;
+}
+
+// What a grading program makes of the cube: trilinear, held to its edges.
+std::array<double, 3> campiona(const Foto& cubo, int lato, const float* codice)
+{
+    int i[3];
+    double t[3];
+    for (int c = 0; c < 3; ++c) {
+        const double p = std::clamp(static_cast<double>(codice[c]), 0.0, 1.0) * (lato - 1);
+        i[c] = std::min(static_cast<int>(p), lato - 2);
+        t[c] = p - i[c];
+    }
+    std::array<double, 3> somma{};
+    for (int angolo = 0; angolo < 8; ++angolo) {
+        const int d[3] = {angolo & 1, (angolo >> 1) & 1, angolo >> 2};
+        double peso = 1.0;
+        for (int c = 0; c < 3; ++c)
+            peso *= d[c] != 0 ? t[c] : 1.0 - t[c];
+        const auto punto = (static_cast<std::size_t>(i[2] + d[2]) * lato + (i[1] + d[1])) * lato +
+                           static_cast<std::size_t>(i[0] + d[0]);
+        for (std::size_t c = 0; c < 3; ++c)
+            somma[c] += peso * static_cast<double>(cubo.rgba[4 * punto + c]);
+    }
+    return somma;
+}
+
+std::string testo_cubo(const Foto& cubo, int lato, const std::string& ingresso,
+                       const std::string& impostazioni)
+{
+    std::string s = "# Varno Color, the grade without effects\n"
+                    "# Input: code values of " +
+                    ingresso +
+                    ", full range, 0 to 1\n"
+                    "# Output: Rec.709 primaries, display-encoded with gamma 2.4, 0 to 1\n"
+                    "# Settings: " +
+                    impostazioni + "\nTITLE \"Varno Color\"\nLUT_3D_SIZE " + std::to_string(lato) +
+                    "\nDOMAIN_MIN 0 0 0\nDOMAIN_MAX 1 1 1\n# " + ORDINE_CUBO + "\n";
+    char riga_testo[64];
+    for (std::size_t p = 0; p < quanti_float(cubo); p += 4) {
+        const float* v = &cubo.rgba[p];
+        std::snprintf(riga_testo, sizeof riga_testo, "%.9g %.9g %.9g\n", static_cast<double>(v[0]),
+                      static_cast<double>(v[1]), static_cast<double>(v[2]));
+        s += riga_testo;
+    }
+    return s;
+}
+
+// The log format and, where one belongs to it, the gamut, as the plug-in words them.
+std::string nome_ingresso(const Plugin& plugin, const banco::Istanza& i)
+{
+    const auto opzione = [&](const char* nome) {
+        return scrivi_valore(trova_parametro(plugin, nome), banco::valore(i, nome));
+    };
+    std::string s = opzione("formato");
+    for (const char* scelta : {"cs_sony3", "cs_sony2", "cs_canon", "cs_apple"})
+        if (!banco::nascosto(i, scelta))
+            s += " / " + opzione(scelta);
+    return s;
+}
+
+}  // namespace
+
+Esecuzione comando_lut(CLI::App& programma)
+{
+    struct Opzioni {
+        Comuni comuni;
+        std::string uscita;
+        int lato = 33;
+        double tempo = 0.0;
+    };
+    auto o = std::make_shared<Opzioni>();
+    CLI::App* app = programma.add_subcommand("lut", "Write the grade, without effects, as a .cube");
+    app->add_option("OUT", o->uscita, "The .cube file to write")->required();
+    app->add_option("--size", o->lato, "Points an axis: 33, 65 or 81; 81 are the plug-in's own")
+        ->check(CLI::IsMember({33, 65, 81}));
+    app->add_option("--time", o->tempo, "Time at which keyed settings are read");
+    app->add_flag("--overwrite", o->comuni.scrittura.sovrascrivi, "Replace outputs that exist");
+    opzione_plugin(*app, o->comuni);
+    opzioni_parametri(*app, o->comuni);
+    return [o] {
+        Plugin plugin = carica_plugin(o->comuni.plugin);
+        Impostazioni imp = leggi_impostazioni(plugin, o->comuni.parametri);
+        controlla_uscita(o->uscita, o->comuni.scrittura.sovrascrivi);
+        const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
+        const std::string impostazioni = in_json(plugin, *istanza, imp, true);
+        for (const banco::Parametro& p : plugin.parametri)
+            if (p.nome.size() > 3 && p.nome.compare(p.nome.size() - 3, 3, "_on") == 0)
+                banco::imposta(*istanza, p.nome, 0.0);
+
+        const Foto cubo = rendi_foto(*istanza, griglia(o->lato), o->tempo);
+        scrivi_testo(o->uscita, o->comuni.scrittura.sovrascrivi,
+                     testo_cubo(cubo, o->lato, nome_ingresso(plugin, *istanza), impostazioni));
+
+        const Foto scena = disegna_scena(960, 540);
+        const Foto vera = rendi_foto(*istanza, scena, o->tempo);
+        double massimo = 0.0;
+        double somma = 0.0;
+        for (std::size_t p = 0; p < quanti_float(scena); p += 4) {
+            const auto c = campiona(cubo, o->lato, &scena.rgba[p]);
+            for (std::size_t k = 0; k < 3; ++k) {
+                const double d = std::abs(c[k] - static_cast<double>(vera.rgba[p + k]));
+                massimo = std::max(massimo, d);
+                somma += d;
+            }
+        }
+        char testo[160];
+        std::snprintf(testo, sizeof testo,
+                      "%s: %d points an axis; on the test scene at most %.3g off the plug-in, %.3g "
+                      "on average",
+                      o->uscita.c_str(), o->lato, massimo,
+                      somma / (static_cast<double>(quanti_float(scena)) * 0.75));
+        riga(testo);
+    };
+}
+
+}  // namespace varno::provino

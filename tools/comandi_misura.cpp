@@ -1,0 +1,143 @@
+#include "tools/argomenti.h"
+#include "tools/comandi.h"
+#include "tools/messaggi.h"
+#include "tools/scena.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+namespace varno::provino {
+namespace {
+
+struct Voce {
+    std::string nome;
+    double ms = 0.0;
+};
+
+double mediana(std::vector<double> v)
+{
+    std::sort(v.begin(), v.end());
+    return v[v.size() / 2];
+}
+
+bool e_interruttore(const banco::Parametro& p)
+{
+    return p.nome.size() > 3 && p.nome.compare(p.nome.size() - 3, 3, "_on") == 0;
+}
+
+}  // namespace
+
+Esecuzione comando_misura(CLI::App& programma)
+{
+    struct Opzioni {
+        Comuni comuni;
+        std::string misura = "1920x1080";
+        int giri = 9;
+        bool csv = false, json = false;
+    };
+    auto o = std::make_shared<Opzioni>();
+    CLI::App* app =
+        programma.add_subcommand("misura", "Measure milliseconds a frame, through the plug-in");
+    app->add_option("--size", o->misura, "WIDTHxHEIGHT");
+    app->add_option("--rounds", o->giri, "Frames a figure, whose median is told")
+        ->check(CLI::Range(1, 1000));
+    auto* csv = app->add_flag("--csv", o->csv, "name,milliseconds");
+    app->add_flag("--json", o->json, "For machines")->excludes(csv);
+    opzione_plugin(*app, o->comuni);
+    opzioni_parametri(*app, o->comuni);
+    return [o] {
+        const auto [larghezza, altezza] = leggi_misura(o->misura);
+        Plugin plugin = carica_plugin(o->comuni.plugin);
+        const Impostazioni imp = leggi_impostazioni(plugin, o->comuni.parametri);
+        const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
+        banco::registro(*istanza).scrivi = false;
+
+        // The host's two pictures stay, as in a host that plays; only the render is timed.
+        const Foto sorgente = disegna_scena(larghezza, altezza);
+        Foto uscita = foto_nuova(larghezza, altezza);
+        std::fill_n(uscita.rgba.get(), quanti_float(uscita), 0.0f);
+        const banco::Rettangolo finestra{0, 0, larghezza, altezza};
+        const int byte_riga = larghezza * 16;
+        const banco::Figura da{sorgente.rgba.get(), byte_riga, finestra};
+        const banco::Figura a{uscita.rgba.get(), byte_riga, finestra};
+        const auto fotogramma = [&] {
+            const auto inizio = std::chrono::steady_clock::now();
+            const int stato = banco::rendi(*istanza, 0.0, finestra, da, a);
+            const auto fine = std::chrono::steady_clock::now();
+            if (stato != 0)
+                fallisci("the plug-in could not develop the picture (status " +
+                         std::to_string(stato) + ")");
+            return std::chrono::duration<double, std::milli>(fine - inizio).count();
+        };
+        const auto piu_volte = [&] {
+            std::vector<double> tempi;
+            for (int giro = 0; giro < o->giri; ++giro)
+                tempi.push_back(fotogramma());
+            return mediana(tempi);
+        };
+
+        std::vector<Voce> voci;
+        voci.push_back({"first frame", fotogramma()});
+        const double intero = piu_volte();
+        voci.push_back({"frame", intero});
+
+        // A frame with another exposure rebuilds the table; what it takes beyond a plain one is
+        // that.
+        const double ev = banco::valore(*istanza, "ev");
+        std::vector<double> rifatte;
+        for (int giro = 0; giro < o->giri; ++giro) {
+            banco::imposta(*istanza, "ev", ev + (giro % 2 == 0 ? 1e-9 : 0.0));
+            rifatte.push_back(fotogramma() - intero);
+        }
+        banco::imposta(*istanza, "ev", ev);
+        fotogramma();
+        voci.push_back({"table rebuild", std::max(0.0, mediana(rifatte))});
+
+        // Each effect that is on, by itself, over the frame without any.
+        std::vector<const banco::Parametro*> accesi;
+        for (const banco::Parametro& p : plugin.parametri)
+            if (e_interruttore(p) && banco::valore(*istanza, p.nome) != 0.0) {
+                accesi.push_back(&p);
+                banco::imposta(*istanza, p.nome, 0.0);
+            }
+        const double nudo = piu_volte();
+        voci.push_back({"grade alone", nudo});
+        for (const banco::Parametro* p : accesi) {
+            banco::imposta(*istanza, p->nome, 1.0);
+            voci.push_back({p->etichetta, std::max(0.0, piu_volte() - nudo)});
+            banco::imposta(*istanza, p->nome, 0.0);
+        }
+
+        if (o->json) {
+            nlohmann::ordered_json j;
+            j["size"] = o->misura;
+            for (const Voce& v : voci)
+                j["milliseconds"][v.nome] = v.ms;
+            j["frames_a_second"] = 1000.0 / intero;
+            riga(j.dump());
+            return;
+        }
+        char s[128];
+        if (o->csv)
+            riga("name,milliseconds");
+        for (const Voce& v : voci) {
+            if (o->csv)
+                std::snprintf(s, sizeof s, "%s,%.3f", v.nome.c_str(), v.ms);
+            else
+                std::snprintf(s, sizeof s, "%-24s %9.2f ms", v.nome.c_str(), v.ms);
+            riga(s);
+        }
+        const double al_secondo = 1000.0 / intero;
+        if (o->csv)
+            std::snprintf(s, sizeof s, "frames a second,%.3f", al_secondo);
+        else
+            std::snprintf(s, sizeof s, "%-24s %9.2f", "frames a second", al_secondo);
+        riga(s);
+    };
+}
+
+}  // namespace varno::provino
