@@ -1,9 +1,9 @@
 #include "scena.h"
 
-#include "fx/fx.h"
 #include "fx/grana.h"
 #include "looks/catalogo.h"
 #include "render/parallel_for.h"
+#include "render/sviluppa.h"
 #include "test/semplici.h"
 
 #include <algorithm>
@@ -153,12 +153,8 @@ std::vector<Voce> effetti()
 
 void quadro(const Lut3D& lut, Scena& scena, const FxRicetta& ricetta)
 {
-    Arena arena;
-    Immagine immagine = piano_di_lavoro(scena.pixel() * 3, &arena);
-    Piano alfa = piano_di_lavoro(scena.pixel(), &arena);
-    passata_colore(lut, scena.finestra_sorgente(), immagine, alfa, scena.larghezza, scena.altezza);
-    applica_fx(immagine, scena.larghezza, scena.altezza, ricetta);
-    passata_scrittura(immagine, alfa, scena.finestra_uscita(), scena.larghezza, scena.altezza);
+    sviluppa(lut, scena.finestra_sorgente(), scena.finestra_uscita(), scena.larghezza,
+             scena.altezza, ricetta);
 }
 
 void quadro_semplice(const std::vector<float>& tavola, Scena& scena, const FxRicetta& ricetta)

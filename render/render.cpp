@@ -2,11 +2,10 @@
 // before.
 #include "render/render.h"
 
-#include "fx/fx.h"
 #include "host/suite.h"
 #include "render/impostazioni.h"
 #include "render/lut3d.h"
-#include "render/passata.h"
+#include "render/sviluppa.h"
 
 #include <cstdint>
 
@@ -86,22 +85,8 @@ OfxStatus render(OfxImageEffectHandle handle, OfxPropertySetHandle inArgs)
         return kOfxStatFailed;
     }
 
-    const Finestra da = finestra_di(sorgente, finestra);
-    const Finestra a = finestra_di(uscita, finestra);
-    if (!ha_effetti(imp.ricetta) && separate(da, a, W, H)) {
-        passata_colore_diretta(*lut, da, a, W, H);
-    } else {
-        // The source is read whole before anything is written: they may share their memory.
-        Arena arena;
-        const std::size_t pixel = static_cast<std::size_t>(W) * static_cast<std::size_t>(H);
-        Immagine immagine = piano_di_lavoro(pixel * 3, &arena);
-        Piano alfa = piano_di_lavoro(pixel, &arena);
-        const bool con_luma = legge_luma(imp.ricetta);
-        Piano luma = piano_di_lavoro(con_luma ? pixel : 0, &arena);
-        passata_colore(*lut, da, immagine, alfa, W, H, con_luma ? &luma : nullptr);
-        applica_fx(immagine, luma, W, H, imp.ricetta);
-        passata_scrittura(immagine, alfa, a, W, H);
-    }
+    sviluppa(*lut, finestra_di(sorgente, finestra), finestra_di(uscita, finestra), W, H,
+             imp.ricetta);
     rilascia();
     return kOfxStatOK;
 }
