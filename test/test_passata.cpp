@@ -57,7 +57,8 @@ TEST_CASE("grading samples the table as the plain form does and keeps alpha bit 
     for (const int n : {2, 3, 17, PUNTI_TABELLA}) {
         const Lut3D lut = tavola(n, 11);
         const Campioni dati(lut.dati.begin(), lut.dati.end());
-        for (const Misura m : {Misura{1, 1}, {7, 15}, {8, 16}, {129, 17}, {1, 33}, {640, 40}}) {
+        for (const Misura m :
+             {Misura{1, 1}, {7, 15}, {8, 16}, {129, 17}, {1, 33}, {13, 5}, {31, 16}, {640, 40}}) {
             for (const bool capovolta : {false, true}) {
                 ++giro.passo;
                 const ThreadFinti thread(giro.thread());
