@@ -103,7 +103,9 @@ TEST_CASE("every look, and the grade's settings as the table sees them")
     const double casi[][4] = {// forza, ev, temp, tinta
                               {0, 0, 0, 0},        {0.37, 1.3, 0, 0},   {1, -2, 1, 0},
                               {1, 0, 0, 1},        {0.5, 2, -1, -1},    {0.999, -0.1, 0.3, 0.7},
-                              {0.1, 0.1, 0.1, 0.1}};
+                              {0.1, 0.1, 0.1, 0.1},
+                              // grouped otherwise, these round to other gains
+                              {1, 0, 0.05, 0.48},  {1, 0, 0.36, 0.86},  {1, 0, 0.4, -0.8}};
     for (const auto& c : casi) {
         CAPTURE(c[0]);
         CAPTURE(c[2]);

@@ -136,6 +136,7 @@ TEST_CASE("a chooser that cannot be had leaves the others alone")
         registro(*i).guasti = {caso.guasto};
         CHECK(azione(*i, "OfxActionCreateInstance") == kOfxStatOK);
         CHECK(in_vista(*i) == caso.vista);
+        CHECK(detto(registro(*i)).find("propSetInt ?") == std::string::npos);
         senza_violazioni(registro(*i));
     }
 }

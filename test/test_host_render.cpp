@@ -390,6 +390,7 @@ TEST_CASE("the grain's frame number is the time cut towards 0, the lowest where 
     CHECK(grana(12.0) != grana(13.0));
     CHECK(grana(0.0) != grana(-1.0));
     CHECK(grana(0.0) != grana(minimo));
+    CHECK(grana(2147483647.0) != grana(minimo));
 }
 
 TEST_CASE("choices outside their range fall where they should")
