@@ -57,8 +57,9 @@ TEST_CASE("whatever call of a frame a host fails, it gets its images back and no
     for (const char* nome : {"look", "forza", "formato"})
         valori[nome] = 0;
     const IstanzaPtr i = crea_istanza(modulo(), valori);
-    const Rettangolo finestra{3, 2, 15, 20};
-    const Rettangolo limiti{2, 1, 16, 22};
+    // Too few rows for threads, which would share one address where row bytes stay 0.
+    const Rettangolo finestra{3, 2, 15, 17};
+    const Rettangolo limiti{2, 1, 16, 19};
     // Room enough for the window also where bounds or row bytes stay 0.
     Tela sorgente = tela({0, 0, 48, 48});
     Tela uscita = tela({0, 0, 48, 48});
@@ -72,11 +73,11 @@ TEST_CASE("whatever call of a frame a host fails, it gets its images back and no
         CHECK(intatta(uscita));
     };
     rendi_e_guarda();
-    const Bit attesa = bit_di(uscita, {9, 9, 21, 27});
+    const Bit attesa = bit_di(uscita, {9, 9, 21, 24});
     a_turno(registro(*i), rendi_e_guarda);
     CHECK(sorgente.memoria == sorgente_prima);
     rendi_e_guarda();
-    CHECK(bit_di(uscita, {9, 9, 21, 27}) == attesa);
+    CHECK(bit_di(uscita, {9, 9, 21, 24}) == attesa);
 }
 
 TEST_CASE("whatever call a host fails, creating, changing and describing end as ever")
