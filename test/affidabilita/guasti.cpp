@@ -180,16 +180,21 @@ struct Scena {
     ospite::Istanza dopo;   // the action that is disturbed has these
     bool cambia_look = false;
     bool descrive = false;
+    bool grande = false;  // blocks of a size that comes from the system by itself
 };
 
-ospite::Quadro gSorgente(48, 40);
-ospite::Quadro gUscita(48, 40);
+struct Coppia {
+    ospite::Quadro sorgente, uscita;
+};
+Coppia gPiccola{{48, 40}, {48, 40}};
+Coppia gGrande{{2048, 1216}, {2048, 1216}};
+Coppia* gCoppia = &gPiccola;
 
 std::uint64_t quadro(ospite::Istanza& i)
 {
-    if (ospite::rendi(gPlugin, i, 7.0, gSorgente, gUscita) != 0)
+    if (ospite::rendi(gPlugin, i, 7.0, gCoppia->sorgente, gCoppia->uscita) != 0)
         std::_Exit(20);
-    return ospite::somma(gUscita);
+    return ospite::somma(gCoppia->uscita);
 }
 
 void agisci(Scena& s)
@@ -267,6 +272,7 @@ void difetto(const Scena& s, long quale, const char* testo)
 void prova(Scena& s, Guasto genere, unsigned processori)
 {
     gProcessori = processori;
+    gCoppia = s.grande ? &gGrande : &gPiccola;
     manda(s, Guasto::nessuno, 0, false);
     const Esito giusto = *gEsito;
     manda(s, genere, 0, false);
@@ -323,7 +329,8 @@ int main(int argc, char** argv)
         return 1;
     gEsito = static_cast<Esito*>(
         mmap(nullptr, sizeof(Esito), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    ospite::disegna(gSorgente);
+    ospite::disegna(gPiccola.sorgente);
+    ospite::disegna(gGrande.sorgente);
 
     const auto prepara = [](Scena& s) {
         for (ospite::Istanza* i : {&s.prima, &s.dopo}) {
@@ -340,9 +347,13 @@ int main(int argc, char** argv)
     static Scena primo("the first frame of a process");
     static Scena tabella("a rebuild of the table");
     static Scena effetti("a frame with all effects");
-    for (Scena* s : {&look, &descrizione, &primo, &tabella, &effetti})
+    static Scena grande("a frame of 2048 x 1216");
+    grande.grande = true;
+    for (Scena* s : {&look, &descrizione, &primo, &tabella, &effetti, &grande})
         prepara(*s);
-    ospite::imposta(effetti.dopo, "look", 0);  // the same table
+    ospite::imposta(grande.dopo, "look", 0);  // the same table
+    ospite::imposta(grande.dopo, "grana_on", 1);
+    ospite::imposta(effetti.dopo, "look", 0);
     for (const char* nome : EFFETTI) {
         char interruttore[32];
         std::snprintf(interruttore, sizeof interruttore, "%s_on", nome);
@@ -355,6 +366,7 @@ int main(int argc, char** argv)
     quadro(tabella.prima);  // from here on the process has a table
     prova(tabella, Guasto::memoria, 1);
     prova(effetti, Guasto::memoria, 1);
+    prova(grande, Guasto::memoria, 1);
     for (Scena* s : {&tabella, &effetti}) {
         prova(*s, Guasto::memoria, 2);
         prova(*s, Guasto::thread, 2);
