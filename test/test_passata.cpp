@@ -148,3 +148,46 @@ TEST_CASE("grading sits on the table's points and edges")
             CHECK(immagine[c] == lut.dati[i + c]);
     }
 }
+
+TEST_CASE(
+    "a frame without effects goes the direct way, with the same bits, where memory is separate")
+{
+    constexpr int LARGHEZZA = 37;
+    constexpr int ALTEZZA = 21;
+    // A regular table, which the kernels take, and one with an infinity, which they must not.
+    for (const bool regolare : {true, false}) {
+        Lut3D lut;
+        lut.N = 9;
+        lut.dati = piano_di(riempi(Contenuto::CASO, 81, 9, 3, 4));
+        if (!regolare)
+            lut.dati[lut.dati.size() - 1] = std::numeric_limits<float>::infinity();
+        const Memoria sorgente(LARGHEZZA, ALTEZZA, 4, true, 0.0f);
+        const Campioni pixel = riempi(Contenuto::GUASTI, LARGHEZZA, ALTEZZA, 4, 9);
+        for (int y = 0; y < ALTEZZA; ++y)
+            std::memcpy(sorgente.pixel(0, y), &pixel[static_cast<std::size_t>(y * LARGHEZZA * 4)],
+                        LARGHEZZA * 16);
+        Immagine immagine(LARGHEZZA * ALTEZZA * 3);
+        Piano alfa(LARGHEZZA * ALTEZZA);
+        for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
+            const LivelloFinto livello(*l);
+            const Memoria uscita(LARGHEZZA, ALTEZZA, 8, false, -77.0f);
+            const Memoria attesa(LARGHEZZA, ALTEZZA, 8, false, -77.0f);
+            passata_colore(lut, sorgente.finestra, immagine, alfa, LARGHEZZA, ALTEZZA);
+            passata_scrittura(immagine, alfa, attesa.finestra, LARGHEZZA, ALTEZZA);
+            passata_colore_diretta(lut, sorgente.finestra, uscita.finestra, LARGHEZZA, ALTEZZA);
+            CHECK(std::memcmp(uscita.dati.data(), attesa.dati.data(), attesa.dati.size() * 4) == 0);
+        }
+    }
+
+    unsigned char memoria[4 * 64 * 2] = {};
+    const Finestra giu = {memoria, 64};            // 4 rows of 4 pixels
+    const Finestra su = {memoria + 3 * 64, -64};   // the same bytes
+    const Finestra dopo = {memoria + 4 * 64, 64};  // the bytes that follow
+    const Finestra dopo_su = {memoria + 7 * 64, -64};
+    const Finestra sfalsata = {memoria + 3 * 64, 64};
+    CHECK(!separate(giu, su, 4, 4));
+    CHECK(separate(giu, dopo, 4, 4));
+    CHECK(separate(dopo_su, su, 4, 4));
+    CHECK(!separate(sfalsata, giu, 4, 4));
+    CHECK(!separate(su, sfalsata, 4, 4));
+}
