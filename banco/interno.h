@@ -43,7 +43,8 @@ Insieme proprieta_parametro(const std::string& nome, const std::string& tipo);
 Insieme proprieta_su_istanza(const Insieme& descrittore);
 
 /// Status of a write, and the reason in words where it is refused.
-int scrivi_proprieta(Insieme& s, const char* nome, int indice, const Valore& v, std::string& perche);
+int scrivi_proprieta(Insieme& s, const char* nome, int indice, const Valore& v,
+                     std::string& perche);
 /// Status of a read; where it is OK, uscita points to the value.
 int leggi_proprieta(const Insieme& s, const char* nome, int indice, Tipo tipo,
                     const Valore*& uscita, std::string& perche);
@@ -111,7 +112,7 @@ struct Modulo {
     Insieme props_host;
     Registro registro;
     std::vector<std::string> mancanti;
-    Ambiente ambiente;  // the host's own properties
+    Ambiente ambiente;                  // the host's own properties
     std::unique_ptr<Descrittore> base;  // what Describe fills
     bool caricato = false;
     std::map<std::string, std::unique_ptr<Descrittore>> contesti;

@@ -64,7 +64,8 @@ const void* prendi_suite(OfxPropertySetHandle host, const char* nome, int versio
         v.viola(kOfxStatErrBadHandle, "not the host's own property set");
         return nullptr;
     }
-    if (nome == nullptr || std::find(m.mancanti.begin(), m.mancanti.end(), nome) != m.mancanti.end())
+    if (nome == nullptr ||
+        std::find(m.mancanti.begin(), m.mancanti.end(), nome) != m.mancanti.end())
         return nullptr;
     return suite(nome, versione);
 }
@@ -158,8 +159,8 @@ ModuloPtr apri(const fs::path& bundle_o_binario)
                  m->plugin->mainEntry != nullptr,
              *m, "holds no image effect of version 1");
     m->props_host = proprieta_host();
-    m->host.host = come<OfxPropertySetHandle>(
-        nuova_maniglia(m->ambiente, Cosa::insieme, &m->props_host));
+    m->host.host =
+        come<OfxPropertySetHandle>(nuova_maniglia(m->ambiente, Cosa::insieme, &m->props_host));
     m->host.fetchSuite = prendi_suite;
     m->base = nuovo_descrittore();
     return m;

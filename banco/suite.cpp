@@ -151,8 +151,7 @@ OfxStatus leggi(const char* funzione, OfxPropertySetHandle h, const char* nome, 
     for (int i = 0; i < quanti; ++i) {
         const Valore* valore = nullptr;
         std::string perche;
-        const int stato =
-            leggi_proprieta(*s, nome, indice < 0 ? i : indice, tipo, valore, perche);
+        const int stato = leggi_proprieta(*s, nome, indice < 0 ? i : indice, tipo, valore, perche);
         if (stato != kOfxStatOK)
             return perche.empty() ? v.esci(stato) : v.rifiuta(stato, perche);
         uscita[i] = passa(*valore);
@@ -366,17 +365,16 @@ OfxStatus paramSetValue(OfxParamHandle h, ...)
     if (p == nullptr)
         return v.maniglia_cattiva(h, "parameter");
     Atto& a = *v.atto;
-    if (in_render(a) ||
-        !fra(a, {"OfxActionCreateInstance", "OfxActionInstanceChanged",
-                 "OfxActionBeginInstanceChanged", "OfxActionEndInstanceChanged",
-                 "OfxActionSyncPrivateData"}))
+    if (in_render(a) || !fra(a, {"OfxActionCreateInstance", "OfxActionInstanceChanged",
+                                 "OfxActionBeginInstanceChanged", "OfxActionEndInstanceChanged",
+                                 "OfxActionSyncPrivateData"}))
         return v.viola(kOfxStatFailed, "values are not set in this action");
     const bool dentro =
         e_intero(p->tipo)
             ? valore >= 0 && (p->tipo != "OfxParamTypeBoolean" || valore <= 1) &&
                   (p->tipo != "OfxParamTypeChoice" ||
-                   valore < static_cast<double>(
-                                stringhe(p->props, "OfxParamPropChoiceOption").size()))
+                   valore <
+                       static_cast<double>(stringhe(p->props, "OfxParamPropChoiceOption").size()))
             : valore >= numero(p->props, "OfxParamPropMin") &&
                   valore <= numero(p->props, "OfxParamPropMax");
     if (!dentro)

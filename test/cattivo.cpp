@@ -22,7 +22,8 @@ void descrivi(OfxImageEffectHandle effetto)
     gEff->getPropertySet(effetto, &p);
     for (int i = 0; i < 2; ++i)
         gProp->propSetString(p, "OfxImageEffectPropSupportedContexts", i,
-                             i == 0 ? "OfxImageEffectContextFilter" : "OfxImageEffectContextGeneral");
+                             i == 0 ? "OfxImageEffectContextFilter"
+                                    : "OfxImageEffectContextGeneral");
     if (!reato(1))
         gProp->propSetString(p, "OfxImageEffectPropSupportedPixelDepths", 0, "OfxBitDepthFloat");
     if (reato(2))
@@ -168,7 +169,8 @@ OfxStatus mainEntry(const char* azione, const void* handle, OfxPropertySetHandle
 
 }  // extern "C"
 
-OfxPlugin gPlugin = {"OfxImageEffectPluginAPI", 1, "com.varnotone.cattivo", 1, 0, setHost, mainEntry};
+OfxPlugin gPlugin = {
+    "OfxImageEffectPluginAPI", 1, "com.varnotone.cattivo", 1, 0, setHost, mainEntry};
 
 bool reato(unsigned quale)
 {

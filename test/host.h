@@ -126,9 +126,9 @@ inline Bit fotogramma(Istanza& i, int larghezza, int altezza, double tempo = 0.0
     return bit_di(uscita, f);
 }
 
-constexpr const char* INTERRUTTORI[] = {
-    "enhance_on", "halation_on", "bloom_on",   "vignetta_on", "promist_on", "streak_on",
-    "ca_on",      "grana_on",    "mistw_on",   "glimmer_on",  "pelle_on",   "stella_on"};
+constexpr const char* INTERRUTTORI[] = {"enhance_on", "halation_on", "bloom_on", "vignetta_on",
+                                        "promist_on", "streak_on",   "ca_on",    "grana_on",
+                                        "mistw_on",   "glimmer_on",  "pelle_on", "stella_on"};
 
 inline std::map<std::string, double> tutti_gli_effetti(double acceso)
 {

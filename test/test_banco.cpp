@@ -35,8 +35,8 @@ std::string notato(unsigned reato)
     for (int n = 0; n < 2; ++n)
         rendi(*i, 1.0, f, figura(t), figura(t));
     Testi tutte = registro(*m).violazioni;
-    for (const Testi& altre : {registro(*prima).violazioni, registro(*i).violazioni,
-                               violazioni_senza_azione()})
+    for (const Testi& altre :
+         {registro(*prima).violazioni, registro(*i).violazioni, violazioni_senza_azione()})
         tutte.insert(tutte.end(), altre.begin(), altre.end());
     return unite(tutte);
 }
@@ -145,7 +145,8 @@ TEST_CASE("bundles are found where hosts look")
         }
         return std::string("loaded");
     };
-    CHECK(errore(a / "Vuoto.ofx.bundle").find("holds no binary for this system") != std::string::npos);
+    CHECK(errore(a / "Vuoto.ofx.bundle").find("holds no binary for this system") !=
+          std::string::npos);
     CHECK(errore(a / "Zeta.ofx.bundle").find("cannot be loaded") != std::string::npos);
     CHECK(errore(radice / "niente.ofx").find("no such file") != std::string::npos);
     fs::remove_all(radice);

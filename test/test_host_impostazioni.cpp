@@ -17,12 +17,24 @@ struct Righe {
     std::vector<int> righe;
 };
 
-const std::vector<Righe> FORMATI = {
-    {"cs_sony3", {0, 11, 15, 16, 17, 13, 14}}, {"cs_sony2", {12, 18, 19}}, {nullptr, {1}},
-    {nullptr, {2}}, {"cs_canon", {3, 22, 23}}, {nullptr, {4}}, {nullptr, {5}}, {nullptr, {6}},
-    {nullptr, {7}}, {nullptr, {8}}, {nullptr, {9}}, {"cs_apple", {10, 20, 21}},
-    {"cs_canon", {24, 25, 26}}, {nullptr, {27}}, {nullptr, {28}}, {nullptr, {29}},
-    {nullptr, {30}}, {nullptr, {31}}};
+const std::vector<Righe> FORMATI = {{"cs_sony3", {0, 11, 15, 16, 17, 13, 14}},
+                                    {"cs_sony2", {12, 18, 19}},
+                                    {nullptr, {1}},
+                                    {nullptr, {2}},
+                                    {"cs_canon", {3, 22, 23}},
+                                    {nullptr, {4}},
+                                    {nullptr, {5}},
+                                    {nullptr, {6}},
+                                    {nullptr, {7}},
+                                    {nullptr, {8}},
+                                    {nullptr, {9}},
+                                    {"cs_apple", {10, 20, 21}},
+                                    {"cs_canon", {24, 25, 26}},
+                                    {nullptr, {27}},
+                                    {nullptr, {28}},
+                                    {nullptr, {29}},
+                                    {nullptr, {30}},
+                                    {nullptr, {31}}};
 
 const std::vector<varno::LookDef>& looks()
 {
@@ -101,16 +113,23 @@ TEST_CASE("every look, and the grade's settings as the table sees them")
         uguale_ai_nodi({{"look", look}, {"formato", 0}}, contesto(look, 0, 1, 0, 0, 0));
     }
     const double casi[][4] = {// forza, ev, temp, tinta
-                              {0, 0, 0, 0},        {0.37, 1.3, 0, 0},   {1, -2, 1, 0},
-                              {1, 0, 0, 1},        {0.5, 2, -1, -1},    {0.999, -0.1, 0.3, 0.7},
+                              {0, 0, 0, 0},
+                              {0.37, 1.3, 0, 0},
+                              {1, -2, 1, 0},
+                              {1, 0, 0, 1},
+                              {0.5, 2, -1, -1},
+                              {0.999, -0.1, 0.3, 0.7},
                               {0.1, 0.1, 0.1, 0.1},
                               // grouped otherwise, these round to other gains
-                              {1, 0, 0.05, 0.48},  {1, 0, 0.36, 0.86},  {1, 0, 0.4, -0.8}};
+                              {1, 0, 0.05, 0.48},
+                              {1, 0, 0.36, 0.86},
+                              {1, 0, 0.4, -0.8}};
     for (const auto& c : casi) {
         CAPTURE(c[0]);
         CAPTURE(c[2]);
-        uguale_ai_nodi({{"look", 5}, {"forza", c[0]}, {"ev", c[1]}, {"temp", c[2]}, {"tinta", c[3]}},
-                       contesto(5, 30, c[0], c[1], c[2], c[3]));
+        uguale_ai_nodi(
+            {{"look", 5}, {"forza", c[0]}, {"ev", c[1]}, {"temp", c[2]}, {"tinta", c[3]}},
+            contesto(5, 30, c[0], c[1], c[2], c[3]));
     }
 }
 
@@ -162,7 +181,8 @@ TEST_CASE("amounts reach the effects as floats, four grades scaled by 0.55")
             varno::applica_fx(img, 31, 22, ricetta);
             Tela attesa = tela(f);
             varno::passata_scrittura(
-                img, alfa, {reinterpret_cast<unsigned char*>(pixel(attesa, 0, 0)), 31 * 16}, 31, 22);
+                img, alfa, {reinterpret_cast<unsigned char*>(pixel(attesa, 0, 0)), 31 * 16}, 31,
+                22);
             CHECK_FALSE(std::equal(img.begin(), img.end(), neutra.begin()));
 
             Valori v = tutti_gli_effetti(0);
