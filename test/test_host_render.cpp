@@ -363,6 +363,25 @@ TEST_CASE("values are those of the frame's time")
     CHECK(fotogramma(*i, 18, 16, 99.0) == fermo(0.6, 4));
 }
 
+TEST_CASE("a grade setting that is moved and moved back gives the first picture again")
+{
+    const IstanzaPtr i = crea_istanza(modulo(), spento());
+    const Bit prima = fotogramma(*i, 7, 3);
+    const std::pair<const char*, double> mosse[] = {{"look", 4},   {"forza", 0.5}, {"ev", 0.25},
+                                                    {"temp", 0.5}, {"tinta", 0.5}, {"formato", 3}};
+    for (const auto& [nome, v] : mosse) {
+        const std::string mossa = nome;
+        CAPTURE(mossa);
+        const double ferma = valore(*i, mossa);
+        cambia(*i, mossa, v);
+        CHECK(fotogramma(*i, 7, 3) != prima);
+        cambia(*i, mossa, ferma);
+        for (const auto& [interruttore, spenta] : spento())  // a look has switched some on
+            imposta(*i, interruttore, spenta);
+        CHECK(fotogramma(*i, 7, 3) == prima);
+    }
+}
+
 TEST_CASE("the grain's frame number is the time cut towards 0, the lowest where none fits")
 {
     const auto grana = [](double tempo) {
