@@ -4,6 +4,7 @@
 usage: test_provino.py PROVINO BUNDLE [--lungo] [unittest arguments]
 --lungo breaks a thousand pictures of each format and kills a hundred runs.
 """
+import json
 import os
 import random
 import re
@@ -153,7 +154,6 @@ class Parole(Prova):
 
     def test_the_parameters_are_listed(self):
         self.assertRegex(self.fai("parametri").stdout, r"(?m)^ev +Exposure \(EV\) +number +-2 to 2, default 0$")
-        import json
         tutti = json.loads(self.fai("parametri", "--json").stdout)
         self.assertEqual(len(tutti), 35)
         self.assertEqual(tutti[0]["options"][16], "Rec.709 (No Log)")
@@ -219,6 +219,31 @@ class Immagini(Prova):
         self.assertEqual(a, c)
         self.assertNotEqual(a, b)
 
+    def test_integer_outputs_are_rounded_to_the_nearest_code(self):
+        self.scena("s.exr")
+        for nome, profondita, massimo in (("s.png", "uint8", 255), ("t.png", "uint16", 65535), ("s.dpx", "uint10", 1023),
+                                          ("t.dpx", "uint8", 255), ("s.tif", "uint16", 65535)):
+            self.fai("tavola", nome, "--size", "96x54", "--depth", profondita)
+            self.fai("confronta", "s.exr", nome, "--limit", str(0.5001 / massimo))
+            self.rifiuta(FALLITO, "limit", "confronta", "s.exr", nome, "--limit", str(0.45 / massimo))
+        self.fai("tavola", "f.tif", "--size", "96x54", "--depth", "float", "--compression", "lzw")
+        self.fai("confronta", "s.exr", "f.tif")
+
+    @unittest.skipUnless(shutil.which("oiiotool"), "needs oiiotool to make and read metadata")
+    def test_metadata_and_data_window_are_kept(self):
+        def oiio(*argomenti):
+            return subprocess.run(["oiiotool", *argomenti], cwd=self.cartella, check=True, capture_output=True, text=True).stdout
+        oiio("--create", "32x18+4-3", "4", "--fullsize", "64x36+0+0", "--attrib:type=timecode", "smpte:TimeCode",
+             "01:02:03:04", "--attrib", "Copyright", "somebody", "--attrib", "camera", "number nine", "-d", "half", "-o", "m.exr")
+        self.fai("sviluppa", "m.exr", "o.exr", "--compression", "piz")
+        detto = oiio("--info", "-v", "o.exr")
+        for cosa in ("x=4, y=-3", "display size: 64 x 36", "01:02:03:04", "somebody", "number nine", "piz", "provino 1", "half"):
+            self.assertIn(cosa, detto)
+        self.fai("sviluppa", "m.exr", "o.dpx")
+        self.assertIn("01:02:03:04", oiio("--info", "-v", "o.dpx"))
+        self.fai("sviluppa", "o.dpx", "p.dpx")
+        self.assertIn("uint10", oiio("--info", "-v", "p.dpx"))
+
     def test_outputs_are_replaced_only_when_told(self):
         self.scena("s.exr")
         Path(self.qui("o.png")).write_text("mine")
@@ -240,6 +265,174 @@ class Immagini(Prova):
             self.assertEqual(Path(self.qui("con_%s.exr" % formato)).read_bytes(),
                              Path(self.qui("diretto.exr")).read_bytes(), formato)
         self.rifiuta(FALLITO, "carries no settings", "sviluppa", "s.exr", "o.exr", "--settings-from", "s.exr")
+
+
+class Sequenze(Prova):
+    GRANA = [*SPENTO, "-p", "grana_on=on", "-p", "grana=0.5"]
+
+    def byte(self, nome):
+        return Path(self.qui(nome)).read_bytes()
+
+    def test_the_frame_number_is_the_time(self):
+        self.flat("f.png", 40, 30, (90, 100, 110))
+        self.fai("sviluppa", "f.png", "o.###.png", "--frames", "2-6x2", *self.GRANA)
+        for n in (2, 4, 6):
+            self.fai("sviluppa", "f.png", "uno.png", "--time", str(n), "--overwrite", *self.GRANA)
+            self.assertEqual(self.byte("uno.png"), self.byte("o.00%d.png" % n))
+        self.assertNotEqual(self.byte("o.002.png"), self.byte("o.004.png"))
+        # The sequence that is there, read by another pattern, into another.
+        self.fai("sviluppa", "o.%03d.png", "q@.png", *self.GRANA)
+        self.assertEqual(sorted(f for f in os.listdir(self.cartella) if f[0] == "q"), ["q2.png", "q4.png", "q6.png"])
+
+    def test_keys_are_drawn_linearly(self):
+        self.scena("s.exr")
+        acceso = ["-p", "formato=0", "-p", "bloom_on=1"]
+        self.fai("sviluppa", "s.exr", "k#.png", "--frames", "1-5", *acceso, "--key", "bloom@5=0.5", "--key", "bloom@1=0")
+        self.fai("sviluppa", "s.exr", "p.png", "--time", "3", *acceso, "-p", "bloom=0.25")
+        self.fai("confronta", "k3.png", "p.png")
+        self.rifiuta(FALLITO, "limit", "confronta", "k1.png", "k5.png")
+
+    def test_jobs_change_no_bit(self):
+        self.scena("s.exr")
+        modo = ["--frames", "1-7", "-p", "formato=0", "-p", "look=Velvet", "-p", "grana_on=1", "--key", "ev@1=-1", "--key", "ev@7=1"]
+        self.fai("sviluppa", "s.exr", "a#.png", *modo)
+        self.fai("sviluppa", "s.exr", "b#.png", *modo, "--jobs", "4")
+        for n in range(1, 8):
+            self.assertEqual(self.byte("a%d.png" % n), self.byte("b%d.png" % n))
+
+    def test_existing_frames_are_left_or_replaced_as_told(self):
+        self.flat("f.png", 20, 10, (90, 100, 110))
+        Path(self.qui("o2.png")).write_text("mine")
+        self.rifiuta(FALLITO, "'o2.png' exists already: .*--skip-existing", "sviluppa", "f.png", "o#.png", "--frames", "1-3")
+        r = self.fai("sviluppa", "f.png", "o#.png", "--frames", "1-3", "--skip-existing")
+        self.assertIn("o2.png: exists, skipped", r.stdout)
+        self.assertEqual(self.byte("o2.png"), b"mine")
+        self.fai("sviluppa", "f.png", "o#.png", "--frames", "1-3", "--overwrite")
+        self.assertEqual(self.byte("o2.png"), self.byte("o1.png"))
+
+    def test_failed_frames_stop_the_run_or_are_listed(self):
+        for n in (1, 3, 4):
+            self.flat("f%d.png" % n, 20, 10, (90, 100, 110))
+        self.rifiuta(FALLITO, "", "sviluppa", "f2.png", "x.png")
+        r = self.lancia("sviluppa", "f#.png", "o#.png", "--frames", "2-4")
+        self.assertEqual((r.returncode, r.stderr.count("\n")), (FALLITO, 2))
+        self.assertIn("1 of 3 frames failed: 2", r.stderr)
+        r = self.lancia("sviluppa", "f#.png", "p#.png", "--frames", "1-5", "--continue-on-error", "--jobs", "2")
+        self.assertEqual(r.returncode, FALLITO)
+        self.assertIn("2 of 5 frames failed: 2 5", r.stderr)
+        self.assertEqual(sorted(f for f in os.listdir(self.cartella) if f[0] == "p"), ["p1.png", "p3.png", "p4.png"])
+
+    def test_a_killed_run_is_finished_by_the_next(self):
+        self.scena("s.exr", "320x180")
+        modo = ["--frames", "1-12", "-p", "formato=0", "-p", "grana_on=1"]
+        self.fai("sviluppa", "s.exr", "a##.png", *modo)
+        p = subprocess.Popen([PROVINO, "sviluppa", self.qui("s.exr"), self.qui("b##.png"), *modo, "--plugin", BUNDLE],
+                             stdout=subprocess.PIPE, text=True)
+        for _ in range(4):
+            p.stdout.readline()
+        p.kill()
+        p.communicate()
+        self.assertLess(len([f for f in os.listdir(self.cartella) if f[0] == "b"]), 12)
+        self.fai("sviluppa", "s.exr", "b##.png", *modo, "--skip-existing")
+        for n in range(1, 13):
+            self.assertEqual(self.byte("a%02d.png" % n), self.byte("b%02d.png" % n))
+
+    def test_progress_is_told_as_asked(self):
+        self.flat("f.png", 20, 10, (90, 100, 110))
+        modo = ["sviluppa", "f.png", "o#.png", "--frames", "1-3", "--overwrite"]
+        r = self.fai(*modo)
+        self.assertRegex(r.stdout, r"\Ao1.png: done in [\d.]+ s\no2.png.*\no3.png.*\n3 of 3 frames in [^\n]+\n\Z")
+        self.assertEqual(self.fai(*modo, "--quiet").stdout, "")
+        detto = [json.loads(x) for x in self.fai(*modo, "--json").stdout.splitlines()]
+        self.assertEqual([x["frame"] for x in detto[:3]], [1, 2, 3])
+        self.assertEqual((detto[3]["done"], detto[3]["failed"]), (3, []))
+
+    def test_refusals(self):
+        self.scena("s.exr")
+        casi = [
+            (USO, "3 frames would go into the one file", "o.png", "--frames", "1-3"),
+            (USO, "more than one place", "o#@.png", "--frames", "1-3"),
+            (USO, "end before they begin", "o#.png", "--frames", "3-1"),
+            (USO, "written as in 1-10,20-30x2", "o#.png", "--frames", "1,,3"),
+            (USO, "step", "o#.png", "--frames", "1-3x0"),
+            (USO, "--time is for a single picture", "o#.png", "--frames", "1", "--time", "2"),
+            (USO, "contradict", "o#.png", "--frames", "1", "--overwrite", "--skip-existing"),
+            (USO, "two keys at time 1", "o.png", "--key", "ev@1=0", "--key", "ev@1=1"),
+            (FALLITO, "cannot read the settings", "o.png", "--settings", "manca.json"),
+            (FALLITO, "no JSON object", "o.png", "--settings", "s.exr"),
+        ]
+        for uscita, messaggio, *argomenti in casi:
+            with self.subTest(" ".join(argomenti)):
+                self.rifiuta(uscita, re.escape(messaggio), "sviluppa", "s.exr", *argomenti)
+        self.rifiuta(FALLITO, "no file is named like 'm.#.exr'", "sviluppa", "m.#.exr", "o#.exr")
+
+    def test_saved_settings_make_the_same_picture(self):
+        self.scena("s.exr")
+        modo = ["-p", "formato=0", "-p", "look=Midnight", "-p", "bloom=0.33", "--key", "ev@0=1", "--key", "ev@10=-1"]
+        self.fai("sviluppa", "s.exr", "a.exr", *modo, "--save-settings", "a.json", "--time", "4")
+        self.fai("sviluppa", "s.exr", "b.exr", "--settings", "a.json", "--time", "4")
+        self.assertEqual(self.byte("a.exr"), self.byte("b.exr"))
+        casi = [('{"parameters": {"ev": 9}}', "ev goes from -2 to 2"), ('{"parameters": {"evv": 0}}', "did you mean 'ev'"),
+                ('{"parameters": {"look": 77}}', "look cannot be 77"), ('{"parameters": {}, "keys": {"ev": [1]}}', "must be .time, value."),
+                ('{}', "no .parameters.")]
+        for testo, messaggio in casi:
+            Path(self.qui("m.json")).write_text(testo)
+            self.rifiuta(FALLITO, messaggio, "sviluppa", "s.exr", "o.exr", "--settings", "m.json")
+
+
+class Fogli(Prova):
+    def test_each_look_stands_in_its_place_with_its_recipe(self):
+        self.flat("f.png", 64, 36, (120, 90, 70))
+        self.fai("looks", "f.png", "foglio.png", "--width", "400", "--depth", "uint8")
+        righe, _ = leggi_png(self.qui("foglio.png"))
+        self.assertEqual(len(righe[0]), 3 * 400)
+        self.assertGreater(max(righe[2 + 2 * 55 + 11 + 4]), 150)  # light strokes of the large one's label
+        for look, (colonna, riga) in ((0, (2, 0)), (1, (3, 0)), (3, (3, 1)), (4, (0, 2)), (11, (3, 3))):
+            self.fai("sviluppa", "f.png", "o.png", "-p", "look=%d" % look, "--overwrite", "--depth", "uint8")
+            x, y = 2 + colonna * 99 + 48, 2 + riga * 66 + 27
+            centro = leggi_png(self.qui("o.png"))[0][18][3 * 32:3 * 32 + 3]
+            for a, b in zip(righe[y][3 * x:3 * x + 3], centro):
+                self.assertAlmostEqual(a, b, delta=1, msg="look %d" % look)
+
+    def test_the_effects_are_shown_alone(self):
+        self.scena("s.exr")
+        self.fai("effetti", "s.exr", "foglio.png", "--width", "400", "--amount", "0.6", "-p", "formato=0")
+        self.rifiuta(USO, "outside the picture", "effetti", "s.exr", "o.png", "--crop", "90x50+10+10")
+
+    def test_a_cube_has_the_corners_of_the_grade_and_red_first(self):
+        angoli = [[255 * (i & 1), 255 * (i >> 1 & 1), 255 * (i >> 2)] for i in range(8)]
+        scrivi_png(self.qui("a.png"), [sum(angoli, [])], 3)
+        modo = ["-p", "formato=Canon Log 2", "-p", "cs_canon=BT.2020", "-p", "look=Ember"]
+        self.fai("sviluppa", "a.png", "o.png", "--depth", "uint16", *modo, *[x for n in (
+            "halation", "bloom", "enhance", "vignetta", "promist", "mistw", "glimmer", "pelle", "streak", "ca") for x in ("-p", n + "_on=0")])
+        veri = leggi_png(self.qui("o.png"))[0][0]
+        r = self.fai("lut", "g.cube", *modo)
+        self.assertIn("off the plug-in", r.stdout)
+        testo = Path(self.qui("g.cube")).read_text()
+        self.assertIn("Canon Log 2 / BT.2020", testo)
+        self.assertIn("LUT_3D_SIZE 33\n", testo)
+        punti = [[float(v) for v in x.split()] for x in testo.splitlines() if re.match(r"[-\d.]+(e\S+)? ", x)]
+        self.assertEqual(len(punti), 33 ** 3)
+        for i in range(8):
+            punto = punti[32 * ((i & 1) + 33 * (i >> 1 & 1) + 33 * 33 * (i >> 2))]
+            for a, b in zip(punto, veri[3 * i:3 * i + 3]):
+                self.assertAlmostEqual(a * 65535, b, delta=0.51)
+
+    def test_pictures_are_compared(self):
+        scrivi_png(self.qui("a.png"), [[10, 20, 30, 40, 50, 60]], 3)
+        scrivi_png(self.qui("b.png"), [[10, 20, 30, 40, 53, 60]], 3)
+        self.assertIn("equal", self.fai("confronta", "a.png", "a.png").stdout)
+        r = json.loads(self.fai("confronta", "a.png", "b.png", "--json", "--limit", "0.0118").stdout)
+        self.assertAlmostEqual(r["largest"], 3 / 255, places=6)
+        self.assertEqual((r["x"], r["y"], r["channel"]), (1, 0, "G"))
+        self.rifiuta(FALLITO, "limit", "confronta", "a.png", "b.png", "--limit", "0.0117")
+        self.fai("confronta", "a.png", "b.png", "--limit", "1", "--split", "s.png")
+        self.assertEqual(len(leggi_png(self.qui("s.png"))[0][0]), 6)
+
+    def test_frames_are_measured(self):
+        r = json.loads(self.fai("misura", "--size", "64x36", "--rounds", "1", "--json").stdout)
+        self.assertGreater(r["milliseconds"]["frame"], 0)
+        self.assertRegex(self.fai("misura", "--size", "64x36", "--rounds", "1", "--csv").stdout, r"(?m)^table rebuild,[\d.]+$")
 
 
 class Guasti(Prova):

@@ -30,6 +30,8 @@ void opzioni_scrittura(CLI::App& app, Comuni& c);
 // Each adds its sub-command to the program.
 Esecuzione comando_parametri(CLI::App& programma);
 Esecuzione comando_sviluppa(CLI::App& programma);
+Esecuzione comando_looks(CLI::App& programma);
+Esecuzione comando_effetti(CLI::App& programma);
 Esecuzione comando_tavola(CLI::App& programma);
 Esecuzione comando_lut(CLI::App& programma);
 Esecuzione comando_confronta(CLI::App& programma);

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
+#include <filesystem>
 
 namespace varno::provino {
 namespace {
@@ -112,13 +113,15 @@ Esecuzione comando_lut(CLI::App& programma)
     opzione_plugin(*app, o->comuni);
     opzioni_parametri(*app, o->comuni);
     return [o] {
+        if (std::filesystem::path(o->uscita).extension() != ".cube")
+            rifiuta(tra_apici(o->uscita) + " must end in .cube");
         Plugin plugin = carica_plugin(o->comuni.plugin);
-        Impostazioni imp = leggi_impostazioni(plugin, o->comuni.parametri);
+        const Impostazioni imp = leggi_impostazioni(plugin, o->comuni.parametri);
         controlla_uscita(o->uscita, o->comuni.scrittura.sovrascrivi);
         const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
         const std::string impostazioni = in_json(plugin, *istanza, imp, true);
         for (const banco::Parametro& p : plugin.parametri)
-            if (p.nome.size() > 3 && p.nome.compare(p.nome.size() - 3, 3, "_on") == 0)
+            if (interruttore_di_effetto(p))
                 banco::imposta(*istanza, p.nome, 0.0);
 
         const Foto cubo = rendi_foto(*istanza, griglia(o->lato), o->tempo);

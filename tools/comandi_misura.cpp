@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <vector>
 
@@ -24,9 +25,20 @@ double mediana(std::vector<double> v)
     return v[v.size() / 2];
 }
 
-bool e_interruttore(const banco::Parametro& p)
+// The test scene drawn small and blown up: content for the effects without the wait.
+Foto soggetto(int larghezza, int altezza)
 {
-    return p.nome.size() > 3 && p.nome.compare(p.nome.size() - 3, 3, "_on") == 0;
+    constexpr int L = 480;
+    constexpr int A = 270;
+    const Foto piccola = disegna_scena(L, A);
+    Foto f = foto_nuova(larghezza, altezza);
+    float* p = f.rgba.get();
+    for (int y = 0; y < altezza; ++y)
+        for (int x = 0; x < larghezza; ++x, p += 4) {
+            const std::int64_t riga = std::int64_t{y} * A / altezza;
+            std::copy_n(&piccola.rgba[4 * (riga * L + std::int64_t{x} * L / larghezza)], 4, p);
+        }
+    return f;
 }
 
 }  // namespace
@@ -57,7 +69,7 @@ Esecuzione comando_misura(CLI::App& programma)
         banco::registro(*istanza).scrivi = false;
 
         // The host's two pictures stay, as in a host that plays; only the render is timed.
-        const Foto sorgente = disegna_scena(larghezza, altezza);
+        const Foto sorgente = soggetto(larghezza, altezza);
         Foto uscita = foto_nuova(larghezza, altezza);
         std::fill_n(uscita.rgba.get(), quanti_float(uscita), 0.0f);
         const banco::Rettangolo finestra{0, 0, larghezza, altezza};
@@ -100,7 +112,7 @@ Esecuzione comando_misura(CLI::App& programma)
         // Each effect that is on, by itself, over the frame without any.
         std::vector<const banco::Parametro*> accesi;
         for (const banco::Parametro& p : plugin.parametri)
-            if (e_interruttore(p) && banco::valore(*istanza, p.nome) != 0.0) {
+            if (interruttore_di_effetto(p) && banco::valore(*istanza, p.nome) != 0.0) {
                 accesi.push_back(&p);
                 banco::imposta(*istanza, p.nome, 0.0);
             }

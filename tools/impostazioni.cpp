@@ -26,6 +26,8 @@ bool interruttore(const banco::Parametro& p)
     return p.tipo == "OfxParamTypeBoolean";
 }
 
+constexpr std::string_view ACCESO = "_on";
+
 bool uguali(const std::string& a, const std::string& b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
@@ -234,6 +236,26 @@ banco::IstanzaPtr istanza_con(Plugin& plugin, const Impostazioni& imp)
         throw Errore{SENZA_PLUGIN,
                      std::string("the plug-in made no instance: ") + in_una_riga(e.what())};
     }
+}
+
+bool interruttore_di_effetto(const banco::Parametro& p)
+{
+    return interruttore(p) && p.nome.size() > ACCESO.size() &&
+           p.nome.compare(p.nome.size() - ACCESO.size(), ACCESO.size(), ACCESO) == 0;
+}
+
+std::string quantita_di(const banco::Parametro& interruttore)
+{
+    return interruttore.nome.substr(0, interruttore.nome.size() - ACCESO.size());
+}
+
+void spegni_effetti(const Plugin& plugin, Impostazioni& imp)
+{
+    for (const banco::Parametro& p : plugin.parametri)
+        if (interruttore_di_effetto(p)) {
+            imp.modifiche.emplace_back(p.nome, 0.0);
+            imp.chiavi.erase(p.nome);
+        }
 }
 
 std::string in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp,

@@ -38,6 +38,13 @@ Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
 /// An instance that stands at the settings.
 banco::IstanzaPtr istanza_con(Plugin& plugin, const Impostazioni& imp);
 
+/// The switch of an effect, and the amount that it switches.
+bool interruttore_di_effetto(const banco::Parametro& p);
+std::string quantita_di(const banco::Parametro& interruttore);
+
+/// Switches all effects off, also where keys switch them on.
+void spegni_effetti(const Plugin& plugin, Impostazioni& imp);
+
 /// The instance's values and the keys as JSON; in one line where compact.
 std::string in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp,
                     bool compatto);

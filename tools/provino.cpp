@@ -65,10 +65,19 @@ int esegui(int argc, char** argv)
     app.set_version_flag("--version", "provino " PROVINO_VERSIONE);
     app.require_subcommand(1);
     app.get_formatter()->column_width(34);
+    app.footer("Examples:\n"
+               "  provino tavola scene.exr\n"
+               "  provino sviluppa scene.exr print.png -p formato=\"Sony S-Log3\" -p look=Amber\n"
+               "  provino sviluppa shot.####.dpx out.####.exr --frames 1001-1048 --jobs 2\n"
+               "  provino looks scene.exr looks.jpg -p formato=0\n"
+               "  provino lut --size 65 amber.cube -p formato=0 -p look=Amber\n"
+               "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 the plug-in cannot be loaded.");
 
     std::vector<std::pair<const char*, Esecuzione>> comandi;
     comandi.emplace_back("parametri", comando_parametri(app));
     comandi.emplace_back("sviluppa", comando_sviluppa(app));
+    comandi.emplace_back("looks", comando_looks(app));
+    comandi.emplace_back("effetti", comando_effetti(app));
     comandi.emplace_back("tavola", comando_tavola(app));
     comandi.emplace_back("lut", comando_lut(app));
     comandi.emplace_back("confronta", comando_confronta(app));
@@ -101,7 +110,8 @@ int esegui(int argc, char** argv)
         errore(testo + " ('" + chi + " --help' tells more)");
         return USO;
     } catch (const Errore& e) {
-        errore(e.testo);
+        if (!e.testo.empty())  // else it was told already
+            errore(e.testo);
         return e.uscita;
     } catch (const std::bad_alloc&) {
         errore("there is not enough memory for this picture");

@@ -135,7 +135,7 @@ Luce sfondo(double u, double v)
                Luce{0.55, 0.52, 0.6};
     }
     const double d = std::hypot(u - SOLE_U, v - SOLE_V);
-    return cielo(u, v) + fonte(d, 0.021) * LUCE_SOLE +
+    return cielo(u, v) + fonte(d, 0.025) * LUCE_SOLE +
            2.2 / (1.0 + 9000.0 * d * d) * Luce{1.0, 0.52, 0.2};
 }
 
@@ -184,7 +184,7 @@ std::vector<Lampada> ghirlanda()
     for (std::size_t i = 0; i < std::size(VETRI); ++i) {
         const double t = (static_cast<double>(i) + 0.5) / std::size(VETRI);
         const double u = -0.93 + 1.86 * t;
-        lampade.push_back({u, filo(u) + 0.0095, 0.0060, VETRI[i].colore, VETRI[i].stop});
+        lampade.push_back({u, filo(u) + 0.0120, 0.0082, VETRI[i].colore, VETRI[i].stop});
     }
     return lampade;
 }

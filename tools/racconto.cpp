@@ -1,0 +1,148 @@
+#include "tools/racconto.h"
+
+#include "tools/argomenti.h"
+#include "tools/messaggi.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace varno::provino {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char* PULISCI = "\r\033[K";  // back to the line's beginning, and empty it
+
+void di(const std::string& testo)
+{
+    try {
+        riga(testo);
+    } catch (const Errore&) {
+    }
+}
+
+double trascorsi(const Racconto& r)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - r.inizio).count();
+}
+
+double al_secondo(const Racconto& r)
+{
+    return static_cast<double>(r.fatti) / std::max(trascorsi(r), 1e-6);
+}
+
+std::string decimale(double v, int cifre)
+{
+    char s[64];
+    std::snprintf(s, sizeof s, "%.*f", cifre, v);
+    return s;
+}
+
+void disegna_barra(const Racconto& r, std::size_t quanti)
+{
+    constexpr std::size_t LARGA = 30;
+    const std::size_t finiti = r.fatti + r.saltati + r.falliti.size();
+    const std::size_t pieni = LARGA * finiti / quanti;
+    std::string s = PULISCI +
+                    ("[" + std::string(pieni, '=') + std::string(LARGA - pieni, ' ') + "] ") +
+                    std::to_string(finiti) + "/" + std::to_string(quanti);
+    if (r.fatti > 0) {
+        const auto restano =
+            static_cast<long>(std::lround(static_cast<double>(quanti - finiti) / al_secondo(r)));
+        char tempo[64];
+        std::snprintf(tempo, sizeof tempo, "  %.2f frames a second, %ld:%02ld left", al_secondo(r),
+                      restano / 60, restano % 60);
+        s += tempo;
+    }
+    barra(s);
+}
+
+void in_json(const Fotogramma& f, const Resoconto& r)
+{
+    Json j;
+    j["frame"] = f.tempo;
+    j["in"] = f.ingresso;
+    j["out"] = f.uscita;
+    j["status"] = r.esito == Esito::fatto     ? "done"
+                  : r.esito == Esito::saltato ? "skipped"
+                                              : "failed";
+    if (r.esito == Esito::fatto)
+        j["seconds"] = r.secondi;
+    if (!r.motivo.empty())
+        j["error"] = r.motivo;
+    di(j.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
+std::string elenco_falliti(const Racconto& r, const Lavoro& lavoro)
+{
+    std::string s;
+    for (const std::size_t i : r.falliti)
+        s += " " + testo_di(lavoro.fotogrammi[i].tempo);
+    return s;
+}
+
+}  // namespace
+
+Racconto racconto_nuovo(bool json, bool muto, std::size_t fotogrammi)
+{
+    Racconto r;
+    r.voce = json                               ? Voce::json
+             : muto                             ? Voce::muta
+             : su_terminale() && fotogrammi > 1 ? Voce::barra
+                                                : Voce::righe;
+    return r;
+}
+
+void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& resoconto)
+{
+    const Fotogramma& f = lavoro.fotogrammi[resoconto.indice];
+    if (resoconto.esito == Esito::fatto)
+        ++r.fatti;
+    else if (resoconto.esito == Esito::saltato)
+        ++r.saltati;
+    else
+        r.falliti.push_back(resoconto.indice);
+    if (resoconto.esito == Esito::fallito) {
+        if (r.voce == Voce::barra)
+            barra(PULISCI);
+        errore(resoconto.motivo);
+    }
+    if (r.voce == Voce::json)
+        in_json(f, resoconto);
+    if (r.voce == Voce::barra)
+        disegna_barra(r, lavoro.fotogrammi.size());
+    if (r.voce == Voce::righe && resoconto.esito == Esito::fatto)
+        di(f.uscita + ": done in " + decimale(resoconto.secondi, 2) + " s");
+    if (r.voce == Voce::righe && resoconto.esito == Esito::saltato)
+        di(f.uscita + ": exists, skipped");
+}
+
+void concludi(Racconto& r, const Lavoro& lavoro)
+{
+    std::sort(r.falliti.begin(), r.falliti.end());
+    const std::size_t quanti = lavoro.fotogrammi.size();
+    if (r.voce == Voce::barra)
+        barra("\n");
+    if (r.voce == Voce::json) {
+        Json j;
+        j["done"] = r.fatti;
+        j["skipped"] = r.saltati;
+        j["failed"] = Json::array();
+        for (const std::size_t i : r.falliti)
+            j["failed"].push_back(lavoro.fotogrammi[i].tempo);
+        j["seconds"] = trascorsi(r);
+        j["frames_per_second"] = al_secondo(r);
+        di(j.dump());
+    } else if (r.voce != Voce::muta && quanti > 1) {
+        di(std::to_string(r.fatti) + " of " + std::to_string(quanti) + " frames in " +
+           decimale(trascorsi(r), 1) + " s, " + decimale(al_secondo(r), 2) + " a second" +
+           (r.saltati > 0 ? ", " + std::to_string(r.saltati) + " skipped" : ""));
+    }
+    if (!r.falliti.empty() && quanti > 1)
+        errore(std::to_string(r.falliti.size()) + " of " + std::to_string(quanti) +
+               " frames failed:" + elenco_falliti(r, lavoro));
+}
+
+}  // namespace varno::provino

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "tools/catena.h"
+
+#include <chrono>
+#include <cstddef>
+#include <vector>
+
+namespace varno::provino {
+
+enum class Voce { righe, barra, json, muta };
+
+/// Tells people or machines how a run goes on.
+struct Racconto {
+    Voce voce = Voce::righe;
+    std::chrono::steady_clock::time_point inizio = std::chrono::steady_clock::now();
+    std::size_t fatti = 0, saltati = 0;
+    std::vector<std::size_t> falliti;
+};
+
+/// Lines where there are few frames or no terminal, else a bar.
+Racconto racconto_nuovo(bool json, bool muto, std::size_t fotogrammi);
+
+/// One frame more. A closed output is no reason to stop, and passed over.
+void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& fotogramma);
+
+/// The end: how many, how fast, and which frames failed.
+void concludi(Racconto& r, const Lavoro& lavoro);
+
+}  // namespace varno::provino
