@@ -6,7 +6,7 @@
 #include "render/parallel_for.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -67,15 +67,21 @@ bool regolare(const Lut3D& lut)
     constexpr float OLTRE = 1.0e30f;  // far enough from what overflows
     if (lut.N < 2 || lut.N > MASSIMO)
         return false;
+    // As bits, what is negative or not a number stands above every number from 0 on.
+    const auto bit = [](float v) {
+        std::uint32_t b;
+        std::memcpy(&b, &v, sizeof b);
+        return b;
+    };
     const auto N = static_cast<std::size_t>(lut.N);
+    std::uint32_t sommo = 0;
     for (std::size_t riga = 0; riga < N * N; ++riga) {
         const bool intera = riga % N + 2 >= N || riga / N + 2 >= N;
         const float* fine = &lut.dati[riga * N * 3] + N * 3;
         for (const float* s = intera ? fine - N * 3 : fine - 6; s < fine; ++s)
-            if (!(*s < OLTRE) || std::signbit(*s))
-                return false;
+            sommo = std::max(sommo, bit(*s));
     }
-    return true;
+    return sommo < bit(OLTRE);
 }
 
 const float* riga_di(const Finestra& f, std::uint64_t y)

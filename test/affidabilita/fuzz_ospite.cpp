@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <vector>
 
 extern "C" OfxPlugin* OfxGetPlugin(int);
@@ -216,8 +217,9 @@ Geometria geometria(Lettore& l)
     constexpr int lunghi[] = {1919, 1920, 1921, 2880, 3840, 3843};
     constexpr int origini[] = {0, 0, -7, 1000, 2147483600 - 4000, -2147483600};
     const unsigned forma = l.byte();
-    Geometria g{origini[l.fino_a(5)], origini[l.fino_a(5)], static_cast<int>(1 + l.fino_a(23)),
-                static_cast<int>(1 + l.fino_a(23))};
+    const unsigned massimo = forma % 4 == 0 ? 23 : 11;
+    Geometria g{origini[l.fino_a(5)], origini[l.fino_a(5)], static_cast<int>(1 + l.fino_a(massimo)),
+                static_cast<int>(1 + l.fino_a(massimo))};
     if (forma >= 253) {
         g.larghezza = lunghi[l.fino_a(5)];
         g.altezza = std::min(g.altezza, 3);
@@ -256,15 +258,19 @@ bool stessi_bit_o_nan(const unsigned char* a, const unsigned char* b, std::size_
 void confronta_semplice(const Geometria& g, Tela& da, Tela& a, Istanza& i, double tempo)
 {
     const Impostazioni imp = leggi_impostazioni(reinterpret_cast<OfxParamSetHandle>(&i), tempo);
-    const Lut3D& lut = *gLut.lut;
-    const semplici::Campioni tavola(lut.dati.begin(), lut.dati.end());
+    static std::shared_ptr<const Lut3D> copiata;
+    static semplici::Campioni tavola;
+    if (copiata != gLut.lut) {
+        copiata = gLut.lut;
+        tavola.assign(copiata->dati.begin(), copiata->dati.end());
+    }
     const std::size_t riga = static_cast<std::size_t>(g.larghezza);
     semplici::Campioni img(riga * static_cast<std::size_t>(g.altezza) * 3);
     for (int y = 0; y < g.altezza; ++y)
         for (std::size_t x = 0; x < riga; ++x) {
             float rgba[4];
             std::memcpy(rgba, da.riga(y) + 16 * x, sizeof rgba);
-            semplici::campiona(tavola, lut.N, rgba, &img[(y * riga + x) * 3]);
+            semplici::campiona(tavola, copiata->N, rgba, &img[(y * riga + x) * 3]);
         }
     semplici::applica_fx(img, g.larghezza, g.altezza, imp.ricetta);
     for (int y = 0; y < g.altezza; ++y)
