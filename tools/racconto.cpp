@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -62,7 +63,10 @@ void disegna_barra(const Racconto& r, std::size_t quanti)
 void in_json(const Fotogramma& f, const Resoconto& r)
 {
     Json j;
-    j["frame"] = f.tempo;
+    if (f.tempo == std::floor(f.tempo) && std::abs(f.tempo) < 1e15)
+        j["frame"] = static_cast<std::int64_t>(f.tempo);
+    else
+        j["frame"] = f.tempo;
     j["in"] = f.ingresso;
     j["out"] = f.uscita;
     j["status"] = r.esito == Esito::fatto     ? "done"
