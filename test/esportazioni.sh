@@ -22,7 +22,7 @@ T OfxGetPlugin"
 # A second unwinder inside would end the host where an exception should reach it.
 "$nm" "$modulo" 2>/dev/null | grep -q ' [TtWw] _Unwind_' && no "libgcc is linked statically"
 
-"$readelf" -dW "$modulo" | grep -q 'Flags:.* NOW' || no "not bound at load (-z now)"
+"$readelf" -dW "$modulo" | grep -Eq 'BIND_NOW|FLAGS_1.*NOW' || no "not bound at load (-z now)"
 "$readelf" -lW "$modulo" | grep -q GNU_RELRO || no "no RELRO"
 "$readelf" -lW "$modulo" | grep GNU_STACK | grep -q 'RWE' && no "the stack is executable"
 "$readelf" -dW "$modulo" | grep -Eq 'TEXTREL|RPATH|RUNPATH' && no "text relocations or search paths"
