@@ -79,7 +79,7 @@ bool regolare(const Lut3D& lut)
         const bool intera = riga % N + 2 >= N || riga / N + 2 >= N;
         const float* fine = &lut.dati[riga * N * 3] + N * 3;
         for (const float* s = intera ? fine - N * 3 : fine - 6; s < fine; ++s)
-            sommo = std::max(sommo, bit(*s));
+            sommo = sommo < bit(*s) ? bit(*s) : sommo;
     }
     return sommo < bit(OLTRE);
 }

@@ -90,7 +90,7 @@ double numero(Lettore& l, double minimo, double massimo)
 void parametri(Lettore& l, Istanza& i)
 {
     ospite::predefiniti(i);
-    for (unsigned n = l.fino_a(40); n > 0; --n) {
+    for (unsigned n = l.fino_a(l.fino_a(3) == 0 ? 40 : 9); n > 0; --n) {
         const int quale = static_cast<int>(l.fino_a(34));
         if (ospite::e_numero(quale) && quale > 0 && !ospite::e_numero(quale - 1))
             i.parametri[quale - 1].i = 1;  // an amount stands behind its switch
@@ -439,7 +439,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* dati, std::size_t quan
     Lettore l{dati, dati + quanti};
     Lettore valori{dati, dati + quanti, true};
     Istanza i;
-    for (unsigned n = 1 + l.fino_a(3); n > 0; --n) {
+    for (unsigned n = 1 + (l.fino_a(7) == 0 ? l.fino_a(3) : l.fino_a(1)); n > 0; --n) {
         parametri(valori, i);
         una_azione(l, p, i);
     }
