@@ -79,20 +79,10 @@ void caso_passata_colore(benchmark::State& stato)
 {
     Scena& scena = scena_di(stato);
     Immagine immagine(scena.pixel() * 3, 0.5f);
-    Piano alfa(scena.pixel(), 0.5f);
+    Alfa alfa = alfa_di(scena.larghezza, scena.altezza, nullptr);
     for (auto _ : stato)
         passata_colore(tabella(), scena.finestra_sorgente(), immagine, alfa, scena.larghezza,
                        scena.altezza);
-    conta_pixel(stato);
-}
-
-void caso_passata_scrittura(benchmark::State& stato)
-{
-    Scena& scena = scena_di(stato);
-    const Immagine immagine(scena.pixel() * 3, 0.5f);
-    const Piano alfa(scena.pixel(), 0.5f);
-    for (auto _ : stato)
-        passata_scrittura(immagine, alfa, scena.finestra_uscita(), scena.larghezza, scena.altezza);
     conta_pixel(stato);
 }
 
@@ -146,7 +136,7 @@ void caso_effetto(benchmark::State& stato, FxRicetta ricetta)
     Scena& scena = scena_di(stato);
     Arena arena;
     Immagine immagine = piano_di_lavoro(scena.pixel() * 3, &arena);
-    Piano alfa = piano_di_lavoro(scena.pixel(), &arena);
+    Alfa alfa = alfa_di(scena.larghezza, scena.altezza, &arena);
     passata_colore(tabella(), scena.finestra_sorgente(), immagine, alfa, scena.larghezza,
                    scena.altezza);
     const Immagine intatta = copia_di(immagine);
@@ -200,7 +190,6 @@ void misure(benchmark::internal::Benchmark* b)
     RegisterBenchmark("limit/first_touch", caso_primo_tocco)->Apply(misure);
     RegisterBenchmark("limit/six_plane_copies", caso_sei_copie)->Apply(misure);
     RegisterBenchmark("kernel/table_pass", caso_passata_colore)->Apply(misure);
-    RegisterBenchmark("kernel/write_pass", caso_passata_scrittura)->Apply(misure);
     RegisterBenchmark("kernel/box_blur", caso_box_blur)->Apply(misure);
     RegisterBenchmark("kernel/blur_reduced", caso_blur_su_ridotta)->Apply(misure);
     RegisterBenchmark("kernel/vignette_mask", caso_vignetta_mask)->Apply(misure);

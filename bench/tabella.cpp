@@ -247,11 +247,19 @@ void tabella_limiti(const Banco& banco, const Misura& misura)
     Piano altro = piano_di_lavoro(scena.pixel(), &arena);
     std::fill(piano.begin(), piano.end(), 0.5f);
     std::fill(altro.begin(), altro.end(), 0.5f);
-    for (const unsigned thread : numeri_di_thread())
-        riga(
-            "table pass", "copy to RGB and alpha", thread,
-            [&] { passata_colore(banco.lut, scena.finestra_sorgente(), immagine, alfa, w, h); },
-            [&] { copia_in_piani(scena, immagine, alfa); });
+    Alfa alfa_tenuta = alfa_di(w, h, &arena);
+    for (const char* nome : {"table pass", "table pass, alpha of many values"}) {
+        for (const unsigned thread : numeri_di_thread())
+            riga(
+                nome, "copy to RGB and alpha", thread,
+                [&] {
+                    passata_colore(banco.lut, scena.finestra_sorgente(), immagine, alfa_tenuta, w,
+                                   h);
+                },
+                [&] { copia_in_piani(scena, immagine, alfa); });
+        for (std::size_t i = 3; i < scena.sorgente.size(); i += 8)
+            scena.sorgente[i] = 0.5f;
+    }
     for (const unsigned thread : numeri_di_thread())
         riga(
             "three box blurs, radius 46", "six copies of the plane", thread,

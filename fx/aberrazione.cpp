@@ -26,10 +26,9 @@ void applica_aberrazione(const Quadro& q, float quantita)
         gNuclei->effetti.rosso_e_blu(&q.img[y * riga * 3], &rosso[y * riga], &blu[y * riga],
                                      q.larghezza);
     });
-    parallel_for(righe, [&](std::uint64_t y) {
-        gNuclei->effetti.aberrazione(&q.img[y * riga * 3], rosso.data(), blu.data(), q.larghezza,
-                                     q.altezza, static_cast<std::ptrdiff_t>(y),
-                                     quantita * SPOSTAMENTO);
+    per_righe(q, [&](const RigaDiPixel& r, std::uint64_t y) {
+        gNuclei->effetti.aberrazione(r, rosso.data(), blu.data(), q.altezza,
+                                     static_cast<std::ptrdiff_t>(y), quantita * SPOSTAMENTO);
     });
 }
 

@@ -83,14 +83,14 @@ inline Vf campioni(const float* piano, Vf sx, Vf sy, const Asse& ax, const Asse&
 }
 #endif
 
-void aberrazione(float* rgb, const float* rosso, const float* blu, ptrdiff_t larghezza,
-                 ptrdiff_t altezza, ptrdiff_t y, float scala)
+void aberrazione(const RigaDiPixel& r, const float* rosso, const float* blu, ptrdiff_t altezza,
+                 ptrdiff_t y, float scala)
 {
-    const Asse ax = asse_di(larghezza);
+    const Asse ax = asse_di(r.larghezza);
     const Asse ay = asse_di(altezza);
     const float dy = static_cast<float>(y) - ay.centro;
     const float b = (dy / ay.centro) * (dy / ay.centro);
-    per_vettori(larghezza, [=](auto v, ptrdiff_t x) {
+    per_vettori(r.larghezza, [=](auto v, ptrdiff_t x) {
         using V = decltype(v);
         const V dx = da_intero<V>(static_cast<int>(x)) - ax.centro;
         const V a = dx / ax.centro;
@@ -98,11 +98,11 @@ void aberrazione(float* rgb, const float* rosso, const float* blu, ptrdiff_t lar
         const V dentro = 1.0f - k;
         const V fuori = 1.0f + k;
         V c[3];
-        carica_rgb(rgb + 3 * x, c);
+        carica_rgb(r.da + 3 * x, c);
         c[0] =
             campioni(rosso, posizione(dx, dentro, ax), posizione(tutti<V>(dy), dentro, ay), ax, ay);
         c[2] = campioni(blu, posizione(dx, fuori, ax), posizione(tutti<V>(dy), fuori, ay), ax, ay);
-        scrivi_rgb(rgb + 3 * x, c);
+        scrivi_rgb(r.a + 3 * x, c);
     });
 }
 

@@ -12,11 +12,11 @@ template <class V> inline V limita_dettaglio(V differenza)
     return d > 3.0f ? tutti<V>(0.33333334f) : d < -3.0f ? tutti<V>(-0.33333334f) : t;
 }
 
-void dettaglio(float* rgb, float* luma, const float* sfocata, ptrdiff_t n, float quantita,
+void dettaglio(const RigaDiPixel& r, const float* luma, const float* sfocata, float quantita,
                float pendenza)
 {
     constexpr float MINIMO = 0.000001f;  // floor of luminance, before and after
-    per_vettori(n, [=](auto v, ptrdiff_t x) {
+    per_vettori(r.larghezza, [=](auto v, ptrdiff_t x) {
         using V = decltype(v);
         const V L = carica<V>(luma + x);
         const V t = limita_dettaglio(L - carica<V>(sfocata + x));
@@ -24,11 +24,12 @@ void dettaglio(float* rgb, float* luma, const float* sfocata, ptrdiff_t n, float
         const V tenuta = nuova > MINIMO ? minimo(nuova, 1.0f) : tutti<V>(MINIMO);
         const V q = tenuta / massimo(tutti<V>(MINIMO), L);
         V c[3];
-        carica_rgb(rgb + 3 * x, c);
+        carica_rgb(r.da + 3 * x, c);
         for (V& canale : c)
             canale = clamp01(canale * q);
-        scrivi_rgb(rgb + 3 * x, c);
-        scrivi(luma + x, luma_pixel(c[0], c[1], c[2]));
+        scrivi_rgb(r.a + 3 * x, c);
+        if (r.luma != nullptr)
+            scrivi(r.luma + x, luma_pixel(c[0], c[1], c[2]));
     });
 }
 

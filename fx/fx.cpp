@@ -4,7 +4,6 @@
 #include "fx/bloom.h"
 #include "fx/enhance.h"
 #include "fx/glimmer.h"
-#include "fx/grana.h"
 #include "fx/halation.h"
 #include "fx/mistw.h"
 #include "fx/nuclei.h"
@@ -13,7 +12,6 @@
 #include "fx/promist.h"
 #include "fx/stella.h"
 #include "fx/streak.h"
-#include "fx/vignetta.h"
 #include "render/parallel_for.h"
 
 #include <algorithm>
@@ -49,9 +47,14 @@ bool legge_luma(const FxRicetta& r)
     return false;
 }
 
+bool legge_immagine(const FxRicetta& r)
+{
+    return legge_luma(r) || r.ca > 0.0f;
+}
+
 bool ha_effetti(const FxRicetta& r)
 {
-    return legge_luma(r) || r.ca > 0.0f || r.vignetta > 0.0f || r.grana > 0.0f;
+    return legge_immagine(r) || r.vignetta > 0.0f || r.grana > 0.0f;
 }
 
 Quadro quadro_di(Immagine& img, Piano& luma, int larghezza, int altezza)
@@ -84,37 +87,67 @@ void applica_fx(Immagine& img, int larghezza, int altezza, const FxRicetta& rice
     Piano luma = piano_di_lavoro(con_luma ? pixel : 0, img.arena);
     if (con_luma)
         aggiorna_luma(quadro_di(img, luma, larghezza, altezza));
-    applica_fx(img, luma, larghezza, altezza, ricetta);
+    applica_fx(img, luma, larghezza, altezza, ricetta, nullptr);
 }
 
-void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const FxRicetta& ricetta)
+void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const FxRicetta& ricetta,
+                const Consegna* consegna)
 {
-    const Quadro q = quadro_di(img, luma, larghezza, altezza);
+    using R = FxRicetta;
+    struct Stadio {
+        float quantita;
+        bool legge_luma;
+        void (*applica)(const Quadro& q, const R& r);
+    };
+    // clang-format off
+    const Stadio stadi[] = {
+        {ricetta.enhance,  true,  [](const Quadro& q, const R& r) { applica_enhance(q, r.enhance); }},
+        {ricetta.pelle,    true,  [](const Quadro& q, const R& r) { applica_pelle(q, r.pelle); }},
+        {ricetta.halation, true,  [](const Quadro& q, const R& r) { applica_halation(q, r.halation); }},
+        {ricetta.bloom,    true,  [](const Quadro& q, const R& r) { applica_bloom(q, r.bloom); }},
+        {ricetta.streak,   true,  [](const Quadro& q, const R& r) { applica_streak(q, r.streak); }},
+        {ricetta.promist,  true,  [](const Quadro& q, const R& r) { applica_promist(q, r.promist); }},
+        {ricetta.stella,   true,  [](const Quadro& q, const R& r) { applica_stella(q, r.stella, r.punte); }},
+        {ricetta.mistw,    true,  [](const Quadro& q, const R& r) { applica_mistw(q, r.mistw); }},
+        {ricetta.glimmer,  true,  [](const Quadro& q, const R& r) { applica_glimmer(q, r.glimmer); }},
+        {ricetta.ca,       false, [](const Quadro& q, const R& r) { applica_aberrazione(q, r.ca); }},
+    };
+    // clang-format on
     // An effect is on when its amount is above 0: not-a-number leaves it off.
-    if (ricetta.enhance > 0.0f)
-        applica_enhance(q, ricetta.enhance);
-    if (ricetta.pelle > 0.0f)
-        applica_pelle(q, ricetta.pelle);
-    if (ricetta.halation > 0.0f)
-        applica_halation(q, ricetta.halation);
-    if (ricetta.bloom > 0.0f)
-        applica_bloom(q, ricetta.bloom);
-    if (ricetta.streak > 0.0f)
-        applica_streak(q, ricetta.streak);
-    if (ricetta.promist > 0.0f)
-        applica_promist(q, ricetta.promist);
-    if (ricetta.stella > 0.0f)
-        applica_stella(q, ricetta.stella, ricetta.punte);
-    if (ricetta.mistw > 0.0f)
-        applica_mistw(q, ricetta.mistw);
-    if (ricetta.glimmer > 0.0f)
-        applica_glimmer(q, ricetta.glimmer);
-    if (ricetta.ca > 0.0f)
-        applica_aberrazione(q, ricetta.ca);
-    if (ricetta.vignetta > 0.0f)
-        applica_vignetta(q, ricetta.vignetta);
-    if (ricetta.grana > 0.0f)
-        applica_grana(q, ricetta.grana, ricetta.fotogramma);
+    const Stadio* ultimo = nullptr;
+    const Stadio* ultimo_di_luma = nullptr;
+    for (const Stadio& s : stadi)
+        if (s.quantita > 0.0f) {
+            ultimo = &s;
+            if (s.legge_luma)
+                ultimo_di_luma = &s;
+        }
+    Quadro q = quadro_di(img, luma, larghezza, altezza);
+    const Finale finale = {ricetta, consegna};
+    for (const Stadio* s = stadi; ultimo != nullptr && s <= ultimo; ++s) {
+        if (!(s->quantita > 0.0f))
+            continue;
+        q.rinfresca = s < ultimo_di_luma;
+        q.finale = s == ultimo ? &finale : nullptr;
+        s->applica(q, ricetta);
+    }
+    if (ultimo == nullptr && (consegna != nullptr || ha_effetti(ricetta))) {
+        q.finale = &finale;
+        per_righe(q, [](const RigaDiPixel& r, std::uint64_t) {
+            if (r.a != r.da)
+                std::copy(r.da, r.da + 3 * r.larghezza, r.a);
+        });
+    }
+}
+
+void applica_fx_a_righe(Immagine& img, int larghezza, int altezza, const FxRicetta& ricetta,
+                        const CambiaRiga& riempi, const Consegna& consegna)
+{
+    Piano senza_luma;
+    Quadro q = quadro_di(img, senza_luma, larghezza, altezza);
+    const Finale finale = {ricetta, &consegna};
+    q.finale = &finale;
+    per_righe(q, riempi);
 }
 
 }  // namespace varno

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fx/finale.h"
 #include "fx/piano.h"
 #include "fx/ricetta.h"
 
@@ -16,6 +17,9 @@ struct Quadro {
     int raggio_halation;
     int raggio_bloom;
     int riduzione;  // 1 to 4, divisor of the reduced copies
+
+    bool rinfresca = true;           // whether anything reads luma after the effect at hand
+    const Finale* finale = nullptr;  // where it is the last that needs the whole picture
 };
 
 /// Runs the twelve effects over a graded picture in place, in their fixed order: enhance, pelle,
@@ -25,11 +29,20 @@ struct Quadro {
 void applica_fx(Immagine& img, int larghezza, int altezza, const FxRicetta& ricetta);
 
 /// The same with the luminance of img worked out already, where the recipe reads it; else luma may
-/// be empty. It is used up.
-void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const FxRicetta& ricetta);
+/// be empty. It is used up, and so is img where consegna takes the finished rows.
+void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const FxRicetta& ricetta,
+                const Consegna* consegna);
+
+/// The chain of a recipe without effects that need the whole picture: riempi puts each row into
+/// place, consegna takes it. Of img only what the threads work in is ever touched.
+void applica_fx_a_righe(Immagine& img, int larghezza, int altezza, const FxRicetta& ricetta,
+                        const CambiaRiga& riempi, const Consegna& consegna);
 
 /// Whether an effect is on that reads the luminance plane.
 bool legge_luma(const FxRicetta& ricetta);
+
+/// Whether an effect is on that needs the whole picture.
+bool legge_immagine(const FxRicetta& ricetta);
 
 /// Whether any effect is on.
 bool ha_effetti(const FxRicetta& ricetta);

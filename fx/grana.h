@@ -4,8 +4,6 @@
 
 namespace varno {
 
-struct Quadro;
-
 /// Uniform value, 0 to below 1, of a cell and a frame: a stateless hash, wrapping modulo 2^32. A
 /// negative frame number comes with its bit pattern.
 inline float hash_grana(std::uint32_t x, std::uint32_t y, std::uint32_t f)
@@ -17,7 +15,10 @@ inline float hash_grana(std::uint32_t x, std::uint32_t y, std::uint32_t f)
     return static_cast<float>(static_cast<std::int32_t>(h & 0xFFFFFFu)) * 5.9604645e-8f;
 }
 
-/// Monochrome film grain, seeded by the frame number alone; quantita above 0, to 0.6. Leaves 0..1.
-void applica_grana(const Quadro& q, float quantita, int fotogramma);
+/// Monochrome film grain, seeded by the frame number alone, on the two rows of interleaved RGB at
+/// pari, which cells of the row y cover; of an odd height the last comes alone. larghezza and
+/// altezza in pixels, of the frame; quantita above 0, to 0.6. Leaves 0..1.
+void righe_grana(float* pari, int larghezza, int altezza, std::uint64_t y, float quantita,
+                 int fotogramma);
 
 }  // namespace varno

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "fx/riga.h"
+
 #include <stddef.h>
 
 namespace varno {
@@ -20,9 +22,7 @@ struct RigaDaRidurre {
 
 /// One row of the frame, and the rows of the blurred copy between which it lies.
 struct RigaDaComporre {
-    float* rgb;
-    float* luma;          // refreshed from the result; null: left as it is
-    ptrdiff_t larghezza;  // of the frame, pixels
+    RigaDiPixel riga;
     ptrdiff_t riduzione;  // 0: sopra are rows of the frame's own size, nothing is enlarged
     ptrdiff_t ridotta;    // samples in a row of the copy
     const float* sopra[MASSIMO_PIANI];

@@ -115,14 +115,14 @@ inline void componi_pixel(const RigaDaComporre& r, ptrdiff_t i, ptrdiff_t passo,
                           const V (&m)[G::PIANI])
 {
     if constexpr (!G::SU_IMMAGINE) {
-        scrivi_corsie<V>(r.luma + i, passo, m[0]);
+        scrivi_corsie<V>(r.riga.luma + i, passo, m[0]);
     } else {
         V rgb[3];
-        carica_rgb<V>(r.rgb + 3 * i, rgb, 3 * passo);
+        carica_rgb<V>(r.riga.da + 3 * i, rgb, 3 * passo);
         G::componi(rgb, m, r);
-        scrivi_rgb<V>(r.rgb + 3 * i, rgb, 3 * passo);
-        if (r.luma != nullptr)
-            scrivi_corsie<V>(r.luma + i, passo, luma_pixel(rgb[0], rgb[1], rgb[2]));
+        scrivi_rgb<V>(r.riga.a + 3 * i, rgb, 3 * passo);
+        if (r.riga.luma != nullptr)
+            scrivi_corsie<V>(r.riga.luma + i, passo, luma_pixel(rgb[0], rgb[1], rgb[2]));
     }
 }
 
@@ -186,10 +186,11 @@ template <class G> inline void componi_uno(const RigaDaComporre& r, ptrdiff_t x)
 template <class G, int R> inline ptrdiff_t componi_interi(const RigaDaComporre& r)
 {
     // Up to here the quotient of a column never rounds into the next block.
-    if (r.larghezza > 1 << 22)
+    if (r.riga.larghezza > 1 << 22)
         return 0;
     ptrdiff_t X = 0;
-    for (; X + CAMPIONI<Vf> <= r.ridotta && (X + CAMPIONI<Vf>)*R <= r.larghezza; X += CAMPIONI<Vf>)
+    for (; X + CAMPIONI<Vf> <= r.ridotta && (X + CAMPIONI<Vf>)*R <= r.riga.larghezza;
+         X += CAMPIONI<Vf>)
         componi_blocchi<G, R, Vf>(r, X);
     return X * R;
 }
@@ -199,7 +200,7 @@ template <class G> void composito(const RigaDaComporre& r)
     ptrdiff_t x = 0;
     switch (r.riduzione) {
     case 0:
-        per_vettori(r.larghezza, [&](auto v, ptrdiff_t i) {
+        per_vettori(r.riga.larghezza, [&](auto v, ptrdiff_t i) {
             using V = decltype(v);
             V m[G::PIANI];
             for (int p = 0; p < G::PIANI; ++p)
@@ -222,7 +223,7 @@ template <class G> void composito(const RigaDaComporre& r)
     default:
         break;
     }
-    for (; x < r.larghezza; ++x)
+    for (; x < r.riga.larghezza; ++x)
         componi_uno<G>(r, x);
 }
 

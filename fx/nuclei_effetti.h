@@ -1,5 +1,7 @@
 #pragma once
 
+#include "fx/riga.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -8,8 +10,8 @@ namespace varno {
 /// Row kernels of the effects that are not glows. rgb is interleaved, n counts pixels.
 struct NucleiEffetti {
     /// Luminance moved by pendenza * quantita of its limited difference from sfocata and carried to
-    /// the channels as a ratio; leaves 0..1 and refreshes luma.
-    void (*dettaglio)(float* rgb, float* luma, const float* sfocata, ptrdiff_t n, float quantita,
+    /// the channels as a ratio; leaves 0..1. r.luma may be luma.
+    void (*dettaglio)(const RigaDiPixel& r, const float* luma, const float* sfocata, float quantita,
                       float pendenza);
     /// Channels times 1 - maschera * quantita, held to 0..1.
     void (*vignetta)(float* rgb, const float* maschera, ptrdiff_t n, float quantita);
@@ -23,7 +25,7 @@ struct NucleiEffetti {
     void (*rosso_e_blu)(const float* rgb, float* rosso, float* blu, ptrdiff_t n);
     /// Red and blue of the row y from where the lens puts them in the planes of the frame;
     /// scala is the shift in the middle of an edge, of the way from the centre.
-    void (*aberrazione)(float* rgb, const float* rosso, const float* blu, ptrdiff_t larghezza,
+    void (*aberrazione)(const RigaDiPixel& r, const float* rosso, const float* blu,
                         ptrdiff_t altezza, ptrdiff_t y, float scala);
     /// somma[x] += peso * campioni[x].
     void (*somma_pesata)(float* somma, const float* campioni, ptrdiff_t n, float peso);

@@ -113,23 +113,57 @@ template <class V> inline void carica_rgba(const float* p, V (&v)[4])
     separa<4>(v);
 }
 
+inline bool stessi_bit(float a, const float* b)
+{
+    return memcmp(&a, b, sizeof a) == 0;
+}
+
+#if defined(__GNUC__)
+inline bool stessi_bit(Vf a, const float* b)
+{
+    int32_t bit;
+    memcpy(&bit, b, sizeof bit);
+    return !qualcuno(Vi(a) != bit);
+}
+#endif
+
+// The alpha of a row as it comes: nothing is stored for as long as it is one value.
+struct AlfaDiRiga {
+    const float* rgba;
+    float* alfa;
+    bool unica = true;
+
+    template <class V> void aggiungi(ptrdiff_t x, V v)
+    {
+        if (unica && stessi_bit(v, rgba + 3))
+            return;
+        if (unica)
+            for (ptrdiff_t i = 0; i < x; ++i)
+                memcpy(alfa + i, rgba + 3, sizeof(float));
+        unica = false;
+        scrivi<V>(alfa + x, v);
+    }
+};
+
 // The last pixels go one by one, since each store of a whole vector reaches into the next pixel.
-void campiona(const float* tavola, int N, const float* rgba, float* rgb, float* alfa,
+bool campiona(const float* tavola, int N, const float* rgba, float* rgb, float* alfa,
               ptrdiff_t larghezza)
 {
     const Assi a = assi_di(tavola, N);
+    AlfaDiRiga alfa_di_riga = {rgba, alfa};
     constexpr ptrdiff_t G = CAMPIONI<Vf>;
     ptrdiff_t x = 0;
     for (; G > 1 && x + G < larghezza; x += G) {
         Vf v[4];
         carica_rgba(rgba + 4 * x, v);
         campiona_vettore<3>(a, {v[0], v[1], v[2]}, rgb + 3 * x);
-        scrivi<Vf>(alfa + x, v[3]);
+        alfa_di_riga.aggiungi(x, v[3]);
     }
     for (; x < larghezza; ++x) {
         campiona_uno(a, rgba + 4 * x, rgb + 3 * x);
-        memcpy(alfa + x, rgba + 4 * x + 3, sizeof(float));
+        alfa_di_riga.aggiungi(x, rgba[4 * x + 3]);
     }
+    return alfa_di_riga.unica;
 }
 
 void campiona_rgba(const float* tavola, int N, const float* rgba, float* uscita,
@@ -151,17 +185,34 @@ void campiona_rgba(const float* tavola, int N, const float* rgba, float* uscita,
     }
 }
 
-void unisci(const float* rgb, const float* alfa, float* rgba, ptrdiff_t larghezza)
+// alfa(V{}, x) is that of the pixels from x on.
+template <class Alfa>
+inline void unisci_riga(const float* rgb, float* rgba, ptrdiff_t larghezza, const Alfa& alfa)
 {
     per_vettori(larghezza, [=](auto tipo, ptrdiff_t x) {
         using V = decltype(tipo);
         V c[3];
         carica_rgb(rgb + 3 * x, c);
-        V v[4] = {c[0], c[1], c[2], carica<V>(alfa + x)};
+        V v[4] = {c[0], c[1], c[2], alfa(tipo, x)};
         intreccia<4>(v);
         for (int j = 0; j < 4; ++j)
             scrivi_corsie<V>(rgba + 4 * x + j * CORSIA<V>, 4 * CORSIA<V>, v[j]);
     });
+}
+
+void unisci(const float* rgb, const float* alfa, float* rgba, ptrdiff_t larghezza)
+{
+    unisci_riga(rgb, rgba, larghezza,
+                [=](auto tipo, ptrdiff_t x) { return carica<decltype(tipo)>(alfa + x); });
+}
+
+void unisci_uno(const float* rgb, const float* alfa, float* rgba, ptrdiff_t larghezza)
+{
+    float ripetuta[CAMPIONI<Vf>];
+    for (float& v : ripetuta)
+        memcpy(&v, alfa, sizeof v);
+    unisci_riga(rgb, rgba, larghezza,
+                [&](auto tipo, ptrdiff_t) { return carica<decltype(tipo)>(ripetuta); });
 }
 
 void luminanza(const float* rgb, float* luma, ptrdiff_t larghezza)
@@ -177,10 +228,7 @@ void luminanza(const float* rgb, float* luma, ptrdiff_t larghezza)
 }  // namespace
 
 const NucleiTabella TABELLA = {
-    campiona,
-    campiona_rgba,
-    unisci,
-    luminanza,
+    campiona, campiona_rgba, unisci, unisci_uno, luminanza,
 };
 
 }  // namespace VARNO_LIVELLO

@@ -4,7 +4,6 @@
 #include "fx/fx.h"
 #include "fx/nuclei.h"
 #include "fx/nuclei_effetti.h"
-#include "render/parallel_for.h"
 
 #include <algorithm>
 #include <cmath>
@@ -24,9 +23,8 @@ void applica_pelle(const Quadro& q, float quantita)
     const auto riga = static_cast<std::size_t>(q.larghezza);
     const int raggio = std::max(1, static_cast<int>(std::lround(RAGGIO * q.lato_max)));
     const Piano sfocata = sfocata_di(q.luma, q.larghezza, q.altezza, raggio, 3);
-    parallel_for(static_cast<std::uint64_t>(q.altezza), [&](std::uint64_t y) {
-        gNuclei->effetti.dettaglio(&q.img[y * riga * 3], &q.luma[y * riga], &sfocata[y * riga],
-                                   q.larghezza, quantita, -PENDENZA);
+    per_righe(q, [&](const RigaDiPixel& r, std::uint64_t y) {
+        gNuclei->effetti.dettaglio(r, &q.luma[y * riga], &sfocata[y * riga], quantita, -PENDENZA);
     });
 }
 

@@ -1,10 +1,8 @@
 #include "fx/vignetta.h"
 
 #include "colore/aritmetica.h"
-#include "fx/fx.h"
 #include "fx/nuclei.h"
 #include "fx/nuclei_effetti.h"
-#include "render/parallel_for.h"
 
 #include <cmath>
 #include <cstddef>
@@ -85,22 +83,18 @@ std::shared_ptr<const MascheraVignetta> vignetta_mask(int larghezza, int altezza
     return gVignetta.maschera;
 }
 
-void applica_vignetta(const Quadro& q, float quantita)
+// A weight of 0 multiplies by exactly 1: in the middle only the clamp is left.
+void riga_vignetta(const MascheraVignetta& maschera, float* rgb, int larghezza, std::uint64_t y,
+                   float quantita)
 {
-    const auto riga = static_cast<std::size_t>(q.larghezza);
-    const std::shared_ptr<const MascheraVignetta> maschera = vignetta_mask(q.larghezza, q.altezza);
     const bool finita = std::isfinite(quantita);  // 0 times an infinite amount is not-a-number
+    const float* valori = &maschera.valori[y * static_cast<std::size_t>(larghezza)];
+    const auto [inizio, fine] =
+        finita ? maschera.centro[y] : MascheraVignetta::Centro{larghezza, larghezza};
     const NucleiEffetti& nuclei = gNuclei->effetti;
-    // A weight of 0 multiplies by exactly 1: in the middle only the clamp is left.
-    parallel_for(static_cast<std::uint64_t>(q.altezza), [&](std::uint64_t y) {
-        float* rgb = &q.img[y * riga * 3];
-        const float* valori = &maschera->valori[y * riga];
-        const auto [inizio, fine] =
-            finita ? maschera->centro[y] : MascheraVignetta::Centro{q.larghezza, q.larghezza};
-        nuclei.vignetta(rgb, valori, inizio, quantita);
-        nuclei.limita(rgb + std::size_t{3} * inizio, std::ptrdiff_t{3} * (fine - inizio));
-        nuclei.vignetta(rgb + std::size_t{3} * fine, valori + fine, q.larghezza - fine, quantita);
-    });
+    nuclei.vignetta(rgb, valori, inizio, quantita);
+    nuclei.limita(rgb + std::size_t{3} * inizio, std::ptrdiff_t{3} * (fine - inizio));
+    nuclei.vignetta(rgb + std::size_t{3} * fine, valori + fine, larghezza - fine, quantita);
 }
 
 }  // namespace varno

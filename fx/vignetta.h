@@ -2,12 +2,11 @@
 
 #include "fx/piano.h"
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
 namespace varno {
-
-struct Quadro;
 
 /// Where and how much a vignette darkens frames of one size. Never changed once built.
 struct MascheraVignetta {
@@ -26,7 +25,9 @@ struct MascheraVignetta {
 /// the kept mask as it was.
 std::shared_ptr<const MascheraVignetta> vignetta_mask(int larghezza, int altezza);
 
-/// Darkens the corners; quantita above 0, to 0.6. Leaves 0..1; does not touch q.luma.
-void applica_vignetta(const Quadro& q, float quantita);
+/// Darkens the row y, interleaved RGB, of a frame of the mask's size; quantita above 0, to 0.6.
+/// Leaves 0..1.
+void riga_vignetta(const MascheraVignetta& maschera, float* rgb, int larghezza, std::uint64_t y,
+                   float quantita);
 
 }  // namespace varno

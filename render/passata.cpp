@@ -96,25 +96,47 @@ float* riga_da_scrivere(const Finestra& f, std::uint64_t y)
 
 }  // namespace
 
-void passata_colore(const Lut3D& lut, const Finestra& sorgente, Immagine& immagine, Piano& alfa,
+Alfa alfa_di(int larghezza, int altezza, Arena* arena)
+{
+    const auto righe = static_cast<std::size_t>(altezza);
+    return {piano_di_lavoro(static_cast<std::size_t>(larghezza) * righe, arena),
+            std::vector<Alfa::Riga>(righe)};
+}
+
+RigheDiColore righe_di_colore(const Lut3D& lut, const Finestra& sorgente, int larghezza)
+{
+    return {lut, sorgente, larghezza, regolare(lut)};
+}
+
+void colora_riga(const RigheDiColore& colore, std::uint64_t y, float* rgb, Alfa& alfa)
+{
+    const auto& [lut, sorgente, larghezza, veloce] = colore;
+    const float* rgba = riga_di(sorgente, y);
+    const auto n = static_cast<std::size_t>(larghezza);
+    float* a = &alfa.valori[y * n];
+    Alfa::Riga& stato = alfa.righe[y];
+    if (veloce) {
+        stato.unica = gNuclei->tabella.campiona(lut.dati.data(), lut.N, rgba, rgb, a, larghezza);
+    } else {
+        campiona_riga(lut, rgba, rgb, 3, n);
+        for (std::size_t x = 0; x < n; ++x)
+            std::memcpy(a + x, rgba + 4 * x + 3, sizeof(float));
+        stato.unica = false;
+    }
+    if (stato.unica)
+        std::memcpy(&stato.valore, rgba + 3, sizeof(float));
+}
+
+void passata_colore(const Lut3D& lut, const Finestra& sorgente, Immagine& immagine, Alfa& alfa,
                     int larghezza, int altezza, Piano* luma)
 {
     const auto riga = static_cast<std::size_t>(larghezza);
-    const bool veloce = regolare(lut);
-    const NucleiTabella& nuclei = gNuclei->tabella;
+    const RigheDiColore colore = righe_di_colore(lut, sorgente, larghezza);
     parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
-        const float* rgba = riga_di(sorgente, y);
         float* rgb = &immagine[y * riga * 3];
-        float* a = &alfa[y * riga];
-        if (veloce) {
-            nuclei.campiona(lut.dati.data(), lut.N, rgba, rgb, a, larghezza);
-        } else {
-            campiona_riga(lut, rgba, rgb, 3, riga);
-            for (std::size_t x = 0; x < riga; ++x)
-                std::memcpy(a + x, rgba + 4 * x + 3, sizeof(float));
-        }
+        colora_riga(colore, y, rgb, alfa);
         if (luma != nullptr)
-            nuclei.luminanza(rgb, &(*luma)[y * riga], larghezza);
+            gNuclei->tabella.luminanza(rgb, &(*luma)[y * riga], larghezza);
     });
 }
 
@@ -149,14 +171,16 @@ bool separate(const Finestra& a, const Finestra& b, int larghezza, int altezza)
     return fine_a <= inizio_b || fine_b <= inizio_a;
 }
 
-void passata_scrittura(const Immagine& immagine, const Piano& alfa, const Finestra& uscita,
-                       int larghezza, int altezza)
+void passata_scrittura(const float* rgb, const Alfa& alfa, const Finestra& uscita, int larghezza,
+                       std::uint64_t y)
 {
-    const auto riga = static_cast<std::size_t>(larghezza);
-    parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
-        gNuclei->tabella.unisci(&immagine[y * riga * 3], &alfa[y * riga],
-                                riga_da_scrivere(uscita, y), larghezza);
-    });
+    float* rgba = riga_da_scrivere(uscita, y);
+    const Alfa::Riga& stato = alfa.righe[y];
+    if (stato.unica)
+        gNuclei->tabella.unisci_uno(rgb, &stato.valore, rgba, larghezza);
+    else
+        gNuclei->tabella.unisci(rgb, &alfa.valori[y * static_cast<std::size_t>(larghezza)], rgba,
+                                larghezza);
 }
 
 }  // namespace varno

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace varno {
 
@@ -16,22 +17,49 @@ struct Finestra {
     std::ptrdiff_t passo = 0;
 };
 
-/// Samples the table trilinearly, red, then green, then blue, for every pixel of the window into
-/// immagine (larghezza * altezza * 3 floats), and sets the source's alpha aside in alfa, bit for
-/// bit. luma, where there is one, gets the luminance of what is written. Values outside 0..1 sit on
-/// the table's edge, not-a-number grades as 0. Takes no lock.
-void passata_colore(const Lut3D& lut, const Finestra& sorgente, Immagine& immagine, Piano& alfa,
+/// The source's alpha, set aside bit for bit. Most rows have one value alone, which is kept apart:
+/// their part of the plane is never touched, and so costs no memory.
+struct Alfa {
+    struct Riga {
+        float valore;
+        bool unica;  // valore holds for the whole row
+    };
+    Piano valori;  // one float a pixel, of the rows that need it
+    std::vector<Riga> righe;
+};
+
+/// Room for the alpha of a frame. Throws std::bad_alloc.
+Alfa alfa_di(int larghezza, int altezza, Arena* arena);
+
+/// The rows of a window as the table grades them.
+struct RigheDiColore {
+    const Lut3D& lut;
+    const Finestra& sorgente;
+    int larghezza;
+    bool veloce;  // what the table holds suits the kernels
+};
+
+RigheDiColore righe_di_colore(const Lut3D& lut, const Finestra& sorgente, int larghezza);
+
+/// Samples the table trilinearly, red, then green, then blue, for every pixel of the row y into rgb
+/// (larghezza * 3 floats), and sets the row's alpha aside. Values outside 0..1 sit on the table's
+/// edge, not-a-number grades as 0. Takes no lock.
+void colora_riga(const RigheDiColore& colore, std::uint64_t y, float* rgb, Alfa& alfa);
+
+/// The same for all rows, into immagine. luma, where there is one, gets the luminance of what is
+/// written.
+void passata_colore(const Lut3D& lut, const Finestra& sorgente, Immagine& immagine, Alfa& alfa,
                     int larghezza, int altezza, Piano* luma = nullptr);
 
-/// The same from window to window, for a frame without effects. Their memory must be separate.
+/// From window to window, for a frame without effects. Their memory must be separate.
 void passata_colore_diretta(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita,
                             int larghezza, int altezza);
 
 /// Whether no byte between the first and the last of one window lies between those of the other.
 bool separate(const Finestra& a, const Finestra& b, int larghezza, int altezza);
 
-/// Copies immagine and alfa into the window, unchanged.
-void passata_scrittura(const Immagine& immagine, const Piano& alfa, const Finestra& uscita,
-                       int larghezza, int altezza);
+/// Copies rgb and the alpha of the row y into the window, unchanged.
+void passata_scrittura(const float* rgb, const Alfa& alfa, const Finestra& uscita, int larghezza,
+                       std::uint64_t y);
 
 }  // namespace varno

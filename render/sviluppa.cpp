@@ -1,8 +1,10 @@
 #include "render/sviluppa.h"
 
 #include "fx/fx.h"
+#include "render/passata.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace varno {
 
@@ -17,12 +19,22 @@ void sviluppa(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita
     const std::size_t pixel =
         static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza);
     Immagine immagine = piano_di_lavoro(pixel * 3, &arena);
-    Piano alfa = piano_di_lavoro(pixel, &arena);
+    Alfa alfa = alfa_di(larghezza, altezza, &arena);
+    const Consegna scrivi = [&](const float* rgb, std::uint64_t y) {
+        passata_scrittura(rgb, alfa, uscita, larghezza, y);
+    };
+    if (!legge_immagine(ricetta) && separate(sorgente, uscita, larghezza, altezza)) {
+        const RigheDiColore colore = righe_di_colore(lut, sorgente, larghezza);
+        applica_fx_a_righe(
+            immagine, larghezza, altezza, ricetta,
+            [&](const RigaDiPixel& r, std::uint64_t y) { colora_riga(colore, y, r.a, alfa); },
+            scrivi);
+        return;
+    }
     const bool con_luma = legge_luma(ricetta);
     Piano luma = piano_di_lavoro(con_luma ? pixel : 0, &arena);
     passata_colore(lut, sorgente, immagine, alfa, larghezza, altezza, con_luma ? &luma : nullptr);
-    applica_fx(immagine, luma, larghezza, altezza, ricetta);
-    passata_scrittura(immagine, alfa, uscita, larghezza, altezza);
+    applica_fx(immagine, luma, larghezza, altezza, ricetta, &scrivi);
 }
 
 }  // namespace varno

@@ -62,9 +62,11 @@ const Effetto EFFETTI[] = {
     {"mistw",    &FxRicetta::mistw,    0.55f, applica_mistw,       semplici::applica_mistw},
     {"glimmer",  &FxRicetta::glimmer,  0.55f, applica_glimmer,     semplici::applica_glimmer},
     {"ca",       &FxRicetta::ca,       0.6f,  applica_aberrazione, semplici::applica_aberrazione},
-    {"vignetta", &FxRicetta::vignetta, 0.6f,  applica_vignetta,    semplici::applica_vignetta},
+    {"vignetta", &FxRicetta::vignetta, 0.6f,
+     [](const Quadro& q, float v) { FxRicetta r; r.vignetta = v; applica_fx(q.img, q.larghezza, q.altezza, r); },
+     semplici::applica_vignetta},
     {"grana",    &FxRicetta::grana,    0.6f,
-     [](const Quadro& q, float v) { applica_grana(q, v, 1001); },
+     [](const Quadro& q, float v) { FxRicetta r; r.grana = v; r.fotogramma = 1001; applica_fx(q.img, q.larghezza, q.altezza, r); },
      [](semplici::Quadro& q, float v) { semplici::applica_grana(q, v, 1001); }},
 };
 

@@ -175,14 +175,15 @@ TEST_CASE("amounts reach the effects as floats, four grades scaled by 0.55")
             ricetta.fotogramma = -7;
             ricetta.punte = 4 + 2 * punte;
             varno::Immagine img(31 * 22 * 3);
-            varno::Piano alfa(31 * 22);
+            varno::Alfa alfa = varno::alfa_di(31, 22, nullptr);
             varno::passata_colore(lut, sorgente, img, alfa, 31, 22);
             const varno::Immagine neutra = varno::copia_di(img);
             varno::applica_fx(img, 31, 22, ricetta);
             Tela attesa = tela(f);
-            varno::passata_scrittura(
-                img, alfa, {reinterpret_cast<unsigned char*>(pixel(attesa, 0, 0)), 31 * 16}, 31,
-                22);
+            for (std::uint64_t y = 0; y < 22; ++y)
+                varno::passata_scrittura(
+                    &img[y * 31 * 3], alfa,
+                    {reinterpret_cast<unsigned char*>(pixel(attesa, 0, 0)), 31 * 16}, 31, y);
             CHECK_FALSE(std::equal(img.begin(), img.end(), neutra.begin()));
 
             Valori v = tutti_gli_effetti(0);

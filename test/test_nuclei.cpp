@@ -7,7 +7,7 @@
 #include "fx/nuclei_tabella.h"
 #include "quadri.h"
 #include "render/lut3d.h"
-#include "render/passata.h"
+#include "render/sviluppa.h"
 #include "thread_finti.h"
 
 #include <doctest/doctest.h>
@@ -60,16 +60,21 @@ bool sporco()
 
 // Stands in a table in front of the true kernel. K tells apart tables of one type.
 template <auto M, int K> struct Spia;
-template <class T, class... A, void (*T::*M)(A...), int K> struct Spia<M, K> {
+template <class T, class R, class... A, R (*T::*M)(A...), int K> struct Spia<M, K> {
     static inline const T* vera = nullptr;
     static inline int chiamate = 0;
     static inline int lasciati_sporchi = 0;
 
-    static void f(A... a)
+    static R f(A... a)
     {
-        (vera->*M)(a...);
-        lasciati_sporchi += sporco();
-        ++chiamate;
+        struct Dopo {
+            ~Dopo()
+            {
+                lasciati_sporchi += sporco();
+                ++chiamate;
+            }
+        } dopo;
+        return (vera->*M)(a...);
     }
     static void monta(T& tabella, const T& originale)
     {
@@ -94,8 +99,9 @@ using Blur = Gruppo<NucleiBlur, &NucleiBlur::orizzontale, &NucleiBlur::verticale
 using Effetti = Gruppo<NucleiEffetti, &NucleiEffetti::dettaglio, &NucleiEffetti::vignetta,
                        &NucleiEffetti::limita, &NucleiEffetti::grana, &NucleiEffetti::rosso_e_blu,
                        &NucleiEffetti::aberrazione, &NucleiEffetti::somma_pesata>;
-using Tabella = Gruppo<NucleiTabella, &NucleiTabella::campiona, &NucleiTabella::campiona_rgba,
-                       &NucleiTabella::unisci, &NucleiTabella::luminanza>;
+using Tabella =
+    Gruppo<NucleiTabella, &NucleiTabella::campiona, &NucleiTabella::campiona_rgba,
+           &NucleiTabella::unisci, &NucleiTabella::unisci_uno, &NucleiTabella::luminanza>;
 
 constexpr NucleiAlone NucleiAloni::*ALONI[] = {
     &NucleiAloni::halation, &NucleiAloni::bloom, &NucleiAloni::streak,
@@ -148,15 +154,16 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
         const Nuclei spiati = {"spied on", aloni, blur, effetti, tabella};
         {
             const LivelloFinto finto(&spiati);
-            Immagine img(LARGHEZZA * ALTEZZA * 3);
-            Piano alfa(LARGHEZZA * ALTEZZA);
-            passata_colore(lut, da, img, alfa, LARGHEZZA, ALTEZZA);
-            applica_fx(img, LARGHEZZA, ALTEZZA, ricetta);
-            passata_scrittura(img, alfa, da, LARGHEZZA, ALTEZZA);
+            // In place with alphas of two kinds, then from window to window with one alone.
+            for (std::size_t i = 3; i < rgba.size(); i += 8)
+                rgba[i] = 0.5f;
+            sviluppa(lut, da, da, LARGHEZZA, ALTEZZA, ricetta);
+            for (std::size_t i = 3; i < rgba.size(); i += 4)
+                rgba[i] = 1.0f;
             Piano altra(LARGHEZZA * ALTEZZA * 4);
-            passata_colore_diretta(lut, da,
-                                   {reinterpret_cast<unsigned char*>(altra.data()), LARGHEZZA * 16},
-                                   LARGHEZZA, ALTEZZA);
+            const Finestra a = {reinterpret_cast<unsigned char*>(altra.data()), LARGHEZZA * 16};
+            sviluppa(lut, da, a, LARGHEZZA, ALTEZZA, ricetta);
+            sviluppa(lut, da, a, LARGHEZZA, ALTEZZA, {});
         }
         TuttiGliAloni::verifica();
         Blur::verifica();

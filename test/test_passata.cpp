@@ -4,6 +4,7 @@
 #include "thread_finti.h"
 
 #include "render/lut3d.h"
+#include "render/sviluppa.h"
 
 #include <doctest/doctest.h>
 
@@ -85,31 +86,35 @@ TEST_CASE("grading samples the table as the plain form does and keeps alpha bit 
                                            : pixel[i];
                         }
                 const auto quanti = static_cast<std::size_t>(m.larghezza * m.altezza);
+                // Rows of one alpha throughout, which are kept in another way.
+                for (int y = 0; y < m.altezza; y += 3)
+                    for (int x = 1; x < m.larghezza; ++x)
+                        std::memcpy(&sorgente.pixel(x, y)[3], &sorgente.pixel(0, y)[3], 4);
                 Immagine immagine(quanti * 3);
-                Piano alfa(quanti);
+                Alfa alfa = alfa_di(m.larghezza, m.altezza, nullptr);
                 passata_colore(lut, sorgente.finestra, immagine, alfa, m.larghezza, m.altezza);
                 Campioni atteso(quanti * 3);
-                bool alfa_uguale = true;
                 for (int y = 0; y < m.altezza; ++y)
                     for (int x = 0; x < m.larghezza; ++x) {
                         const auto i = static_cast<std::size_t>(y * m.larghezza + x);
-                        const float* rgba = sorgente.pixel(x, y);
-                        semplici::campiona(dati, n, rgba, &atteso[3 * i]);
-                        alfa_uguale = alfa_uguale && std::memcmp(&alfa[i], &rgba[3], 4) == 0;
+                        semplici::campiona(dati, n, sorgente.pixel(x, y), &atteso[3 * i]);
                     }
                 CHECK(differenza(atteso, immagine, m.larghezza, 3) == "");
-                CHECK(alfa_uguale);
 
                 // Back out into a window with padding: each bit of it, and nothing beside it.
                 Memoria uscita(m.larghezza, m.altezza, 8, !capovolta, -77.0f);
-                passata_scrittura(immagine, alfa, uscita.finestra, m.larghezza, m.altezza);
+                for (int y = 0; y < m.altezza; ++y)
+                    passata_scrittura(&immagine[static_cast<std::size_t>(y * m.larghezza * 3)],
+                                      alfa, uscita.finestra, m.larghezza,
+                                      static_cast<std::uint64_t>(y));
                 int diversi = 0;
                 int toccati = 0;
                 for (int y = 0; y < m.altezza; ++y) {
                     for (int x = 0; x < m.larghezza; ++x) {
                         const auto i = static_cast<std::size_t>(y * m.larghezza + x);
-                        diversi += std::memcmp(uscita.pixel(x, y), &immagine[3 * i], 12) != 0 ||
-                                   std::memcmp(&uscita.pixel(x, y)[3], &alfa[i], 4) != 0;
+                        diversi +=
+                            std::memcmp(uscita.pixel(x, y), &immagine[3 * i], 12) != 0 ||
+                            std::memcmp(&uscita.pixel(x, y)[3], &sorgente.pixel(x, y)[3], 4) != 0;
                     }
                     for (int k = 0; k < 8; ++k)
                         toccati += uscita.pixel(m.larghezza, y)[k] != -77.0f;
@@ -140,7 +145,7 @@ TEST_CASE("grading sits on the table's points and edges")
         Memoria sorgente(1, 1, 0, false, 0.0f);
         std::memcpy(sorgente.pixel(0, 0), caso.rgb, sizeof caso.rgb);
         Immagine immagine(3);
-        Piano alfa(1);
+        Alfa alfa = alfa_di(1, 1, nullptr);
         passata_colore(lut, sorgente.finestra, immagine, alfa, 1, 1);
         const auto i = static_cast<std::size_t>(
             ((caso.punto[2] * PUNTI_TABELLA + caso.punto[1]) * PUNTI_TABELLA + caso.punto[0]) * 3);
@@ -149,36 +154,85 @@ TEST_CASE("grading sits on the table's points and edges")
     }
 }
 
-TEST_CASE(
-    "a frame without effects goes the direct way, with the same bits, where memory is separate")
+TEST_CASE("a frame is its passes one after the other, whichever way the rows go")
 {
-    constexpr int LARGHEZZA = 37;
-    constexpr int ALTEZZA = 21;
-    // A regular table, which the kernels take, and one with an infinity, which they must not.
-    for (const bool regolare : {true, false}) {
-        Lut3D lut;
-        lut.N = 9;
-        lut.dati = piano_di(riempi(Contenuto::CASO, 81, 9, 3, 4));
-        if (!regolare)
-            lut.dati[lut.dati.size() - 1] = std::numeric_limits<float>::infinity();
-        const Memoria sorgente(LARGHEZZA, ALTEZZA, 4, true, 0.0f);
-        const Campioni pixel = riempi(Contenuto::GUASTI, LARGHEZZA, ALTEZZA, 4, 9);
-        for (int y = 0; y < ALTEZZA; ++y)
-            std::memcpy(sorgente.pixel(0, y), &pixel[static_cast<std::size_t>(y * LARGHEZZA * 4)],
-                        LARGHEZZA * 16);
-        Immagine immagine(LARGHEZZA * ALTEZZA * 3);
-        Piano alfa(LARGHEZZA * ALTEZZA);
-        for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
-            const LivelloFinto livello(*l);
-            const Memoria uscita(LARGHEZZA, ALTEZZA, 8, false, -77.0f);
-            const Memoria attesa(LARGHEZZA, ALTEZZA, 8, false, -77.0f);
-            passata_colore(lut, sorgente.finestra, immagine, alfa, LARGHEZZA, ALTEZZA);
-            passata_scrittura(immagine, alfa, attesa.finestra, LARGHEZZA, ALTEZZA);
-            passata_colore_diretta(lut, sorgente.finestra, uscita.finestra, LARGHEZZA, ALTEZZA);
-            CHECK(std::memcmp(uscita.dati.data(), attesa.dati.data(), attesa.dati.size() * 4) == 0);
-        }
-    }
+    struct Misura {
+        int larghezza, altezza;
+    };
+    const float campo[] = {0.0f, 0.4f, std::numeric_limits<float>::infinity()};
+    // The effects that need the whole picture, each as the last of them, before those that do not.
+    float FxRicetta::*const ultimi[] = {nullptr,           &FxRicetta::enhance, &FxRicetta::bloom,
+                                        &FxRicetta::mistw, &FxRicetta::stella,  &FxRicetta::ca};
+    Giro giro;
+    for (const Misura m : {Misura{37, 21}, {64, 40}, {5, 1}, {1, 17}, {131, 34}})
+        for (float FxRicetta::*const ultimo : ultimi)
+            for (const float vignetta : campo)
+                for (const float grana : {0.0f, 0.3f}) {
+                    // A regular table, which the kernels take, and one that they must not.
+                    Lut3D lut;
+                    lut.N = 9;
+                    lut.dati = piano_di(riempi(Contenuto::CASO, 81, 9, 3, 4));
+                    if (!giro.avanti())
+                        continue;
+                    if (giro.passo % 5 == 0)
+                        lut.dati[lut.dati.size() - 1] = std::numeric_limits<float>::infinity();
+                    FxRicetta ricetta;
+                    ricetta.vignetta = vignetta;
+                    ricetta.grana = grana;
+                    ricetta.fotogramma = 77;
+                    if (ultimo != nullptr) {
+                        ricetta.halation = 0.3f;
+                        ricetta.*ultimo = 0.5f;
+                    }
+                    const ThreadFinti thread(giro.thread());
+                    const LivelloFinto livello(giro.livello());
+                    CAPTURE(m.larghezza);
+                    CAPTURE(giro.passo);
+                    const auto seme = static_cast<std::uint32_t>(giro.passo);
+                    const Campioni pixel =
+                        riempi(seme % 2 == 0 ? Contenuto::OLTRE : Contenuto::GUASTI, m.larghezza,
+                               m.altezza, 4, seme);
+                    const Memoria sorgente(m.larghezza, m.altezza, 4, true, 0.0f);
+                    Campioni rgb;
+                    for (int y = 0; y < m.altezza; ++y)
+                        for (int x = 0; x < m.larghezza; ++x) {
+                            float* p = sorgente.pixel(x, y);
+                            std::memcpy(
+                                p, &pixel[static_cast<std::size_t>(y * m.larghezza + x) * 4], 16);
+                            if (y % 3 == 0)
+                                p[3] = 0.5f;
+                            rgb.resize(rgb.size() + 3);
+                            semplici::campiona({lut.dati.begin(), lut.dati.end()}, lut.N, p,
+                                               &rgb[rgb.size() - 3]);
+                        }
+                    semplici::applica_fx(rgb, m.larghezza, m.altezza, ricetta);
 
+                    const auto esatta = [&](const Memoria& uscita, const Memoria& alfa) {
+                        Piano avuto(rgb.size());
+                        int diversi = 0;
+                        for (int y = 0; y < m.altezza; ++y)
+                            for (int x = 0; x < m.larghezza; ++x) {
+                                const auto i = static_cast<std::size_t>(y * m.larghezza + x);
+                                std::memcpy(&avuto[3 * i], uscita.pixel(x, y), 12);
+                                diversi += std::memcmp(&uscita.pixel(x, y)[3], &alfa.pixel(x, y)[3],
+                                                       4) != 0;
+                            }
+                        CHECK(differenza(rgb, avuto, m.larghezza, 3) == "");
+                        CHECK(diversi == 0);
+                        CHECK(uscita.pixel(m.larghezza, 0)[0] == uscita.pixel(m.larghezza, 0)[3]);
+                    };
+                    const Memoria uscita(m.larghezza, m.altezza, 8, false, -77.0f);
+                    sviluppa(lut, sorgente.finestra, uscita.finestra, m.larghezza, m.altezza,
+                             ricetta);
+                    esatta(uscita, sorgente);
+                    sviluppa(lut, sorgente.finestra, sorgente.finestra, m.larghezza, m.altezza,
+                             ricetta);
+                    esatta(sorgente, uscita);
+                }
+}
+
+TEST_CASE("separate windows share no byte")
+{
     unsigned char memoria[4 * 64 * 2] = {};
     const Finestra giu = {memoria, 64};            // 4 rows of 4 pixels
     const Finestra su = {memoria + 3 * 64, -64};   // the same bytes
