@@ -18,6 +18,8 @@ void dettaglio(const RigaDiPixel& r, const float* luma, const float* sfocata, fl
     constexpr float MINIMO = 0.000001f;  // floor of luminance, before and after
     per_vettori(r.larghezza, [=](auto v, ptrdiff_t x) {
         using V = decltype(v);
+        leggi_avanti<V>(luma + x);
+        leggi_avanti<V>(sfocata + x);
         const V L = carica<V>(luma + x);
         const V t = limita_dettaglio(L - carica<V>(sfocata + x));
         const V nuova = L + t * quantita * pendenza;

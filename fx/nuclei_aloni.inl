@@ -27,6 +27,7 @@ template <class G, class V>
 inline void maschera_di(const RigaDaRidurre& r, ptrdiff_t i, ptrdiff_t passo, V (&m)[G::PIANI])
 {
     V rgb[3] = {};
+    leggi_avanti<V>(r.luma + i);
     if constexpr (G::A_COLORI)
         carica_rgb<V>(r.rgb + 3 * i, rgb, 3 * passo);
     G::maschera(carica_corsie<V>(r.luma + i, passo), rgb, m);

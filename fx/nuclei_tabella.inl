@@ -108,6 +108,7 @@ inline void campiona_uno(const Assi& a, const float* rgba, float* uscita)
 // RGBA of neighbouring pixels, a channel each.
 template <class V> inline void carica_rgba(const float* p, V (&v)[4])
 {
+    leggi_avanti<V>(p, 4 * CAMPIONI<V>);
     for (int j = 0; j < 4; ++j)
         v[j] = carica_corsie<V>(p + j * CORSIA<V>, 4 * CORSIA<V>);
     separa<4>(v);
@@ -191,6 +192,7 @@ inline void unisci_riga(const float* rgb, float* rgba, ptrdiff_t larghezza, cons
 {
     per_vettori(larghezza, [=](auto tipo, ptrdiff_t x) {
         using V = decltype(tipo);
+        leggi_avanti<V>(rgba + 4 * x, 4 * CAMPIONI<V>);
         V c[3];
         carica_rgb(rgb + 3 * x, c);
         V v[4] = {c[0], c[1], c[2], alfa(tipo, x)};
