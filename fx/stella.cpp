@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace varno {
@@ -46,14 +47,27 @@ struct Luci {
     std::vector<std::size_t> primo;  // first run of each row, and the end of the last
 };
 
+// Whether VUOTO samples are 0; a negative zero passes for light here, and is found out one by one.
+bool buio(const float* campioni)
+{
+    std::uint32_t bit[VUOTO];
+    std::memcpy(bit, campioni, sizeof bit);
+    std::uint32_t acceso = 0;
+    for (const std::uint32_t b : bit)
+        acceso |= b;
+    return acceso == 0;
+}
+
 Luci luci_di(const Alone& ridotta)
 {
     Luci luci;
-    const float* campione = ridotta.piani.data();
     for (int y = 0; y < ridotta.altezza; ++y) {
+        const float* riga = &ridotta.piani[static_cast<std::size_t>(y) * ridotta.larghezza];
         luci.primo.push_back(luci.tratti.size());
-        for (int x = 0; x < ridotta.larghezza; ++x, ++campione) {
-            if (*campione == 0.0f)
+        for (int x = 0; x < ridotta.larghezza; ++x) {
+            while (x + VUOTO < ridotta.larghezza && buio(riga + x))
+                x += VUOTO;
+            if (riga[x] == 0.0f)
                 continue;
             if (luci.tratti.size() == luci.primo.back() || x - luci.tratti.back().fine >= VUOTO)
                 luci.tratti.push_back({x, x});
@@ -121,9 +135,13 @@ void riga_linea(const Alone& ridotta, const Luci& luci, const Linea& linea, int 
     }
 }
 
-// The sum of all rays, on the reduced copy.
-Alone raggi_di(const Alone& ridotta, const Raggiera& raggiera, int mezza_lunghezza, Arena* arena)
+}  // namespace
+
+Alone raggi_di(const Quadro& q, const Alone& ridotta, int punte)
 {
+    const int mezza_lunghezza =
+        std::max(MINIMA, static_cast<int>(std::lround(q.larghezza * LUNGHEZZA / q.riduzione)));
+    const Raggiera raggiera = raggiera_di(punte);
     std::vector<Linea> linee;
     for (int d = 0; d < raggiera.direzioni; ++d)
         linee.push_back(linea_di(mezza_lunghezza, static_cast<float>(d) * PI /
@@ -133,9 +151,9 @@ Alone raggi_di(const Alone& ridotta, const Raggiera& raggiera, int mezza_lunghez
 
     const auto riga = static_cast<std::size_t>(ridotta.larghezza);
     const auto righe = static_cast<std::size_t>(ridotta.altezza);
-    Alone raggi = {piano_di_lavoro(riga * righe, arena), ridotta.larghezza, ridotta.altezza,
+    Alone raggi = {piano_di_lavoro(riga * righe, q.img.arena), ridotta.larghezza, ridotta.altezza,
                    ridotta.riduzione};
-    Piano somme = piano_di_lavoro(riga * righe, arena);
+    Piano somme = piano_di_lavoro(riga * righe, q.img.arena);
     parallel_for(righe, [&](std::uint64_t y) {
         float* accumulo = &raggi.piani[y * riga];
         float* somma = &somme[y * riga];
@@ -147,15 +165,11 @@ Alone raggi_di(const Alone& ridotta, const Raggiera& raggiera, int mezza_lunghez
     return raggi;
 }
 
-}  // namespace
-
 void applica_stella(const Quadro& q, float quantita, int punte)
 {
-    const int mezza_lunghezza =
-        std::max(MINIMA, static_cast<int>(std::lround(q.larghezza * LUNGHEZZA / q.riduzione)));
     const NucleiAlone& nuclei = gNuclei->aloni.stella;
     const Alone ridotta = ridotta_di(q, nuclei, q.riduzione);
-    const Alone raggi = raggi_di(ridotta, raggiera_di(punte), mezza_lunghezza, q.img.arena);
+    const Alone raggi = raggi_di(q, ridotta, punte);
     componi_alone_e_luma(q, nuclei, raggi, quantita);
 }
 

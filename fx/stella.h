@@ -1,8 +1,14 @@
 #pragma once
 
+#include "fx/blur.h"
+
 namespace varno {
 
 struct Quadro;
+
+/// The rays of the lights in the reduced, masked copy of a frame, summed on a copy of its size;
+/// their length follows the frame's width. Throws std::bad_alloc.
+Alone raggi_di(const Quadro& q, const Alone& ridotta, int punte);
 
 /// White rays through the brightest points; quantita above 0, to 1; punte 4, 6 or 8. Refreshes
 /// q.luma.
