@@ -18,11 +18,17 @@ constexpr int PUNTI_TABELLA = 81;
 struct Lut3D {
     std::int32_t N = 0;  // points per axis; 0 while nothing has been built
     Piano dati;          // N * N * N * 3 floats
+    /// Whether vector code may sample it, as bordi_regolari told.
+    bool regolare = false;
 
     /// Evaluates applica_colore at all grid points, on the threads of parallel_for. Throws
     /// std::bad_alloc.
     void costruisci(const Contesto& contesto, int n);
 };
+
+/// Whether the samples in the last cell of each axis are finite and not negative, as a grade leaves
+/// them; a strength out of range, or not-a-number, may leave others.
+bool bordi_regolari(const Lut3D& lut);
 
 /// The settings that a table was built from, as the host gave them. The start values match none.
 struct Chiave {

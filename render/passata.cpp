@@ -58,32 +58,6 @@ void campiona_riga(const Lut3D& lut, const float* rgba, float* uscita, int canal
     }
 }
 
-// The kernels take the end of an axis for the far side of its last cell: 0 * S + 1 * T. That is T
-// to the bit where the samples of the last cells are finite and not negative, as a grade leaves
-// them; a strength out of range, or not-a-number, may leave others.
-bool regolare(const Lut3D& lut)
-{
-    constexpr int MASSIMO = 177;      // points: places in the table are exact as floats
-    constexpr float OLTRE = 1.0e30f;  // far enough from what overflows
-    if (lut.N < 2 || lut.N > MASSIMO)
-        return false;
-    // As bits, what is negative or not a number stands above every number from 0 on.
-    const auto bit = [](float v) {
-        std::uint32_t b;
-        std::memcpy(&b, &v, sizeof b);
-        return b;
-    };
-    const auto N = static_cast<std::size_t>(lut.N);
-    std::uint32_t sommo = 0;
-    for (std::size_t riga = 0; riga < N * N; ++riga) {
-        const bool intera = riga % N + 2 >= N || riga / N + 2 >= N;
-        const float* fine = &lut.dati[riga * N * 3] + N * 3;
-        for (const float* s = intera ? fine - N * 3 : fine - 6; s < fine; ++s)
-            sommo = sommo < bit(*s) ? bit(*s) : sommo;
-    }
-    return sommo < bit(OLTRE);
-}
-
 const float* riga_di(const Finestra& f, std::uint64_t y)
 {
     return reinterpret_cast<const float*>(f.inizio + static_cast<std::ptrdiff_t>(y) * f.passo);
@@ -103,19 +77,14 @@ Alfa alfa_di(int larghezza, int altezza, Arena* arena)
             std::vector<Alfa::Riga>(righe)};
 }
 
-RigheDiColore righe_di_colore(const Lut3D& lut, const Finestra& sorgente, int larghezza)
+void colora_riga(const Lut3D& lut, const Finestra& sorgente, int larghezza, std::uint64_t y,
+                 float* rgb, Alfa& alfa)
 {
-    return {lut, sorgente, larghezza, regolare(lut)};
-}
-
-void colora_riga(const RigheDiColore& colore, std::uint64_t y, float* rgb, Alfa& alfa)
-{
-    const auto& [lut, sorgente, larghezza, veloce] = colore;
     const float* rgba = riga_di(sorgente, y);
     const auto n = static_cast<std::size_t>(larghezza);
     float* a = &alfa.valori[y * n];
     Alfa::Riga& stato = alfa.righe[y];
-    if (veloce) {
+    if (lut.regolare) {
         stato.unica = gNuclei->tabella.campiona(lut.dati.data(), lut.N, rgba, rgb, a, larghezza);
     } else {
         campiona_riga(lut, rgba, rgb, 3, n);
@@ -131,10 +100,9 @@ void passata_colore(const Lut3D& lut, const Finestra& sorgente, Immagine& immagi
                     int larghezza, int altezza, Piano* luma)
 {
     const auto riga = static_cast<std::size_t>(larghezza);
-    const RigheDiColore colore = righe_di_colore(lut, sorgente, larghezza);
     parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
         float* rgb = &immagine[y * riga * 3];
-        colora_riga(colore, y, rgb, alfa);
+        colora_riga(lut, sorgente, larghezza, y, rgb, alfa);
         if (luma != nullptr)
             gNuclei->tabella.luminanza(rgb, &(*luma)[y * riga], larghezza);
     });
@@ -143,11 +111,10 @@ void passata_colore(const Lut3D& lut, const Finestra& sorgente, Immagine& immagi
 void passata_colore_diretta(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita,
                             int larghezza, int altezza)
 {
-    const bool veloce = regolare(lut);
     parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
         const float* rgba = riga_di(sorgente, y);
         float* a = riga_da_scrivere(uscita, y);
-        if (veloce) {
+        if (lut.regolare) {
             gNuclei->tabella.campiona_rgba(lut.dati.data(), lut.N, rgba, a, larghezza);
             return;
         }

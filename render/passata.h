@@ -31,20 +31,11 @@ struct Alfa {
 /// Room for the alpha of a frame. Throws std::bad_alloc.
 Alfa alfa_di(int larghezza, int altezza, Arena* arena);
 
-/// The rows of a window as the table grades them.
-struct RigheDiColore {
-    const Lut3D& lut;
-    const Finestra& sorgente;
-    int larghezza;
-    bool veloce;  // what the table holds suits the kernels
-};
-
-RigheDiColore righe_di_colore(const Lut3D& lut, const Finestra& sorgente, int larghezza);
-
-/// Samples the table trilinearly, red, then green, then blue, for every pixel of the row y into rgb
-/// (larghezza * 3 floats), and sets the row's alpha aside. Values outside 0..1 sit on the table's
-/// edge, not-a-number grades as 0. Takes no lock.
-void colora_riga(const RigheDiColore& colore, std::uint64_t y, float* rgb, Alfa& alfa);
+/// Samples the table trilinearly, red, then green, then blue, for every pixel of the window's row y
+/// into rgb (larghezza * 3 floats), and sets the row's alpha aside. Values outside 0..1 sit on the
+/// table's edge, not-a-number grades as 0. Takes no lock.
+void colora_riga(const Lut3D& lut, const Finestra& sorgente, int larghezza, std::uint64_t y,
+                 float* rgb, Alfa& alfa);
 
 /// The same for all rows, into immagine. luma, where there is one, gets the luminance of what is
 /// written.

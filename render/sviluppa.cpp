@@ -24,10 +24,11 @@ void sviluppa(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita
         passata_scrittura(rgb, alfa, uscita, larghezza, y);
     };
     if (!legge_immagine(ricetta) && separate(sorgente, uscita, larghezza, altezza)) {
-        const RigheDiColore colore = righe_di_colore(lut, sorgente, larghezza);
         applica_fx_a_righe(
             immagine, larghezza, altezza, ricetta,
-            [&](const RigaDiPixel& r, std::uint64_t y) { colora_riga(colore, y, r.a, alfa); },
+            [&](const RigaDiPixel& r, std::uint64_t y) {
+                colora_riga(lut, sorgente, larghezza, y, r.a, alfa);
+            },
             scrivi);
         return;
     }

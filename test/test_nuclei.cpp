@@ -138,6 +138,7 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
     Lut3D lut;
     lut.N = 5;
     lut.dati = Piano(5 * 5 * 5 * 3, 0.95f);  // above every threshold
+    lut.regolare = bordi_regolari(lut);
     Piano rgba = piano_di(riempi(Contenuto::LUCI, LARGHEZZA, ALTEZZA, 4, 2));
     const Finestra da = {reinterpret_cast<unsigned char*>(rgba.data()), LARGHEZZA * 16};
 

@@ -22,6 +22,7 @@ Lut3D tavola(int n, std::uint32_t seme)
     Lut3D lut;
     lut.N = n;
     lut.dati = piano_di(riempi(Contenuto::OLTRE, n * n, n, 3, seme));
+    lut.regolare = bordi_regolari(lut);
     return lut;
 }
 
@@ -176,6 +177,7 @@ TEST_CASE("a frame is its passes one after the other, whichever way the rows go"
                         continue;
                     if (giro.passo % 5 == 0)
                         lut.dati[lut.dati.size() - 1] = std::numeric_limits<float>::infinity();
+                    lut.regolare = bordi_regolari(lut);
                     FxRicetta ricetta;
                     ricetta.vignetta = vignetta;
                     ricetta.grana = grana;
