@@ -73,25 +73,25 @@ Lettura apri_foto(const fs::path& file)
     if (!l.ingresso)
         fallisci(std::string("this OpenImageIO cannot read ") + nome_formato(l.formato));
     OIIO::ImageSpec come;
-    OIIO::ImageSpec spec;
+    OIIO::ImageSpec testata;
     OIIO::Filesystem::IOProxy* da = l.memoria.get();
     come.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &da);
     come.attribute("oiio:UnassociatedAlpha", 1);
-    if (!l.ingresso->open(file.string(), spec, come))
+    if (!l.ingresso->open(file.string(), testata, come))
         illeggibile(file, l.formato, l.ingresso->geterror());
-    controlla_misure(spec.width, spec.height, file.string());
-    if (spec.deep || spec.depth > 1)
+    controlla_misure(testata.width, testata.height, file.string());
+    if (testata.deep || testata.depth > 1)
         fallisci(tra_apici(file.string()) +
                  " holds deep or volume data, which are no picture here");
-    if (spec.nchannels < 1 || spec.nchannels > 1024)
+    if (testata.nchannels < 1 || testata.nchannels > 1024)
         illeggibile(file, l.formato, "channel count");
     return l;
 }
 
-int canale(const OIIO::ImageSpec& spec, const std::string& nome)
+int canale(const OIIO::ImageSpec& testata, const std::string& nome)
 {
-    for (int c = 0; c < spec.nchannels; ++c)
-        if (std::string(spec.channel_name(c)) == nome)
+    for (int c = 0; c < testata.nchannels; ++c)
+        if (std::string(testata.channel_name(c)) == nome)
             return c;
     return -1;
 }
@@ -101,17 +101,17 @@ struct Canali {
     int c[4] = {0, 0, 0, -1};
 };
 
-Canali scegli_canali(const OIIO::ImageSpec& spec)
+Canali scegli_canali(const OIIO::ImageSpec& testata)
 {
     Canali k;
-    const int r = canale(spec, "R");
-    const int g = canale(spec, "G");
-    const int b = canale(spec, "B");
+    const int r = canale(testata, "R");
+    const int g = canale(testata, "G");
+    const int b = canale(testata, "B");
     if (r >= 0 && g >= 0 && b >= 0) {
-        k = {{r, g, b, canale(spec, "A")}};
-    } else if (spec.nchannels >= 3) {
-        k = {{0, 1, 2, spec.alpha_channel >= 3 ? spec.alpha_channel : -1}};
-    } else if (spec.nchannels == 2 && spec.alpha_channel == 1) {
+        k = {{r, g, b, canale(testata, "A")}};
+    } else if (testata.nchannels >= 3) {
+        k = {{0, 1, 2, testata.alpha_channel >= 3 ? testata.alpha_channel : -1}};
+    } else if (testata.nchannels == 2 && testata.alpha_channel == 1) {
         k.c[3] = 1;
     }
     return k;
@@ -121,8 +121,8 @@ Canali scegli_canali(const OIIO::ImageSpec& spec)
 // range.
 void raddrizza_bit(Foto& f)
 {
-    const int bit = f.spec.get_int_attribute("oiio:BitsPerSample", 0);
-    if (f.spec.format != OIIO::TypeUInt16 || bit <= 8 || bit >= 16)
+    const int bit = f.testata.get_int_attribute("oiio:BitsPerSample", 0);
+    if (f.testata.format != OIIO::TypeUInt16 || bit <= 8 || bit >= 16)
         return;
     const auto massimo = static_cast<float>((1 << bit) - 1);
     float* p = f.rgba.get();
@@ -139,9 +139,9 @@ void rendi_persi(Foto& f, Byte dati)
     const std::size_t riga = std::size_t{4} * static_cast<std::size_t>(f.larghezza);
     for (std::size_t y = 0; y < persi.size(); ++y) {
         float* p = &f.rgba[(y + 1) * riga - 4];
-        if (f.spec.nchannels == 4)
+        if (f.testata.nchannels == 4)
             p[3] = persi[y];
-        else if (f.spec.nchannels == 1)
+        else if (f.testata.nchannels == 1)
             p[0] = p[1] = p[2] = persi[y];
     }
 }
@@ -181,13 +181,13 @@ bool contiene(const std::vector<std::string_view>& parole, std::string_view p)
     return std::find(parole.begin(), parole.end(), p) != parole.end();
 }
 
-std::string profondita_letta(const OIIO::ImageSpec& spec)
+std::string profondita_letta(const OIIO::ImageSpec& testata)
 {
-    switch (spec.format.basetype) {
+    switch (testata.format.basetype) {
     case OIIO::TypeDesc::UINT8:
         return "uint8";
     case OIIO::TypeDesc::UINT16:
-        return spec.get_int_attribute("oiio:BitsPerSample", 16) == 10 ? "uint10" : "uint16";
+        return testata.get_int_attribute("oiio:BitsPerSample", 16) == 10 ? "uint10" : "uint16";
     case OIIO::TypeDesc::HALF:
         return "half";
     default:
@@ -200,7 +200,7 @@ std::string scegli_profondita(Formato f, const Foto& foto, const Scrittura& come
 {
     if (!come.profondita.empty())
         return come.profondita;
-    const std::string letta = profondita_letta(foto.spec);
+    const std::string letta = profondita_letta(foto.testata);
     const bool stesso = f == foto.formato && contiene(capacita(f).profondita, letta);
     return stesso ? letta : std::string(capacita(f).profondita.front());
 }
@@ -261,9 +261,9 @@ std::string senza_impostazioni(const std::string& testo)
                                   : testo.substr(0, testo.find_last_not_of('\n', p - 1) + 1);
 }
 
-std::string blocco_utente(const OIIO::ImageSpec& spec)
+std::string blocco_utente(const OIIO::ImageSpec& testata)
 {
-    const OIIO::ParamValue* v = spec.find_attribute("dpx:UserData");
+    const OIIO::ParamValue* v = testata.find_attribute("dpx:UserData");
     if (v == nullptr || v->type().basetype != OIIO::TypeDesc::UINT8)
         return {};
     return std::string(static_cast<const char*>(v->data()), v->type().size());
@@ -271,7 +271,7 @@ std::string blocco_utente(const OIIO::ImageSpec& spec)
 
 // Each format keeps its own few texts: EXR and PNG any name, JPEG a history, TIFF and DPX only a
 // description and a block of user data, to which ours is added behind what stands there.
-void posa_impostazioni(OIIO::ImageSpec& spec, Formato f, const std::string& impostazioni)
+void posa_impostazioni(OIIO::ImageSpec& testata, Formato f, const std::string& impostazioni)
 {
     const auto in_coda = [&](const std::string& prima) {
         std::string s = senza_impostazioni(prima);
@@ -282,18 +282,20 @@ void posa_impostazioni(OIIO::ImageSpec& spec, Formato f, const std::string& impo
     switch (f) {
     case Formato::exr:
     case Formato::png:
-        spec.attribute(SEGNO, impostazioni);
+        testata.attribute(SEGNO, impostazioni);
         break;
     case Formato::jpeg:
-        spec.attribute("Exif:ImageHistory", std::string(SEGNO) + " " + impostazioni);
+        testata.attribute("Exif:ImageHistory", std::string(SEGNO) + " " + impostazioni);
         break;
     case Formato::tiff:
-        spec.attribute("ImageDescription", in_coda(spec.get_string_attribute("ImageDescription")));
+        testata.attribute("ImageDescription",
+                          in_coda(testata.get_string_attribute("ImageDescription")));
         break;
     case Formato::dpx: {
-        const std::string s = in_coda(blocco_utente(spec));
-        spec.attribute("dpx:UserData",
-                       OIIO::TypeDesc(OIIO::TypeDesc::UINT8, static_cast<int>(s.size())), s.data());
+        const std::string s = in_coda(blocco_utente(testata));
+        testata.attribute("dpx:UserData",
+                          OIIO::TypeDesc(OIIO::TypeDesc::UINT8, static_cast<int>(s.size())),
+                          s.data());
         break;
     }
     }
@@ -302,7 +304,7 @@ void posa_impostazioni(OIIO::ImageSpec& spec, Formato f, const std::string& impo
 OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come,
                               const std::string& profondita, const std::string& impostazioni)
 {
-    OIIO::ImageSpec s = foto.spec;
+    OIIO::ImageSpec s = foto.testata;
     s.width = foto.larghezza;
     s.height = foto.altezza;
     s.depth = 1;
@@ -324,7 +326,7 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
         s.full_height = s.height;
     }
 
-    const bool non_associata = foto.spec.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0 ||
+    const bool non_associata = foto.testata.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0 ||
                                foto.formato == Formato::png || f == Formato::png;
     for (const std::string_view nome : SUPERATI)
         s.erase_attribute(OIIO::string_view(nome.data(), nome.size()));
@@ -398,7 +400,7 @@ Foto foto_nuova(int larghezza, int altezza, bool alfa)
     f.altezza = altezza;
     f.alfa = alfa;
     f.rgba.reset(new float[quanti_float(f)]);
-    f.spec = OIIO::ImageSpec(larghezza, altezza, alfa ? 4 : 3, OIIO::TypeFloat);
+    f.testata = OIIO::ImageSpec(larghezza, altezza, alfa ? 4 : 3, OIIO::TypeFloat);
     return f;
 }
 
@@ -410,14 +412,14 @@ OIIO::ImageSpec leggi_testata(const fs::path& file)
 Foto leggi_foto(const fs::path& file)
 {
     Lettura l = apri_foto(file);
-    const OIIO::ImageSpec& spec = l.ingresso->spec();
-    const Canali k = scegli_canali(spec);
+    const OIIO::ImageSpec& testata = l.ingresso->spec();
+    const Canali k = scegli_canali(testata);
     Foto f;
-    f.larghezza = spec.width;
-    f.altezza = spec.height;
+    f.larghezza = testata.width;
+    f.altezza = testata.height;
     f.formato = l.formato;
     f.alfa = k.c[3] >= 0;
-    f.spec = spec;
+    f.testata = testata;
     f.rgba.reset(new float[quanti_float(f)]);
 
     const bool in_fila =
@@ -429,9 +431,9 @@ Foto leggi_foto(const fs::path& file)
         letto = l.ingresso->read_image(0, 0, k.c[0], k.c[0] + (f.alfa ? 4 : 3), OIIO::TypeFloat, p,
                                        4 * sizeof(float));
     } else {
-        const auto n = static_cast<std::size_t>(spec.nchannels);
+        const auto n = static_cast<std::size_t>(testata.nchannels);
         std::vector<float> tutti(pixel * n);
-        letto = l.ingresso->read_image(0, 0, 0, spec.nchannels, OIIO::TypeFloat, tutti.data());
+        letto = l.ingresso->read_image(0, 0, 0, testata.nchannels, OIIO::TypeFloat, tutti.data());
         for (std::size_t i = 0; i < pixel; ++i)
             for (std::size_t c = 0; c < (f.alfa ? 4u : 3u); ++c)
                 p[4 * i + c] = tutti[i * n + static_cast<std::size_t>(k.c[c])];
@@ -467,7 +469,7 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
     controlla_scrittura(file, come);
     const Formato f = formato_dal_nome(file);
     const std::string profondita = scegli_profondita(f, foto, come);
-    OIIO::ImageSpec spec = spec_d_uscita(f, foto, come, profondita, impostazioni);
+    OIIO::ImageSpec testata = spec_d_uscita(f, foto, come, profondita, impostazioni);
 
     scrivi_intero(file, come.sovrascrivi, [&](const fs::path& provvisorio) {
         // Into memory, so that a full disk is told by our own write and never missed. TIFF alone
@@ -480,10 +482,10 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
             scrivi_byte(provvisorio, {},
                         file.string());  // tells the system's reason where it cannot
         else
-            spec.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &proxy);
+            testata.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &proxy);
         const auto uscita = OIIO::ImageOutput::create(nome_oiio(f));
-        if (!uscita || !uscita->open(provvisorio.string(), spec) ||
-            !scrivi_pixel(*uscita, foto, spec.nchannels, profondita) || !uscita->close())
+        if (!uscita || !uscita->open(provvisorio.string(), testata) ||
+            !scrivi_pixel(*uscita, foto, testata.nchannels, profondita) || !uscita->close())
             fallisci("cannot write " + tra_apici(file.string()) + ": " +
                      in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
         if (!diretto)
@@ -491,14 +493,14 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
     });
 }
 
-std::optional<std::string> impostazioni_in(const OIIO::ImageSpec& spec)
+std::optional<std::string> impostazioni_in(const OIIO::ImageSpec& testata)
 {
-    const std::string proprio = spec.get_string_attribute(SEGNO);
+    const std::string proprio = testata.get_string_attribute(SEGNO);
     if (!proprio.empty())
         return proprio;
-    const std::string luoghi[] = {spec.get_string_attribute("ImageDescription"),
-                                  spec.get_string_attribute("Exif:ImageHistory"),
-                                  blocco_utente(spec)};
+    const std::string luoghi[] = {testata.get_string_attribute("ImageDescription"),
+                                  testata.get_string_attribute("Exif:ImageHistory"),
+                                  blocco_utente(testata)};
     for (const std::string& testo : luoghi) {
         const std::size_t p = testo.find(SEGNO);
         if (p != std::string::npos)

@@ -19,7 +19,7 @@ struct Foto {
     std::unique_ptr<float[]> rgba;
     bool alfa = false;  // else alpha is 1 everywhere and is not written
     Formato formato = Formato::exr;
-    OIIO::ImageSpec spec;  // what the file told: metadata, data window, depth
+    OIIO::ImageSpec testata;  // what the file told: metadata, data window, depth
 };
 
 /// How a picture is to be written.
@@ -55,6 +55,6 @@ void scrivi_foto(const std::filesystem::path& file, const Foto& foto, const Scri
                  const std::string& impostazioni = {});
 
 /// The settings that scrivi_foto left in a file's metadata, if any.
-std::optional<std::string> impostazioni_in(const OIIO::ImageSpec& spec);
+std::optional<std::string> impostazioni_in(const OIIO::ImageSpec& testata);
 
 }  // namespace varno::provino

@@ -119,7 +119,7 @@ Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo, Rig
     if (righe == Righe::in_su)
         a = capovolta(a);
     a.formato = sorgente.formato;
-    a.spec = sorgente.spec;
+    a.testata = sorgente.testata;
     return a;
 }
 

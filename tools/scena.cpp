@@ -501,7 +501,7 @@ Foto disegna_scena(int larghezza, int altezza)
     lavora();
     for (std::thread& t : fili)
         t.join();
-    f.spec.attribute("ImageDescription", "Test scene, S-Log3 / S-Gamut3.Cine");
+    f.testata.attribute("ImageDescription", "Test scene, S-Log3 / S-Gamut3.Cine");
     return f;
 }
 
