@@ -18,6 +18,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 namespace varno {
 namespace {
@@ -35,21 +36,48 @@ int frazione(double parte, int lato)
     return static_cast<int>(std::lround(parte * lato));
 }
 
+// The effects that need the whole picture, in the order of the chain. The lens does without the
+// luminance plane, as do vignette and film, which come last and change each row by itself.
+struct Stadio {
+    float FxRicetta::*quantita;
+    bool legge_luma;
+    void (*applica)(const Quadro& q, const FxRicetta& r);
+};
+using R = FxRicetta;
+// clang-format off
+constexpr Stadio STADI[] = {
+    {&R::enhance,  true,  [](const Quadro& q, const R& r) { applica_enhance(q, r.enhance); }},
+    {&R::pelle,    true,  [](const Quadro& q, const R& r) { applica_pelle(q, r.pelle); }},
+    {&R::halation, true,  [](const Quadro& q, const R& r) { applica_halation(q, r.halation); }},
+    {&R::bloom,    true,  [](const Quadro& q, const R& r) { applica_bloom(q, r.bloom); }},
+    {&R::streak,   true,  [](const Quadro& q, const R& r) { applica_streak(q, r.streak); }},
+    {&R::promist,  true,  [](const Quadro& q, const R& r) { applica_promist(q, r.promist); }},
+    {&R::stella,   true,  [](const Quadro& q, const R& r) { applica_stella(q, r.stella, r.punte); }},
+    {&R::mistw,    true,  [](const Quadro& q, const R& r) { applica_mistw(q, r.mistw); }},
+    {&R::glimmer,  true,  [](const Quadro& q, const R& r) { applica_glimmer(q, r.glimmer); }},
+    {&R::ca,       false, [](const Quadro& q, const R& r) { applica_aberrazione(q, r.ca); }},
+};
+// clang-format on
+constexpr int NUMERO_STADI = static_cast<int>(std::size(STADI));
+
+// Not-a-number leaves an effect off.
+bool acceso(const Stadio& s, const FxRicetta& r)
+{
+    return r.*s.quantita > 0.0f;
+}
+
 }  // namespace
 
-// The lens and the film come last and do without the luminance plane.
 bool legge_luma(const FxRicetta& r)
 {
-    for (const float quantita : {r.enhance, r.pelle, r.halation, r.bloom, r.streak, r.promist,
-                                 r.stella, r.mistw, r.glimmer})
-        if (quantita > 0.0f)
-            return true;
-    return false;
+    return std::any_of(std::begin(STADI), std::end(STADI),
+                       [&](const Stadio& s) { return s.legge_luma && acceso(s, r); });
 }
 
 bool legge_immagine(const FxRicetta& r)
 {
-    return legge_luma(r) || r.ca > 0.0f;
+    return std::any_of(std::begin(STADI), std::end(STADI),
+                       [&](const Stadio& s) { return acceso(s, r); });
 }
 
 bool ha_effetti(const FxRicetta& r)
@@ -93,45 +121,24 @@ void applica_fx(Immagine& img, int larghezza, int altezza, const FxRicetta& rice
 void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const FxRicetta& ricetta,
                 const Consegna* consegna)
 {
-    using R = FxRicetta;
-    struct Stadio {
-        float quantita;
-        bool legge_luma;
-        void (*applica)(const Quadro& q, const R& r);
-    };
-    // clang-format off
-    const Stadio stadi[] = {
-        {ricetta.enhance,  true,  [](const Quadro& q, const R& r) { applica_enhance(q, r.enhance); }},
-        {ricetta.pelle,    true,  [](const Quadro& q, const R& r) { applica_pelle(q, r.pelle); }},
-        {ricetta.halation, true,  [](const Quadro& q, const R& r) { applica_halation(q, r.halation); }},
-        {ricetta.bloom,    true,  [](const Quadro& q, const R& r) { applica_bloom(q, r.bloom); }},
-        {ricetta.streak,   true,  [](const Quadro& q, const R& r) { applica_streak(q, r.streak); }},
-        {ricetta.promist,  true,  [](const Quadro& q, const R& r) { applica_promist(q, r.promist); }},
-        {ricetta.stella,   true,  [](const Quadro& q, const R& r) { applica_stella(q, r.stella, r.punte); }},
-        {ricetta.mistw,    true,  [](const Quadro& q, const R& r) { applica_mistw(q, r.mistw); }},
-        {ricetta.glimmer,  true,  [](const Quadro& q, const R& r) { applica_glimmer(q, r.glimmer); }},
-        {ricetta.ca,       false, [](const Quadro& q, const R& r) { applica_aberrazione(q, r.ca); }},
-    };
-    // clang-format on
-    // An effect is on when its amount is above 0: not-a-number leaves it off.
-    const Stadio* ultimo = nullptr;
-    const Stadio* ultimo_di_luma = nullptr;
-    for (const Stadio& s : stadi)
-        if (s.quantita > 0.0f) {
-            ultimo = &s;
-            if (s.legge_luma)
-                ultimo_di_luma = &s;
+    int ultimo = -1;
+    int ultimo_di_luma = -1;
+    for (int i = 0; i < NUMERO_STADI; ++i)
+        if (acceso(STADI[i], ricetta)) {
+            ultimo = i;
+            if (STADI[i].legge_luma)
+                ultimo_di_luma = i;
         }
     Quadro q = quadro_di(img, luma, larghezza, altezza);
     const Finale finale = {ricetta, consegna};
-    for (const Stadio* s = stadi; ultimo != nullptr && s <= ultimo; ++s) {
-        if (!(s->quantita > 0.0f))
+    for (int i = 0; i <= ultimo; ++i) {
+        if (!acceso(STADI[i], ricetta))
             continue;
-        q.rinfresca = s < ultimo_di_luma;
-        q.finale = s == ultimo ? &finale : nullptr;
-        s->applica(q, ricetta);
+        q.rinfresca = i < ultimo_di_luma;
+        q.finale = i == ultimo ? &finale : nullptr;
+        STADI[i].applica(q, ricetta);
     }
-    if (ultimo == nullptr && (consegna != nullptr || ha_effetti(ricetta))) {
+    if (ultimo < 0 && (consegna != nullptr || ha_effetti(ricetta))) {
         q.finale = &finale;
         per_righe(q, [](const RigaDiPixel& r, std::uint64_t) {
             if (r.a != r.da)
