@@ -44,8 +44,8 @@ Alone alone_orizzontale_di(const Quadro& q, const NucleiAlone& nuclei, int raggi
 /// Enlarges the glow row by row and lays it over the picture; q.luma stays.
 void componi_alone(const Quadro& q, const NucleiAlone& nuclei, const Alone& alone, float quantita);
 
-/// The same, and q.luma is refreshed from the result on the way. media: mean of the frame's
-/// luminance, for the glow that has a veil.
+/// The same, and q.luma is refreshed from the result on the way, where it is read again. media:
+/// mean of the frame's luminance, for the glow that has a veil.
 void componi_alone_e_luma(const Quadro& q, const NucleiAlone& nuclei, const Alone& alone,
                           float quantita, float media = 0.0f);
 

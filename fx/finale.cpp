@@ -12,8 +12,6 @@
 namespace varno {
 namespace {
 
-constexpr std::uint64_t COPPIA = 2;  // rows of a cell of grain
-
 void concludi(const Quadro& q, const CambiaRiga& cambia, const Finale& finale)
 {
     const FxRicetta& ricetta = finale.ricetta;
@@ -22,16 +20,15 @@ void concludi(const Quadro& q, const CambiaRiga& cambia, const Finale& finale)
     std::shared_ptr<const MascheraVignetta> maschera;
     if (ricetta.vignetta > 0.0f)
         maschera = vignetta_mask(q.larghezza, q.altezza);
-    parallel_for_blocchi(altezza / COPPIA + altezza % COPPIA, [&](std::uint64_t inizio,
-                                                                  std::uint64_t fine) {
+    parallel_for_blocchi(righe_di_celle(q.altezza), [&](std::uint64_t inizio, std::uint64_t fine) {
         // Rows that are delivered all pass through the place of the first ones, whose turn is
         // over: it stays in the cache, and the picture is read and not written.
-        float* const banco = &q.img[inizio * COPPIA * riga];
+        float* const banco = &q.img[inizio * CELLA_GRANA * riga];
         for (std::uint64_t c = inizio; c < fine; ++c) {
-            const std::uint64_t y = c * COPPIA;
-            const std::uint64_t righe = std::min(COPPIA, altezza - y);
+            const std::uint64_t y = c * CELLA_GRANA;
+            const std::uint64_t righe = std::min<std::uint64_t>(CELLA_GRANA, altezza - y);
             float* const da = &q.img[y * riga];
-            float* const a = finale.consegna != nullptr ? banco : da;
+            float* const a = finale.consegna ? banco : da;
             for (std::uint64_t i = 0; i < righe; ++i) {
                 cambia({da + i * riga, a + i * riga, nullptr, q.larghezza}, y + i);
                 if (maschera)
@@ -39,9 +36,9 @@ void concludi(const Quadro& q, const CambiaRiga& cambia, const Finale& finale)
             }
             if (ricetta.grana > 0.0f)
                 righe_grana(a, q.larghezza, q.altezza, c, ricetta.grana, ricetta.fotogramma);
-            if (finale.consegna != nullptr)
+            if (finale.consegna)
                 for (std::uint64_t i = 0; i < righe; ++i)
-                    (*finale.consegna)(a + i * riga, y + i);
+                    finale.consegna(a + i * riga, y + i);
         }
     });
 }

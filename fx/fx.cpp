@@ -115,11 +115,11 @@ void applica_fx(Immagine& img, int larghezza, int altezza, const FxRicetta& rice
     Piano luma = piano_di_lavoro(con_luma ? pixel : 0, img.arena);
     if (con_luma)
         aggiorna_luma(quadro_di(img, luma, larghezza, altezza));
-    applica_fx(img, luma, larghezza, altezza, ricetta, nullptr);
+    applica_fx(img, luma, larghezza, altezza, ricetta, {});
 }
 
 void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const FxRicetta& ricetta,
-                const Consegna* consegna)
+                const Consegna& consegna)
 {
     int ultimo = -1;
     int ultimo_di_luma = -1;
@@ -138,7 +138,7 @@ void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const Fx
         q.finale = i == ultimo ? &finale : nullptr;
         STADI[i].applica(q, ricetta);
     }
-    if (ultimo < 0 && (consegna != nullptr || ha_effetti(ricetta))) {
+    if (ultimo < 0 && (consegna || ha_effetti(ricetta))) {
         q.finale = &finale;
         per_righe(q, [](const RigaDiPixel& r, std::uint64_t) {
             if (r.a != r.da)
@@ -152,7 +152,7 @@ void applica_fx_a_righe(Immagine& img, int larghezza, int altezza, const FxRicet
 {
     Piano senza_luma;
     Quadro q = quadro_di(img, senza_luma, larghezza, altezza);
-    const Finale finale = {ricetta, &consegna};
+    const Finale finale = {ricetta, consegna};
     q.finale = &finale;
     per_righe(q, riempi);
 }

@@ -31,7 +31,7 @@ void applica_fx(Immagine& img, int larghezza, int altezza, const FxRicetta& rice
 /// The same with the luminance of img worked out already, where the recipe reads it; else luma may
 /// be empty. It is used up, and so is img where consegna takes the finished rows.
 void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const FxRicetta& ricetta,
-                const Consegna* consegna);
+                const Consegna& consegna);
 
 /// The chain of a recipe without effects that need the whole picture: riempi puts each row into
 /// place, consegna takes it. Of img only what the threads work in is ever touched.

@@ -8,17 +8,6 @@
 #include <cstdint>
 
 namespace varno {
-namespace {
-
-constexpr int CELLA_GRANA = 2;  // pixels, at every frame size
-
-std::uint64_t righe_di_celle(int altezza)
-{
-    return static_cast<std::uint64_t>(altezza / CELLA_GRANA + altezza % CELLA_GRANA);
-}
-
-}  // namespace
-
 void righe_grana(float* pari, int larghezza, int altezza, std::uint64_t y, float quantita,
                  int fotogramma)
 {

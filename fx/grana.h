@@ -4,6 +4,14 @@
 
 namespace varno {
 
+constexpr int CELLA_GRANA = 2;  // side of a cell in pixels, at every frame size
+
+/// How many rows of cells cover a frame of altezza rows, the last perhaps by half.
+inline std::uint64_t righe_di_celle(int altezza)
+{
+    return static_cast<std::uint64_t>(altezza / CELLA_GRANA + altezza % CELLA_GRANA);
+}
+
 /// Uniform value, 0 to below 1, of a cell and a frame: a stateless hash, wrapping modulo 2^32. A
 /// negative frame number comes with its bit pattern.
 inline float hash_grana(std::uint32_t x, std::uint32_t y, std::uint32_t f)

@@ -65,10 +65,11 @@ Luci luci_di(const Alone& ridotta)
         const float* riga = &ridotta.piani[static_cast<std::size_t>(y) * ridotta.larghezza];
         luci.primo.push_back(luci.tratti.size());
         for (int x = 0; x < ridotta.larghezza; ++x) {
-            while (x + VUOTO < ridotta.larghezza && buio(riga + x))
-                x += VUOTO;
-            if (riga[x] == 0.0f)
+            if (riga[x] == 0.0f) {
+                while (x + VUOTO < ridotta.larghezza && buio(riga + x + 1))
+                    x += VUOTO;
                 continue;
+            }
             if (luci.tratti.size() == luci.primo.back() || x - luci.tratti.back().fine >= VUOTO)
                 luci.tratti.push_back({x, x});
             luci.tratti.back().fine = x + 1;

@@ -11,7 +11,7 @@ struct Quadro;
 Alone raggi_di(const Quadro& q, const Alone& ridotta, int punte);
 
 /// White rays through the brightest points; quantita above 0, to 1; punte 4, 6 or 8. Refreshes
-/// q.luma.
+/// q.luma where it is read again.
 void applica_stella(const Quadro& q, float quantita, int punte);
 
 }  // namespace varno

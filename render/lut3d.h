@@ -26,8 +26,8 @@ struct Lut3D {
     void costruisci(const Contesto& contesto, int n);
 };
 
-/// Whether the samples in the last cell of each axis are finite and not negative, as a grade leaves
-/// them; a strength out of range, or not-a-number, may leave others.
+/// Whether the kernels give the table's samples to the bit: 2 to 177 points an axis, and in the
+/// last cells nothing negative, from 1e30 up, or not a number.
 bool bordi_regolari(const Lut3D& lut);
 
 /// The settings that a table was built from, as the host gave them. The start values match none.

@@ -11,7 +11,8 @@ namespace varno {
 void sviluppa(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita, int larghezza,
               int altezza, const FxRicetta& ricetta)
 {
-    if (!ha_effetti(ricetta) && separate(sorgente, uscita, larghezza, altezza)) {
+    const bool separati = separate(sorgente, uscita, larghezza, altezza);
+    if (!ha_effetti(ricetta) && separati) {
         passata_colore_diretta(lut, sorgente, uscita, larghezza, altezza);
         return;
     }
@@ -23,7 +24,7 @@ void sviluppa(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita
     const Consegna scrivi = [&](const float* rgb, std::uint64_t y) {
         passata_scrittura(rgb, alfa, uscita, larghezza, y);
     };
-    if (!legge_immagine(ricetta) && separate(sorgente, uscita, larghezza, altezza)) {
+    if (!legge_immagine(ricetta) && separati) {
         applica_fx_a_righe(
             immagine, larghezza, altezza, ricetta,
             [&](const RigaDiPixel& r, std::uint64_t y) {
@@ -35,7 +36,7 @@ void sviluppa(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita
     const bool con_luma = legge_luma(ricetta);
     Piano luma = piano_di_lavoro(con_luma ? pixel : 0, &arena);
     passata_colore(lut, sorgente, immagine, alfa, larghezza, altezza, con_luma ? &luma : nullptr);
-    applica_fx(immagine, luma, larghezza, altezza, ricetta, &scrivi);
+    applica_fx(immagine, luma, larghezza, altezza, ricetta, scrivi);
 }
 
 }  // namespace varno
