@@ -17,12 +17,14 @@ using namespace varno;
 
 namespace {
 
-Lut3D tavola(int n, std::uint32_t seme)
+// A regular table, which the kernels take, or one that they must not.
+Lut3D tavola(int n, std::uint32_t seme, bool regolare)
 {
     Lut3D lut;
     lut.N = n;
-    lut.dati = piano_di(riempi(Contenuto::OLTRE, n * n, n, 3, seme));
+    lut.dati = piano_di(riempi(regolare ? Contenuto::CASO : Contenuto::OLTRE, n * n, n, 3, seme));
     lut.regolare = bordi_regolari(lut);
+    CHECK(lut.regolare == regolare);
     return lut;
 }
 
@@ -56,8 +58,8 @@ TEST_CASE("grading samples the table as the plain form does and keeps alpha bit 
         int larghezza, altezza;
     };
     Giro giro;
-    for (const int n : {2, 3, 17, PUNTI_TABELLA}) {
-        const Lut3D lut = tavola(n, 11);
+    for (const int n : {2, 3, -3, 17, PUNTI_TABELLA, -PUNTI_TABELLA}) {
+        const Lut3D lut = tavola(std::abs(n), 11, n > 0);
         const Campioni dati(lut.dati.begin(), lut.dati.end());
         for (const Misura m :
              {Misura{1, 1}, {7, 15}, {8, 16}, {129, 17}, {1, 33}, {13, 5}, {31, 16}, {640, 40}}) {
@@ -98,7 +100,7 @@ TEST_CASE("grading samples the table as the plain form does and keeps alpha bit 
                 for (int y = 0; y < m.altezza; ++y)
                     for (int x = 0; x < m.larghezza; ++x) {
                         const auto i = static_cast<std::size_t>(y * m.larghezza + x);
-                        semplici::campiona(dati, n, sorgente.pixel(x, y), &atteso[3 * i]);
+                        semplici::campiona(dati, lut.N, sorgente.pixel(x, y), &atteso[3 * i]);
                     }
                 CHECK(differenza(atteso, immagine, m.larghezza, 3) == "");
 
@@ -129,7 +131,7 @@ TEST_CASE("grading samples the table as the plain form does and keeps alpha bit 
 
 TEST_CASE("grading sits on the table's points and edges")
 {
-    const Lut3D lut = tavola(PUNTI_TABELLA, 5);
+    const Lut3D lut = tavola(PUNTI_TABELLA, 5, true);
     const float nan = std::numeric_limits<float>::quiet_NaN();
     struct Caso {
         float rgb[3];
@@ -165,17 +167,7 @@ TEST_CASE("a frame is its passes one after the other, whichever way the rows go"
     float FxRicetta::*const ultimi[] = {nullptr,           &FxRicetta::enhance, &FxRicetta::bloom,
                                         &FxRicetta::mistw, &FxRicetta::stella,  &FxRicetta::ca};
     constexpr float FUORI = -77.0f;  // what lies beside the windows, and in the output before
-    // A regular table, which the kernels take, and one that they must not.
-    Lut3D tavole[2];
-    for (Lut3D& lut : tavole) {
-        lut.N = 9;
-        lut.dati = piano_di(riempi(Contenuto::CASO, 81, 9, 3, 4));
-        if (&lut != tavole)
-            lut.dati[lut.dati.size() - 1] = inf;
-        lut.regolare = bordi_regolari(lut);
-    }
-    CHECK(tavole[0].regolare);
-    CHECK(!tavole[1].regolare);
+    const Lut3D tavole[] = {tavola(9, 4, true), tavola(9, 4, false)};
     Giro giro;
     // Nine cases for each effect, so that all counts of threads meet all of them. Of 33 rows the
     // last thread of sixteen has one.
