@@ -473,7 +473,7 @@ class Guasti(Prova):
             with self.subTest(formato=formato, quale=i):
                 self.assertIn(r.returncode, (FATTO, FALLITO) if i % 4 else (FALLITO,), r.stderr)
                 if r.returncode == FALLITO:
-                    self.assertRegex(r.stderr, r"\Aprovino: '[^\n]{20,400}\n\Z")
+                    self.assertRegex(r.stderr, r"\Aprovino: '[^\n]{10,400}\n\Z")
                 self.assertEqual(os.path.exists(self.qui("o.exr")), r.returncode == FATTO)
             for f in os.listdir(self.cartella):
                 self.assertNotIn(".tmp", f)
@@ -496,6 +496,17 @@ class Guasti(Prova):
             rotto[dove:dove + 2] = b"\x7f\x7f"
             Path(self.qui("m.dpx")).write_bytes(rotto)
             self.rifiuta(FALLITO, "impossible .*" + cosa, "sviluppa m.dpx o.exr")
+
+    def test_a_header_of_nonsense_does_not_keep_a_good_picture(self):
+        intero = Path(self.qui(self.scena("s.dpx", "40x30"))).read_bytes()
+        # Display window and its place, then the shape of a pixel: too large, negative, none.
+        for dove in (1408, 1424, 1628):
+            for valori in ((0x7fffffff, 0x7fffffff), (0x80000000, 2), (0, 1), (0xfffffffe, 0)):
+                rotto = bytearray(intero)
+                rotto[dove:dove + 8] = struct.pack(">II", *valori)
+                Path(self.qui("m.dpx")).write_bytes(rotto)
+                with self.subTest(dove=dove, valori=valori):
+                    self.fai("sviluppa m.dpx o.exr --overwrite")
 
     def test_a_picture_is_not_filled_up_where_its_data_ends(self):
         # A TIFF whose directory comes first: everything but the last rows can be read.

@@ -301,6 +301,23 @@ void posa_impostazioni(OIIO::ImageSpec& testata, Formato f, const std::string& i
     }
 }
 
+// A damaged header may tell of a display window or of a shape of pixels that cannot be, and that a
+// writer would refuse: the picture is good without.
+void sana_testata(OIIO::ImageSpec& s)
+{
+    constexpr int LONTANO = 1 << 24;  // pixels
+    const auto vicino = [](int v) { return v > -LONTANO && v < LONTANO; };
+    if (!vicino(s.x) || !vicino(s.y) || !vicino(s.full_x) || !vicino(s.full_y) ||
+        s.full_width < 1 || !vicino(s.full_width) || s.full_height < 1 || !vicino(s.full_height)) {
+        s.x = s.y = s.full_x = s.full_y = 0;
+        s.full_width = s.width;
+        s.full_height = s.height;
+    }
+    const float forma = s.get_float_attribute("PixelAspectRatio", 1.0f);
+    if (!(forma >= 1e-6f && forma <= 1e6f))
+        s.erase_attribute("PixelAspectRatio");
+}
+
 OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come,
                               const std::string& profondita, const std::string& impostazioni)
 {
@@ -325,6 +342,7 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
         s.full_width = s.width;
         s.full_height = s.height;
     }
+    sana_testata(s);
 
     const bool non_associata = foto.testata.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0 ||
                                foto.formato == Formato::png || f == Formato::png;
