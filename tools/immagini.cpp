@@ -301,6 +301,14 @@ void posa_impostazioni(OIIO::ImageSpec& testata, Formato f, const std::string& i
     }
 }
 
+// The frame alone, with no window around it.
+void senza_finestra(OIIO::ImageSpec& s)
+{
+    s.x = s.y = s.full_x = s.full_y = 0;
+    s.full_width = s.width;
+    s.full_height = s.height;
+}
+
 // A damaged header may tell of a display window or of a shape of pixels that cannot be, and that a
 // writer would refuse: the picture is good without.
 void sana_testata(OIIO::ImageSpec& s)
@@ -308,11 +316,8 @@ void sana_testata(OIIO::ImageSpec& s)
     constexpr int LONTANO = 1 << 24;  // pixels
     const auto vicino = [](int v) { return v > -LONTANO && v < LONTANO; };
     if (!vicino(s.x) || !vicino(s.y) || !vicino(s.full_x) || !vicino(s.full_y) ||
-        s.full_width < 1 || !vicino(s.full_width) || s.full_height < 1 || !vicino(s.full_height)) {
-        s.x = s.y = s.full_x = s.full_y = 0;
-        s.full_width = s.width;
-        s.full_height = s.height;
-    }
+        s.full_width < 1 || !vicino(s.full_width) || s.full_height < 1 || !vicino(s.full_height))
+        senza_finestra(s);
     const float forma = s.get_float_attribute("PixelAspectRatio", 1.0f);
     if (!(forma >= 1e-6f && forma <= 1e6f))
         s.erase_attribute("PixelAspectRatio");
@@ -337,11 +342,8 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
                  : profondita == "uint8" ? OIIO::TypeUInt8
                                          : OIIO::TypeUInt16);
     // The others know no window, or none left of or above the frame's.
-    if (f != Formato::exr && (f != Formato::tiff || s.x < 0 || s.y < 0)) {
-        s.x = s.y = s.full_x = s.full_y = 0;
-        s.full_width = s.width;
-        s.full_height = s.height;
-    }
+    if (f != Formato::exr && (f != Formato::tiff || s.x < 0 || s.y < 0))
+        senza_finestra(s);
     sana_testata(s);
 
     const bool non_associata = foto.testata.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0 ||
