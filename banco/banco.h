@@ -125,7 +125,7 @@ ModuloPtr apri(const std::filesystem::path& bundle_o_binario);
 /// std::runtime_error where one of them fails.
 ModuloPtr carica(const std::filesystem::path& bundle_o_binario);
 
-/// The loaded record; its declaration is in host/ofx.h.
+/// The loaded record; its declaration is in ofx/ofx.h.
 OfxPlugin* plugin(Modulo& m);
 int numero_plugin(Modulo& m);
 OfxPlugin* plugin_numero(Modulo& m, int n);

@@ -3,7 +3,7 @@
 // What the files of the bench host share: objects behind handles, and the action under way.
 
 #include "banco/banco.h"
-#include "host/ofx.h"
+#include "ofx/ofx.h"
 
 #include <cstdint>
 #include <mutex>

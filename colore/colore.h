@@ -1,7 +1,7 @@
 #pragma once
 
-#include "colore/aritmetica.h"
 #include "colore/tonemap.h"
+#include "comune/aritmetica.h"
 
 #include <cstdint>
 

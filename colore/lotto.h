@@ -1,6 +1,6 @@
 #pragma once
 
-#include "colore/aritmetica.h"
+#include "comune/aritmetica.h"
 
 namespace varno {
 

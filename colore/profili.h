@@ -1,7 +1,7 @@
 #pragma once
 
-#include "colore/aritmetica.h"
 #include "colore/curve.h"
+#include "comune/aritmetica.h"
 
 #include <array>
 

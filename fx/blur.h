@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fx/piano.h"
+#include "comune/piano.h"
 
 namespace varno {
 

@@ -7,11 +7,11 @@
 #include "fx/halation.h"
 #include "fx/mistw.h"
 #include "fx/nuclei.h"
-#include "fx/nuclei_tabella.h"
 #include "fx/pelle.h"
 #include "fx/promist.h"
 #include "fx/stella.h"
 #include "fx/streak.h"
+#include "render/nuclei_tabella.h"
 #include "render/parallel_for.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "comune/piano.h"
 #include "fx/finale.h"
-#include "fx/piano.h"
 #include "fx/ricetta.h"
 
 namespace varno {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fx/riga.h"
+#include "comune/riga.h"
 
 #include <stddef.h>
 #include <stdint.h>

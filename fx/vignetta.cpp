@@ -1,6 +1,6 @@
 #include "fx/vignetta.h"
 
-#include "colore/aritmetica.h"
+#include "comune/aritmetica.h"
 #include "fx/nuclei.h"
 #include "fx/nuclei_effetti.h"
 

@@ -2,7 +2,7 @@
 // not looked at; exceptions pass through mainEntry into the host.
 #include "host/istanza.h"
 #include "host/parametri.h"
-#include "host/suite.h"
+#include "ofx/suite.h"
 #include "render/render.h"
 
 #include <cstring>

@@ -2,8 +2,8 @@
 // where a failing handle must skip the write that hangs on it.
 #include "host/istanza.h"
 
-#include "host/suite.h"
 #include "looks/catalogo.h"
+#include "ofx/suite.h"
 
 #include <cstring>
 

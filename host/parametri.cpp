@@ -1,8 +1,8 @@
 // Statuses of the host's calls are not looked at, except where a hint needs its parameter's handle.
 #include "host/parametri.h"
 
-#include "host/suite.h"
 #include "looks/catalogo.h"
+#include "ofx/suite.h"
 
 #include <cstddef>
 #include <iterator>

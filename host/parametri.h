@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/ofx.h"
+#include "ofx/ofx.h"
 
 namespace varno {
 

@@ -1,8 +1,8 @@
 // Statuses of the host's reads are not looked at: handles and values start at null and 0.
 #include "render/impostazioni.h"
 
-#include "host/suite.h"
 #include "looks/catalogo.h"
+#include "ofx/suite.h"
 #include "render/formato.h"
 
 #include <algorithm>

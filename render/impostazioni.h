@@ -2,7 +2,7 @@
 
 #include "colore/colore.h"
 #include "fx/ricetta.h"
-#include "host/ofx.h"
+#include "ofx/ofx.h"
 #include "render/lut3d.h"
 
 namespace varno {

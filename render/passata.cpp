@@ -1,8 +1,8 @@
 #include "render/passata.h"
 
 #include "fx/nuclei.h"
-#include "fx/nuclei_tabella.h"
 #include "render/lut3d.h"
+#include "render/nuclei_tabella.h"
 #include "render/parallel_for.h"
 
 #include <algorithm>

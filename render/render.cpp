@@ -2,7 +2,7 @@
 // before.
 #include "render/render.h"
 
-#include "host/suite.h"
+#include "ofx/suite.h"
 #include "render/impostazioni.h"
 #include "render/lut3d.h"
 #include "render/sviluppa.h"

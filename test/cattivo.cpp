@@ -1,6 +1,6 @@
 // A plug-in that breaks one rule at a time: its minor version says which. What the bench host does
 // not find out here it would not find out anywhere.
-#include "host/ofx.h"
+#include "ofx/ofx.h"
 
 #include <cstring>
 #include <thread>

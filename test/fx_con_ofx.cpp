@@ -1,3 +1,3 @@
 // A unit of the effects that speaks to the host: must not compile.
 #include "fx/fx.h"
-#include "host/ofx.h"
+#include "ofx/ofx.h"

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "comune/piano.h"
 #include "fx/nuclei.h"
-#include "fx/piano.h"
 #include "semplici.h"
 
 #include <cstddef>

@@ -1,5 +1,5 @@
 #include "host.h"
-#include "host/ofx.h"
+#include "ofx/ofx.h"
 
 #include <climits>
 

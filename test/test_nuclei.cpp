@@ -4,9 +4,9 @@
 #include "fx/nuclei_aloni.h"
 #include "fx/nuclei_blur.h"
 #include "fx/nuclei_effetti.h"
-#include "fx/nuclei_tabella.h"
 #include "quadri.h"
 #include "render/lut3d.h"
+#include "render/nuclei_tabella.h"
 #include "render/sviluppa.h"
 #include "thread_finti.h"
 

@@ -13,7 +13,7 @@ struct ThreadFinti {
     ThreadFinti(const ThreadFinti&) = delete;
     ThreadFinti& operator=(const ThreadFinti&) = delete;
 
-private:
+  private:
     static inline unsigned quanti = 1;
     unsigned (*prima)();
 };

@@ -4,7 +4,7 @@
 // counted during an action are the plug-in's own, and a million frames take minutes. What a strict
 // host sees of the calls is the bench host's matter.
 
-#include "host/ofx.h"
+#include "ofx/ofx.h"
 
 #include <atomic>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "fx/piano.h"
+#include "comune/piano.h"
 
 #include <algorithm>
 #include <cstdint>

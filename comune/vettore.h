@@ -328,7 +328,7 @@ template <class Passo> inline void per_vettori(ptrdiff_t n, const Passo& passo)
             passo(0.0f, x);
 }
 
-// --- The shared arithmetic of colore/aritmetica.h, for vectors ----------------------------------
+// --- The shared arithmetic of comune/aritmetica.h, for vectors ----------------------------------
 
 /// Holds v to 0..1; not-a-number becomes 0.
 template <class V> inline V clamp01(V v)
