@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <optional>
 #include <system_error>
+#include <thread>
 
 namespace varno::provino {
 namespace {
@@ -19,7 +20,8 @@ struct Opzioni {
     Comuni comuni;
     std::string ingresso, uscita, fotogrammi, salva;
     std::optional<double> tempo;
-    int lavori = 1;
+    // One reads or writes while another develops, which uses all cores by itself.
+    int lavori = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 2u, 4u));
     bool salta = false, continua = false, muto = false, json = false, in_su = false;
 };
 
@@ -94,8 +96,9 @@ void sviluppa(const Opzioni& o)
         scrivi_testo(o.salva, o.comuni.scrittura.sovrascrivi,
                      in_json(plugin, *istanze[0], imp, false) + "\n");
     const std::string impostazioni = in_json(plugin, *istanze[0], imp, true);
-    lavoro.scrivi = [&](const std::string& file, const Foto& foto) {
-        scrivi_foto(file, foto, o.comuni.scrittura, impostazioni);
+    lavoro.leggi = [&](std::size_t i) { return leggi_foto(lavoro.fotogrammi[i].ingresso); };
+    lavoro.scrivi = [&](std::size_t i, const Foto& foto) {
+        scrivi_foto(lavoro.fotogrammi[i].uscita, foto, o.comuni.scrittura, impostazioni);
     };
     Racconto racconto = racconto_nuovo(o.json, o.muto, lavoro.fotogrammi.size());
     const bool riuscito =
@@ -118,7 +121,7 @@ Esecuzione comando_sviluppa(CLI::App& programma)
     app->add_option("--frames", o->fotogrammi,
                     "1-10,20-30x2: these frames; without it all that exist");
     app->add_option("--time", o->tempo, "Render time of a single picture; moves the grain");
-    app->add_option("--jobs", o->lavori, "Frames developed at once, each on an instance of its own")
+    app->add_option("--jobs", o->lavori, "Frames under way at once, each on an instance of its own")
         ->capture_default_str()
         ->check(CLI::Range(1, 64));
     app->add_flag("--skip-existing", o->salta, "Leave frames whose output exists");
