@@ -404,10 +404,10 @@ class Fogli(Prova):
         righe, _ = leggi_png(self.qui("foglio.png"))
         self.assertEqual(len(righe[0]), 3 * 400)
         # Light strokes of the large one's label.
-        self.assertGreater(max(righe[2 + 2 * 55 + 11 + 4]), 150)
+        self.assertGreater(max(max(r) for r in righe[2 + 2 * 55 + 14:2 + 2 * 55 + 14 + 12]), 150)
         for look, colonna, riga in ((0, 2, 0), (1, 3, 0), (3, 3, 1), (4, 0, 2), (11, 3, 3)):
             self.fai("sviluppa f.png o.png -p", "look=%d" % look, "--overwrite", "--depth", "uint8")
-            x, y = 2 + colonna * 99 + 48, 2 + riga * 66 + 27
+            x, y = 2 + colonna * 99 + 48, 2 + riga * 69 + 27
             centro = leggi_png(self.qui("o.png"))[0][18][3 * 32:3 * 32 + 3]
             for a, b in zip(righe[y][3 * x:3 * x + 3], centro):
                 self.assertAlmostEqual(a, b, delta=1, msg="look %d" % look)

@@ -5,16 +5,20 @@
 #include "tools/uscita.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <utility>
 
 namespace varno::provino {
 namespace {
+
+constexpr int FESSURA = 2;  // between the two parts of a pair, pixels
 
 struct Opzioni {
     Comuni comuni;
     std::string ingresso, uscita, ritaglio;
     int larghezza = 1920;
     double tempo = 0.0;
-    double quantita = 0.5;
+    double quantita = 1.0;
 };
 
 CLI::App* sottocomando(CLI::App& programma, Opzioni& o, const char* nome, const char* aiuto)
@@ -33,67 +37,133 @@ CLI::App* sottocomando(CLI::App& programma, Opzioni& o, const char* nome, const 
     return app;
 }
 
-// One picture of the sheet.
-struct Veduta {
-    std::string etichetta;
-    Impostazioni impostazioni;
+// What both sheets begin with.
+struct Inizio {
+    Plugin plugin;
+    Impostazioni base;
+    Foto foto;
 };
 
-Impostazioni senza_effetti(const Plugin& plugin, Impostazioni imp)
+Foto leggi_ingresso(const Opzioni& o)
 {
-    spegni_effetti(plugin, imp);
+    return leggi_foto(o.ingresso);
+}
+
+Inizio inizia(const Opzioni& o)
+{
+    Plugin plugin = carica_plugin(o.comuni.plugin);
+    Impostazioni base = leggi_impostazioni(plugin, o.comuni.parametri);
+    controlla_scrittura(o.uscita, o.comuni.scrittura);
+    controlla_uscita(o.uscita, o.comuni.scrittura.sovrascrivi);
+    return {std::move(plugin), std::move(base), leggi_ingresso(o)};
+}
+
+Ritaglio tutta(const Foto& foto)
+{
+    return {0, 0, foto.larghezza, foto.altezza};
+}
+
+Impostazioni con(Impostazioni imp, const std::string& nome, double valore)
+{
+    imp.modifiche.emplace_back(nome, valore);
     return imp;
 }
 
-void disegna_foglio(const Opzioni& o, Plugin& plugin, const std::vector<Veduta>& vedute)
+Foto rendi(const Opzioni& o, Inizio& inizio, const Impostazioni& imp)
 {
-    controlla_scrittura(o.uscita, o.comuni.scrittura);
-    controlla_uscita(o.uscita, o.comuni.scrittura.sovrascrivi);
-    Ritaglio ritaglio;
-    if (!o.ritaglio.empty())
-        ritaglio = leggi_ritaglio(o.ritaglio);
-    const Foto foto = leggi_foto(o.ingresso);
-    if (o.ritaglio.empty())
-        ritaglio = {0, 0, foto.larghezza, foto.altezza};
-    Foglio foglio = foglio_nuovo(o.larghezza, ritaglio.larghezza, ritaglio.altezza);
-    for (std::size_t i = 0; i < vedute.size(); ++i) {
-        const banco::IstanzaPtr istanza = istanza_con(plugin, vedute[i].impostazioni);
-        incolla(foglio, static_cast<int>(i),
-                ritaglia(rendi_foto(*istanza, foto, o.tempo), ritaglio), vedute[i].etichetta);
+    return rendi_foto(*istanza_con(inizio.plugin, imp), inizio.foto, o.tempo);
+}
+
+// File, look and settings, as far as the sheet itself does not tell them and they are not the
+// plug-in's own.
+std::string piede(const Opzioni& o, Inizio& inizio, bool look, bool effetti)
+{
+    const banco::IstanzaPtr istanza = istanza_con(inizio.plugin, inizio.base);
+    std::string s = std::filesystem::path(o.ingresso).filename().string();
+    for (const banco::Parametro& p : inizio.plugin.parametri) {
+        const double v = banco::valore(*istanza, p.nome);
+        const std::string interruttore = p.nome + "_on";
+        const bool di_effetto =
+            interruttore_di_effetto(p) ||
+            std::any_of(inizio.plugin.parametri.begin(), inizio.plugin.parametri.end(),
+                        [&](const banco::Parametro& q) { return q.nome == interruttore; });
+        const bool sempre = p.nome == "formato" || p.nome == "look";
+        if ((v != p.predefinito || sempre) && (effetti || !di_effetto) &&
+            (look || p.nome != "look") && !banco::nascosto(*istanza, p.nome))
+            s += "   " + p.nome + "=" + scrivi_valore(p, v);
     }
-    scrivi_foto(o.uscita, foglio.foto, o.comuni.scrittura);
+    return s;
+}
+
+// The large one top left, the small ones row by row in what is left of four by four.
+Ritaglio posto_del_look(const Foglio& foglio, int n)
+{
+    if (n == 0)
+        return posto(foglio, 0, 0, 2);
+    return n <= 4 ? posto(foglio, 2 + (n - 1) % 2, (n - 1) / 2)
+                  : posto(foglio, (n - 5) % 4, 2 + (n - 5) / 4);
 }
 
 void foglio_dei_look(const Opzioni& o)
 {
-    Plugin plugin = carica_plugin(o.comuni.plugin);
-    const Impostazioni base = leggi_impostazioni(plugin, o.comuni.parametri);
-    std::vector<Veduta> vedute = {{"Neutral", senza_effetti(plugin, base)}};
-    vedute[0].impostazioni.modifiche.emplace_back("forza", 0.0);
-    const banco::Parametro& look = trova_parametro(plugin, "look");
-    for (std::size_t i = 0; i < look.opzioni.size(); ++i) {
-        vedute.push_back({look.opzioni[i], base});
-        vedute.back().impostazioni.modifiche.emplace_back("look", static_cast<double>(i));
-    }
-    disegna_foglio(o, plugin, vedute);
+    Inizio inizio = inizia(o);
+    const Ritaglio parte = o.ritaglio.empty() ? tutta(inizio.foto) : leggi_ritaglio(o.ritaglio);
+    Foglio foglio =
+        foglio_nuovo(o.larghezza, 4, 4, static_cast<double>(parte.larghezza) / parte.altezza);
+    const auto mostra = [&](int n, const std::string& nome, const Impostazioni& imp) {
+        const Ritaglio dove = posto_del_look(foglio, n);
+        incolla(foglio, dove, rendi(o, inizio, imp), parte);
+        scrivi_sotto(foglio, dove, nome);
+    };
+    Impostazioni neutra = inizio.base;
+    spegni_effetti(inizio.plugin, neutra);
+    mostra(0, "Neutral", con(neutra, "forza", 0.0));
+    const std::vector<std::string> nomi = trova_parametro(inizio.plugin, "look").opzioni;
+    for (int i = 0; i < static_cast<int>(nomi.size()); ++i)
+        mostra(i + 1, nomi[static_cast<std::size_t>(i)], con(inizio.base, "look", i));
+    scrivi_piede(foglio, piede(o, inizio, false, true));
+    scrivi_foto(o.uscita, foglio.foto, o.comuni.scrittura);
 }
 
+// Each effect beside the same part without it, pixel for pixel where the picture is large enough.
 void foglio_degli_effetti(const Opzioni& o)
 {
-    Plugin plugin = carica_plugin(o.comuni.plugin);
-    const Impostazioni base = senza_effetti(plugin, leggi_impostazioni(plugin, o.comuni.parametri));
-    std::vector<Veduta> vedute = {{"No effects", base}};
-    for (const banco::Parametro& p : plugin.parametri) {
+    constexpr int COLONNE = 3;
+    constexpr int RIGHE = 4;
+    Inizio inizio = inizia(o);
+    spegni_effetti(inizio.plugin, inizio.base);
+    const Foto senza = rendi(o, inizio, inizio.base);
+    Ritaglio parte;
+    double forma = 4.0 / 3.0;
+    if (!o.ritaglio.empty()) {
+        parte = leggi_ritaglio(o.ritaglio);
+        forma = static_cast<double>(parte.larghezza) / parte.altezza;
+    }
+    Foglio foglio = foglio_nuovo(o.larghezza, COLONNE, RIGHE, 2.0 * forma);
+    const int largo = (foglio.cella_l - FESSURA) / 2;
+    int n = 0;
+    for (const banco::Parametro& p : inizio.plugin.parametri) {
         if (!interruttore_di_effetto(p))
             continue;
-        const banco::Parametro& quantita = trova_parametro(plugin, quantita_di(p));
+        const banco::Parametro& quantita = trova_parametro(inizio.plugin, quantita_di(p));
         const double q = std::clamp(o.quantita, quantita.minimo, quantita.massimo);
-        Veduta v{p.etichetta + " " + testo_di(q), base};
-        v.impostazioni.modifiche.emplace_back(p.nome, 1.0);
-        v.impostazioni.modifiche.emplace_back(quantita.nome, q);
-        vedute.push_back(v);
+        const Foto con_effetto =
+            rendi(o, inizio, con(con(inizio.base, p.nome, 1.0), quantita.nome, q));
+        if (o.ritaglio.empty()) {
+            const double scala = std::min({1.0, static_cast<double>(senza.larghezza) / largo,
+                                           static_cast<double>(senza.altezza) / foglio.cella_a});
+            parte = dove_cambia(senza, con_effetto, std::max(1, static_cast<int>(scala * largo)),
+                                std::max(1, static_cast<int>(scala * foglio.cella_a)));
+        }
+        const Ritaglio dove = posto(foglio, n % COLONNE, n / COLONNE);
+        const Ritaglio destra{dove.x + dove.larghezza - largo, dove.y, largo, dove.altezza};
+        incolla(foglio, {dove.x, dove.y, largo, dove.altezza}, senza, parte);
+        incolla(foglio, destra, con_effetto, parte);
+        scrivi_sotto(foglio, destra, p.etichetta + " " + testo_di(q));
+        ++n;
     }
-    disegna_foglio(o, plugin, vedute);
+    scrivi_piede(foglio, piede(o, inizio, true, false));
+    scrivi_foto(o.uscita, foglio.foto, o.comuni.scrittura);
 }
 
 }  // namespace
@@ -110,7 +180,8 @@ Esecuzione comando_effetti(CLI::App& programma)
 {
     auto o = std::make_shared<Opzioni>();
     CLI::App* app =
-        sottocomando(programma, *o, "effetti", "Draw a sheet of the twelve effects, each alone");
+        sottocomando(programma, *o, "effetti",
+                     "Draw a sheet of the twelve effects, each beside the picture without it");
     app->add_option("--amount", o->quantita, "Amount of each effect, held to its range")
         ->capture_default_str()
         ->check(CLI::Range(0.0, 1.0));

@@ -1,66 +1,61 @@
 #include "tools/foglio.h"
 
 #include "tools/argomenti.h"
-#include "tools/etichette.h"
+
+#include <OpenImageIO/imagebuf.h>
+#include <OpenImageIO/imagebufalgo.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstring>
-#include <utility>
+#include <vector>
 
 namespace varno::provino {
 namespace {
 
-constexpr int COLONNE = 4;
-constexpr float SFONDO = 0.075f;
-constexpr float SCRITTA[3] = {0.82f, 0.82f, 0.80f};
+namespace Algo = OIIO::ImageBufAlgo;
 
-struct Posto {
-    int colonna, riga, lato;  // in cells
-};
+constexpr float SFONDO[] = {0.075f, 0.075f, 0.075f, 1.0f};
+constexpr float INCHIOSTRO[] = {0.82f, 0.82f, 0.80f, 1.0f};
 
-// The large one top left, the small ones row by row in what is left of four by four.
-Posto posto_di(int n)
+// The picture's own memory as OpenImageIO works on it.
+OIIO::ImageBuf tela(const Foto& f)
 {
-    if (n == 0)
-        return {0, 0, 2};
-    if (n <= 4)
-        return {2 + (n - 1) % 2, (n - 1) / 2, 1};
-    return {(n - 5) % COLONNE, 2 + (n - 5) / COLONNE, 1};
+    return OIIO::ImageBuf(OIIO::ImageSpec(f.larghezza, f.altezza, 4, OIIO::TypeFloat),
+                          f.rgba.get());
 }
 
-// How much of each source sample a target sample covers.
-struct Copertura {
-    int da = 0;
-    std::vector<float> pesi;
-};
-
-std::vector<Copertura> coperture(int da, int a)
+OIIO::ROI roi(const Ritaglio& r)
 {
-    std::vector<Copertura> tutte(static_cast<std::size_t>(a));
-    const double passo = static_cast<double>(da) / a;
-    for (int i = 0; i < a; ++i) {
-        Copertura& c = tutte[static_cast<std::size_t>(i)];
-        const double inizio = i * passo;
-        const double fine = std::min<double>(da, (i + 1) * passo);
-        c.da = static_cast<int>(inizio);
-        for (int s = c.da; s < da && s < fine; ++s)
-            c.pesi.push_back(static_cast<float>(
-                (std::min<double>(s + 1, fine) - std::max<double>(s, inizio)) / (fine - inizio)));
+    return {r.x, r.x + r.larghezza, r.y, r.y + r.altezza, 0, 1, 0, 4};
+}
+
+// Debian's package fonts-dejavu-core; elsewhere whatever OpenImageIO finds.
+const std::string& carattere()
+{
+    static const std::string nome = [] {
+        for (const char* n : {"DejaVuSans", ""})
+            if (Algo::text_size("x", 16, n).defined())
+                return std::string(n);
+        OIIO::geterror();
+        fallisci("there is no font for the labels of a sheet: install fonts-dejavu-core");
+    }();
+    return nome;
+}
+
+// In the strip below y. OpenImageIO draws wrong letters for what is not ASCII.
+void scrivi(Foglio& foglio, int x, int y, int largo, std::string testo)
+{
+    std::replace_if(
+        testo.begin(), testo.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    const int alto = foglio.scritta * 2 / 3;
+    if (Algo::text_size(testo, alto, carattere()).width() > largo) {
+        while (!testo.empty() && Algo::text_size(testo + "...", alto, carattere()).width() > largo)
+            testo.pop_back();
+        testo += "...";
     }
-    return tutte;
-}
-
-const float* pixel(const Foto& f, int x, int y)
-{
-    return &f.rgba[4 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(f.larghezza) +
-                        static_cast<std::size_t>(x))];
-}
-
-float* pixel(Foto& f, int x, int y)
-{
-    return const_cast<float*>(pixel(std::as_const(f), x, y));
+    OIIO::ImageBuf su = tela(foglio.foto);
+    Algo::render_text(su, x, y + foglio.scritta / 2, testo, alto, carattere(), INCHIOSTRO,
+                      Algo::TextAlignX::Left, Algo::TextAlignY::Center);
 }
 
 }  // namespace
@@ -80,84 +75,88 @@ Ritaglio leggi_ritaglio(const std::string& testo)
     return {static_cast<int>(x), static_cast<int>(y), misura.first, misura.second};
 }
 
-Foto ritaglia(const Foto& foto, const Ritaglio& r)
+Ritaglio dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza)
 {
-    if (r.x + r.larghezza > foto.larghezza || r.y + r.altezza > foto.altezza)
-        rifiuta("the crop reaches outside the picture of " + std::to_string(foto.larghezza) + "x" +
-                std::to_string(foto.altezza));
-    Foto f = foto_nuova(r.larghezza, r.altezza);
-    for (int y = 0; y < r.altezza; ++y)
-        std::memcpy(pixel(f, 0, y), pixel(foto, r.x, r.y + y),
-                    sizeof(float) * 4 * static_cast<std::size_t>(r.larghezza));
-    return f;
+    constexpr int PARTI = 8;
+    constexpr float BUIO = 0.1f;  // below this a difference counts as such, above as a ratio
+    const int passo_x = std::max(1, larghezza / PARTI);
+    const int passo_y = std::max(1, altezza / PARTI);
+    const int colonne = a.larghezza / passo_x;
+    const int righe = a.altezza / passo_y;
+    std::vector<double> somme(static_cast<std::size_t>(colonne) * righe);
+    for (int y = 0; y < righe * passo_y; ++y)
+        for (int x = 0; x < colonne * passo_x; ++x)
+            for (std::size_t c = 0; c < 3; ++c) {
+                const std::size_t i = 4 * (static_cast<std::size_t>(y) * a.larghezza + x) + c;
+                const double d = std::log2((BUIO + b.rgba[i]) / (BUIO + a.rgba[i]));
+                somme[static_cast<std::size_t>(y / passo_y) * colonne + x / passo_x] += d * d;
+            }
+    Ritaglio migliore{0, 0, larghezza, altezza};
+    double massimo = -1.0;
+    for (int y = 0; y * passo_y + altezza <= a.altezza; ++y)
+        for (int x = 0; x * passo_x + larghezza <= a.larghezza; ++x) {
+            double s = 0.0;
+            for (int j = 0; j < std::min(PARTI, righe - y); ++j)
+                for (int i = 0; i < std::min(PARTI, colonne - x); ++i)
+                    s += somme[static_cast<std::size_t>(y + j) * colonne + x + i];
+            if (s > massimo) {
+                massimo = s;
+                migliore = {x * passo_x, y * passo_y, larghezza, altezza};
+            }
+        }
+    return migliore;
 }
 
-Foto riduci(const Foto& foto, int larghezza, int altezza)
-{
-    Foto f = foto_nuova(larghezza, altezza);
-    const std::vector<Copertura> per_x = coperture(foto.larghezza, larghezza);
-    const std::vector<Copertura> per_y = coperture(foto.altezza, altezza);
-    const std::size_t riga = std::size_t{4} * static_cast<std::size_t>(foto.larghezza);
-    std::vector<float> somma(riga);
-    for (int y = 0; y < altezza; ++y) {
-        const Copertura& v = per_y[static_cast<std::size_t>(y)];
-        std::fill(somma.begin(), somma.end(), 0.0f);
-        for (std::size_t j = 0; j < v.pesi.size(); ++j) {
-            const float* da = &foto.rgba[(static_cast<std::size_t>(v.da) + j) * riga];
-            for (std::size_t i = 0; i < riga; ++i)
-                somma[i] += v.pesi[j] * da[i];
-        }
-        for (int x = 0; x < larghezza; ++x) {
-            const Copertura& h = per_x[static_cast<std::size_t>(x)];
-            std::array<float, 3> c{};
-            for (std::size_t i = 0; i < h.pesi.size(); ++i)
-                for (std::size_t k = 0; k < 3; ++k)
-                    c[k] += h.pesi[i] * somma[4 * (static_cast<std::size_t>(h.da) + i) + k];
-            float* p = pixel(f, x, y);
-            std::copy(c.begin(), c.end(), p);
-            p[3] = 1.0f;
-        }
-    }
-    return f;
-}
-
-Foglio foglio_nuovo(int larghezza, int foto_l, int foto_a)
+Foglio foglio_nuovo(int larghezza, int colonne, int righe, double forma)
 {
     Foglio f;
     f.margine = std::max(2, larghezza / 200);
-    f.cella_l = (larghezza - (COLONNE + 1) * f.margine) / COLONNE;
-    f.etichetta = std::max(9, f.cella_l / 14);
-    f.cella_a = static_cast<int>(std::lround(static_cast<double>(f.cella_l) * foto_a / foto_l));
+    f.cella_l = (larghezza - (colonne + 1) * f.margine) / colonne;
+    f.cella_a = static_cast<int>(std::lround(f.cella_l / forma));
+    f.scritta = std::max(12, larghezza / 55);
     const std::int64_t altezza =
-        f.margine + std::int64_t{COLONNE} * (f.cella_a + f.etichetta + f.margine);
+        2 * f.margine + f.scritta + std::int64_t{righe} * (f.cella_a + f.scritta + f.margine);
     if (f.cella_l < 48 || f.cella_a < 1 || altezza > LATO_LIMITE ||
         larghezza * altezza > PIXEL_LIMITE)
         rifiuta("a sheet " + std::to_string(larghezza) +
                 " wide has no room for pictures of this shape: give another --width");
+    carattere();
     f.foto = foto_nuova(larghezza, static_cast<int>(altezza));
-    for (std::size_t i = 0; i < quanti_float(f.foto); ++i)
-        f.foto.rgba[i] = i % 4 == 3 ? 1.0f : SFONDO;
+    OIIO::ImageBuf su = tela(f.foto);
+    Algo::fill(su, SFONDO);
     return f;
 }
 
-void incolla(Foglio& foglio, int posto, const Foto& foto, const std::string& etichetta)
+Ritaglio posto(const Foglio& f, int colonna, int riga, int lato)
 {
-    const Posto p = posto_di(posto);
-    const int x0 = foglio.margine + p.colonna * (foglio.cella_l + foglio.margine);
-    const int y0 = foglio.margine + p.riga * (foglio.cella_a + foglio.etichetta + foglio.margine);
-    const int larghezza = p.lato * foglio.cella_l + (p.lato - 1) * foglio.margine;
-    const int altezza =
-        p.lato * foglio.cella_a + (p.lato - 1) * (foglio.etichetta + foglio.margine);
-    const Foto piccola = riduci(foto, larghezza, altezza);
-    for (int y = 0; y < altezza; ++y)
-        std::memcpy(pixel(foglio.foto, x0, y0 + y),
-                    &piccola.rgba[std::size_t{4} * static_cast<std::size_t>(y) *
-                                  static_cast<std::size_t>(larghezza)],
-                    sizeof(float) * 4 * static_cast<std::size_t>(larghezza));
-    const float alto = 0.46f * static_cast<float>(foglio.etichetta);
-    scrivi_etichetta(foglio.foto, etichetta, x0,
-                     y0 + altezza + static_cast<int>(0.32f * static_cast<float>(foglio.etichetta)),
-                     alto, SCRITTA);
+    return {f.margine + colonna * (f.cella_l + f.margine),
+            f.margine + riga * (f.cella_a + f.scritta + f.margine),
+            lato * f.cella_l + (lato - 1) * f.margine,
+            lato * f.cella_a + (lato - 1) * (f.scritta + f.margine)};
+}
+
+void incolla(Foglio& foglio, const Ritaglio& dove, const Foto& foto, const Ritaglio& parte)
+{
+    if (parte.x + parte.larghezza > foto.larghezza || parte.y + parte.altezza > foto.altezza)
+        rifiuta("the crop reaches outside the picture of " + std::to_string(foto.larghezza) + "x" +
+                std::to_string(foto.altezza));
+    OIIO::ImageBuf pezzo = Algo::cut(tela(foto), roi(parte));
+    if (parte.larghezza != dove.larghezza || parte.altezza != dove.altezza)
+        pezzo = Algo::resize(pezzo, "", 0.0f, roi({0, 0, dove.larghezza, dove.altezza}));
+    OIIO::ImageBuf su = tela(foglio.foto);
+    if (pezzo.has_error() || !Algo::paste(su, dove.x, dove.y, 0, 0, pezzo))
+        fallisci("cannot draw the sheet: " + pezzo.geterror() + su.geterror());
+}
+
+void scrivi_sotto(Foglio& foglio, const Ritaglio& dove, const std::string& testo)
+{
+    scrivi(foglio, dove.x, dove.y + dove.altezza, dove.larghezza, testo);
+}
+
+void scrivi_piede(Foglio& foglio, const std::string& testo)
+{
+    scrivi(foglio, foglio.margine, foglio.foto.altezza - foglio.scritta - foglio.margine / 2,
+           foglio.foto.larghezza - 2 * foglio.margine, testo);
 }
 
 }  // namespace varno::provino

@@ -3,11 +3,10 @@
 #include "tools/immagini.h"
 
 #include <string>
-#include <vector>
 
 namespace varno::provino {
 
-/// A part of a picture, in pixels from its top left corner; no width: all of it.
+/// A part of a picture, in pixels from its top left corner.
 struct Ritaglio {
     int x = 0, y = 0, larghezza = 0, altezza = 0;
 };
@@ -15,26 +14,31 @@ struct Ritaglio {
 /// "WxH+X+Y". Throws Errore (usage).
 Ritaglio leggi_ritaglio(const std::string& testo);
 
-/// The part alone. Throws Errore where it reaches outside.
-Foto ritaglia(const Foto& foto, const Ritaglio& r);
+/// Of the parts of that size the one in which two pictures of one size differ most: the largest sum
+/// of squared differences, looked for in steps of an eighth of the part.
+Ritaglio dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza);
 
-/// A smaller picture, each pixel the mean of what it covers; alpha is 1.
-Foto riduci(const Foto& foto, int larghezza, int altezza);
-
-/// A sheet of labelled pictures of one shape: the first takes the room of four, twelve stand about
-/// it.
+/// A sheet of labelled pictures of one shape, in columns and rows, with a line of text below all.
 struct Foglio {
     Foto foto;
     int margine = 0;               // pixels between pictures and around them
-    int cella_l = 0, cella_a = 0;  // of a small picture
-    int etichetta = 0;             // height of the strip for a label
+    int cella_l = 0, cella_a = 0;  // of a picture
+    int scritta = 0;               // height of the strip for a text
 };
 
-/// An empty sheet of a width for pictures of that shape. Throws Errore (usage) where it is too
-/// narrow.
-Foglio foglio_nuovo(int larghezza, int foto_l, int foto_a);
+/// An empty sheet of a width, for pictures so many times as wide as high. Throws Errore where it is
+/// too narrow or there is no font.
+Foglio foglio_nuovo(int larghezza, int colonne, int righe, double forma);
 
-/// Puts a picture into its place, reduced to it, 0 the large one.
-void incolla(Foglio& foglio, int posto, const Foto& foto, const std::string& etichetta);
+/// The place of a picture; of `lato` by `lato` cells.
+Ritaglio posto(const Foglio& foglio, int colonna, int riga, int lato = 1);
+
+/// Puts a part of a picture into a place, resized unless it is of that size. Throws Errore where
+/// the part reaches outside the picture.
+void incolla(Foglio& foglio, const Ritaglio& dove, const Foto& foto, const Ritaglio& parte);
+
+/// A label below a place, and the sheet's last line; what is too long is cut.
+void scrivi_sotto(Foglio& foglio, const Ritaglio& dove, const std::string& testo);
+void scrivi_piede(Foglio& foglio, const std::string& testo);
 
 }  // namespace varno::provino
