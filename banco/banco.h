@@ -121,9 +121,17 @@ using ModuloPtr = std::unique_ptr<Modulo, ChiudiModulo>;
 /// std::runtime_error with the reason, in one line.
 ModuloPtr apri(const std::filesystem::path& bundle_o_binario);
 
-/// apri, setHost, Load, Describe and DescribeInContext for both contexts. Throws
-/// std::runtime_error where one of them fails.
+/// The same for a plug-in that is linked into this program.
+ModuloPtr apri(OfxPlugin* collegato);
+
+/// setHost, Load, Describe and DescribeInContext for both contexts. Throws std::runtime_error where
+/// one of them fails.
+ModuloPtr carica(ModuloPtr aperto);
 ModuloPtr carica(const std::filesystem::path& bundle_o_binario);
+
+/// Whether this thread is in the plug-in's code: called by an action and not in one of the host's
+/// functions. Always false on threads of the plug-in's own.
+bool nel_plugin();
 
 /// The loaded record; its declaration is in ofx/ofx.h.
 OfxPlugin* plugin(Modulo& m);

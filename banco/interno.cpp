@@ -10,6 +10,7 @@ namespace varno::banco {
 namespace {
 
 thread_local Atto* gAtto = nullptr;
+thread_local bool gNelPlugin = false;
 thread_local std::vector<std::string*> gPrestati;  // texts lent during the outermost action
 
 // Relaxed: a counter that ordered the threads would hide the plug-in's own races from a sanitizer.
@@ -28,6 +29,18 @@ bool combacia(const std::string& regola, const std::string& testo)
 Atto* atto_corrente()
 {
     return gAtto;
+}
+
+bool nel_plugin()
+{
+    return gNelPlugin;
+}
+
+Lato::Lato(bool plugin) : prima(std::exchange(gNelPlugin, plugin)) {}
+
+Lato::~Lato()
+{
+    gNelPlugin = prima;
 }
 
 std::uintptr_t nuova_maniglia(Ambiente& a, Cosa cosa, void* dove)
@@ -108,6 +121,7 @@ OfxPropertySetHandle Atto::presta(Insieme& s)
 
 int Atto::chiama(std::uintptr_t handle, OfxPropertySetHandle in, OfxPropertySetHandle out)
 {
+    const Lato plugin(true);
     return modulo.plugin->mainEntry(nome.c_str(), come<const void*>(handle), in, out);
 }
 

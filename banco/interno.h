@@ -188,6 +188,15 @@ struct Atto {
 
 Atto* atto_corrente();
 
+/// Tells nel_plugin() until it ends.
+struct Lato {
+    explicit Lato(bool plugin);
+    ~Lato();
+    Lato(const Lato&) = delete;
+    Lato& operator=(const Lato&) = delete;
+    bool prima;
+};
+
 /// The three actions of a change, nested where they come from within another action.
 int notifica(Istanza& i, const char* nome, const char* motivo);
 

@@ -56,6 +56,7 @@ void chiudi_libreria(void* libreria)
 
 const void* prendi_suite(OfxPropertySetHandle host, const char* nome, int versione)
 {
+    const Lato lato(false);
     Voce v("fetchSuite", nome != nullptr ? nome : "(null)", versione);
     if (v.guasta())
         return nullptr;
@@ -125,6 +126,22 @@ void pretendi(bool vero, const Modulo& m, const std::string& che)
         throw std::runtime_error(m.binario.string() + ": " + che);
 }
 
+ModuloPtr avvia(ModuloPtr m, OfxPlugin* plugin)
+{
+    m->plugin = plugin;
+    pretendi(m->plugin != nullptr && m->plugin->pluginApi != nullptr &&
+                 std::strcmp(m->plugin->pluginApi, "OfxImageEffectPluginAPI") == 0 &&
+                 m->plugin->apiVersion == 1 && m->plugin->setHost != nullptr &&
+                 m->plugin->mainEntry != nullptr,
+             *m, "holds no image effect of version 1");
+    m->props_host = proprieta_host();
+    m->host.host =
+        come<OfxPropertySetHandle>(nuova_maniglia(m->ambiente, Cosa::insieme, &m->props_host));
+    m->host.fetchSuite = prendi_suite;
+    m->base = nuovo_descrittore();
+    return m;
+}
+
 }  // namespace
 
 void ChiudiModulo::operator()(Modulo* m) const
@@ -152,23 +169,17 @@ ModuloPtr apri(const fs::path& bundle_o_binario)
     m->quanti = reinterpret_cast<int (*)()>(simbolo(m->libreria, "OfxGetNumberOfPlugins"));
     m->dammi = reinterpret_cast<OfxPlugin* (*)(int)>(simbolo(m->libreria, "OfxGetPlugin"));
     pretendi(m->quanti != nullptr && m->dammi != nullptr, *m, "is no OFX plug-in");
-    m->plugin = m->quanti() > 0 ? m->dammi(0) : nullptr;
-    pretendi(m->plugin != nullptr && m->plugin->pluginApi != nullptr &&
-                 std::strcmp(m->plugin->pluginApi, "OfxImageEffectPluginAPI") == 0 &&
-                 m->plugin->apiVersion == 1 && m->plugin->setHost != nullptr &&
-                 m->plugin->mainEntry != nullptr,
-             *m, "holds no image effect of version 1");
-    m->props_host = proprieta_host();
-    m->host.host =
-        come<OfxPropertySetHandle>(nuova_maniglia(m->ambiente, Cosa::insieme, &m->props_host));
-    m->host.fetchSuite = prendi_suite;
-    m->base = nuovo_descrittore();
-    return m;
+    OfxPlugin* p = m->quanti() > 0 ? m->dammi(0) : nullptr;
+    return avvia(std::move(m), p);
 }
 
-ModuloPtr carica(const fs::path& bundle_o_binario)
+ModuloPtr apri(OfxPlugin* collegato)
 {
-    ModuloPtr m = apri(bundle_o_binario);
+    return avvia(ModuloPtr(new Modulo), collegato);
+}
+
+ModuloPtr carica(ModuloPtr m)
+{
     dai_host(*m);
     const auto esegui = [&](const char* che, int stato) {
         pretendi(andata(stato), *m,
@@ -181,6 +192,11 @@ ModuloPtr carica(const fs::path& bundle_o_binario)
             esegui("OfxImageEffectActionDescribeInContext",
                    descrivi_in_contesto(*m, contesto.c_str()));
     return m;
+}
+
+ModuloPtr carica(const fs::path& bundle_o_binario)
+{
+    return carica(apri(bundle_o_binario));
 }
 
 OfxPlugin* plugin(Modulo& m)

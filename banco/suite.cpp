@@ -327,6 +327,7 @@ OfxStatus leggi_valore(Voce& v, OfxParamHandle h, const double* tempo, va_list a
 
 OfxStatus paramGetValue(OfxParamHandle h, ...)
 {
+    const Lato host(false);
     Voce v("paramGetValue", nome_parametro(h));
     va_list argomenti;
     va_start(argomenti, h);
@@ -339,6 +340,7 @@ OfxStatus paramGetValue(OfxParamHandle h, ...)
 
 OfxStatus paramGetValueAtTime(OfxParamHandle h, OfxTime tempo, ...)
 {
+    const Lato host(false);
     Voce v("paramGetValueAtTime", nome_parametro(h));
     v.c.tempo = testo_di(tempo);
     va_list argomenti;
@@ -350,6 +352,7 @@ OfxStatus paramGetValueAtTime(OfxParamHandle h, OfxTime tempo, ...)
 
 OfxStatus paramSetValue(OfxParamHandle h, ...)
 {
+    const Lato host(false);
     Voce v("paramSetValue", nome_parametro(h));
     ParametroIstanza* p = parametro(h);
     double valore = 0.0;
@@ -545,17 +548,28 @@ OfxStatus clipReleaseImage(OfxPropertySetHandle h)
 
 // --- The tables ----------------------------------------------------------------------------------
 
+// A suite's function as the plug-in calls it; those of any number of arguments do the same
+// themselves.
+template <auto F> struct Riparo;
+template <class R, class... A, R (*F)(A...)> struct Riparo<F> {
+    static R chiama(A... a)
+    {
+        const Lato host(false);
+        return F(a...);
+    }
+};
+
 OfxPropertySuiteV1 suite_proprieta()
 {
     OfxPropertySuiteV1 s{};
-    s.propSetString = propSetString;
-    s.propSetDouble = propSetDouble;
-    s.propSetInt = propSetInt;
-    s.propGetPointer = propGetPointer;
-    s.propGetString = propGetString;
-    s.propGetDouble = propGetDouble;
-    s.propGetInt = propGetInt;
-    s.propGetIntN = propGetIntN;
+    s.propSetString = Riparo<propSetString>::chiama;
+    s.propSetDouble = Riparo<propSetDouble>::chiama;
+    s.propSetInt = Riparo<propSetInt>::chiama;
+    s.propGetPointer = Riparo<propGetPointer>::chiama;
+    s.propGetString = Riparo<propGetString>::chiama;
+    s.propGetDouble = Riparo<propGetDouble>::chiama;
+    s.propGetInt = Riparo<propGetInt>::chiama;
+    s.propGetIntN = Riparo<propGetIntN>::chiama;
     rifiuta(s.propSetPointer);
     rifiuta(s.propSetPointerN);
     rifiuta(s.propSetStringN);
@@ -572,8 +586,8 @@ OfxPropertySuiteV1 suite_proprieta()
 OfxParameterSuiteV1 suite_parametri()
 {
     OfxParameterSuiteV1 s{};
-    s.paramDefine = paramDefine;
-    s.paramGetHandle = paramGetHandle;
+    s.paramDefine = Riparo<paramDefine>::chiama;
+    s.paramGetHandle = Riparo<paramGetHandle>::chiama;
     s.paramGetValue = paramGetValue;
     s.paramGetValueAtTime = paramGetValueAtTime;
     s.paramSetValue = paramSetValue;
@@ -596,12 +610,12 @@ OfxParameterSuiteV1 suite_parametri()
 OfxImageEffectSuiteV1 suite_effetto()
 {
     OfxImageEffectSuiteV1 s{};
-    s.getPropertySet = getPropertySet;
-    s.getParamSet = getParamSet;
-    s.clipDefine = clipDefine;
-    s.clipGetHandle = clipGetHandle;
-    s.clipGetImage = clipGetImage;
-    s.clipReleaseImage = clipReleaseImage;
+    s.getPropertySet = Riparo<getPropertySet>::chiama;
+    s.getParamSet = Riparo<getParamSet>::chiama;
+    s.clipDefine = Riparo<clipDefine>::chiama;
+    s.clipGetHandle = Riparo<clipGetHandle>::chiama;
+    s.clipGetImage = Riparo<clipGetImage>::chiama;
+    s.clipReleaseImage = Riparo<clipReleaseImage>::chiama;
     rifiuta(s.clipGetPropertySet);
     rifiuta(s.clipGetRegionOfDefinition);
     rifiuta(s.abort);

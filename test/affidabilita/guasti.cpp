@@ -4,7 +4,7 @@
 // the next frames are those of an undisturbed process, with the settings before and after alike.
 //
 //     guasti VarnoColor.ofx
-#include "ospite.h"
+#include "scena.h"
 
 #include <dlfcn.h>
 #include <pthread.h>
@@ -22,6 +22,7 @@
 #include <cstring>
 #include <exception>
 #include <initializer_list>
+#include <map>
 #include <new>
 #include <system_error>
 
@@ -36,13 +37,14 @@ std::atomic<long> gBlocchi{0};    // blocks alive, whoever asked for them
 std::atomic<long> gMappati{0};    // bytes of anonymous maps alive
 std::atomic<int> gThreadVivi{0};  // started and not yet joined
 unsigned gProcessori = 1;
+thread_local bool gPrincipale = false;
 
 // What a child leaves behind, in memory that it shares with its parent.
 struct Esito {
     long quante;             // calls that could have failed
     bool eccezione, giusta;  // one came, and of the right kind
     int vivi_al_guasto;      // threads at work when the fault came
-    int rilasciate;          // images, when the exception passed
+    std::size_t aperte;      // images, when the exception passed
     long blocchi, mappati;   // alive at the end
     std::uint64_t prima, dopo;
     double halation;  // what a look's recipe left
@@ -50,8 +52,11 @@ struct Esito {
 };
 Esito* gEsito;
 
+// Only what the plug-in asks for, not the host around it.
 bool fallisce(Guasto genere)
 {
+    if (gPrincipale && !varno::banco::nel_plugin())
+        return false;
     if (gGuasto != genere || ++gContatore != gQuale)
         return false;
     gEsito->vivi_al_guasto = gThreadVivi;
@@ -167,56 +172,66 @@ namespace {
 
 using namespace varno;
 
-OfxPlugin* gPlugin;
+// Everything that a child uses is made before the fork.
+banco::ModuloPtr gModulo;
 
-constexpr const char* EFFETTI[] = {"enhance", "pelle", "halation", "bloom", "streak",   "promist",
-                                   "stella",  "mistw", "glimmer",  "ca",    "vignetta", "grana"};
+enum class Azione { quadro, cambia_look, descrive };
 
-// Everything that a child uses is made before the fork, so that only the plug-in allocates.
 struct Scena {
-    explicit Scena(const char* n) : nome(n) {}
+    Scena(const char* n, std::map<std::string, double> valori, Azione a = Azione::quadro,
+          bool g = false)
+        : nome(n), azione(a), grande(g)
+    {
+        for (const char* spento : {"halation_on", "bloom_on", "enhance_on", "vignetta_on"})
+            valori.try_emplace(spento, 0);
+        dopo = banco::crea_istanza(*gModulo, valori);
+        for (auto& [parametro, v] : valori)
+            v = 0;
+        prima = banco::crea_istanza(*gModulo, valori);
+        for (banco::Istanza* i : {prima.get(), dopo.get()})
+            banco::registro(*i).scrivi = false;
+    }
     const char* nome;
-    ospite::Istanza prima;  // a frame of these settings was made already
-    ospite::Istanza dopo;   // the action that is disturbed has these
-    bool cambia_look = false;
-    bool descrive = false;
-    bool grande = false;  // blocks of a size that comes from the system by itself
+    Azione azione;
+    bool grande;               // blocks of a size that comes from the system by itself
+    banco::IstanzaPtr prima;  // a frame of these settings was made already
+    banco::IstanzaPtr dopo;   // the action that is disturbed has these
 };
 
-struct Coppia {
-    ospite::Quadro sorgente, uscita;
-};
-Coppia gPiccola{{48, 40}, {48, 40}};
-Coppia gGrande{{2048, 1216}, {2048, 1216}};
-Coppia* gCoppia = &gPiccola;
+banco::Tela gPiccola = scena::disegno(48, 40);
+banco::Tela gGrande = scena::disegno(2048, 1216);
 
-std::uint64_t quadro(ospite::Istanza& i)
+std::uint64_t quadro(const Scena& s, banco::Istanza& i)
 {
-    if (ospite::rendi(gPlugin, i, 7.0, gCoppia->sorgente, gCoppia->uscita) != 0)
-        std::_Exit(20);
-    return ospite::somma(gCoppia->uscita);
+    return scena::somma(scena::rendi(i, 7.0, s.grande ? gGrande : gPiccola));
 }
 
-void agisci(Scena& s)
+void agisci(const Scena& s)
 {
-    if (s.descrive) {
-        if (!ospite::descrivi(gPlugin))
+    switch (s.azione) {
+    case Azione::descrive:
+        if (banco::azione(*gModulo, "OfxActionDescribe") != 0 ||
+            banco::descrivi_in_contesto(*gModulo, banco::FILTRO) != 0)
             std::_Exit(21);
-    } else if (s.cambia_look) {
-        if (ospite::cambiato(gPlugin, s.dopo, "look") != 0)
+        break;
+    case Azione::cambia_look:
+        if (banco::avvisa(*s.dopo, "look") != 0)
             std::_Exit(22);
-    } else {
-        quadro(s.dopo);
+        break;
+    case Azione::quadro:
+        quadro(s, *s.dopo);
+        break;
     }
 }
 
-void figlio(Scena& s, Guasto genere, long quale, bool inverso)
+void figlio(const Scena& s, Guasto genere, long quale, bool inverso)
 {
     Esito& e = *gEsito;
     alarm(60);  // a lock that stays held
     gContatore = 0;
     gQuale = quale;
-    s.dopo.prese = s.dopo.rilasciate = 0;
+    std::size_t& aperte = banco::registro(*s.dopo).immagini_aperte;
+    aperte = 0;
     gGuasto = genere;
     try {
         agisci(s);
@@ -231,15 +246,15 @@ void figlio(Scena& s, Guasto genere, long quale, bool inverso)
         e.giusta = genere == Guasto::thread;
     }
     e.quante = gContatore;
-    e.rilasciate = s.dopo.rilasciate;
-    if (s.cambia_look || s.descrive)
+    e.aperte = aperte;
+    if (s.azione != Azione::quadro)
         agisci(s);
     for (const int giro : {0, 1})
         ((giro == 1) == inverso ? e.dopo : e.prima) =
-            quadro((giro == 1) == inverso ? s.dopo : s.prima);
+            quadro(s, *((giro == 1) == inverso ? s.dopo : s.prima));
     // Table and mask are those of the same settings in every child now.
-    quadro(s.prima);
-    e.halation = s.dopo.parametri[ospite::parametro("halation")].v;
+    quadro(s, *s.prima);
+    e.halation = banco::valore(*s.dopo, "halation");
     e.blocchi = gBlocchi;
     e.mappati = gMappati;
     e.finito = true;
@@ -247,7 +262,7 @@ void figlio(Scena& s, Guasto genere, long quale, bool inverso)
 }
 
 // Runs a child; its exit status as waitpid tells it.
-int manda(Scena& s, Guasto genere, long quale, bool inverso)
+int manda(const Scena& s, Guasto genere, long quale, bool inverso)
 {
     *gEsito = {};
     std::fflush(stdout);
@@ -269,10 +284,9 @@ void difetto(const Scena& s, long quale, const char* testo)
     ++gDifetti;
 }
 
-void prova(Scena& s, Guasto genere, unsigned processori)
+void prova(const Scena& s, Guasto genere, unsigned processori)
 {
     gProcessori = processori;
-    gCoppia = s.grande ? &gGrande : &gPiccola;
     manda(s, Guasto::nessuno, 0, false);
     const Esito giusto = *gEsito;
     manda(s, genere, 0, false);
@@ -301,7 +315,7 @@ void prova(Scena& s, Guasto genere, unsigned processori)
             difetto(s, n, "no exception left mainEntry, or another one");
         else if (e.vivi_al_guasto > 0)
             difetto(s, n, "went on though a thread was running");
-        else if (e.rilasciate != 0)
+        else if (e.aperte != (s.azione == Azione::quadro ? 2u : 0u))
             difetto(s, n, "an image was released on the way out");
         else if (e.prima != giusto.prima || e.dopo != giusto.dopo)
             difetto(s, n, "another picture afterwards");
@@ -324,50 +338,30 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: guasti VarnoColor.ofx\n");
         return 2;
     }
-    gPlugin = ospite::apri(argv[1]);
-    if (!ospite::presenta(gPlugin))
-        return 1;
+    gPrincipale = true;
+    gModulo = banco::carica(argv[1]);
+    banco::registro(*gModulo).scrivi = false;
     gEsito = static_cast<Esito*>(
         mmap(nullptr, sizeof(Esito), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    ospite::disegna(gPiccola.sorgente);
-    ospite::disegna(gGrande.sorgente);
 
-    const auto prepara = [](Scena& s) {
-        for (ospite::Istanza* i : {&s.prima, &s.dopo}) {
-            ospite::predefiniti(*i);
-            for (const char* nome : {"halation_on", "bloom_on", "enhance_on", "vignetta_on"})
-                ospite::imposta(*i, nome, 0);
-        }
-        ospite::imposta(s.dopo, "look", 2);
-    };
-    static Scena look("a first recipe of a look");
-    look.cambia_look = true;
-    static Scena descrizione("a description");
-    descrizione.descrive = true;
-    static Scena primo("the first frame of a process");
-    static Scena tabella("a rebuild of the table");
-    static Scena effetti("a frame with all effects");
-    static Scena grande("a frame of 2048 x 1216");
-    grande.grande = true;
-    for (Scena* s : {&look, &descrizione, &primo, &tabella, &effetti, &grande})
-        prepara(*s);
-    ospite::imposta(grande.dopo, "look", 0);  // the same table
-    ospite::imposta(grande.dopo, "grana_on", 1);
-    ospite::imposta(effetti.dopo, "look", 0);
-    for (const char* nome : EFFETTI) {
-        char interruttore[32];
-        std::snprintf(interruttore, sizeof interruttore, "%s_on", nome);
-        ospite::imposta(effetti.dopo, interruttore, 1);
-    }
+    std::map<std::string, double> tutti;
+    for (const char* nome : scena::EFFETTI)
+        tutti[std::string(nome) + "_on"] = 1;
+    const Scena look("a first recipe of a look", {{"look", 2}}, Azione::cambia_look);
+    const Scena descrizione("a description", {{"look", 2}}, Azione::descrive);
+    const Scena primo("the first frame of a process", {{"look", 2}});
+    const Scena tabella("a rebuild of the table", {{"look", 2}});
+    const Scena effetti("a frame with all effects", tutti);
+    const Scena grande("a frame of 2048 x 1216", {{"grana_on", 1}}, Azione::quadro, true);
 
     prova(look, Guasto::memoria, 1);
     prova(descrizione, Guasto::memoria, 1);
     prova(primo, Guasto::memoria, 1);
-    quadro(tabella.prima);  // from here on the process has a table
+    quadro(tabella, *tabella.prima);  // from here on the process has a table
     prova(tabella, Guasto::memoria, 1);
     prova(effetti, Guasto::memoria, 1);
     prova(grande, Guasto::memoria, 1);
-    for (Scena* s : {&tabella, &effetti}) {
+    for (const Scena* s : {&tabella, &effetti}) {
         prova(*s, Guasto::memoria, 2);
         prova(*s, Guasto::thread, 2);
     }

@@ -8,7 +8,7 @@
 // kernels in place, which a module chooses by itself. --small is a set for slow machines, --effects
 // one of pictures that never see the table and so no power of the C library but the effects' own.
 // --compare tells the largest difference from what --write put down on another machine.
-#include "ospite.h"
+#include "scena.h"
 
 #include "fx/fx.h"
 #include "fx/nuclei.h"
@@ -36,21 +36,13 @@ struct Quadri {
     int quanti = 0;
 };
 
-void aggiungi(Quadri& q, const ospite::Quadro& uscita, bool tieni)
+void aggiungi(Quadri& q, const banco::Tela& uscita, bool tieni)
 {
-    q.totale = ospite::somma(uscita, q.totale);
+    q.totale = scena::somma(uscita, q.totale);
     ++q.quanti;
+    const float* p = banco::pixel(uscita, 0, 0);
     if (tieni)
-        q.campioni.insert(q.campioni.end(), uscita.rgba.begin(), uscita.rgba.end());
-}
-
-constexpr const char* EFFETTI[] = {"enhance", "pelle", "halation", "bloom", "streak",   "promist",
-                                   "stella",  "mistw", "glimmer",  "ca",    "vignetta", "grana"};
-
-void accendi(ospite::Istanza& i, const char* effetto, bool acceso)
-{
-    const std::string interruttore = std::string(effetto) + "_on";
-    ospite::imposta(i, interruttore.c_str(), acceso ? 1 : 0);
+        q.campioni.insert(q.campioni.end(), p, p + 4l * uscita.limiti.x2 * uscita.limiti.y2);
 }
 
 struct Misura {
@@ -61,38 +53,37 @@ constexpr Misura GRANDI[] = {{1, 1},     {1, 37},    {53, 1},    {16, 15},   {97
 constexpr Misura PICCOLE[] = {{1, 1}, {16, 15}, {97, 61}, {1920, 17}};
 
 // Through the whole plug-in.
-Quadri per_ospite(OfxPlugin* p, bool piccola, bool tieni)
+Quadri per_ospite(banco::ModuloPtr m, bool piccola, bool tieni)
 {
     Quadri q;
-    ospite::Istanza i;
-    const auto rendi = [&](Misura m, int tempo) {
-        ospite::Quadro sorgente(m.larghezza, m.altezza);
-        ospite::Quadro uscita(m.larghezza, m.altezza);
-        ospite::disegna(sorgente);
-        if (ospite::rendi(p, i, tempo, sorgente, uscita) != 0)
-            std::exit(1);
-        aggiungi(q, uscita, tieni);
-    };
     for (int look = 0; look < 12; ++look) {
-        ospite::predefiniti(i);
-        ospite::imposta(i, "look", look);
-        ospite::imposta(i, "formato", look * 5 % 18);
-        ospite::imposta(i, "ev", look % 3 - 1);
-        ospite::imposta(i, "forza", look % 4 == 3 ? 0.75 : 1.0);
-        ospite::imposta(i, "punte", look % 3);
         if (piccola && look % 4 != 0)
             continue;
-        for (const char* effetto : EFFETTI)
-            accendi(i, effetto, true);
+        const banco::IstanzaPtr i =
+            banco::crea_istanza(*m, {{"look", look},
+                                     {"formato", look * 5 % 18},
+                                     {"ev", look % 3 - 1},
+                                     {"forza", look % 4 == 3 ? 0.75 : 1.0},
+                                     {"punte", look % 3}});
+        banco::registro(*i).scrivi = false;
+        const auto rendi = [&](Misura n, int tempo) {
+            banco::Tela sorgente = scena::disegno(n.larghezza, n.altezza);
+            aggiungi(q, scena::rendi(*i, tempo, sorgente), tieni);
+        };
+        const auto accendi = [&](const char* solo) {
+            for (const char* effetto : scena::EFFETTI)
+                banco::imposta(*i, std::string(effetto) + "_on",
+                               solo == nullptr || solo == effetto ? 1 : 0);
+        };
+        accendi(nullptr);
         const int misure = static_cast<int>(piccola ? std::size(PICCOLE) : std::size(GRANDI));
         for (int n = 0; n < misure; ++n)
             if (piccola || look == 0 || n % 3 == look % 3)
                 rendi(piccola ? PICCOLE[n] : GRANDI[n], look + n);
         if (look != 0 && look != 8)
             continue;
-        for (const char* solo : EFFETTI) {
-            for (const char* effetto : EFFETTI)
-                accendi(i, effetto, effetto == solo);
+        for (const char* solo : scena::EFFETTI) {
+            accendi(solo);
             rendi(piccola ? Misura{64, 36} : Misura{384, 216}, 24);
         }
     }
@@ -111,15 +102,15 @@ Quadri per_catena(bool tieni)
             for (int c = 0; c < 12; ++c)
                 *campi[c] = n == 12 || n == c ? 0.4f : 0.0f;
             r.fotogramma = n;
-            ospite::Quadro quadro(m.larghezza, m.altezza);
-            ospite::disegna(quadro, 1);
-            const std::size_t pixel = quadro.rgba.size() / 4;
+            banco::Tela quadro = scena::disegno(m.larghezza, m.altezza, 1);
+            float* rgba = banco::pixel(quadro, 0, 0);
+            const auto pixel = static_cast<std::size_t>(m.larghezza * m.altezza);
             Immagine img(pixel * 3);
             for (std::size_t k = 0; k < pixel * 3; ++k)
-                img[k] = std::isfinite(quadro.rgba[k]) ? quadro.rgba[k] : 0.5f;
+                img[k] = std::isfinite(rgba[k]) ? rgba[k] : 0.5f;
             applica_fx(img, m.larghezza, m.altezza, r);
             for (std::size_t k = 0; k < pixel * 3; ++k)
-                quadro.rgba[k] = img[k];
+                rgba[k] = img[k];
             aggiungi(q, quadro, tieni);
         }
     return q;
@@ -202,10 +193,9 @@ int main(int argc, char** argv)
     if (catena) {
         q = per_catena(tieni);
     } else {
-        OfxPlugin* p = modulo != nullptr ? ospite::apri(modulo) : OfxGetPlugin(0);
-        if (!ospite::presenta(p))
-            return 1;
-        q = per_ospite(p, piccola, tieni);
+        q = per_ospite(
+            banco::carica(modulo != nullptr ? banco::apri(modulo) : banco::apri(OfxGetPlugin(0))),
+            piccola, tieni);
     }
     std::printf("%016llx  %d frames, %d threads, %s\n", static_cast<unsigned long long>(q.totale),
                 q.quanti, gProcessori, modulo != nullptr ? "module" : gNuclei->nome);
