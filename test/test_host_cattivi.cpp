@@ -1,9 +1,7 @@
 #include "host.h"
 #include "ofx/ofx.h"
 
-#include <atomic>
 #include <functional>
-#include <thread>
 
 using namespace prova;
 
@@ -100,39 +98,4 @@ TEST_CASE("whatever call a host fails, creating, changing and describing end as 
     CHECK(descrivi_in_contesto(*altro, FILTRO) == kOfxStatOK);
     CHECK(parametri(*altro).size() == 35);
     dai_host(modulo());  // the other host's record goes away
-}
-
-TEST_CASE("two instances render while a third is described")
-{
-    const Rettangolo f{0, 0, 37, 29};
-    Tela sorgente = tela(f);
-    dipingi(sorgente);
-    std::atomic<bool> basta{false};
-    std::atomic<int> diversi{0};
-    std::vector<std::thread> thread;
-    for (int n = 0; n < 2; ++n)
-        thread.emplace_back([&, n] {
-            auto valori = tutti_gli_effetti(n);
-            valori["look"] = 4 * n;
-            const IstanzaPtr i = crea_istanza(modulo(), valori);
-            registro(*i).scrivi = false;
-            Bit prima;
-            for (int k = 0; k < 12; ++k) {
-                Tela uscita = tela(f);
-                if (rendi(*i, 2.0, f, figura(sorgente), figura(uscita)) != kOfxStatOK)
-                    ++diversi;
-                const Bit ora = bit_di(uscita, f);
-                if (!prima.empty() && ora != prima)
-                    ++diversi;
-                prima = ora;
-            }
-            basta = true;
-        });
-    while (!basta) {
-        CHECK(azione(modulo(), "OfxActionDescribe") == kOfxStatOK);
-        CHECK(descrivi_in_contesto(modulo(), GENERALE) == kOfxStatOK);
-    }
-    for (std::thread& t : thread)
-        t.join();
-    CHECK(diversi == 0);
 }

@@ -2,10 +2,12 @@
 // window inside both images, as hosts do; everything else may be anything. Besides what the
 // sanitizers find, a frame must write its window alone, keep alpha, release its images, and come
 // out the same on other threads and vector levels, and as plain loops make it.
-#include "ospite.h"
+#include "banco/banco.h"
 
 #include "colore/colore.h"
 #include "fx/nuclei.h"
+#include "ofx/ofx.h"
+#include "ofx/suite.h"
 #include "render/impostazioni.h"
 #include "render/lut3d.h"
 #include "render/parallel_for.h"
@@ -26,7 +28,6 @@ extern "C" OfxPlugin* OfxGetPlugin(int);
 namespace {
 
 using namespace varno;
-using ospite::Istanza;
 
 // A rebuild of the table costs a thousand small frames: the settings that it hangs on stay those of
 // the frame before, but for one frame in so many. The first one of a run always has its own.
@@ -87,59 +88,86 @@ double numero(Lettore& l, double minimo, double massimo)
     }
 }
 
-void parametri(Lettore& l, Istanza& i)
+// The one module and the one instance of all sessions; an instance keeps nothing but parameters.
+banco::Modulo* gModulo;
+banco::Istanza* gIstanza;
+std::vector<banco::Parametro> gParametri;
+std::vector<double> gValori;  // of gParametri
+
+void parametri(Lettore& l)
 {
-    ospite::predefiniti(i);
+    for (std::size_t n = 0; n < gParametri.size(); ++n)
+        gValori[n] = gParametri[n].predefinito;
+    const auto e_numero = [](const banco::Parametro& p) { return p.tipo == "OfxParamTypeDouble"; };
     for (unsigned n = l.fino_a(l.fino_a(3) == 0 ? 40 : 9); n > 0; --n) {
-        const int quale = static_cast<int>(l.fino_a(34));
-        if (ospite::e_numero(quale) && quale > 0 && !ospite::e_numero(quale - 1))
-            i.parametri[quale - 1].i = 1;  // an amount stands behind its switch
-        double minimo = 0.0;
-        double massimo = 0.0;
-        ospite::intervallo(quale, minimo, massimo);
-        OfxParamStruct& p = i.parametri[quale];
-        if (p.numero)
-            p.v = numero(l, minimo, massimo);
+        const unsigned quale = l.fino_a(34);
+        const banco::Parametro& p = gParametri[quale];
+        if (e_numero(p) && quale > 0 && !e_numero(gParametri[quale - 1]))
+            gValori[quale - 1] = 1;  // an amount stands behind its switch
+        if (e_numero(p))
+            gValori[quale] = numero(l, p.minimo, p.massimo);
         else if (l.fino_a(7) == 0)
-            p.i = l.fino_a(1) != 0 ? limite<int>(l.byte()) : l.grezzo<int>();
+            gValori[quale] = l.fino_a(1) != 0 ? limite<int>(l.byte()) : l.grezzo<int>();
         else
-            p.i = static_cast<int>(l.fino_a(static_cast<unsigned>(massimo)));
+            gValori[quale] =
+                l.fino_a(p.opzioni.empty() ? 1 : static_cast<unsigned>(p.opzioni.size() - 1));
     }
+}
+
+void consegna_parametri()
+{
+    for (std::size_t n = 0; n < gParametri.size(); ++n)
+        banco::imposta(*gIstanza, gParametri[n].nome, gValori[n]);
 }
 
 // --- The table's settings -----------------------------------------------------------------------
 
-constexpr const char* CHIAVE[] = {"look",    "forza",    "ev",       "temp",     "tinta",
-                                  "formato", "cs_sony3", "cs_sony2", "cs_canon", "cs_apple"};
-OfxParamStruct gChiave[std::size(CHIAVE)];
+constexpr std::size_t CHIAVE = 10;  // the first parameters: formats, look and grade
+double gChiave[CHIAVE];
 
-void risparmia_tabella(Istanza& i)
+void risparmia_tabella()
 {
-    bool diversa = false;
-    bool vale = true;  // not-a-number rebuilds on every frame
-    for (std::size_t n = 0; n < std::size(CHIAVE); ++n) {
-        const OfxParamStruct& p = i.parametri[ospite::parametro(CHIAVE[n])];
-        diversa = diversa || !(p.v == gChiave[n].v && p.i == gChiave[n].i);
-        vale = vale && !std::isnan(p.v);
-    }
-    if (!diversa || gDaTabella++ < RARO) {
-        for (std::size_t n = 0; n < std::size(CHIAVE); ++n)
-            i.parametri[ospite::parametro(CHIAVE[n])] = gChiave[n];
+    double* v = gValori.data();
+    const bool vale = std::none_of(v, v + CHIAVE, [](double x) { return std::isnan(x); });
+    if (std::equal(v, v + CHIAVE, gChiave) || gDaTabella++ < RARO) {
+        std::copy_n(gChiave, CHIAVE, v);
         return;
     }
     gDaTabella = 0;
-    if (vale)
-        for (std::size_t n = 0; n < std::size(CHIAVE); ++n)
-            gChiave[n] = i.parametri[ospite::parametro(CHIAVE[n])];
+    if (vale)  // not-a-number rebuilds on every frame
+        std::copy_n(v, CHIAVE, gChiave);
+}
+
+// The plug-in with one more action, which reads the settings as a render would.
+Impostazioni gLette;
+double gTempo = 0.0;
+
+int entrata(const char* azione, const void* effetto, OfxPropertySetHandle in,
+            OfxPropertySetHandle fuori)
+{
+    if (std::strcmp(azione, "leggi") != 0)
+        return OfxGetPlugin(0)->mainEntry(azione, effetto, in, fuori);
+    OfxParamSetHandle set = nullptr;
+    gEff->getParamSet(static_cast<OfxImageEffectHandle>(const_cast<void*>(effetto)), &set);
+    gLette = leggi_impostazioni(set, gTempo);
+    return kOfxStatOK;
+}
+
+const Impostazioni& lette(double tempo)
+{
+    consegna_parametri();
+    gTempo = tempo;
+    banco::azione(*gIstanza, "leggi");
+    return gLette;
 }
 
 // What a rebuild would do with these settings, at a few points.
-void prova_colore(Lettore& l, Istanza& i, double tempo)
+void prova_colore(Lettore& l, double tempo)
 {
-    const Impostazioni imp = leggi_impostazioni(reinterpret_cast<OfxParamSetHandle>(&i), tempo);
+    const Contesto& contesto = lette(tempo).contesto;
     Lut3D lut;
-    lut.costruisci(imp.contesto, static_cast<int>(2 + l.fino_a(3)));
-    applica_colore({l.grezzo<float>(), l.grezzo<float>(), l.grezzo<float>()}, imp.contesto);
+    lut.costruisci(contesto, static_cast<int>(2 + l.fino_a(3)));
+    applica_colore({l.grezzo<float>(), l.grezzo<float>(), l.grezzo<float>()}, contesto);
 }
 
 // --- Images -------------------------------------------------------------------------------------
@@ -152,7 +180,7 @@ struct Geometria {
 // Memory of exactly its size, so that a byte beside it is a finding.
 struct Tela {
     std::vector<unsigned char> memoria;
-    ospite::Immagine immagine;
+    banco::Figura figura;
     std::size_t passo = 0;
     std::size_t finestra = 0;  // byte of the window's first pixel
     int larghezza = 0, altezza = 0;
@@ -199,12 +227,11 @@ Tela tela(Lettore& l, const Geometria& g, int righe_in_piu)
         std::memcpy(&t.memoria[b], &f, sizeof f);
     }
     const std::size_t prima = t.capovolta ? ultima : 0;
-    t.immagine.dati = t.memoria.data() + prima;
-    t.immagine.byte_riga = (t.capovolta ? -1 : 1) * static_cast<int>(t.passo);
-    t.immagine.limiti[0] = g.x - sinistra;
-    t.immagine.limiti[1] = g.y - sotto;
-    t.immagine.limiti[2] = t.immagine.limiti[0] + larghezza;
-    t.immagine.limiti[3] = t.immagine.limiti[1] + altezza;
+    const int x = g.x - sinistra;
+    const int y = g.y - sotto;
+    t.figura = {t.memoria.data() + prima,
+                (t.capovolta ? -1 : 1) * static_cast<int>(t.passo),
+                {x, y, x + larghezza, y + altezza}};
     t.finestra = prima + static_cast<std::size_t>(sinistra) * 16;
     t.finestra = t.capovolta ? t.finestra - static_cast<std::size_t>(sotto) * t.passo
                              : t.finestra + static_cast<std::size_t>(sotto) * t.passo;
@@ -255,9 +282,9 @@ bool stessi_bit_o_nan(const unsigned char* a, const unsigned char* b, std::size_
 }
 
 // The picture by plain loops, through the table that the frame just used.
-void confronta_semplice(const Geometria& g, Tela& da, Tela& a, Istanza& i, double tempo)
+void confronta_semplice(const Geometria& g, Tela& da, Tela& a, double tempo)
 {
-    const Impostazioni imp = leggi_impostazioni(reinterpret_cast<OfxParamSetHandle>(&i), tempo);
+    const Impostazioni& imp = lette(tempo);
     static std::shared_ptr<const Lut3D> copiata;
     static semplici::Campioni tavola;
     if (copiata != gLut.lut) {
@@ -298,33 +325,38 @@ void scegli_macchina(Lettore& l)
     gNuclei = livelli[l.fino_a(quanti - 1)];
 }
 
-void prova_quadro(Lettore& l, OfxPlugin* p, Istanza& i)
+int rendi(double tempo, const banco::Rettangolo& finestra, const banco::Figura& da,
+          const banco::Figura& a)
+{
+    const int stato = banco::rendi_solo(*gIstanza, tempo, finestra, da, a);
+    pretendi(banco::registro(*gIstanza).violazioni.empty(), "a rule of the host was broken");
+    return stato;
+}
+
+void prova_quadro(Lettore& l)
 {
     const Geometria g = geometria(l);
     const unsigned sovrapposta = l.fino_a(7);  // 1 in place, 2 a row further on
+    const bool separata = sovrapposta != 1 && sovrapposta != 2;
     Tela da = tela(l, g, sovrapposta == 2 ? 1 : 0);
-    Tela a = sovrapposta == 1 || sovrapposta == 2 ? Tela{} : tela(l, g, 0);
-    i.sorgente = da.immagine;
-    i.uscita = a.immagine;
-    if (sovrapposta == 1 || sovrapposta == 2) {
-        i.uscita = da.immagine;
-        if (sovrapposta == 2)
-            i.uscita.dati = static_cast<unsigned char*>(i.uscita.dati) + i.uscita.byte_riga;
-    }
+    Tela a = separata ? tela(l, g, 0) : Tela{};
+    banco::Figura sorgente = da.figura;
+    banco::Figura uscita = separata ? a.figura : da.figura;
+    if (sovrapposta == 2)
+        uscita.dati = static_cast<unsigned char*>(uscita.dati) + uscita.byte_riga;
     int finestra[4] = {g.x, g.y, g.x + g.larghezza, g.y + g.altezza};
-    bool riesce = true;
+    std::vector<banco::Guasto>& guasti = banco::registro(*gIstanza).guasti;
+    guasti.clear();
+    bool riesce = false;
     switch (l.fino_a(31)) {
     case 1:
-        i.sorgente.manca = true;
-        riesce = false;
+        guasti = {{"clipGetImage", "Source"}};
         break;
     case 2:
-        i.uscita.manca = true;
-        riesce = false;
+        guasti = {{"clipGetImage", "Output"}};
         break;
     case 3:
-        (l.fino_a(1) != 0 ? i.sorgente : i.uscita).dati = nullptr;
-        riesce = false;
+        (l.fino_a(1) != 0 ? sorgente : uscita).dati = nullptr;
         break;
     case 4: {
         const unsigned asse = l.fino_a(1);
@@ -334,28 +366,27 @@ void prova_quadro(Lettore& l, OfxPlugin* p, Istanza& i)
                                                     static_cast<std::uint32_t>(finestra[asse]));
         if (lato > 0)
             finestra[asse + 2] = finestra[asse];
-        riesce = false;
         break;
     }
     default:
+        riesce = true;
         break;
     }
+    const banco::Rettangolo f{finestra[0], finestra[1], finestra[2], finestra[3]};
     const double tempo = l.fino_a(1) != 0 ? numero(l, -1000.0, 100000.0) : l.byte();
-    prova_colore(l, i, tempo);
-    risparmia_tabella(i);
+    prova_colore(l, tempo);
+    risparmia_tabella();
+    consegna_parametri();
     scegli_macchina(l);
 
     const std::vector<unsigned char> prima_da = da.memoria;
-    const std::vector<unsigned char> prima_a = a.memoria;
-    i.prese = i.rilasciate = 0;
-    const int stato = ospite::rendi(p, i, tempo, finestra);
-    pretendi(stato == (riesce ? 0 : 1), "status");
-    pretendi(i.prese == i.rilasciate, "an image was not released, or twice");
-    if (a.memoria.empty())
+    std::vector<unsigned char> attesa = a.memoria;  // but for the window, which is taken over
+    pretendi(rendi(tempo, f, sorgente, uscita) == (riesce ? 0 : 1), "status");
+    guasti.clear();
+    if (!separata)
         return;
 
     pretendi(da.memoria == prima_da, "the source was written");
-    std::vector<unsigned char> attesa = prima_a;  // but for the window, which is taken over
     if (riesce) {
         const auto byte = static_cast<std::size_t>(g.larghezza) * 16;
         for (int y = 0; y < g.altezza; ++y) {
@@ -369,79 +400,92 @@ void prova_quadro(Lettore& l, OfxPlugin* p, Istanza& i)
 
     const unsigned ancora = l.fino_a(3);
     if (riesce && ancora == 1 && g.larghezza * g.altezza < 4000)
-        confronta_semplice(g, da, a, i, tempo);
+        confronta_semplice(g, da, a, tempo);
     if (riesce && ancora == 0) {
         scegli_macchina(l);
-        bool stabile = true;  // a key with not-a-number would rebuild once more
-        for (const char* nome : CHIAVE)
-            stabile = stabile && !std::isnan(i.parametri[ospite::parametro(nome)].v);
-        if (stabile) {
-            pretendi(ospite::rendi(p, i, tempo, finestra) == 0, "status of the second time");
+        // A key with not-a-number would rebuild once more.
+        if (std::none_of(gValori.begin(), gValori.begin() + CHIAVE,
+                         [](double x) { return std::isnan(x); })) {
+            pretendi(rendi(tempo, f, sorgente, uscita) == 0, "status of the second time");
             pretendi(stessi_bit_o_nan(a.memoria.data(), attesa.data(), attesa.size() & ~3u),
                      "another machine made another picture");
         }
     }
 }
 
-void una_azione(Lettore& l, OfxPlugin* p, Istanza& i)
+void una_azione(Lettore& l)
 {
     constexpr const char* nomi[] = {"formato", "look",     "halation", "Source",
                                     "",        "formatoo", nullptr};
     constexpr const char* ignote[] = {"", "OfxActionUnload", "OfxActionPurgeCaches",
                                       "OfxImageEffectActionIsIdentity", "OfxActionLoad "};
+    consegna_parametri();
     switch (l.fino_a(15)) {
     case 8:
-        pretendi(ospite::azione(p, "OfxActionCreateInstance", &i) == 0, "create");
+        pretendi(banco::azione(*gIstanza, "OfxActionCreateInstance") == 0, "create");
         break;
     case 1:
-        pretendi(ospite::azione(p, "OfxActionDestroyInstance", &i) == 0, "destroy");
+        pretendi(banco::azione(*gIstanza, "OfxActionDestroyInstance") == 0, "destroy");
         break;
     case 2:
-        pretendi(ospite::cambiato(p, i, nomi[l.fino_a(6)]) == 0, "changed");
+        pretendi(banco::avvisa(*gIstanza, nomi[l.fino_a(6)]) == 0, "changed");
         break;
     case 3:
-        pretendi(ospite::azione(p, ignote[l.fino_a(4)], &i) == 14, "unknown action");
+        pretendi(banco::azione(*gIstanza, ignote[l.fino_a(4)]) == 14, "unknown action");
         break;
     case 4:
-        pretendi(ospite::azione(p, "OfxImageEffectActionGetClipPreferences", &i) == 14, "clip");
+        pretendi(banco::azione(*gIstanza, "OfxImageEffectActionGetClipPreferences") == 14, "clip");
         break;
     case 5:  // a suite short, or no host at all; then a whole one, since only Load looks
-        ospite::suite_mancante(l.fino_a(1) != 0 ? "OfxPropertySuite" : nullptr);
-        ospite::dai_host(p, l.fino_a(1) != 0);
-        ospite::azione(p, "OfxActionLoad");
-        ospite::suite_mancante(nullptr);
-        pretendi(ospite::presenta(p), "load again");
+        if (l.fino_a(1) != 0)
+            banco::suite_mancanti(*gModulo, {"OfxPropertySuite"});
+        banco::dai_host(*gModulo, l.fino_a(1) != 0);
+        banco::azione(*gModulo, "OfxActionLoad");
+        banco::suite_mancanti(*gModulo, {});
+        banco::dai_host(*gModulo);
+        pretendi(banco::azione(*gModulo, "OfxActionLoad") == 0 &&
+                     banco::azione(*gModulo, "OfxActionDescribe") == 0 &&
+                     banco::descrivi_in_contesto(*gModulo, banco::FILTRO) == 0,
+                 "load again");
         break;
-    case 6:  // no handle at all
-        ospite::azione(p, "OfxActionCreateInstance");
-        ospite::azione(p, "OfxImageEffectActionRender");
+    case 6:  // no handle at all, which every call that comes of it tells
+        banco::azione(*gModulo, "OfxActionCreateInstance");
+        banco::registro(*gModulo).violazioni.clear();
         break;
     default:
-        prova_quadro(l, p, i);
+        prova_quadro(l);
         break;
     }
+    for (const banco::Registro* r : {&banco::registro(*gModulo), &banco::registro(*gIstanza)})
+        pretendi(r->violazioni.empty(), "a rule of the host was broken");
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* dati, std::size_t quanti)
 {
-    static OfxPlugin* const p = [] {
+    [[maybe_unused]] static const bool pronto = [] {
         varno::gThreadHardware = [] { return gThread; };
-        OfxPlugin* plugin = OfxGetPlugin(0);
-        pretendi(ospite::presenta(plugin) && ospite::quanti_parametri() == 35, "describe");
-        Istanza i;
-        ospite::predefiniti(i);
-        for (std::size_t n = 0; n < std::size(CHIAVE); ++n)
-            gChiave[n] = i.parametri[ospite::parametro(CHIAVE[n])];
-        return plugin;
+        static OfxPlugin plugin = *OfxGetPlugin(0);
+        plugin.mainEntry = entrata;
+        static const banco::ModuloPtr modulo = banco::carica(banco::apri(&plugin));
+        gModulo = modulo.get();
+        banco::registro(*gModulo).scrivi = false;
+        static const banco::IstanzaPtr istanza = banco::nuova_istanza(*gModulo);
+        gIstanza = istanza.get();
+        banco::registro(*gIstanza).scrivi = false;
+        gParametri = banco::parametri(*gModulo);
+        pretendi(gParametri.size() == 35, "describe");
+        for (const banco::Parametro& p : gParametri)
+            gValori.push_back(p.predefinito);
+        std::copy_n(gValori.data(), CHIAVE, gChiave);
+        return true;
     }();
     Lettore l{dati, dati + quanti};
     Lettore valori{dati, dati + quanti, true};
-    Istanza i;
     for (unsigned n = 1 + (l.fino_a(7) == 0 ? l.fino_a(3) : l.fino_a(1)); n > 0; --n) {
-        parametri(valori, i);
-        una_azione(l, p, i);
+        parametri(valori);
+        una_azione(l);
     }
     return 0;
 }

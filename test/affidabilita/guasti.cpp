@@ -193,7 +193,7 @@ struct Scena {
     }
     const char* nome;
     Azione azione;
-    bool grande;               // blocks of a size that comes from the system by itself
+    bool grande;              // blocks of a size that comes from the system by itself
     banco::IstanzaPtr prima;  // a frame of these settings was made already
     banco::IstanzaPtr dopo;   // the action that is disturbed has these
 };

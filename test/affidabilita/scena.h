@@ -86,10 +86,12 @@ inline void sorteggia(banco::Modulo& m, banco::Istanza& i, unsigned seme, bool g
     for (const banco::Parametro& p : banco::parametri(m)) {
         if (del_grado == grado) {
             const bool numero = p.tipo == "OfxParamTypeDouble";
-            const unsigned ultimo = p.opzioni.empty() ? 1 : static_cast<unsigned>(p.opzioni.size() - 1);
+            const unsigned ultimo =
+                p.opzioni.empty() ? 1 : static_cast<unsigned>(p.opzioni.size() - 1);
             banco::imposta(i, p.nome,
-                           numero ? p.minimo + (p.massimo - p.minimo) * static_cast<double>(caso.uno())
-                                  : caso.fino_a(ultimo));
+                           numero
+                               ? p.minimo + (p.massimo - p.minimo) * static_cast<double>(caso.uno())
+                               : caso.fino_a(ultimo));
         }
         del_grado = del_grado && p.nome != "tinta";
     }

@@ -2,25 +2,49 @@
 // of the reduction. Equal numbers from two builds or machines are equal pictures, bit for bit.
 //
 //     somma [--module FILE] [--threads N] [--level NAME] [--small] [--effects]
-//           [--write FILE | --compare FILE]
+//           [--write FILE | --compare FILE [--within MAX]]
 //
 // Without a module it is the plug-in linked into this program. --level puts one set of vector
 // kernels in place, which a module chooses by itself. --small is a set for slow machines, --effects
 // one of pictures that never see the table and so no power of the C library but the effects' own.
 // --compare tells the largest difference from what --write put down on another machine.
+//
+// What a module leaves behind, where nothing but the module and this program is; fails where it is
+// more than nothing:
+//
+//     somma --module FILE --cycles N     loads, renders, unloads
+//     somma --module FILE --frames N     one process, random settings, many tables
+//     somma --module FILE --boundary     one session, between marks for strace
+//     somma --module FILE --exception    an exception leaves mainEntry; who catches it
 #include "scena.h"
 
 #include "fx/fx.h"
 #include "fx/nuclei.h"
 
-#include <sched.h>
-
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <new>
 #include <string>
 #include <vector>
+
+#if defined(_WIN32)
+#include <windows.h>
+//
+#include <psapi.h>
+#else
+#include <dlfcn.h>
+#include <unistd.h>
+#endif
+#if defined(__linux__)
+#include <malloc.h>
+#include <sched.h>
+#endif
 
 extern "C" OfxPlugin* OfxGetPlugin(int);
 
@@ -59,12 +83,11 @@ Quadri per_ospite(banco::ModuloPtr m, bool piccola, bool tieni)
     for (int look = 0; look < 12; ++look) {
         if (piccola && look % 4 != 0)
             continue;
-        const banco::IstanzaPtr i =
-            banco::crea_istanza(*m, {{"look", look},
-                                     {"formato", look * 5 % 18},
-                                     {"ev", look % 3 - 1},
-                                     {"forza", look % 4 == 3 ? 0.75 : 1.0},
-                                     {"punte", look % 3}});
+        const banco::IstanzaPtr i = banco::crea_istanza(*m, {{"look", look},
+                                                             {"formato", look * 5 % 18},
+                                                             {"ev", look % 3 - 1},
+                                                             {"forza", look % 4 == 3 ? 0.75 : 1.0},
+                                                             {"punte", look % 3}});
         banco::registro(*i).scrivi = false;
         const auto rendi = [&](Misura n, int tempo) {
             banco::Tela sorgente = scena::disegno(n.larghezza, n.altezza);
@@ -126,7 +149,7 @@ bool scegli_livello(const char* nome)
     return false;
 }
 
-int confronta(const Quadri& q, const char* file)
+int confronta(const Quadri& q, const char* file, float concessa)
 {
     std::FILE* f = std::fopen(file, "rb");
     std::vector<float> altri(q.campioni.size());
@@ -138,32 +161,177 @@ int confronta(const Quadri& q, const char* file)
     float massima = 0.0f;
     long diversi = 0;
     for (std::size_t k = 0; k < altri.size(); ++k) {
+        if (std::memcmp(&altri[k], &q.campioni[k], sizeof(float)) == 0 ||
+            (std::isnan(altri[k]) && std::isnan(q.campioni[k])))
+            continue;
+        ++diversi;
         const float d = std::abs(altri[k] - q.campioni[k]);
-        if (d > 0.0f)
-            ++diversi;
-        massima = std::max(massima, d);
+        if (!(d <= massima))
+            massima = d;
     }
     std::printf("%zu samples, %ld differ, the largest difference is %g\n", altri.size(), diversi,
                 static_cast<double>(massima));
-    return 0;
+    return massima <= concessa ? 0 : 1;
 }
 
-}  // namespace
+// --- What stays behind ---------------------------------------------------------------------------
 
-// What the plug-in asks for the number of processors, also from a module.
-extern "C" int sched_getaffinity(pid_t, std::size_t n, cpu_set_t* processori)
+// What this process holds: bytes resident and, where it can be told, allocated, threads, files.
+struct Risorse {
+    double residente = 0.0, allocata = 0.0;
+    long thread = 0, file = 0;
+};
+
+Risorse risorse()
 {
-    std::memset(processori, 0, n);
-    for (int i = 0; i < gProcessori; ++i)
-        CPU_SET(i, processori);
+#if defined(_WIN32)
+    PROCESS_MEMORY_COUNTERS c{};
+    GetProcessMemoryInfo(GetCurrentProcess(), &c, sizeof c);
+    return {static_cast<double>(c.WorkingSetSize)};
+#else
+    const auto voci = [](const char* cartella) {
+        std::error_code e;
+        std::filesystem::directory_iterator voce(cartella, e);
+        return static_cast<long>(std::distance(voce, std::filesystem::directory_iterator()));
+    };
+    long pagine = 0;
+    if (std::FILE* f = std::fopen("/proc/self/statm", "r")) {
+        if (std::fscanf(f, "%*d %ld", &pagine) != 1)
+            pagine = 0;
+        std::fclose(f);
+    }
+#if !defined(__linux__)
+    const double allocata = 0.0;
+#elif __GLIBC_PREREQ(2, 33)
+    const auto allocata = static_cast<double>(mallinfo2().uordblks);
+#else
+    const auto allocata = static_cast<double>(mallinfo().uordblks);
+#endif
+    return {static_cast<double>(pagine) * static_cast<double>(sysconf(_SC_PAGESIZE)), allocata,
+            voci("/proc/self/task"), voci("/proc/self/fd")};
+#endif
+}
+
+// Runs it so often, and looks at the process once the system's own caches have filled up.
+int resta(int quante, int prima, double byte, double allocati, const std::function<void(int)>& giro)
+{
+    Risorse inizio;
+    for (int n = 0; n < prima + quante; ++n) {
+        if (n == prima)
+            inizio = risorse();
+        giro(n);
+    }
+    const Risorse fine = risorse();
+    std::printf("%d times: resident %.2f MiB, then %.2f MiB; allocated %+.0f bytes; threads %ld, "
+                "then %ld; files %ld, then %ld\n",
+                quante, inizio.residente / 0x1p20, fine.residente / 0x1p20,
+                fine.allocata - inizio.allocata, inizio.thread, fine.thread, inizio.file,
+                fine.file);
+    return fine.residente - inizio.residente < byte && fine.allocata - inizio.allocata < allocati &&
+                   fine.thread == inizio.thread && fine.file == inizio.file
+               ? 0
+               : 1;
+}
+
+int cicli(const char* modulo, int quanti)
+{
+    banco::Tela sorgente = scena::disegno(32, 32);
+    return resta(quanti, 10, 0x1p20, 256.0 * quanti, [&](int n) {
+        {
+            const banco::ModuloPtr m = banco::carica(modulo);
+            const banco::IstanzaPtr i = banco::crea_istanza(*m);
+            scena::sorteggia(*m, *i, static_cast<unsigned>(n), false);
+            banco::avvisa(*i, "look");
+            scena::rendi(*i, n, sorgente);
+        }
+#if !defined(_WIN32)
+        if (dlopen(modulo, RTLD_NOW | RTLD_NOLOAD) != nullptr) {
+            std::printf("the module stays loaded after dlclose\n");
+            std::exit(1);
+        }
+#endif
+    });
+}
+
+int quadri(const char* modulo, int quanti)
+{
+    const banco::ModuloPtr m = banco::carica(modulo);
+    const banco::IstanzaPtr i = banco::crea_istanza(*m);
+    banco::registro(*i).scrivi = false;
+    scena::Caso caso{1};
+    // What the C library keeps of tables given back has settled after a few of them.
+    return resta(quanti, 100, 0x1p20, INFINITY, [&](int n) {
+        if (n % (n < 100 ? 4 : 20) == 0)
+            scena::sorteggia(*m, *i, static_cast<unsigned>(n), true);
+        scena::sorteggia(*m, *i, static_cast<unsigned>(n), false);
+        banco::Tela sorgente = scena::disegno(static_cast<int>(1 + caso.fino_a(63)),
+                                              static_cast<int>(1 + caso.fino_a(63)));
+        scena::rendi(*i, n, sorgente);
+    });
+}
+
+// A call that does nothing and is seen in the trace.
+void segna([[maybe_unused]] const char* testo)
+{
+#if !defined(_WIN32)
+    [[maybe_unused]] const ssize_t n = write(-1, testo, std::strlen(testo));
+#endif
+}
+
+int confine(const char* modulo)
+{
+    banco::Tela sorgente = scena::disegno(64, 48);
+    segna("mark: open");
+    banco::ModuloPtr m = banco::apri(modulo);
+    segna("mark: session");
+    m = banco::carica(std::move(m));
+    {
+        const banco::IstanzaPtr i = banco::crea_istanza(*m);
+        banco::avvisa(*i, "formato");
+        banco::avvisa(*i, "look");
+        for (const unsigned seme : {1u, 2u}) {
+            for (const bool grado : {true, false})
+                scena::sorteggia(*m, *i, seme, grado);
+            scena::rendi(*i, 1.0, sorgente);
+        }
+    }
+    banco::azione(*m, "OfxActionUnload");
+    segna("mark: close");
+    m.reset();
+    segna("mark: end");
     return 0;
 }
 
-int main(int argc, char** argv)
+// A window of 2^40 pixels: no memory is that large, and nothing of it is touched.
+int eccezione(const char* modulo)
+{
+    const banco::ModuloPtr m = banco::carica(modulo);
+    const banco::IstanzaPtr i = banco::crea_istanza(*m);
+    banco::Tela sorgente = scena::disegno(24, 20);
+    banco::Tela uscita = banco::tela(sorgente.limiti);
+    for (int volta = 0; volta < 3; ++volta) {
+        try {
+            const int stato = banco::rendi_solo(*i, 0.0, {0, 0, 1 << 20, 1 << 20},
+                                                banco::figura(sorgente), banco::figura(uscita));
+            std::printf("no exception, status %d\n", stato);
+            return 1;
+        } catch (const std::bad_alloc&) {
+            std::printf("std::bad_alloc reached the host's handler");
+        } catch (...) {
+            std::printf("an unknown exception reached the host's handler");
+        }
+        std::printf("; uncaught_exceptions() %d\n", std::uncaught_exceptions());
+    }
+    scena::rendi(*i, 0.0, sorgente);
+    return 0;
+}
+
+int fai(int argc, char** argv)
 {
     const char* modulo = nullptr;
     const char* scrivi = nullptr;
     const char* altro = nullptr;
+    float concessa = std::numeric_limits<float>::infinity();
     bool piccola = false;
     bool catena = false;
     for (int n = 1; n < argc; ++n) {
@@ -173,6 +341,14 @@ int main(int argc, char** argv)
             piccola = true;
         else if (a == "--effects")
             catena = true;
+        else if (a == "--boundary" && modulo != nullptr)
+            return confine(modulo);
+        else if (a == "--exception" && modulo != nullptr)
+            return eccezione(modulo);
+        else if (a == "--cycles" && modulo != nullptr)
+            return cicli(modulo, std::atoi(v));
+        else if (a == "--frames" && modulo != nullptr)
+            return quadri(modulo, std::atoi(v));
         else if (a == "--module")
             modulo = v;
         else if (a == "--threads")
@@ -181,6 +357,8 @@ int main(int argc, char** argv)
             scrivi = v;
         else if (a == "--compare")
             altro = v;
+        else if (a == "--within")
+            concessa = std::strtof(v, nullptr);
         else if (a != "--level" || !scegli_livello(v)) {
             std::fprintf(stderr, "somma: not known here: %s %s\n", argv[n], v);
             return 2;
@@ -189,14 +367,11 @@ int main(int argc, char** argv)
             ++n;
     }
     const bool tieni = scrivi != nullptr || altro != nullptr;
-    Quadri q;
-    if (catena) {
-        q = per_catena(tieni);
-    } else {
-        q = per_ospite(
-            banco::carica(modulo != nullptr ? banco::apri(modulo) : banco::apri(OfxGetPlugin(0))),
-            piccola, tieni);
-    }
+    const Quadri q =
+        catena ? per_catena(tieni)
+               : per_ospite(banco::carica(modulo != nullptr ? banco::apri(modulo)
+                                                            : banco::apri(OfxGetPlugin(0))),
+                            piccola, tieni);
     std::printf("%016llx  %d frames, %d threads, %s\n", static_cast<unsigned long long>(q.totale),
                 q.quanti, gProcessori, modulo != nullptr ? "module" : gNuclei->nome);
     if (scrivi != nullptr) {
@@ -209,5 +384,28 @@ int main(int argc, char** argv)
             return 1;
         }
     }
-    return altro != nullptr ? confronta(q, altro) : 0;
+    return altro != nullptr ? confronta(q, altro, concessa) : 0;
+}
+
+}  // namespace
+
+#if defined(__linux__)
+// What the plug-in asks for the number of processors, also from a module.
+extern "C" int sched_getaffinity(pid_t, std::size_t n, cpu_set_t* processori)
+{
+    std::memset(processori, 0, n);
+    for (int i = 0; i < gProcessori; ++i)
+        CPU_SET(i, processori);
+    return 0;
+}
+#endif
+
+int main(int argc, char** argv)
+{
+    try {
+        return fai(argc, argv);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "somma: %s\n", e.what());
+        return 1;
+    }
 }
