@@ -5,50 +5,47 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
+#include <mutex>
 #include <new>
 #include <thread>
+#include <utility>
+#include <vector>
 
 using namespace varno;
 
 namespace {
 
-const std::vector<LookDef>& looks()
+Contesto contesto_di(int look, float forza = 1.0f, float ev = 0.0f, int profilo = 0)
 {
-    static const std::vector<LookDef> elenco = catalogo();
-    return elenco;
+    static const std::vector<LookDef> looks = catalogo();
+    const LookDef& l = looks[static_cast<std::size_t>(look)];
+    return {&l,
+            normalizza_curva(l.spalla, l.bianco, l.contrasto, l.gamma),
+            forza,
+            ev,
+            {1.05f, 0.98f, 0.95f},
+            normalizza_curva(0.9f, 18.0f, 1.0f, 1.0f),
+            profilo};
 }
 
-Contesto contesto_di(int look, float forza, float ev, int profilo)
-{
-    const LookDef& l = looks()[static_cast<std::size_t>(look)];
-    Contesto c;
-    c.look = &l;
-    c.curva_look = normalizza_curva(l.spalla, l.bianco, l.contrasto, l.gamma);
-    c.forza = forza;
-    c.ev = ev;
-    c.guadagno = {1.05f, 0.98f, 0.95f};
-    c.curva_neutra = normalizza_curva(0.9f, 18.0f, 1.0f, 1.0f);
-    c.profilo = profilo;
-    return c;
-}
-
-// Samples that differ from applica_colore at their grid point, in any bit.
+// Samples that differ from applica_colore at their grid point, in any bit; of large tables, those
+// of one row in 37.
 int diversi(const Lut3D& lut, const Contesto& ctx)
 {
     const float passo = 1.0f / static_cast<float>(lut.N - 1);
-    const float* campione = lut.dati.data();
     int n = 0;
-    for (int B = 0; B < lut.N; ++B)
-        for (int G = 0; G < lut.N; ++G)
-            for (int R = 0; R < lut.N; ++R, campione += 3) {
-                const RGB c =
-                    applica_colore({static_cast<float>(R) * passo, static_cast<float>(G) * passo,
-                                    static_cast<float>(B) * passo},
-                                   ctx);
-                n += std::memcmp(campione, &c, sizeof c) != 0;
-            }
+    for (int riga = 0; riga<lut.N * lut.N; riga += lut.N> 20 ? 37 : 1)
+        for (int R = 0; R < lut.N; ++R) {
+            const RGB c = applica_colore({static_cast<float>(R) * passo,
+                                          static_cast<float>(riga % lut.N) * passo,
+                                          static_cast<float>(riga / lut.N) * passo},
+                                         ctx);
+            n += std::memcmp(&lut.dati[static_cast<std::size_t>((riga * lut.N + R) * 3)], &c,
+                             sizeof c) != 0;
+        }
     return n;
 }
 
@@ -85,11 +82,11 @@ TEST_CASE("table: every grid point holds applica_colore's bits")
         { 0, 17, 1.0f,   2.0f,  0},  { 2, 17, 0.5f, -1.0f,  2},  { 3, 17, 0.0f,  0.0f, 30},
         { 4, 17, 1.0f,   0.0f, 30},  { 5, 17, 1.0f,  0.0f,  0},  { 8, 17, 0.7f,  1.0f,  7},
         {10, 17, NAN_F,  0.0f,  0},  {11, 17, 1.0f,  NAN_F, 5},  { 6, 17, 1.0f,  1e30f, 0},
-        { 7,  2, 1.0f,   0.0f,  1},  { 1, 16, 1.0f, -1e30f, 0},
+        { 7,  2, 1.0f,   0.0f,  1},  { 1, 16, 1.0f, -1e30f, 0},  { 2, 100, 0.5f, 0.0f,  0},
     };
     // clang-format on
     for (const Caso& caso : casi) {
-        CAPTURE(looks()[static_cast<std::size_t>(caso.look)].nome);
+        CAPTURE(caso.look);
         CAPTURE(caso.n);
         const Contesto ctx = contesto_di(caso.look, caso.forza, caso.ev, caso.profilo);
         for (const unsigned thread : {1u, 3u}) {
@@ -103,24 +100,10 @@ TEST_CASE("table: every grid point holds applica_colore's bits")
     }
 }
 
-TEST_CASE("table: a row longer than a batch is one row")
-{
-    const Contesto ctx = contesto_di(2, 0.5f, 0.0f, 0);
-    Lut3D lut;
-    lut.costruisci(ctx, 100);
-    const float passo = 1.0f / 99.0f;
-    for (int R = 0; R < 100; ++R) {
-        const RGB c =
-            applica_colore({static_cast<float>(R) * passo, 3.0f * passo, 7.0f * passo}, ctx);
-        CHECK(std::memcmp(&lut.dati[static_cast<std::size_t>(((7 * 100 + 3) * 100 + R) * 3)], &c,
-                          sizeof c) == 0);
-    }
-}
-
 TEST_CASE("table: shared while all settings are equal, rebuilt when one differs")
 {
     const TabellaNuova nuova;
-    const Contesto ctx = contesto_di(0, 1.0f, 0.0f, 0);
+    const Contesto ctx = contesto_di(0);
     const Chiave inizio = {0, 0, 1.0, 0.0, 0.0, 0.0};
     std::shared_ptr<const Lut3D> tavola = aggiorna_tabella(ctx, inizio);
     CHECK(tavola->N == 81);
@@ -148,7 +131,7 @@ TEST_CASE("table: shared while all settings are equal, rebuilt when one differs"
 TEST_CASE("table: a failing rebuild leaves the table and the key as they were")
 {
     const TabellaNuova nuova;
-    const Contesto ctx = contesto_di(0, 1.0f, 0.0f, 0);
+    const Contesto ctx = contesto_di(0);
     const Chiave prima = {0, 0, 1.0, 0.0, 0.0, 0.0};
     const Chiave dopo = {0, 0, 0.5, 0.0, 0.0, 0.0};
     const std::shared_ptr<const Lut3D> tavola = aggiorna_tabella(ctx, prima);
@@ -165,7 +148,7 @@ TEST_CASE("table: a failing rebuild leaves the table and the key as they were")
 TEST_CASE("table: two renders at once each get the one of their own settings")
 {
     const TabellaNuova nuova;
-    const Contesto contesti[] = {contesto_di(1, 1.0f, 0.0f, 0), contesto_di(5, 1.0f, 0.0f, 0)};
+    const Contesto contesti[] = {contesto_di(1), contesto_di(5)};
     int sbagliati[2] = {};
     const auto rendi = [&](int k) {
         const Chiave chiave = {k, 0, 1.0, 0.0, 0.0, 0.0};
@@ -181,4 +164,65 @@ TEST_CASE("table: two renders at once each get the one of their own settings")
     altro.join();
     CHECK(sbagliati[0] == 0);
     CHECK(sbagliati[1] == 0);
+}
+
+TEST_CASE("parallel_for splits into contiguous chunks and visits every index once")
+{
+    struct Caso {
+        std::uint64_t count;
+        unsigned hc;
+        std::size_t pezzi;     // chunks, 0 for no call at all
+        std::uint64_t ultimo;  // first index of the last chunk
+        bool sul_chiamante;
+    };
+    // clang-format off
+    constexpr Caso casi[] = {
+        {  0, 64,  0,  0, true },
+        {  1, 64,  1,  0, true },
+        { 15, 64,  1,  0, true },
+        { 16, 64, 16, 15, false},
+        { 16,  1,  1,  0, true },
+        { 16,  0,  1,  0, true },
+        { 17, 16,  9, 16, false},  // chunk 2: nine threads, the last with one item
+        {100,  8,  8, 91, false},  // chunk 13
+        {100,  2,  2, 50, false},
+    };
+    // clang-format on
+    for (const Caso& caso : casi) {
+        CAPTURE(caso.count);
+        CAPTURE(caso.hc);
+        const ThreadFinti finti(caso.hc);
+        std::mutex m;
+        std::vector<std::pair<std::uint64_t, std::uint64_t>> pezzi;
+        std::vector<std::thread::id> chi;
+        parallel_for_blocchi(caso.count, [&](std::uint64_t inizio, std::uint64_t fine) {
+            const std::lock_guard<std::mutex> guardia(m);
+            pezzi.emplace_back(inizio, fine);
+            chi.push_back(std::this_thread::get_id());
+        });
+        std::sort(pezzi.begin(), pezzi.end());
+        REQUIRE(pezzi.size() == caso.pezzi);
+        std::uint64_t atteso = 0;
+        for (const auto& [inizio, fine] : pezzi) {
+            CHECK(inizio == atteso);
+            CHECK(fine > inizio);
+            atteso = fine;
+        }
+        CHECK(atteso == caso.count);
+        if (!pezzi.empty())
+            CHECK(pezzi.back().first == caso.ultimo);
+        for (const std::thread::id id : chi)
+            CHECK((id == std::this_thread::get_id()) == caso.sul_chiamante);
+
+        std::vector<int> visite(caso.count, 0);
+        std::vector<std::uint64_t> ordine;
+        parallel_for(caso.count, [&](std::uint64_t i) {
+            const std::lock_guard<std::mutex> guardia(m);
+            ++visite[i];
+            ordine.push_back(i);
+        });
+        CHECK(std::all_of(visite.begin(), visite.end(), [](int v) { return v == 1; }));
+        if (caso.sul_chiamante)
+            CHECK(std::is_sorted(ordine.begin(), ordine.end()));
+    }
 }
