@@ -129,21 +129,39 @@ constexpr OfxStatus kOfxStatErrValue = 11;
 constexpr OfxStatus kOfxStatReplyDefault = 14;
 
 static_assert(sizeof(int) == 4 && sizeof(void*) == 8, "the plug-in is a 64-bit library");
-static_assert(sizeof(OfxHost) == 16 && offsetof(OfxHost, fetchSuite) == 8);
-static_assert(sizeof(OfxPlugin) == 48 && offsetof(OfxPlugin, apiVersion) == 8 &&
-              offsetof(OfxPlugin, pluginIdentifier) == 16 &&
-              offsetof(OfxPlugin, pluginVersionMajor) == 24 &&
-              offsetof(OfxPlugin, pluginVersionMinor) == 28 && offsetof(OfxPlugin, setHost) == 32 &&
-              offsetof(OfxPlugin, mainEntry) == 40);
-static_assert(sizeof(OfxPropertySuiteV1) == 144 && offsetof(OfxPropertySuiteV1, propSetInt) == 24 &&
-              offsetof(OfxPropertySuiteV1, propGetPointer) == 64 &&
-              offsetof(OfxPropertySuiteV1, propGetIntN) == 120);
-static_assert(sizeof(OfxParameterSuiteV1) == 144 &&
-              offsetof(OfxParameterSuiteV1, paramGetValue) == 32 &&
-              offsetof(OfxParameterSuiteV1, paramSetValue) == 64 &&
-              offsetof(OfxParameterSuiteV1, paramEditEnd) == 136);
-static_assert(sizeof(OfxImageEffectSuiteV1) == 104 &&
-              offsetof(OfxImageEffectSuiteV1, clipDefine) == 16 &&
-              offsetof(OfxImageEffectSuiteV1, clipGetImage) == 40 &&
-              offsetof(OfxImageEffectSuiteV1, abort) == 64);
+// Every member that is used, by the standard's places: the bench host has its declarations from
+// here too, and would not notice two that are swapped.
+#define VARNO_POSTO(tipo, membro, byte) static_assert(offsetof(tipo, membro) == (byte))
+static_assert(sizeof(OfxHost) == 16 && sizeof(OfxPlugin) == 48);
+static_assert(sizeof(OfxPropertySuiteV1) == 144 && sizeof(OfxParameterSuiteV1) == 144 &&
+              sizeof(OfxImageEffectSuiteV1) == 104);
+VARNO_POSTO(OfxHost, host, 0);
+VARNO_POSTO(OfxHost, fetchSuite, 8);
+VARNO_POSTO(OfxPlugin, pluginApi, 0);
+VARNO_POSTO(OfxPlugin, apiVersion, 8);
+VARNO_POSTO(OfxPlugin, pluginIdentifier, 16);
+VARNO_POSTO(OfxPlugin, pluginVersionMajor, 24);
+VARNO_POSTO(OfxPlugin, pluginVersionMinor, 28);
+VARNO_POSTO(OfxPlugin, setHost, 32);
+VARNO_POSTO(OfxPlugin, mainEntry, 40);
+VARNO_POSTO(OfxPropertySuiteV1, propSetString, 8);
+VARNO_POSTO(OfxPropertySuiteV1, propSetDouble, 16);
+VARNO_POSTO(OfxPropertySuiteV1, propSetInt, 24);
+VARNO_POSTO(OfxPropertySuiteV1, propGetPointer, 64);
+VARNO_POSTO(OfxPropertySuiteV1, propGetString, 72);
+VARNO_POSTO(OfxPropertySuiteV1, propGetDouble, 80);
+VARNO_POSTO(OfxPropertySuiteV1, propGetInt, 88);
+VARNO_POSTO(OfxPropertySuiteV1, propGetIntN, 120);
+VARNO_POSTO(OfxParameterSuiteV1, paramDefine, 0);
+VARNO_POSTO(OfxParameterSuiteV1, paramGetHandle, 8);
+VARNO_POSTO(OfxParameterSuiteV1, paramGetValue, 32);
+VARNO_POSTO(OfxParameterSuiteV1, paramGetValueAtTime, 40);
+VARNO_POSTO(OfxParameterSuiteV1, paramSetValue, 64);
+VARNO_POSTO(OfxImageEffectSuiteV1, getPropertySet, 0);
+VARNO_POSTO(OfxImageEffectSuiteV1, getParamSet, 8);
+VARNO_POSTO(OfxImageEffectSuiteV1, clipDefine, 16);
+VARNO_POSTO(OfxImageEffectSuiteV1, clipGetHandle, 24);
+VARNO_POSTO(OfxImageEffectSuiteV1, clipGetImage, 40);
+VARNO_POSTO(OfxImageEffectSuiteV1, clipReleaseImage, 48);
+#undef VARNO_POSTO
 static_assert(sizeof(OfxRectI) == 16 && sizeof(OfxRectD) == 32);

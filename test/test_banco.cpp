@@ -3,6 +3,7 @@
 
 #include <fstream>
 #include <stdexcept>
+#include <thread>
 
 using namespace prova;
 namespace fs = std::filesystem;
@@ -18,15 +19,102 @@ void imposta_ambiente(const char* nome, const std::string& valore)
 #endif
 }
 
-/// All that a host does with the plug-in that breaks this rule, and what was noticed.
-std::string notato(unsigned reato)
+// --- A plug-in in this program that breaks one rule at a time
+// -------------------------------------
+
+/// What it has at hand in the action under way.
+struct Reo {
+    OfxHost* host = nullptr;
+    const OfxImageEffectSuiteV1* eff = nullptr;
+    const OfxPropertySuiteV1* prop = nullptr;
+    const OfxParameterSuiteV1* parm = nullptr;
+    OfxImageEffectHandle effetto = nullptr;
+    OfxPropertySetHandle in = nullptr;
+    OfxPropertySetHandle props = nullptr;    // of the effect, of d in a context
+    OfxPropertySetHandle scelta = nullptr;   // of c in a context
+    OfxPropertySetHandle vecchio = nullptr;  // of a render that is over
+    OfxPropertySetHandle img = nullptr;      // of Source, in a render
+    OfxImageClipHandle clip = nullptr;
+    OfxParamSetHandle set = nullptr;
+    OfxParamHandle d = nullptr;
+    OfxParamHandle altrui = nullptr;  // of the instance that was created first
+    char* nome = nullptr;             // of what has changed
+    int i = 0;
+    double v = 0.0;
+};
+Reo gReo;
+
+struct Reato {
+    const char* azione;
+    void (*fatto)(Reo&);
+    const char* notato;
+};
+const Reato* gReato = nullptr;
+
+constexpr const char* DESCRIBE = "OfxActionDescribe";
+constexpr const char* CONTEXT = "OfxImageEffectActionDescribeInContext";
+constexpr const char* CHANGED = "OfxActionInstanceChanged";
+constexpr const char* RENDER = "OfxImageEffectActionRender";
+
+int entrata(const char* azione, const void* effetto, OfxPropertySetHandle in, OfxPropertySetHandle)
 {
-    const ModuloPtr m = apri(VARNO_CATTIVO);
-    plugin(*m)->pluginVersionMinor = reato;
-    dai_host(*m);
-    azione(*m, "OfxActionLoad");
-    azione(*m, "OfxActionDescribe");
-    descrivi_in_contesto(*m, FILTRO);
+    Reo& r = gReo;
+    const std::string a = azione;
+    r.effetto = static_cast<OfxImageEffectHandle>(const_cast<void*>(effetto));
+    r.in = in;
+    const auto suite = [&](const char* nome) { return r.host->fetchSuite(r.host->host, nome, 1); };
+    if (a == "OfxActionLoad") {
+        r.eff = static_cast<const OfxImageEffectSuiteV1*>(suite("OfxImageEffectSuite"));
+        r.prop = static_cast<const OfxPropertySuiteV1*>(suite("OfxPropertySuite"));
+        r.parm = static_cast<const OfxParameterSuiteV1*>(suite("OfxParameterSuite"));
+    } else if (a == DESCRIBE) {
+        r.eff->getPropertySet(r.effetto, &r.props);
+        r.prop->propSetString(r.props, "OfxImageEffectPropSupportedContexts", 0, FILTRO);
+        r.prop->propSetString(r.props, "OfxImageEffectPropSupportedPixelDepths", 0,
+                              "OfxBitDepthFloat");
+    } else if (a == CONTEXT) {
+        for (const char* clip : {"Source", "Output"}) {
+            r.eff->clipDefine(r.effetto, clip, &r.props);
+            r.prop->propSetString(r.props, "OfxImageEffectPropSupportedComponents", 0,
+                                  "OfxImageComponentRGBA");
+        }
+        r.eff->getParamSet(r.effetto, &r.set);
+        r.parm->paramDefine(r.set, "OfxParamTypeChoice", "c", &r.scelta);
+        r.prop->propSetString(r.scelta, "OfxParamPropChoiceOption", 0, "one");
+        r.parm->paramDefine(r.set, "OfxParamTypeDouble", "d", &r.props);
+        r.prop->propSetDouble(r.props, "OfxParamPropMin", 0, 0.0);
+        r.prop->propSetDouble(r.props, "OfxParamPropMax", 0, 1.0);
+    } else if (a == CHANGED || a == RENDER || a == "OfxActionCreateInstance") {
+        r.eff->getParamSet(r.effetto, &r.set);
+        r.parm->paramGetHandle(r.set, "d", &r.d, nullptr);
+        if (r.altrui == nullptr)
+            r.altrui = r.d;
+        if (a == CHANGED)
+            r.prop->propGetString(in, "OfxPropName", 0, &r.nome);
+        if (a == RENDER) {
+            r.eff->clipGetHandle(r.effetto, "Source", &r.clip, nullptr);
+            r.eff->clipGetImage(r.clip, 1.0, nullptr, &r.img);
+        }
+    } else {
+        return kOfxStatReplyDefault;
+    }
+    if (gReato != nullptr && a == gReato->azione)
+        gReato->fatto(r);
+    if (a == RENDER && r.img != nullptr)
+        r.eff->clipReleaseImage(r.img);
+    if (a == RENDER)
+        r.vecchio = in;
+    return kOfxStatOK;
+}
+
+/// All that a host does with the plug-in that commits this, and what was noticed.
+std::string notato(const Reato* reato)
+{
+    static OfxPlugin plugin = {"OfxImageEffectPluginAPI",         1,      "reo", 1, 0,
+                               [](OfxHost* h) { gReo.host = h; }, entrata};
+    gReo = {};
+    gReato = reato;
+    const ModuloPtr m = carica(apri(&plugin));
     const IstanzaPtr prima = crea_istanza(*m);
     const IstanzaPtr i = crea_istanza(*m);
     cambia(*i, "d", 0.25);
@@ -45,50 +133,46 @@ std::string notato(unsigned reato)
 
 TEST_CASE("the bench host notices each rule that a plug-in breaks, and nothing else")
 {
-    struct Caso {
-        unsigned reato;
-        const char* atteso;
-    };
+    static const OfxRectD REGIONE = {0, 0, 1, 1};
     // clang-format off
-    constexpr Caso casi[] = {
-        {1,  "OfxImageEffectPropSupportedPixelDepths is empty"},
-        {2,  "propSetString effect.OfxPropType[0] = mine -> 11: read-only"},
-        {3,  "a flag is 0 or 1"},
-        {4,  "quite -> 11: not a word of the standard"},
-        {5,  "null text"},
-        {6,  "fetchSuite OfxPropertySuite[1] -> 9: not the host's own property set"},
-        {7,  "no components on Output"},
-        {8,  "default of d is out of range"},
-        {9,  "paramDefine d = OfxParamTypeDouble -> 6: defined twice"},
-        {10, "propSetString c.OfxParamPropChoiceOption[1] = one -> 10: bad index"},
-        {11, "paramGetValue ? -> 9: stale or foreign parameter handle"},
-        {20, "paramSetValue d = 1.5 -> 11: value out of range"},
-        {21, "changes without end"},
-        {22, "paramGetHandle # -> 3: no such parameter"},
-        {30, "another time than the render's"},
-        {31, "no region in a render"},
-        {32, "no place for the handle"},
-        {33, "values are not set in this action"},
-        {34, "a render reads values at its time"},
-        {35, "propGetInt inArgs.OfxPropTime[0] -> 3: wrong type"},
-        {36, "propGetInt inArgs.OfxPropTimes[0] -> 3: no such property"},
-        {37, "propGetDouble inArgs.OfxPropTime[1] -> 10: bad index"},
-        {38, "propGetDouble ?.OfxPropTime[0] -> 9: stale or foreign property set handle"},
-        {39, "paramGetValueAtTime ? @1 -> 9: stale or foreign parameter handle"},
-        {40, "a render sets no property"},
-        {41, "no action is under way on this thread"},
-        {42, "unexpected call"},
-        {43, "image of Source not released"},
-        {44, "clipReleaseImage ? -> 9: stale or foreign image handle"},
-        {45, "propGetInt ?.OfxImagePropRowBytes[0] -> 9: stale or foreign property set handle"},
+    static const Reato reati[] = {
+        {DESCRIBE, [](Reo& r) { r.prop->propSetString(r.props, "OfxPropType", 0, "mine"); },                     "propSetString effect.OfxPropType[0] = mine -> 11: read-only"},
+        {DESCRIBE, [](Reo& r) { r.prop->propSetInt(r.props, "OfxImageEffectPropSupportsTiles", 0, 2); },         "a flag is 0 or 1"},
+        {DESCRIBE, [](Reo& r) { r.prop->propSetString(r.props, "OfxImageEffectPluginRenderThreadSafety", 0, "quite"); }, "quite -> 11: not a word of the standard"},
+        {DESCRIBE, [](Reo& r) { r.prop->propSetString(r.props, "OfxPropLabel", 0, nullptr); },                   "null text"},
+        {DESCRIBE, [](Reo& r) { r.host->fetchSuite(nullptr, "OfxPropertySuite", 1); },                           "fetchSuite OfxPropertySuite[1] -> 9: not the host's own property set"},
+        {CONTEXT,  [](Reo& r) { r.eff->clipDefine(r.effetto, "Extra", &r.props); },                              "no components on Extra"},
+        {CONTEXT,  [](Reo& r) { r.prop->propSetDouble(r.props, "OfxParamPropDefault", 0, 2.0); },                "default of d is out of range"},
+        {CONTEXT,  [](Reo& r) { r.parm->paramDefine(r.set, "OfxParamTypeDouble", "d", &r.props); },              "paramDefine d = OfxParamTypeDouble -> 6: defined twice"},
+        {CONTEXT,  [](Reo& r) { r.prop->propSetString(r.scelta, "OfxParamPropChoiceOption", 2, "x"); },          "propSetString c.OfxParamPropChoiceOption[2] = x -> 10: bad index"},
+        {CONTEXT,  [](Reo& r) { r.parm->paramGetHandle(r.set, "c", &r.d, nullptr); r.parm->paramGetValue(r.d, &r.i); }, "paramGetValue ? -> 9: stale or foreign parameter handle"},
+        {CHANGED,  [](Reo& r) { r.parm->paramSetValue(r.d, 1.5); },                                              "paramSetValue d = 1.5 -> 11: value out of range"},
+        {CHANGED,  [](Reo& r) { r.parm->paramSetValue(r.d, 0.5); },                                              "changes without end"},
+        {CHANGED,  [](Reo& r) { r.eff->getPropertySet(r.effetto, &r.props); r.parm->paramGetHandle(r.set, r.nome, &r.d, nullptr); }, "paramGetHandle # -> 3: no such parameter"},
+        {RENDER,   [](Reo& r) { r.eff->clipGetImage(r.clip, 9.0, nullptr, &r.props); },                          "another time than the render's"},
+        {RENDER,   [](Reo& r) { r.eff->clipGetImage(r.clip, 1.0, &REGIONE, &r.props); },                         "no region in a render"},
+        {RENDER,   [](Reo& r) { r.parm->paramGetHandle(r.set, "d", nullptr, nullptr); },                         "no place for the handle"},
+        {RENDER,   [](Reo& r) { r.parm->paramSetValue(r.d, 0.5); },                                              "values are not set in this action"},
+        {RENDER,   [](Reo& r) { r.parm->paramGetValue(r.d, &r.v); },                                             "a render reads values at its time"},
+        {RENDER,   [](Reo& r) { r.prop->propGetInt(r.in, "OfxPropTime", 0, &r.i); },                             "propGetInt inArgs.OfxPropTime[0] -> 3: wrong type"},
+        {RENDER,   [](Reo& r) { r.prop->propGetInt(r.in, "OfxPropTimes", 0, &r.i); },                            "propGetInt inArgs.OfxPropTimes[0] -> 3: no such property"},
+        {RENDER,   [](Reo& r) { r.prop->propGetDouble(r.in, "OfxPropTime", 1, &r.v); },                          "propGetDouble inArgs.OfxPropTime[1] -> 10: bad index"},
+        {RENDER,   [](Reo& r) { r.prop->propGetDouble(r.vecchio, "OfxPropTime", 0, &r.v); },                     "propGetDouble ?.OfxPropTime[0] -> 9: stale or foreign property set handle"},
+        {RENDER,   [](Reo& r) { r.parm->paramGetValueAtTime(r.altrui, 1.0, &r.v); },                             "paramGetValueAtTime ? @1 -> 9: stale or foreign parameter handle"},
+        {RENDER,   [](Reo& r) { r.prop->propSetDouble(r.in, "OfxPropTime", 0, 1.0); },                           "a render sets no property"},
+        {RENDER,   [](Reo& r) { std::thread([&] { r.prop->propGetDouble(r.in, "OfxPropTime", 0, &r.v); }).join(); }, "no action is under way on this thread"},
+        {RENDER,   [](Reo& r) { r.prop->propReset(r.in, "OfxPropTime"); },                                       "unexpected call"},
+        {RENDER,   [](Reo& r) { r.img = nullptr; },                                                              "image of Source not released"},
+        {RENDER,   [](Reo& r) { r.eff->clipReleaseImage(r.img); },                                               "clipReleaseImage ? -> 9: stale or foreign image handle"},
+        {RENDER,   [](Reo& r) { r.eff->clipReleaseImage(r.img); r.prop->propGetInt(r.img, "OfxImagePropRowBytes", 0, &r.i); }, "propGetInt ?.OfxImagePropRowBytes[0] -> 9: stale or foreign property set handle"},
     };
     // clang-format on
-    CHECK(notato(0) == "");
-    for (const Caso& caso : casi) {
-        CAPTURE(caso.reato);
-        const std::string n = notato(caso.reato);
+    CHECK(notato(nullptr) == "");
+    for (const Reato& reato : reati) {
+        const std::string n = notato(&reato);
         CAPTURE(n);
-        CHECK(n.find(caso.atteso) != n.npos);
+        CAPTURE(reato.notato);
+        CHECK(n.find(reato.notato) != n.npos);
     }
 }
 
