@@ -3,7 +3,7 @@
 
 #include "fx/blur.h"
 #include "fx/fx.h"
-#include "fx/vignetta.h"
+#include "fx/vignetta_mask.h"
 #include "render/passata.h"
 
 #include <benchmark/benchmark.h>
@@ -81,8 +81,7 @@ void caso_passata_colore(benchmark::State& stato)
     Immagine immagine(scena.pixel() * 3, 0.5f);
     Alfa alfa = alfa_di(scena.larghezza, scena.altezza, nullptr);
     for (auto _ : stato)
-        passata_colore(tabella(), scena.finestra_sorgente(), immagine, alfa, scena.larghezza,
-                       scena.altezza);
+        in_immagine(tabella(), scena, immagine, alfa);
     conta_pixel(stato);
 }
 
@@ -137,9 +136,8 @@ void caso_effetto(benchmark::State& stato, FxRicetta ricetta)
     Arena arena;
     Immagine immagine = piano_di_lavoro(scena.pixel() * 3, &arena);
     Alfa alfa = alfa_di(scena.larghezza, scena.altezza, &arena);
-    passata_colore(tabella(), scena.finestra_sorgente(), immagine, alfa, scena.larghezza,
-                   scena.altezza);
-    const Immagine intatta = copia_di(immagine);
+    in_immagine(tabella(), scena, immagine, alfa);
+    const std::vector<float> intatta(immagine.begin(), immagine.end());
     for (auto _ : stato) {
         stato.PauseTiming();
         std::memcpy(immagine.data(), intatta.data(), immagine.size() * sizeof(float));

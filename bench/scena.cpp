@@ -1,6 +1,5 @@
 #include "scena.h"
 
-#include "fx/grana.h"
 #include "looks/catalogo.h"
 #include "render/parallel_for.h"
 #include "render/sviluppa.h"
@@ -31,9 +30,11 @@ bool in_luce(int x, int y, int altezza)
     const auto cx = static_cast<std::uint32_t>(x / cella);
     const auto cy = static_cast<std::uint32_t>(y / cella);
     const float lato = static_cast<float>(cella);
-    const float dx = static_cast<float>(x % cella) - lato * (0.2f + 0.6f * hash_grana(cx, cy, 1));
-    const float dy = static_cast<float>(y % cella) - lato * (0.2f + 0.6f * hash_grana(cx, cy, 2));
-    const float raggio = lato * 0.1f * hash_grana(cx, cy, 3);
+    const float dx =
+        static_cast<float>(x % cella) - lato * (0.2f + 0.6f * semplici::hash_grana(cx, cy, 1));
+    const float dy =
+        static_cast<float>(y % cella) - lato * (0.2f + 0.6f * semplici::hash_grana(cx, cy, 2));
+    const float raggio = lato * 0.1f * semplici::hash_grana(cx, cy, 3);
     return dx * dx + dy * dy < raggio * raggio;
 }
 
@@ -61,8 +62,8 @@ Scena::Scena(int w, int h) : larghezza(w), altezza(h)
         for (int x = 0; x < w; ++x, p += 4) {
             const float u = static_cast<float>(x) / static_cast<float>(w);
             const float v = static_cast<float>(y) / static_cast<float>(h);
-            const auto grana =
-                hash_grana(static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), 0);
+            const auto grana = semplici::hash_grana(static_cast<std::uint32_t>(x),
+                                                    static_cast<std::uint32_t>(y), 0);
             const float base =
                 0.2f + 0.3f * v + 0.1f * std::sin(9.0f * u + 5.0f * v) + 0.02f * grana;
             const bool luce = in_luce(x, y, h);
@@ -182,6 +183,15 @@ void copia(Scena& scena)
             std::memcpy(&scena.uscita[inizio * riga], &scena.sorgente[inizio * riga],
                         (fine - inizio) * riga * sizeof(float));
         });
+}
+
+void in_immagine(const Lut3D& lut, Scena& scena, Immagine& immagine, Alfa& alfa)
+{
+    const std::size_t riga = static_cast<std::size_t>(scena.larghezza) * 3;
+    parallel_for(static_cast<std::uint64_t>(scena.altezza), [&](std::uint64_t y) {
+        passata_colore(lut, scena.finestra_sorgente(), scena.larghezza, y, &immagine[y * riga],
+                       alfa);
+    });
 }
 
 void copia_in_piani(Scena& scena, Immagine& immagine, Piano& alfa)

@@ -45,6 +45,9 @@ void quadro(const Lut3D& lut, Scena& scena, const FxRicetta& ricetta);
 /// The same in plain loops on one thread, with memory of its own from the standard library.
 void quadro_semplice(const std::vector<float>& tavola, Scena& scena, const FxRicetta& ricetta);
 
+/// The grading of a whole frame alone.
+void in_immagine(const Lut3D& lut, Scena& scena, Immagine& immagine, Alfa& alfa);
+
 /// The machine's limits. A frame copied on threads, 16 bytes a pixel; its shape changed on the way
 /// as the table pass does, to RGB and alpha; and memory fresh from the system, written once.
 void copia(Scena& scena);

@@ -2,12 +2,12 @@
 // round, and each figure is the median of its rounds: the machine's mood then falls on all alike.
 #include "scena.h"
 
+#include "comune/nuclei.h"
 #include "fx/blur.h"
+#include "fx/effetto.h"
 #include "fx/fx.h"
-#include "fx/nuclei.h"
-#include "fx/nuclei_aloni.h"
-#include "fx/stella.h"
-#include "fx/vignetta.h"
+#include "fx/raggi.h"
+#include "fx/vignetta_mask.h"
 #include "render/parallel_for.h"
 #include "test/semplici_colore.h"
 
@@ -261,10 +261,7 @@ void tabella_limiti(const Banco& banco, const Misura& misura)
         for (const unsigned thread : numeri_di_thread())
             riga(
                 nome, "copy to RGB and alpha", thread,
-                [&] {
-                    passata_colore(banco.lut, scena.finestra_sorgente(), immagine, alfa_tenuta, w,
-                                   h);
-                },
+                [&] { in_immagine(banco.lut, scena, immagine, alfa_tenuta); },
                 [&] { copia_in_piani(scena, immagine, alfa); });
         for (std::size_t i = 3; i < scena.sorgente.size(); i += 8)
             scena.sorgente[i] = 0.5f;
@@ -284,15 +281,7 @@ void tabella_limiti(const Banco& banco, const Misura& misura)
                     std::swap(piano, altro);
                 }
             });
-    // The rays from lights that are few, and all that the star adds to a chain that is off.
-    Piano luma = piano_di_lavoro(scena.pixel(), &arena);
-    const Quadro q = quadro_di(immagine, luma, w, h);
-    aggiorna_luma(q);
-    const Alone ridotta = ridotta_di(q, gNuclei->aloni.stella, q.riduzione);
-    for (const unsigned thread : numeri_di_thread())
-        riga(
-            "rays of the star, 4 points", "frame copied", thread, [&] { raggi_di(q, ridotta, 4); },
-            [&] { copia(scena); });
+    // All that the star, whose lights are few, adds to a chain that is off.
     FxRicetta stella;
     stella.stella = 0.3f;
     for (const unsigned thread : numeri_di_thread())

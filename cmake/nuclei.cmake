@@ -1,8 +1,26 @@
-# fx/nuclei_livello.cpp once an instruction set. Optimised in every preset: a debug build of vector
-# code shows nothing and takes minutes.
+# The kernels once an instruction set, each in a namespace of its own. Optimised in every preset: a
+# debug build of vector code shows nothing and takes minutes.
+set(VARNO_NUCLEI
+    comune/nuclei_livello.cpp
+    fx/aberrazione.cpp
+    fx/bloom.cpp
+    fx/catena.cpp
+    fx/enhance.cpp
+    fx/glimmer.cpp
+    fx/grana.cpp
+    fx/halation.cpp
+    fx/mistw.cpp
+    fx/nuclei_piani.cpp
+    fx/pelle.cpp
+    fx/promist.cpp
+    fx/stella.cpp
+    fx/streak.cpp
+    fx/vignetta.cpp
+    render/nuclei_tabella.cpp)
+
 function(varno_nuclei livello)
     set(bersaglio varno_nuclei_${livello})
-    add_library(${bersaglio} OBJECT fx/nuclei_livello.cpp)
+    add_library(${bersaglio} OBJECT ${VARNO_NUCLEI})
     target_link_libraries(${bersaglio} PRIVATE varno_regole)
     target_compile_definitions(${bersaglio} PRIVATE
         VARNO_LIVELLO=nuclei_${livello} VARNO_LIVELLO_NOME="${livello}")

@@ -9,6 +9,10 @@
 // lanes apart, so that rows, blocks and RGB are taken apart within the lanes, where shuffles are
 // cheap.
 
+#ifndef __GNUC__
+#error "the kernels are written in the vector types of GCC and Clang"
+#endif
+
 #include <math.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -26,7 +30,6 @@ namespace varno {
 namespace VARNO_LIVELLO {
 namespace {
 
-#if defined(__GNUC__)
 typedef float V4 __attribute__((vector_size(16)));
 typedef int32_t I4 __attribute__((vector_size(16)));
 #if defined(__AVX2__)
@@ -38,13 +41,11 @@ using Vi = I8;
 using Vf = V4;
 using Vi = I4;
 #endif
-#else
-using Vf = float;
-using Vi = int32_t;
-#endif
+typedef uint32_t Vu __attribute__((vector_size(sizeof(Vf))));
 
 template <class V> constexpr int CAMPIONI = sizeof(V) / sizeof(float);
-template <class V> constexpr int CORSIA = CAMPIONI<V> < 4 ? 1 : 4;
+template <class V> constexpr bool SCALARE = CAMPIONI<V> == 1;
+template <class V> constexpr int CORSIA = SCALARE<V> ? 1 : 4;
 
 // --- Load and store, without alignment ----------------------------------------------------------
 
@@ -64,16 +65,12 @@ template <class V> inline void scrivi(float* p, V v)
 /// processor reads ahead by itself, but not past the end of a page of 4 KiB. Never faults.
 template <class V> inline void leggi_avanti(const float* p, int n = CAMPIONI<V>)
 {
-#if defined(__GNUC__)
     constexpr uintptr_t AVANTI = 2048;  // bytes
     constexpr int LINEA = 16;           // floats
-    if constexpr (CAMPIONI < V >> 1)
+    if constexpr (!SCALARE<V>)
         for (int i = 0; i < n; i += LINEA)
             __builtin_prefetch(
                 reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(p + i) + AVANTI));
-#endif
-    (void)p;
-    (void)n;
 }
 
 /// The lanes of the vector lie passo floats apart.
@@ -159,7 +156,6 @@ inline bool qualcuno(bool c)
 {
     return c;
 }
-#if defined(__GNUC__)
 inline bool qualcuno(Vi c)
 {
 #if defined(__AVX2__)
@@ -170,20 +166,17 @@ inline bool qualcuno(Vi c)
     return (c[0] | c[1] | c[2] | c[3]) != 0;
 #endif
 }
-#endif
 
 /// The integers n, n + passo, n + 2 * passo, ... as floats.
 template <class V> inline V da_intero(int n, int passo = 1)
 {
-    if constexpr (CAMPIONI<V> == 1)
+    if constexpr (SCALARE<V>)
         return static_cast<float>(n);
-#if defined(__GNUC__)
     else if constexpr (CAMPIONI<V> == 4)
         return __builtin_convertvector((I4{0, 1, 2, 3} * passo + n), V4);
 #if defined(__AVX2__)
     else
         return __builtin_convertvector((I8{0, 1, 2, 3, 4, 5, 6, 7} * passo + n), V8);
-#endif
 #endif
 }
 
@@ -193,26 +186,21 @@ inline int32_t a_intero(float v)
     return static_cast<int32_t>(v);
 }
 
-#if defined(__GNUC__)
 inline Vi a_intero(Vf v)
 {
     return __builtin_convertvector(v, Vi);
 }
-#endif
 
 template <class V> inline V tronca(V v)
 {
-    if constexpr (CAMPIONI<V> == 1)
+    if constexpr (SCALARE<V>)
         return static_cast<float>(a_intero(v));
-#if defined(__GNUC__)
     else
         return __builtin_convertvector(a_intero(v), V);
-#endif
 }
 
 // --- Shuffles within lanes ----------------------------------------------------------------------
 
-#if defined(__GNUC__)
 // Two samples of a, then two of b, by their places in the lane.
 template <int A0, int A1, int B0, int B1> inline V4 mischia(V4 a, V4 b)
 {
@@ -228,7 +216,6 @@ template <int A0, int A1, int B0, int B1> inline V8 mischia(V8 a, V8 b)
     return V8(_mm256_shuffle_ps(__m256(a), __m256(b), A0 | A1 << 2 | B0 << 4 | B1 << 6));
 }
 #endif
-#endif
 
 #if defined(__AVX2__)
 inline V4 prima_corsia(V8 v)
@@ -242,20 +229,24 @@ inline V4 seconda_corsia(V8 v)
 }
 #endif
 
-/// R vectors of groups of R neighbours become one vector for each place in the group: with R = 3
-/// interleaved RGB becomes r, g, b; with R = 4 it is a transposition. The lanes of the j-th vector
-/// start at (lane * R + j) * CORSIA.
+/// R vectors of groups of R neighbours become one vector for each place in the group. The lanes of
+/// the j-th vector start at (lane * R + j) * CORSIA. With R = 4 it is a transposition; with R = 3
+/// interleaved RGB of four pixels, in each lane, becomes r, g, b:
+///
+///     v[0]  r0 g0 b0 r1          v[0]  r0 r1 r2 r3
+///     v[1]  g1 b1 r2 g2    ->    v[1]  g0 g1 g2 g3
+///     v[2]  b2 r3 g3 b3          v[2]  b0 b1 b2 b3
 template <int R, class V> inline void separa(V (&v)[R])
 {
-    if constexpr (CORSIA<V> == 1 || R == 1)
+    if constexpr (SCALARE<V> || R == 1)
         return;
     else if constexpr (R == 2) {
         const V a = mischia<0, 2, 0, 2>(v[0], v[1]);
         v[1] = mischia<1, 3, 1, 3>(v[0], v[1]);
         v[0] = a;
     } else if constexpr (R == 3) {
-        const V xy = mischia<2, 3, 1, 2>(v[1], v[2]);
-        const V yz = mischia<1, 2, 0, 1>(v[0], v[1]);
+        const V xy = mischia<2, 3, 1, 2>(v[1], v[2]);  // r2 g2 r3 g3
+        const V yz = mischia<1, 2, 0, 1>(v[0], v[1]);  // g0 b0 g1 b1
         const V x = mischia<0, 3, 0, 2>(v[0], xy);
         const V z = mischia<1, 3, 0, 3>(yz, v[2]);
         v[1] = mischia<0, 2, 1, 3>(yz, xy);
@@ -277,7 +268,7 @@ template <int R, class V> inline void separa(V (&v)[R])
 /// The way back.
 template <int R, class V> inline void intreccia(V (&v)[R])
 {
-    if constexpr (CORSIA<V> == 1 || R == 1)
+    if constexpr (SCALARE<V> || R == 1)
         return;
     else if constexpr (R == 2) {
         const V a = mischia<0, 1, 0, 1>(v[0], v[1]);
@@ -285,9 +276,9 @@ template <int R, class V> inline void intreccia(V (&v)[R])
         v[0] = mischia<0, 2, 1, 3>(a, a);
         v[1] = mischia<0, 2, 1, 3>(b, b);
     } else if constexpr (R == 3) {
-        const V xy = mischia<0, 2, 0, 2>(v[0], v[1]);
-        const V yz = mischia<1, 3, 1, 3>(v[1], v[2]);
-        const V zx = mischia<0, 2, 1, 3>(v[2], v[0]);
+        const V xy = mischia<0, 2, 0, 2>(v[0], v[1]);  // r0 r2 g0 g2
+        const V yz = mischia<1, 3, 1, 3>(v[1], v[2]);  // g1 g3 b1 b3
+        const V zx = mischia<0, 2, 1, 3>(v[2], v[0]);  // b0 b2 r1 r3
         v[0] = mischia<0, 2, 0, 2>(xy, zx);
         v[1] = mischia<0, 2, 1, 3>(yz, xy);
         v[2] = mischia<1, 3, 1, 3>(zx, yz);
@@ -323,9 +314,8 @@ template <class Passo> inline void per_vettori(ptrdiff_t n, const Passo& passo)
     ptrdiff_t x = 0;
     for (; x + CAMPIONI<Vf> <= n; x += CAMPIONI<Vf>)
         passo(Vf{}, x);
-    if constexpr (CAMPIONI < Vf >> 1)
-        for (; x < n; ++x)
-            passo(0.0f, x);
+    for (; x < n; ++x)
+        passo(0.0f, x);
 }
 
 // --- The shared arithmetic of comune/aritmetica.h, for vectors ----------------------------------

@@ -1,20 +1,40 @@
-#include "fx/bloom.h"
-
-#include "fx/blur.h"
-#include "fx/fx.h"
-#include "fx/nuclei.h"
-#include "fx/nuclei_aloni.h"
-
-#include <algorithm>
+// Bloom: a neutral glow of the highest lights, weighted by their brightness.
+#include "fx/alone.h"
 
 namespace varno {
+namespace VARNO_LIVELLO {
+namespace {
 
-// q.luma stays as it was: the stage that follows masks by the picture before the glow.
-void applica_bloom(const Quadro& q, float quantita)
-{
-    const NucleiAlone& nuclei = gNuclei->aloni.bloom;
-    const Alone alone = alone_di(q, nuclei, std::max(1, q.raggio_bloom), q.riduzione);
-    componi_alone(q, nuclei, alone, quantita);
-}
+struct Bloom {
+    static constexpr int PIANI = 1;
+    static constexpr float INIZIO = 0.72f;    // luminance at which the mask leaves 0
+    static constexpr float AMPIEZZA = 0.28f;  // written out: 1 - INIZIO rounds to another float
 
+    template <class V> static V maschera(V luma)
+    {
+        const V t = clamp01((luma - INIZIO) / AMPIEZZA);
+        return luma * t * t;
+    }
+
+    template <class V> static void componi(V (&rgb)[3], V mascherata, float quantita)
+    {
+        const V s = minimo(quantita * mascherata, 1.0f);
+        for (V& c : rgb)
+            c = mescola_schermo(c, s);
+    }
+};
+
+}  // namespace
+
+extern const Effetto BLOOM;
+constinit const Effetto BLOOM = alone<Bloom>({
+    .quantita = &FxRicetta::bloom,
+    .copia = Copia::RIDOTTA,
+    .lavoro = Lavoro::SFOCA,
+    .raggio = 0.01,
+    .minimo = 1,
+    .rinfresca_luma = false,  // what follows masks by the picture before the glow
+});
+
+}  // namespace VARNO_LIVELLO
 }  // namespace varno

@@ -1,160 +1,248 @@
 #include "fx/fx.h"
 
-#include "fx/aberrazione.h"
-#include "fx/bloom.h"
-#include "fx/enhance.h"
-#include "fx/glimmer.h"
-#include "fx/halation.h"
-#include "fx/mistw.h"
-#include "fx/nuclei.h"
-#include "fx/pelle.h"
-#include "fx/promist.h"
-#include "fx/stella.h"
-#include "fx/streak.h"
-#include "render/nuclei_tabella.h"
+#include "comune/nuclei.h"
+#include "fx/raggi.h"
+#include "fx/vignetta_mask.h"
 #include "render/parallel_for.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
-#include <cstdint>
-#include <iterator>
+#include <memory>
+#include <utility>
 
 namespace varno {
 namespace {
 
-int riduzione_di(int lato_max)
+constexpr int PASSATE = 3;          // of the blurs
+constexpr std::int64_t GRUPPO = 8;  // rows of a copy that are blurred together, still in the cache
+
+// What a frame has while its plan runs.
+struct Corsa {
+    const Programma& programma;
+    float* immagine;
+    const Porte& porte;
+    Arena& arena;
+    Quadro quadro;
+    std::shared_ptr<const MascheraVignetta> vignetta;
+    Piano piani[MASSIMO_STADI];  // of each stage, from the sweep that feeds it to its own
+};
+
+// What one thread of a sweep has for itself.
+struct Ripiano {
+    float* righe;     // where rows are changed that do not stay in the picture
+    float* luma;      // of rows before they are changed
+    float* campioni;  // MASSIMO_PIANI rows: a mask before it is reduced, planes enlarged
+    float* anello;    // scratch of the blur along rows
+};
+
+bool sfoca_le_righe(const Stadio& s)
 {
-    if (lato_max < 1920)
-        return 1;
-    return lato_max < 3840 ? lato_max / 960 : 4;
+    return s.effetto->lavoro == Lavoro::SFOCA || s.effetto->lavoro == Lavoro::SFOCA_RIGHE;
 }
 
-// The product stays in 64-bit float: lround takes halves away from zero.
-int frazione(double parte, int lato)
+// Whether the planes of the one stage can take the place of the other's, row by row: the row that
+// is fed has just been read, and no other is looked at.
+bool sul_posto(const Stadio& prima, const Stadio& dopo)
 {
-    return static_cast<int>(std::lround(parte * lato));
+    return prima.effetto->componi != nullptr && !prima.ingrandita && !dopo.ingrandita &&
+           prima.forma.piani == dopo.forma.piani;
 }
 
-// The effects that need the whole picture, in the order of the chain. The lens does without the
-// luminance plane, as do vignette and film, which come last and change each row by itself.
-struct Stadio {
-    float FxRicetta::*quantita;
-    bool legge_luma;
-    void (*applica)(const Quadro& q, const FxRicetta& r);
-};
-using R = FxRicetta;
-// clang-format off
-constexpr Stadio STADI[] = {
-    {&R::enhance,  true,  [](const Quadro& q, const R& r) { applica_enhance(q, r.enhance); }},
-    {&R::pelle,    true,  [](const Quadro& q, const R& r) { applica_pelle(q, r.pelle); }},
-    {&R::halation, true,  [](const Quadro& q, const R& r) { applica_halation(q, r.halation); }},
-    {&R::bloom,    true,  [](const Quadro& q, const R& r) { applica_bloom(q, r.bloom); }},
-    {&R::streak,   true,  [](const Quadro& q, const R& r) { applica_streak(q, r.streak); }},
-    {&R::promist,  true,  [](const Quadro& q, const R& r) { applica_promist(q, r.promist); }},
-    {&R::stella,   true,  [](const Quadro& q, const R& r) { applica_stella(q, r.stella, r.punte); }},
-    {&R::mistw,    true,  [](const Quadro& q, const R& r) { applica_mistw(q, r.mistw); }},
-    {&R::glimmer,  true,  [](const Quadro& q, const R& r) { applica_glimmer(q, r.glimmer); }},
-    {&R::ca,       false, [](const Quadro& q, const R& r) { applica_aberrazione(q, r.ca); }},
-};
-// clang-format on
-constexpr int NUMERO_STADI = static_cast<int>(std::size(STADI));
-
-// Not-a-number leaves an effect off.
-bool acceso(const Stadio& s, const FxRicetta& r)
+void cambia_righe(const Corsa& c, const Stadio& s, const float* piani, const Righe& r,
+                  const Ripiano& ripiano)
 {
-    return r.*s.quantita > 0.0f;
+    if (s.effetto->cambia != nullptr) {
+        s.effetto->cambia(c.quadro, r, piani, s.quantita);
+        return;
+    }
+    const std::ptrdiff_t W = c.quadro.larghezza;
+    for (std::ptrdiff_t i = 0; i < r.n; ++i) {
+        const float* campioni[MASSIMO_PIANI];
+        for (int p = 0; p < s.forma.piani; ++p) {
+            campioni[p] = piani + (p * c.quadro.altezza + r.y + i) * W;
+            if (s.ingrandita) {
+                campioni[p] = ripiano.campioni + p * W;
+                ingrandisci_riga(piani, s.forma, p, r.y + i, ripiano.campioni + p * W);
+            }
+        }
+        s.effetto->componi(r.da + 3 * W * i, r.a + 3 * W * i, campioni, W, s.quantita, c.quadro);
+    }
+}
+
+// The rows of one row of blocks into the row of the planes that stands for them. luma: null, or
+// what the mask takes for their luminance.
+void nutri(const Stadio& s, float* piani, const float* rgb, const float* luma, std::int64_t Y,
+           const Ripiano& ripiano)
+{
+    const Blocchi b = blocchi_di(s.forma);
+    float* riga[MASSIMO_PIANI];
+    for (int p = 0; p < s.forma.piani; ++p)
+        riga[p] = s.forma.riduzione == 1 ? riga_di(piani, s.forma, p, Y)
+                                         : ripiano.campioni + p * b.larghezza;
+    for (std::ptrdiff_t i = 0; i < b.righe; ++i) {
+        s.effetto->maschera(rgb + 3 * b.larghezza * i,
+                            luma == nullptr ? nullptr : luma + b.larghezza * i, riga, b.larghezza);
+        if (s.forma.riduzione > 1)
+            for (int p = 0; p < s.forma.piani; ++p)
+                gNuclei->piani.riduci(riga[p], riga_di(piani, s.forma, p, Y), b, i);
+    }
+}
+
+// The horizontal half of the first pass, or the whole of a blur that has no other.
+void sfoca_gruppo(const Stadio& s, float* piani, std::int64_t Y, std::int64_t quante,
+                  const Ripiano& ripiano)
+{
+    const int passate = s.effetto->lavoro == Lavoro::SFOCA_RIGHE ? PASSATE : 1;
+    for (int p = 0; p < s.forma.piani; ++p)
+        for (int i = 0; i < passate; ++i)
+            sfoca_righe(riga_di(piani, s.forma, p, Y), quante, s.forma, ripiano.anello);
+}
+
+void esegui_passata(Corsa& c, const Passata& passata)
+{
+    const Programma& p = c.programma;
+    const std::ptrdiff_t W = c.quadro.larghezza;
+    const std::ptrdiff_t H = c.quadro.altezza;
+    const std::ptrdiff_t insieme = passata.insieme;
+
+    const Stadio* nutrito = nullptr;
+    float* da_nutrire = nullptr;
+    if (passata.alimenta >= 0) {
+        nutrito = &p.stadi[passata.alimenta];
+        Piano& piani = c.piani[passata.alimenta];
+        const bool cede =
+            passata.primo < passata.dopo && sul_posto(p.stadi[passata.dopo - 1], *nutrito);
+        if (!cede)
+            piani = piano_di_lavoro(campioni_di(nutrito->forma), &c.arena);
+        da_nutrire = cede ? c.piani[passata.dopo - 1].data() : piani.data();
+    }
+
+    // Each thread's own memory, one stretch after the other.
+    const bool sfoca_subito = nutrito != nullptr && sfoca_le_righe(*nutrito);
+    const std::size_t riga = static_cast<std::size_t>(W);
+    const std::size_t n_righe = passata.fuori ? insieme * riga * 3 : 0;
+    const std::size_t n_luma = passata.luma_prima ? insieme * riga : 0;
+    const std::size_t n_campioni = MASSIMO_PIANI * riga;
+    const std::size_t n_anello = sfoca_subito ? appoggio_righe(nutrito->forma) : 0;
+    const std::size_t n = n_righe + n_luma + n_campioni + n_anello;
+    const Parti parti = parti_di(static_cast<std::uint64_t>((H + insieme - 1) / insieme));
+    Piano memoria = piano_di_lavoro(n * parti.quante, &c.arena);
+
+    parallel_for_parti(parti, [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
+        float* const mia = &memoria[parte * n];
+        const Ripiano ripiano = {mia, mia + n_righe, mia + n_righe + n_luma,
+                                 mia + n_righe + n_luma + n_campioni};
+        std::int64_t fresche = 0;  // rows of the planes that are fed and not yet blurred
+        for (auto b = static_cast<std::int64_t>(inizio); b < static_cast<std::int64_t>(fine); ++b) {
+            const std::ptrdiff_t y = b * insieme;
+            const std::ptrdiff_t righe = std::min(insieme, H - y);
+            float* const posto = c.immagine == nullptr ? nullptr : c.immagine + y * W * 3;
+            Righe r = {posto, passata.fuori ? ripiano.righe : posto, y, righe};
+            if (passata.da_fuori) {
+                for (std::ptrdiff_t i = 0; i < righe; ++i)
+                    c.porte.entra(r.a + 3 * W * i, static_cast<std::uint64_t>(y + i));
+                r.da = r.a;
+            }
+            if (passata.luma_prima)
+                gNuclei->piani.luminanza(r.da, ripiano.luma, righe * W);
+            for (int i = passata.primo; i < passata.dopo; ++i) {
+                cambia_righe(c, p.stadi[i], c.piani[i].data(), r, ripiano);
+                r.da = r.a;
+            }
+            if (nutrito != nullptr && b < nutrito->forma.altezza) {
+                nutri(*nutrito, da_nutrire, r.da, passata.luma_prima ? ripiano.luma : nullptr, b,
+                      ripiano);
+                if (++fresche == GRUPPO && sfoca_subito) {
+                    sfoca_gruppo(*nutrito, da_nutrire, b + 1 - fresche, fresche, ripiano);
+                    fresche = 0;
+                }
+            }
+            if (passata.fuori)
+                for (std::ptrdiff_t i = 0; i < righe; ++i)
+                    c.porte.esce(r.da + 3 * W * i, static_cast<std::uint64_t>(y + i));
+        }
+        if (fresche > 0 && sfoca_subito) {
+            const auto fatte =
+                std::min<std::int64_t>(static_cast<std::int64_t>(fine), nutrito->forma.altezza);
+            sfoca_gruppo(*nutrito, da_nutrire, fatte - fresche, fresche, ripiano);
+        }
+    });
+
+    for (int i = passata.primo; i < passata.dopo; ++i) {
+        Piano usati = std::move(c.piani[i]);
+        if (usati.data() == da_nutrire && da_nutrire != nullptr)
+            c.piani[passata.alimenta] = std::move(usati);
+    }
+}
+
+// What is left to do on the planes of a stage before its rows may change.
+void prepara(Corsa& c, int i)
+{
+    const Stadio& s = c.programma.stadi[i];
+    switch (s.effetto->lavoro) {
+    case Lavoro::SFOCA:
+        sfoca(c.piani[i].data(), s.forma, PASSATE, true, &c.arena);
+        break;
+    case Lavoro::RAGGI:
+        c.piani[i] = raggi_di(c.piani[i], s.forma, c.programma.punte, &c.arena);
+        break;
+    case Lavoro::VIGNETTA:
+        c.vignetta = vignetta_mask(c.programma.larghezza, c.programma.altezza);
+        c.quadro.vignetta = c.vignetta->valori.data();
+        c.quadro.centro = c.vignetta->centro.data();
+        break;
+    case Lavoro::SFOCA_RIGHE:
+    case Lavoro::NESSUNO:
+        break;
+    }
+}
+
+// One sum in index order, in 64 bits: no partial sums, whose rounding would show.
+float media_di(const Corsa& c)
+{
+    const std::ptrdiff_t W = c.quadro.larghezza;
+    Piano luma = piano_di_lavoro(static_cast<std::size_t>(W), &c.arena);
+    double somma = 0.0;
+    for (std::ptrdiff_t y = 0; y < c.quadro.altezza; ++y) {
+        gNuclei->piani.luminanza(c.immagine + 3 * W * y, luma.data(), W);
+        for (const float l : luma)
+            somma += static_cast<double>(l);
+    }
+    return static_cast<float>(somma / static_cast<double>(W * c.quadro.altezza));
 }
 
 }  // namespace
 
-bool legge_luma(const FxRicetta& r)
+void esegui(const Programma& p, Immagine& immagine, const Porte& porte, Arena& arena)
 {
-    return std::any_of(std::begin(STADI), std::end(STADI),
-                       [&](const Stadio& s) { return s.legge_luma && acceso(s, r); });
-}
-
-bool legge_immagine(const FxRicetta& r)
-{
-    return std::any_of(std::begin(STADI), std::end(STADI),
-                       [&](const Stadio& s) { return acceso(s, r); });
-}
-
-bool ha_effetti(const FxRicetta& r)
-{
-    return legge_immagine(r) || r.vignetta > 0.0f || r.grana > 0.0f;
-}
-
-Quadro quadro_di(Immagine& img, Piano& luma, int larghezza, int altezza)
-{
-    const int lato_max = std::max(larghezza, altezza);
-    return Quadro{img,
-                  luma,
-                  larghezza,
-                  altezza,
-                  lato_max,
-                  frazione(0.012, lato_max),
-                  frazione(0.018, lato_max),
-                  frazione(0.01, lato_max),
-                  riduzione_di(lato_max)};
-}
-
-void aggiorna_luma(const Quadro& q)
-{
-    const auto riga = static_cast<std::size_t>(q.larghezza);
-    parallel_for(static_cast<std::uint64_t>(q.altezza), [&](std::uint64_t y) {
-        gNuclei->tabella.luminanza(&q.img[y * riga * 3], &q.luma[y * riga], q.larghezza);
-    });
+    if (solo_passaggio(p)) {
+        if (porte.passa)
+            parallel_for(static_cast<std::uint64_t>(p.altezza), porte.passa);
+        return;
+    }
+    Corsa c = {p,
+               immagine.data(),
+               porte,
+               arena,
+               {.larghezza = p.larghezza, .altezza = p.altezza, .fotogramma = p.fotogramma},
+               nullptr,
+               {}};
+    for (int i = 0; i < p.numero_passate; ++i) {
+        const Passata& passata = p.passate[i];
+        for (int k = passata.primo; k < passata.dopo; ++k)
+            prepara(c, k);
+        esegui_passata(c, passata);
+        if (passata.media)
+            c.quadro.media = media_di(c);
+    }
 }
 
 void applica_fx(Immagine& img, int larghezza, int altezza, const FxRicetta& ricetta)
 {
-    const std::size_t pixel =
-        static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza);
-    const bool con_luma = legge_luma(ricetta);
-    Piano luma = piano_di_lavoro(con_luma ? pixel : 0, img.arena);
-    if (con_luma)
-        aggiorna_luma(quadro_di(img, luma, larghezza, altezza));
-    applica_fx(img, luma, larghezza, altezza, ricetta, {});
-}
-
-void applica_fx(Immagine& img, Piano& luma, int larghezza, int altezza, const FxRicetta& ricetta,
-                const Consegna& consegna)
-{
-    int ultimo = -1;
-    int ultimo_di_luma = -1;
-    for (int i = 0; i < NUMERO_STADI; ++i)
-        if (acceso(STADI[i], ricetta)) {
-            ultimo = i;
-            if (STADI[i].legge_luma)
-                ultimo_di_luma = i;
-        }
-    Quadro q = quadro_di(img, luma, larghezza, altezza);
-    const Finale finale = {ricetta, consegna};
-    for (int i = 0; i <= ultimo; ++i) {
-        if (!acceso(STADI[i], ricetta))
-            continue;
-        q.rinfresca = i < ultimo_di_luma;
-        q.finale = i == ultimo ? &finale : nullptr;
-        STADI[i].applica(q, ricetta);
-    }
-    if (ultimo < 0 && (consegna || ha_effetti(ricetta))) {
-        q.finale = &finale;
-        per_righe(q, [](const RigaDiPixel& r, std::uint64_t) {
-            if (r.a != r.da)
-                std::copy(r.da, r.da + 3 * r.larghezza, r.a);
-        });
-    }
-}
-
-void applica_fx_a_righe(Immagine& img, int larghezza, int altezza, const FxRicetta& ricetta,
-                        const CambiaRiga& riempi, const Consegna& consegna)
-{
-    Piano senza_luma;
-    Quadro q = quadro_di(img, senza_luma, larghezza, altezza);
-    const Finale finale = {ricetta, consegna};
-    q.finale = &finale;
-    per_righe(q, riempi);
+    Arena arena;
+    esegui(programma_di(ricetta, larghezza, altezza, Strada::IN_IMMAGINE,
+                        riduzione_di(larghezza, altezza)),
+           img, {}, arena);
 }
 
 }  // namespace varno

@@ -1,26 +1,42 @@
-#include "fx/glimmer.h"
-
-#include "fx/blur.h"
-#include "fx/fx.h"
-#include "fx/nuclei.h"
-#include "fx/nuclei_aloni.h"
-
-#include <algorithm>
-#include <cmath>
+// Glimmerglass: a tight neutral glow with a linear ramp.
+#include "fx/alone.h"
 
 namespace varno {
+namespace VARNO_LIVELLO {
 namespace {
 
-constexpr double RAGGIO = 0.008;  // of the longer side
+struct Glimmer {
+    static constexpr int PIANI = 1;
+    static constexpr float INIZIO = 0.55f;    // luminance at which the mask leaves 0
+    static constexpr float AMPIEZZA = 0.45f;  // written out: 1 - INIZIO rounds to another float
+    static constexpr float GUADAGNO = 1.4f;
+
+    // At the top the luminance itself, not its product with a ramp held to 1: they differ where the
+    // luminance is infinite.
+    template <class V> static V maschera(V luma)
+    {
+        const V t = (luma - INIZIO) / AMPIEZZA;
+        return t > 0.0f ? (t >= 1.0f ? luma : luma * t) : V{};
+    }
+
+    template <class V> static void componi(V (&rgb)[3], V mascherata, float quantita)
+    {
+        const V h = minimo(mascherata * quantita * GUADAGNO, 1.0f);
+        for (V& c : rgb)
+            c = mescola_schermo(c, h);
+    }
+};
 
 }  // namespace
 
-void applica_glimmer(const Quadro& q, float quantita)
-{
-    const NucleiAlone& nuclei = gNuclei->aloni.glimmer;
-    const int raggio = std::max(2, static_cast<int>(std::lround(RAGGIO * q.lato_max)));
-    const Alone alone = alone_di(q, nuclei, raggio, q.riduzione);
-    componi_alone_e_luma(q, nuclei, alone, quantita);
-}
+extern const Effetto GLIMMER;
+constinit const Effetto GLIMMER = alone<Glimmer>({
+    .quantita = &FxRicetta::glimmer,
+    .copia = Copia::RIDOTTA,
+    .lavoro = Lavoro::SFOCA,
+    .raggio = 0.008,
+    .minimo = 2,
+});
 
+}  // namespace VARNO_LIVELLO
 }  // namespace varno

@@ -1,19 +1,50 @@
-#include "fx/halation.h"
-
-#include "fx/blur.h"
-#include "fx/fx.h"
-#include "fx/nuclei.h"
-#include "fx/nuclei_aloni.h"
-
-#include <algorithm>
+// Halation: a warm glow around highlights that starts early and falls off with a power. A value
+// above 1 stays above.
+#include "fx/alone.h"
 
 namespace varno {
+namespace VARNO_LIVELLO {
+namespace {
 
-void applica_halation(const Quadro& q, float quantita)
-{
-    const NucleiAlone& nuclei = gNuclei->aloni.halation;
-    const Alone alone = alone_di(q, nuclei, std::max(2, q.raggio_halation), q.riduzione);
-    componi_alone_e_luma(q, nuclei, alone, quantita);
-}
+struct Halation {
+    static constexpr int PIANI = 1;
+    static constexpr float INIZIO = 0.62f;    // luminance at which the mask leaves 0
+    static constexpr float AMPIEZZA = 0.38f;  // written out: 1 - INIZIO rounds to another float
+    static constexpr float POTENZA = 1.6f;
+    static constexpr float COLORE[3] = {1.0f, 0.36f, 0.12f};
 
+    // powf where it matters: both ends of t are their own power.
+    template <class V> static V maschera(V luma)
+    {
+        const V t = clamp01((luma - INIZIO) / AMPIEZZA);
+        if (!qualcuno((t > 0.0f) & (t < 1.0f)))
+            return t;
+        float f[CAMPIONI<V>];
+        scrivi<V>(f, t);
+        for (float& v : f)
+            if (v > 0.0f && v < 1.0f)
+                v = powf(v, POTENZA);
+        return carica<V>(f);
+    }
+
+    template <class V> static void componi(V (&rgb)[3], V mascherata, float quantita)
+    {
+        const V a = mascherata * quantita;
+        for (int c = 0; c < 3; ++c)
+            rgb[c] = mescola_schermo(rgb[c], minimo(COLORE[c] * a, 1.0f));
+    }
+};
+
+}  // namespace
+
+extern const Effetto HALATION;
+constinit const Effetto HALATION = alone<Halation>({
+    .quantita = &FxRicetta::halation,
+    .copia = Copia::RIDOTTA,
+    .lavoro = Lavoro::SFOCA,
+    .raggio = 0.018,
+    .minimo = 2,
+});
+
+}  // namespace VARNO_LIVELLO
 }  // namespace varno

@@ -1,177 +1,39 @@
-#include "fx/stella.h"
-
-#include "fx/blur.h"
-#include "fx/fx.h"
-#include "fx/nuclei.h"
-#include "fx/nuclei_aloni.h"
-#include "fx/nuclei_effetti.h"
-#include "render/parallel_for.h"
-
-#include <algorithm>
-#include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <vector>
+// The star: white rays through the brightest points. The rays themselves: fx/raggi.h.
+#include "fx/alone.h"
 
 namespace varno {
+namespace VARNO_LIVELLO {
 namespace {
 
-constexpr double LUNGHEZZA = 0.09;  // reach of a ray on each side, of the width
-constexpr int MINIMA = 3;           // reduced pixels
-constexpr float PI = 3.1415927f;
-constexpr int VUOTO = 16;  // reduced samples of nothing that end a run of light
+struct Stella {
+    static constexpr int PIANI = 1;
+    static constexpr float INIZIO = 0.85f;    // luminance at which the mask leaves 0
+    static constexpr float AMPIEZZA = 0.15f;  // written out: 1 - INIZIO rounds to another float
+    static constexpr float GUADAGNO = 2.4f;
 
-struct Raggiera {
-    int direzioni;  // lines through a source, each two rays
-    float angolo0;  // of the first line, radians
+    // Not a weight: from the end of the ramp on, the luminance itself.
+    template <class V> static V maschera(V luma)
+    {
+        const V t = (luma - INIZIO) / AMPIEZZA;
+        return t > 0.0f ? (t >= 1.0f ? luma : t * t * luma) : V{};
+    }
+
+    template <class V> static void componi(V (&rgb)[3], V mascherata, float quantita)
+    {
+        const V h = minimo(mascherata * quantita * GUADAGNO, 1.0f);
+        for (V& c : rgb)
+            c = mescola_schermo(c, h);
+    }
 };
-
-// Four points stand diagonally; the other stars have a horizontal line.
-Raggiera raggiera_di(int punte)
-{
-    if (punte == 4)
-        return {2, 0.7853982f};
-    if (punte < 6)
-        return {2, 0.0f};
-    return {punte < 8 ? 3 : 4, 0.0f};
-}
-
-// Where there is light in the reduced mask.
-struct Luci {
-    struct Tratto {
-        int inizio;
-        int fine;
-    };
-    std::vector<Tratto> tratti;      // runs of samples, row after row
-    std::vector<std::size_t> primo;  // first run of each row, and the end of the last
-};
-
-// Whether VUOTO samples are 0; a negative zero passes for light here, and is found out one by one.
-bool buio(const float* campioni)
-{
-    std::uint32_t bit[VUOTO];
-    std::memcpy(bit, campioni, sizeof bit);
-    std::uint32_t acceso = 0;
-    for (const std::uint32_t b : bit)
-        acceso |= b;
-    return acceso == 0;
-}
-
-Luci luci_di(const Alone& ridotta)
-{
-    Luci luci;
-    for (int y = 0; y < ridotta.altezza; ++y) {
-        const float* riga = &ridotta.piani[static_cast<std::size_t>(y) * ridotta.larghezza];
-        luci.primo.push_back(luci.tratti.size());
-        for (int x = 0; x < ridotta.larghezza; ++x) {
-            if (riga[x] == 0.0f) {
-                while (x + VUOTO < ridotta.larghezza && buio(riga + x + 1))
-                    x += VUOTO;
-                continue;
-            }
-            if (luci.tratti.size() == luci.primo.back() || x - luci.tratti.back().fine >= VUOTO)
-                luci.tratti.push_back({x, x});
-            luci.tratti.back().fine = x + 1;
-        }
-    }
-    luci.primo.push_back(luci.tratti.size());
-    return luci;
-}
-
-// One line through a source: its taps from end to end, seen from the pixel that they reach.
-struct Linea {
-    struct Tocco {
-        int dx;
-        int dy;
-        float peso;
-    };
-    std::vector<Tocco> tocchi;
-    float peso_totale = 0.0f;
-};
-
-Linea linea_di(int mezza_lunghezza, float angolo)
-{
-    const float seno = std::sin(angolo);
-    const float coseno = std::cos(angolo);
-    Linea linea;
-    for (int k = -mezza_lunghezza; k <= mezza_lunghezza; ++k) {
-        const auto passo = static_cast<float>(k);
-        const float peso =
-            1.0f - static_cast<float>(std::abs(k)) / static_cast<float>(mezza_lunghezza + 1);
-        linea.tocchi.push_back({static_cast<int>(std::lround(passo * coseno)),
-                                static_cast<int>(std::lround(passo * seno)), peso});
-        linea.peso_totale += peso;
-    }
-    return linea;
-}
-
-// Adds to a row what one line brings to it, each pixel's taps in the line's order. Where the taps
-// are 0 they are left out: they would not change a sum that is never below 0. somma is a row of
-// zeros, before and after.
-void riga_linea(const Alone& ridotta, const Luci& luci, const Linea& linea, int y, float* somma,
-                float* accumulo)
-{
-    const int larghezza = ridotta.larghezza;
-    int inizio = larghezza;  // the part of the row that got something
-    int fine = 0;
-    for (const Linea::Tocco& tocco : linea.tocchi) {
-        const int sorgente = y + tocco.dy;
-        if (sorgente < 0 || sorgente >= ridotta.altezza)
-            continue;
-        const float* riga = &ridotta.piani[static_cast<std::size_t>(sorgente) * larghezza];
-        for (std::size_t t = luci.primo[sorgente]; t < luci.primo[sorgente + 1]; ++t) {
-            const int da = std::max(0, luci.tratti[t].inizio - tocco.dx);
-            const int a = std::min(larghezza, luci.tratti[t].fine - tocco.dx);
-            if (da >= a)
-                continue;
-            gNuclei->effetti.somma_pesata(somma + da, riga + da + tocco.dx, a - da, tocco.peso);
-            inizio = std::min(inizio, da);
-            fine = std::max(fine, a);
-        }
-    }
-    for (int x = inizio; x < fine; ++x) {
-        accumulo[x] += somma[x] / linea.peso_totale;
-        somma[x] = 0.0f;
-    }
-}
 
 }  // namespace
 
-Alone raggi_di(const Quadro& q, const Alone& ridotta, int punte)
-{
-    const int mezza_lunghezza =
-        std::max(MINIMA, static_cast<int>(std::lround(q.larghezza * LUNGHEZZA / q.riduzione)));
-    const Raggiera raggiera = raggiera_di(punte);
-    std::vector<Linea> linee;
-    for (int d = 0; d < raggiera.direzioni; ++d)
-        linee.push_back(linea_di(mezza_lunghezza, static_cast<float>(d) * PI /
-                                                          static_cast<float>(raggiera.direzioni) +
-                                                      raggiera.angolo0));
-    const Luci luci = luci_di(ridotta);
+extern const Effetto STELLA;
+constinit const Effetto STELLA = alone<Stella>({
+    .quantita = &FxRicetta::stella,
+    .copia = Copia::RIDOTTA,
+    .lavoro = Lavoro::RAGGI,
+});
 
-    const auto riga = static_cast<std::size_t>(ridotta.larghezza);
-    const auto righe = static_cast<std::size_t>(ridotta.altezza);
-    Alone raggi = {piano_di_lavoro(riga * righe, q.img.arena), ridotta.larghezza, ridotta.altezza,
-                   ridotta.riduzione};
-    Piano somme = piano_di_lavoro(riga * righe, q.img.arena);
-    parallel_for(righe, [&](std::uint64_t y) {
-        float* accumulo = &raggi.piani[y * riga];
-        float* somma = &somme[y * riga];
-        std::fill(accumulo, accumulo + riga, 0.0f);
-        std::fill(somma, somma + riga, 0.0f);
-        for (const Linea& linea : linee)
-            riga_linea(ridotta, luci, linea, static_cast<int>(y), somma, accumulo);
-    });
-    return raggi;
-}
-
-void applica_stella(const Quadro& q, float quantita, int punte)
-{
-    const NucleiAlone& nuclei = gNuclei->aloni.stella;
-    const Alone ridotta = ridotta_di(q, nuclei, q.riduzione);
-    const Alone raggi = raggi_di(q, ridotta, punte);
-    componi_alone_e_luma(q, nuclei, raggi, quantita);
-}
-
+}  // namespace VARNO_LIVELLO
 }  // namespace varno

@@ -1,100 +1,65 @@
-#include "fx/vignetta.h"
-
-#include "comune/aritmetica.h"
-#include "fx/nuclei.h"
-#include "fx/nuclei_effetti.h"
-
-#include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <mutex>
+// The vignette: corners darkened by the weights of fx/vignetta_mask.h. Leaves 0..1.
+#include "comune/vettore.h"
+#include "fx/effetto.h"
 
 namespace varno {
+namespace VARNO_LIVELLO {
 namespace {
 
-constexpr float DIAGONALE = 1.4142135f;  // distance of a corner, each axis by its own half side
-constexpr float INIZIO = 0.78f;          // of the way to the corner; beyond the middle of any edge
-constexpr float AMPIEZZA = 0.22f;
-constexpr float CURVA = 2.2f;
-
-// The kept mask. Renders of several sizes replace it under each other, but each holds its own.
-struct MascheraTenuta {
-    std::mutex guardia;
-    std::shared_ptr<const MascheraVignetta> maschera;  // null until the first vignette
-    int larghezza = 0;
-    int altezza = 0;
-};
-MascheraTenuta gVignetta;
-
-// Share of the falloff at a pixel, 0..1, before its curve; a and b are the squares of the distance
-// from the middle along each axis.
-float caduta(float a, float b)
+// Pixels inizio to fine - 1 of a row, times 1 - maschera * quantita.
+void scurisci(const float* da, float* a, const float* maschera, ptrdiff_t inizio, ptrdiff_t fine,
+              float quantita)
 {
-    const float d = std::sqrt(b + a) / DIAGONALE;
-    return clamp01((d - INIZIO) / AMPIEZZA);
+    da += 3 * inizio;
+    a += 3 * inizio;
+    maschera += inizio;
+    per_vettori(fine - inizio, [=](auto v, ptrdiff_t x) {
+        using V = decltype(v);
+        const V k = 1.0f - carica<V>(maschera + x) * quantita;
+        V c[3];
+        carica_rgb(da + 3 * x, c);
+        for (V& canale : c)
+            canale = clamp01(canale * k);
+        scrivi_rgb(a + 3 * x, c);
+    });
 }
 
-float distanza_quadra(int i, float centro)
+// n floats held to 0..1.
+void limita(const float* da, float* a, ptrdiff_t n)
 {
-    const float d = (static_cast<float>(i) - centro) / centro;
-    return d * d;
+    per_vettori(n, [=](auto v, ptrdiff_t x) {
+        using V = decltype(v);
+        leggi_avanti<V>(da + x);
+        scrivi(a + x, clamp01(carica<V>(da + x)));
+    });
 }
 
-// Along a row the falloff sinks to the middle and rises again: the pixels before the first 0 and
-// behind the last are all that has to be written.
-MascheraVignetta::Centro riga_maschera(float* valori, int larghezza, float a)
+// A weight of 0 multiplies by exactly 1: in the middle only the clamp is left. But not by an
+// infinite amount, of which 0 times is not a number.
+void vignetta(const Quadro& q, const Righe& r, const float*, float quantita)
 {
-    const float cx = static_cast<float>(larghezza) * 0.5f;
-    const auto peso = [&](int x) { return caduta(a, distanza_quadra(x, cx)); };
-    MascheraVignetta::Centro centro{0, larghezza};
-    for (float p; centro.inizio < larghezza && (p = peso(centro.inizio)) > 0.0f; ++centro.inizio)
-        valori[centro.inizio] = std::pow(p, CURVA);
-    for (float p; centro.fine > centro.inizio && (p = peso(centro.fine - 1)) > 0.0f; --centro.fine)
-        valori[centro.fine - 1] = std::pow(p, CURVA);
-    return centro;
-}
-
-std::shared_ptr<const MascheraVignetta> costruisci(int larghezza, int altezza)
-{
-    auto m = std::make_shared<MascheraVignetta>();
-    // A negative product is a size that cannot be had.
-    m->valori.azzera(static_cast<std::size_t>(std::int64_t{larghezza} * altezza));
-    if (larghezza < 1 || altezza < 1)
-        return m;
-    const auto riga = static_cast<std::size_t>(larghezza);
-    const float cy = static_cast<float>(altezza) * 0.5f;
-    m->centro.reserve(static_cast<std::size_t>(altezza));
-    for (int y = 0; y < altezza; ++y)
-        m->centro.push_back(riga_maschera(&m->valori[static_cast<std::size_t>(y) * riga], larghezza,
-                                          distanza_quadra(y, cy)));
-    return m;
+    const ptrdiff_t W = q.larghezza;
+    const bool finita = quantita - quantita == 0.0f;
+    for (ptrdiff_t i = 0; i < r.n; ++i) {
+        const float* const da = r.da + 3 * W * i;
+        float* const a = r.a + 3 * W * i;
+        const float* const maschera = q.vignetta + (r.y + i) * W;
+        const ptrdiff_t inizio = finita ? q.centro[r.y + i].inizio : W;
+        const ptrdiff_t fine = finita ? q.centro[r.y + i].fine : W;
+        scurisci(da, a, maschera, 0, inizio, quantita);
+        limita(da + 3 * inizio, a + 3 * inizio, 3 * (fine - inizio));
+        scurisci(da, a, maschera, fine, W, quantita);
+    }
 }
 
 }  // namespace
 
-std::shared_ptr<const MascheraVignetta> vignetta_mask(int larghezza, int altezza)
-{
-    const std::lock_guard<std::mutex> blocco(gVignetta.guardia);
-    if (!gVignetta.maschera || gVignetta.larghezza != larghezza || gVignetta.altezza != altezza) {
-        gVignetta.maschera = costruisci(larghezza, altezza);
-        gVignetta.larghezza = larghezza;
-        gVignetta.altezza = altezza;
-    }
-    return gVignetta.maschera;
-}
+extern const Effetto VIGNETTA;
+constinit const Effetto VIGNETTA = {
+    .quantita = &FxRicetta::vignetta,
+    .lavoro = Lavoro::VIGNETTA,
+    .cambia = vignetta,
+};
 
-// A weight of 0 multiplies by exactly 1: in the middle only the clamp is left.
-void riga_vignetta(const MascheraVignetta& maschera, float* rgb, int larghezza, std::uint64_t y,
-                   float quantita)
-{
-    const bool finita = std::isfinite(quantita);  // 0 times an infinite amount is not-a-number
-    const float* valori = &maschera.valori[y * static_cast<std::size_t>(larghezza)];
-    const auto [inizio, fine] =
-        finita ? maschera.centro[y] : MascheraVignetta::Centro{larghezza, larghezza};
-    const NucleiEffetti& nuclei = gNuclei->effetti;
-    nuclei.vignetta(rgb, valori, inizio, quantita);
-    nuclei.limita(rgb + std::size_t{3} * inizio, std::ptrdiff_t{3} * (fine - inizio));
-    nuclei.vignetta(rgb + std::size_t{3} * fine, valori + fine, larghezza - fine, quantita);
-}
-
+}  // namespace VARNO_LIVELLO
 }  // namespace varno

@@ -1,3 +1,4 @@
+// The kernels of the table of the grade.
 #pragma once
 
 #include <stddef.h>
@@ -18,8 +19,6 @@ struct NucleiTabella {
     void (*unisci)(const float* rgb, const float* alfa, float* rgba, ptrdiff_t larghezza);
     /// The same with one alpha for the whole row.
     void (*unisci_uno)(const float* rgb, const float* alfa, float* rgba, ptrdiff_t larghezza);
-    /// Luminance of a row of RGB.
-    void (*luminanza)(const float* rgb, float* luma, ptrdiff_t larghezza);
 };
 
 }  // namespace varno

@@ -1,3 +1,5 @@
+// The only source of threads: rows, columns or blocks shared out over threads that live for one
+// call. Knows nothing of pictures.
 #pragma once
 
 #include <algorithm>
@@ -11,32 +13,53 @@ namespace varno {
 /// system's count; tests may put another function here while nothing runs.
 extern unsigned (*gThreadHardware)();
 
-/// Runs body(begin, end) over contiguous chunks of 0..count on short-lived threads, all joined
-/// before it returns; below 16 items or 2 hardware threads it is one call on the calling thread,
-/// with count 0 none. The body is shared by all threads, never copied; it writes only the output
-/// of its own indices. Nothing is caught: an exception on a worker, or a thread that fails to
-/// start while others run, ends the process; one from the first thread's start reaches the caller.
-template <class Corpo> void parallel_for_blocchi(std::uint64_t count, Corpo&& corpo)
+/// How count items are shared out: contiguous chunks of passo items, the last one perhaps smaller.
+/// Below 16 items or 2 hardware threads it is one part, on the calling thread.
+struct Parti {
+    std::uint64_t count = 0;
+    std::uint64_t passo = 0;   // items of a chunk
+    std::uint64_t quante = 0;  // chunks; 0 where there are no items
+};
+
+/// The parts of a loop that is about to start, for callers who lay out memory for each.
+inline Parti parti_di(std::uint64_t count)
 {
-    const unsigned hc = gThreadHardware();
-    if (hc < 2 || count < 16) {
-        if (count > 0)
-            corpo(std::uint64_t{0}, count);
+    const std::uint64_t hc = gThreadHardware();
+    if (hc < 2 || count < 16)
+        return {count, count, count > 0 ? 1u : 0u};
+    const std::uint64_t T = std::min(hc, count);
+    const std::uint64_t passo = (count + T - 1) / T;
+    return {count, passo, (count + passo - 1) / passo};
+}
+
+/// Runs body(part, begin, end) over the parts on short-lived threads, all joined before it returns;
+/// a single part on the calling thread. The body is shared by all threads, never copied; it writes
+/// only the output of its own indices and the memory of its own part. Nothing is caught: an
+/// exception on a worker, or a thread that fails to start while others run, ends the process; one
+/// from the first thread's start reaches the caller.
+template <class Corpo> void parallel_for_parti(const Parti& parti, Corpo&& corpo)
+{
+    if (parti.passo == parti.count) {
+        if (parti.count > 0)
+            corpo(std::uint64_t{0}, std::uint64_t{0}, parti.count);
         return;
     }
-    const std::uint64_t T = std::min<std::uint64_t>(hc, count);
-    const std::uint64_t chunk = (count + T - 1) / T;
     std::vector<std::thread> thread;
-    thread.reserve(T);
-    for (std::uint64_t i = 0; i < T; ++i) {
-        const std::uint64_t begin = i * chunk;
-        const std::uint64_t end = std::min(begin + chunk, count);
-        if (begin >= end)
-            break;
-        thread.emplace_back([&corpo, begin, end] { corpo(begin, end); });
+    thread.reserve(parti.quante);
+    for (std::uint64_t i = 0; i < parti.quante; ++i) {
+        const std::uint64_t begin = i * parti.passo;
+        const std::uint64_t end = std::min(begin + parti.passo, parti.count);
+        thread.emplace_back([&corpo, i, begin, end] { corpo(i, begin, end); });
     }
     for (std::thread& t : thread)
         t.join();
+}
+
+/// The same, body(begin, end).
+template <class Corpo> void parallel_for_blocchi(std::uint64_t count, Corpo&& corpo)
+{
+    parallel_for_parti(parti_di(count), [&corpo](std::uint64_t, std::uint64_t begin,
+                                                 std::uint64_t end) { corpo(begin, end); });
 }
 
 /// The same, one index at a time: body(0) .. body(count - 1), ascending within a chunk.

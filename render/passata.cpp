@@ -1,9 +1,8 @@
 #include "render/passata.h"
 
-#include "fx/nuclei.h"
+#include "comune/nuclei.h"
 #include "render/lut3d.h"
 #include "render/nuclei_tabella.h"
-#include "render/parallel_for.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -77,8 +76,8 @@ Alfa alfa_di(int larghezza, int altezza, Arena* arena)
             std::vector<Alfa::Riga>(righe)};
 }
 
-void colora_riga(const Lut3D& lut, const Finestra& sorgente, int larghezza, std::uint64_t y,
-                 float* rgb, Alfa& alfa)
+void passata_colore(const Lut3D& lut, const Finestra& sorgente, int larghezza, std::uint64_t y,
+                    float* rgb, Alfa& alfa)
 {
     const float* rgba = riga_di(sorgente, y);
     const auto n = static_cast<std::size_t>(larghezza);
@@ -96,32 +95,18 @@ void colora_riga(const Lut3D& lut, const Finestra& sorgente, int larghezza, std:
         std::memcpy(&stato.valore, rgba + 3, sizeof(float));
 }
 
-void passata_colore(const Lut3D& lut, const Finestra& sorgente, Immagine& immagine, Alfa& alfa,
-                    int larghezza, int altezza, Piano* luma)
+void passata_diretta(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita,
+                     int larghezza, std::uint64_t y)
 {
-    const auto riga = static_cast<std::size_t>(larghezza);
-    parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
-        float* rgb = &immagine[y * riga * 3];
-        colora_riga(lut, sorgente, larghezza, y, rgb, alfa);
-        if (luma != nullptr)
-            gNuclei->tabella.luminanza(rgb, &(*luma)[y * riga], larghezza);
-    });
-}
-
-void passata_colore_diretta(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita,
-                            int larghezza, int altezza)
-{
-    parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
-        const float* rgba = riga_di(sorgente, y);
-        float* a = riga_da_scrivere(uscita, y);
-        if (lut.regolare) {
-            gNuclei->tabella.campiona_rgba(lut.dati.data(), lut.N, rgba, a, larghezza);
-            return;
-        }
-        campiona_riga(lut, rgba, a, 4, static_cast<std::size_t>(larghezza));
-        for (int x = 0; x < larghezza; ++x)
-            std::memcpy(a + 4 * x + 3, rgba + 4 * x + 3, sizeof(float));
-    });
+    const float* rgba = riga_di(sorgente, y);
+    float* a = riga_da_scrivere(uscita, y);
+    if (lut.regolare) {
+        gNuclei->tabella.campiona_rgba(lut.dati.data(), lut.N, rgba, a, larghezza);
+        return;
+    }
+    campiona_riga(lut, rgba, a, 4, static_cast<std::size_t>(larghezza));
+    for (int x = 0; x < larghezza; ++x)
+        std::memcpy(a + 4 * x + 3, rgba + 4 * x + 3, sizeof(float));
 }
 
 bool separate(const Finestra& a, const Finestra& b, int larghezza, int altezza)

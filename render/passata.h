@@ -34,17 +34,12 @@ Alfa alfa_di(int larghezza, int altezza, Arena* arena);
 /// Samples the table trilinearly, red, then green, then blue, for every pixel of the window's row y
 /// into rgb (larghezza * 3 floats), and sets the row's alpha aside. Values outside 0..1 sit on the
 /// table's edge, not-a-number grades as 0. Takes no lock.
-void colora_riga(const Lut3D& lut, const Finestra& sorgente, int larghezza, std::uint64_t y,
-                 float* rgb, Alfa& alfa);
+void passata_colore(const Lut3D& lut, const Finestra& sorgente, int larghezza, std::uint64_t y,
+                    float* rgb, Alfa& alfa);
 
-/// The same for all rows, into immagine. luma, where there is one, gets the luminance of what is
-/// written.
-void passata_colore(const Lut3D& lut, const Finestra& sorgente, Immagine& immagine, Alfa& alfa,
-                    int larghezza, int altezza, Piano* luma = nullptr);
-
-/// From window to window, for a frame without effects. Their memory must be separate.
-void passata_colore_diretta(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita,
-                            int larghezza, int altezza);
+/// Row y from window to window, for a frame that nothing changes. Their memory must be separate.
+void passata_diretta(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita,
+                     int larghezza, std::uint64_t y);
 
 /// Whether no byte between the first and the last of one window lies between those of the other.
 bool separate(const Finestra& a, const Finestra& b, int larghezza, int altezza);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "comune/piano.h"
-#include "fx/nuclei.h"
+#include "comune/nuclei.h"
 #include "semplici.h"
 
 #include <cstddef>

@@ -3,13 +3,7 @@
 #include "quadri.h"
 #include "thread_finti.h"
 
-#include "fx/enhance.h"
-#include "fx/grana.h"
-#include "fx/halation.h"
-#include "fx/pelle.h"
-#include "fx/stella.h"
-#include "fx/streak.h"
-#include "fx/vignetta.h"
+#include "fx/vignetta_mask.h"
 
 #include <doctest/doctest.h>
 
@@ -31,17 +25,20 @@ namespace {
 
 struct Tavolozza {
     Immagine img;
-    Piano luma;
     int larghezza, altezza;
 
     Tavolozza(int w, int h, float grigio = 0.0f)
-        : img(static_cast<std::size_t>(w * h * 3), grigio),
-          luma(static_cast<std::size_t>(w * h), grigio), larghezza(w), altezza(h)
+        : img(static_cast<std::size_t>(w * h * 3), grigio), larghezza(w), altezza(h)
     {
     }
     float* rgb(int x, int y) { return &img[static_cast<std::size_t>((y * larghezza + x) * 3)]; }
-    float& l(int x, int y) { return luma[static_cast<std::size_t>(y * larghezza + x)]; }
-    Quadro quadro() { return quadro_di(img, luma, larghezza, altezza); }
+    void applica(float FxRicetta::*campo, float quantita, int punte = 4)
+    {
+        FxRicetta r;
+        r.*campo = quantita;
+        r.punte = punte;
+        applica_fx(img, larghezza, altezza, r);
+    }
 };
 
 }  // namespace
@@ -104,31 +101,36 @@ TEST_CASE("the middle of a flat frame, worked out by hand")
 TEST_CASE("sizes follow the frame, in steps where the reduction does")
 {
     struct Caso {
-        int larghezza, altezza, lato_max, enhance, halation, bloom, riduzione;
+        int larghezza, altezza, riduzione, enhance, halation, bloom, streak;  // radii, samples
     };
     // clang-format off
     constexpr Caso casi[] = {
-        {  40,   30,   40,  0,   1,  0, 1},
-        { 100,  100,  100,  1,   2,  1, 1},
-        { 125,   50,  125,  2,   2,  1, 1},  // 0.012 * 125 = 1.5 rounds up
-        {1919, 1080, 1919, 23,  35, 19, 1},
-        {1920, 1080, 1920, 23,  35, 19, 2},
-        {1080, 1920, 1920, 23,  35, 19, 2},
-        {2879,    1, 2879, 35,  52, 29, 2},
-        {2880, 1620, 2880, 35,  52, 29, 3},
-        {3839, 2160, 3839, 46,  69, 38, 3},
-        {3840, 2160, 3840, 46,  69, 38, 4},
-        {7680, 4320, 7680, 92, 138, 77, 4},
+        {  40,   30, 1,  1,  2,  1,   4},  // held at their minimum
+        { 100,  100, 1,  1,  2,  1,  10},
+        { 125,   50, 1,  2,  2,  1,  13},  // 0.012 * 125 = 1.5 rounds up
+        {1919, 1080, 1, 23, 35, 19, 192},
+        {1920, 1080, 2, 23, 17,  9,  96},
+        {1080, 1920, 2, 23, 17,  9,  54},  // the streak goes by the width
+        {2879,    1, 2, 35, 26, 14, 144},
+        {2880, 1620, 3, 35, 17,  9,  96},
+        {3839, 2160, 3, 46, 23, 12, 128},
+        {3840, 2160, 4, 46, 17,  9,  96},
+        {7680, 4320, 4, 92, 34, 19, 192},
     };
     // clang-format on
+    FxRicetta r;
+    r.enhance = r.halation = r.bloom = r.streak = 0.1f;
     for (const Caso& c : casi) {
-        CAPTURE(c.lato_max);
-        Immagine img;
-        Piano luma;
-        const Quadro q = quadro_di(img, luma, c.larghezza, c.altezza);
-        CHECK(std::array{q.lato_max, q.raggio_enhance, q.raggio_halation, q.raggio_bloom,
-                         q.riduzione} ==
-              std::array{c.lato_max, c.enhance, c.halation, c.bloom, c.riduzione});
+        CAPTURE(c.larghezza);
+        CAPTURE(c.altezza);
+        CHECK(riduzione_di(c.larghezza, c.altezza) == c.riduzione);
+        const Programma p =
+            programma_di(r, c.larghezza, c.altezza, Strada::IN_IMMAGINE, c.riduzione);
+        CHECK(std::array{p.stadi[0].forma.raggio, p.stadi[1].forma.raggio, p.stadi[2].forma.raggio,
+                         p.stadi[3].forma.raggio} ==
+              std::array{c.enhance, c.halation, c.bloom, c.streak});
+        CHECK(p.stadi[1].forma.larghezza == std::max(1, c.larghezza / c.riduzione));
+        CHECK(p.stadi[0].forma.larghezza == c.larghezza);
     }
 }
 
@@ -157,27 +159,19 @@ TEST_CASE("the chain is its effects one after the other, but for luma behind blo
     }
     CHECK(differenza(Campioni(insieme.begin(), insieme.end()), a_passi, W, 3) == "");
 
-    // Streak upon bloom masks by the picture before the glow.
+    // Streak upon bloom masks by the picture before the glow, which streak upon its result does
+    // not.
     FxRicetta r;
     r.bloom = 0.6f;
-    Immagine fiorita = piano_di(prima);
-    applica_fx(fiorita, W, H, r);
-    Immagine intatta = piano_di(prima);
-    Piano luma(prima.size() / 3);
-    aggiorna_luma(quadro_di(intatta, luma, W, H));
-    Immagine vecchia = copia_di(fiorita);
-    Piano luma_vecchia = copia_di(luma);
-    applica_streak(quadro_di(vecchia, luma_vecchia, W, H), 0.6f);
-    Immagine nuova = copia_di(fiorita);
-    aggiorna_luma(quadro_di(nuova, luma, W, H));
-    applica_streak(quadro_di(nuova, luma, W, H), 0.6f);
-
+    Immagine a_passi_due = piano_di(prima);
+    applica_fx(a_passi_due, W, H, r);
+    FxRicetta solo;
+    solo.streak = 0.6f;
+    applica_fx(a_passi_due, W, H, solo);
     r.streak = 0.6f;
     Immagine catena = piano_di(prima);
     applica_fx(catena, W, H, r);
-    const Campioni atteso(catena.begin(), catena.end());
-    CHECK(differenza(atteso, vecchia, W, 3) == "");
-    CHECK(differenza(atteso, nuova, W, 3) != "");
+    CHECK(differenza(Campioni(catena.begin(), catena.end()), a_passi_due, W, 3) != "");
 }
 
 TEST_CASE("glows never darken a channel of 0..1, nor lift one above 1")
@@ -209,20 +203,19 @@ TEST_CASE("glows never darken a channel of 0..1, nor lift one above 1")
 
 TEST_CASE("detail is limited to a third before its amount")
 {
-    // luma decides, the picture follows as a ratio; 49/729 of the middle pixel is its own blur.
+    // 49/729 of the middle pixel is its own blur.
     Tavolozza scuro(100, 100, 1.5f);
-    scuro.l(50, 50) = 0.1f;
     std::fill_n(scuro.rgb(50, 50), 3, 0.1f);
-    applica_enhance(scuro.quadro(), 0.06f);
+    scuro.applica(&FxRicetta::enhance, 0.06f);
     CHECK(scuro.rgb(50, 50)[1] == Approx(0.06f).epsilon(1e-5));  // 0.1 - 2 * 0.06 / 3
 
+    // Luminance 1.2 beside black: (1.2 - 1.6 * 0.55 / 3) / 1.2 of each channel, held to 1.
     Tavolozza chiaro(100, 100);
-    chiaro.l(50, 50) = 1.2f;
     std::fill_n(chiaro.rgb(50, 50), 3, 0.6f);
-    applica_pelle(chiaro.quadro(), 0.55f);
-    // (1.2 - 1.6 * 0.55 / 3) / 1.2 of the channel; luma is refreshed from the picture.
+    chiaro.rgb(50, 50)[1] = 1.438926f;
+    chiaro.applica(&FxRicetta::pelle, 0.55f);
     CHECK(chiaro.rgb(50, 50)[0] == Approx(0.4533333f).epsilon(1e-5));
-    CHECK(chiaro.l(50, 50) == Approx(0.4533333f).epsilon(1e-5));
+    CHECK(chiaro.rgb(50, 50)[1] == 1.0f);
     CHECK(chiaro.rgb(51, 50)[0] == 0.0f);  // black beside brightness stays black
 }
 
@@ -247,8 +240,8 @@ TEST_CASE("a star's rays lie where its points ask, and fade as they go")
     // clang-format on
     for (const int punte : {4, 5, 6, 8}) {
         Tavolozza t(1000, 200);
-        t.l(500, 100) = 1.0f;
-        applica_stella(t.quadro(), 1.0f, punte);
+        t.rgb(500, 100)[1] = 1.3982103f;  // luminance 1; red and blue show the rays alone
+        t.applica(&FxRicetta::stella, 1.0f, punte);
         for (const Caso& caso : casi) {
             if (caso.punte != punte)
                 continue;
@@ -381,7 +374,7 @@ TEST_CASE("grain has its check values, is the frame number's alone and stays sma
     };
     // clang-format on
     for (const Caso& c : casi)
-        CHECK(hash_grana(c.x, c.y, c.f) * 16777216.0f == static_cast<float>(c.bit));
+        CHECK(semplici::hash_grana(c.x, c.y, c.f) * 16777216.0f == static_cast<float>(c.bit));
 
     // Cell (0, 0) of frame 0 has 0.16050887; at grey 0.5 the weight is 1.
     const auto granulosa = [](int w, int h, int fotogramma) {

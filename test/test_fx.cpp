@@ -3,19 +3,6 @@
 #include "quadri.h"
 #include "thread_finti.h"
 
-#include "fx/aberrazione.h"
-#include "fx/bloom.h"
-#include "fx/enhance.h"
-#include "fx/glimmer.h"
-#include "fx/grana.h"
-#include "fx/halation.h"
-#include "fx/mistw.h"
-#include "fx/pelle.h"
-#include "fx/promist.h"
-#include "fx/stella.h"
-#include "fx/streak.h"
-#include "fx/vignetta.h"
-
 #include <doctest/doctest.h>
 
 #include <algorithm>
@@ -39,35 +26,30 @@ struct Misura {
     int larghezza, altezza;
 };
 
-// One line an effect: its field, the two forms, the greatest amount that the parameters let pass.
-struct Effetto {
+// One line an effect: its field, the greatest amount that the parameters let pass, the plain form.
+struct Voce {
     const char* nome;
     float FxRicetta::*campo;
     float massimo;
-    void (*veloce)(const Quadro&, float);
     void (*semplice)(semplici::Quadro&, float);
 };
 
 // clang-format off
-const Effetto EFFETTI[] = {
-    {"enhance",  &FxRicetta::enhance,  0.6f,  applica_enhance,     semplici::applica_enhance},
-    {"pelle",    &FxRicetta::pelle,    0.55f, applica_pelle,       semplici::applica_pelle},
-    {"halation", &FxRicetta::halation, 0.6f,  applica_halation,    semplici::applica_halation},
-    {"bloom",    &FxRicetta::bloom,    0.6f,  applica_bloom,       semplici::applica_bloom},
-    {"streak",   &FxRicetta::streak,   0.6f,  applica_streak,      semplici::applica_streak},
-    {"promist",  &FxRicetta::promist,  0.55f, applica_promist,     semplici::applica_promist},
+const Voce EFFETTI[] = {
+    {"enhance",  &FxRicetta::enhance,  0.6f,  semplici::applica_enhance},
+    {"pelle",    &FxRicetta::pelle,    0.55f, semplici::applica_pelle},
+    {"halation", &FxRicetta::halation, 0.6f,  semplici::applica_halation},
+    {"bloom",    &FxRicetta::bloom,    0.6f,  semplici::applica_bloom},
+    {"streak",   &FxRicetta::streak,   0.6f,  semplici::applica_streak},
+    {"promist",  &FxRicetta::promist,  0.55f, semplici::applica_promist},
     {"stella",   &FxRicetta::stella,   1.0f,
-     [](const Quadro& q, float v) { applica_stella(q, v, 6); },
-     [](semplici::Quadro& q, float v) { semplici::applica_stella(q, v, 6); }},
-    {"mistw",    &FxRicetta::mistw,    0.55f, applica_mistw,       semplici::applica_mistw},
-    {"glimmer",  &FxRicetta::glimmer,  0.55f, applica_glimmer,     semplici::applica_glimmer},
-    {"ca",       &FxRicetta::ca,       0.6f,  applica_aberrazione, semplici::applica_aberrazione},
-    {"vignetta", &FxRicetta::vignetta, 0.6f,
-     [](const Quadro& q, float v) { FxRicetta r; r.vignetta = v; applica_fx(q.img, q.larghezza, q.altezza, r); },
-     semplici::applica_vignetta},
+     [](semplici::Quadro& q, float v) { semplici::applica_stella(q, v, 4); }},
+    {"mistw",    &FxRicetta::mistw,    0.55f, semplici::applica_mistw},
+    {"glimmer",  &FxRicetta::glimmer,  0.55f, semplici::applica_glimmer},
+    {"ca",       &FxRicetta::ca,       0.6f,  semplici::applica_aberrazione},
+    {"vignetta", &FxRicetta::vignetta, 0.6f,  semplici::applica_vignetta},
     {"grana",    &FxRicetta::grana,    0.6f,
-     [](const Quadro& q, float v) { FxRicetta r; r.grana = v; r.fotogramma = 1001; applica_fx(q.img, q.larghezza, q.altezza, r); },
-     [](semplici::Quadro& q, float v) { semplici::applica_grana(q, v, 1001); }},
+     [](semplici::Quadro& q, float v) { semplici::applica_grana(q, v, 0); }},
 };
 
 constexpr Misura PICCOLE[] = {
@@ -107,9 +89,10 @@ std::string prova(const Campioni& prima, Misura m, const FxRicetta& ricetta)
     semplici::applica_fx(atteso, m.larghezza, m.altezza, ricetta);
     Arena arena;
     sporca(arena, prima.size() / 3);
-    Immagine avuto = piano_di_lavoro(prima.size(), &arena);
-    std::copy(prima.begin(), prima.end(), avuto.begin());
-    applica_fx(avuto, m.larghezza, m.altezza, ricetta);
+    Immagine avuto = piano_di(prima);
+    esegui(programma_di(ricetta, m.larghezza, m.altezza, Strada::IN_IMMAGINE,
+                        riduzione_di(m.larghezza, m.altezza)),
+           avuto, {}, arena);
     return differenza(atteso, avuto, m.larghezza, 3);
 }
 
@@ -117,7 +100,7 @@ FxRicetta ricetta_a_caso(std::uint32_t seme)
 {
     std::mt19937 caso(seme);
     FxRicetta r;
-    for (const Effetto& e : EFFETTI)
+    for (const Voce& e : EFFETTI)
         if (caso() % 2 == 0)
             r.*e.campo = e.massimo * static_cast<float>(1 + caso() % 1000) / 1000.0f;
     r.punte = static_cast<std::int32_t>(3 + caso() % 7);
@@ -128,7 +111,7 @@ FxRicetta ricetta_a_caso(std::uint32_t seme)
 FxRicetta tutti(float parte)
 {
     FxRicetta r;
-    for (const Effetto& e : EFFETTI)
+    for (const Voce& e : EFFETTI)
         r.*e.campo = e.massimo * parte;
     r.fotogramma = -7;
     return r;
@@ -136,12 +119,11 @@ FxRicetta tutti(float parte)
 
 }  // namespace
 
-TEST_CASE("each effect by itself gives the bits of the plain loops, in the picture and in luma")
+TEST_CASE("each effect by itself gives the bits of the plain loops, on copies of any reduction")
 {
-    // luma is that of another picture: an effect takes it as it stands and refreshes it, or not.
     // The reduction is a large frame's, which small ones reach too.
     Giro giro;
-    for (const Effetto& e : EFFETTI) {
+    for (const Voce& e : EFFETTI) {
         for (const Misura m : PICCOLE) {
             for (int k = 0; k < CONTENUTI; ++k) {
                 for (const float quantita : {1e-6f, e.massimo * 0.25f, e.massimo, 5.0f, INFINITO}) {
@@ -159,18 +141,18 @@ TEST_CASE("each effect by itself gives the bits of the plain loops, in the pictu
                     CAPTURE(giro.thread());
                     CAPTURE(std::string(gNuclei->nome));
                     const auto seme = static_cast<std::uint32_t>(giro.passo);
-                    semplici::Quadro q = semplici::quadro_di(
-                        quadro((k + 1) % CONTENUTI, m, seme + 1), m.larghezza, m.altezza);
-                    q.img = quadro(k, m, seme);
+                    const Campioni prima = quadro(k, m, seme);
+                    semplici::Quadro q = semplici::quadro_di(prima, m.larghezza, m.altezza);
                     q.riduzione = 1 + static_cast<int>(giro.passo / 3 % 4);
-                    Immagine img = piano_di(q.img);
-                    Piano luma = piano_di(q.luma);
                     e.semplice(q, quantita);
-                    Quadro veloce = quadro_di(img, luma, m.larghezza, m.altezza);
-                    veloce.riduzione = q.riduzione;
-                    e.veloce(veloce, quantita);
+                    FxRicetta r;
+                    r.*e.campo = quantita;
+                    Immagine img = piano_di(prima);
+                    Arena arena;
+                    esegui(
+                        programma_di(r, m.larghezza, m.altezza, Strada::IN_IMMAGINE, q.riduzione),
+                        img, {}, arena);
                     CHECK(differenza(q.img, img, m.larghezza, 3) == "");
-                    CHECK(differenza(q.luma, luma, m.larghezza, 1) == "");
                 }
             }
         }
@@ -181,7 +163,7 @@ TEST_CASE("the reduction steps and the long sides change no bit")
 {
     Giro giro;
     for (const Misura m : LUNGHE) {
-        for (const Effetto& e : EFFETTI) {
+        for (const Voce& e : EFFETTI) {
             for (int k = giro.passo % 2; k < CONTENUTI; k += 2) {
                 if (!giro.avanti())
                     continue;
@@ -204,8 +186,8 @@ TEST_CASE("recipes of several effects give the bits of the plain loops")
 {
     std::vector<FxRicetta> ricette = {tutti(0.2f), tutti(1.0f), tutti(4.0f)};
     // Every effect behind every other: luma as the first leaves it, stale behind bloom.
-    for (const Effetto* primo = std::begin(EFFETTI); primo != std::end(EFFETTI); ++primo) {
-        for (const Effetto* poi = primo + 1; poi != std::end(EFFETTI); ++poi) {
+    for (const Voce* primo = std::begin(EFFETTI); primo != std::end(EFFETTI); ++primo) {
+        for (const Voce* poi = primo + 1; poi != std::end(EFFETTI); ++poi) {
             FxRicetta r;
             r.*primo->campo = primo->massimo;
             r.*poi->campo = poi->massimo;
@@ -294,21 +276,75 @@ TEST_CASE("star points and frame numbers beyond the choices follow the same rule
     }
 }
 
-TEST_CASE("effects that are off leave every bit and take no memory but luma's")
+TEST_CASE("effects that are off leave every bit and take no memory")
 {
     constexpr Misura m = {37, 19};
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const Campioni prima = quadro(static_cast<int>(Contenuto::GUASTI), m, 5);
     for (const float spento : {0.0f, -0.0f, -1.0f, nan}) {
         FxRicetta r;
-        for (const Effetto& e : EFFETTI)
+        for (const Voce& e : EFFETTI)
             r.*e.campo = spento;
+        const Programma p = programma_di(r, m.larghezza, m.altezza, Strada::IN_IMMAGINE, 1);
+        CHECK(solo_passaggio(p));
         Arena arena;
-        Immagine img = piano_di_lavoro(prima.size(), &arena);
-        std::copy(prima.begin(), prima.end(), img.begin());
-        const int blocchi = arena.quanti;
-        applica_fx(img, m.larghezza, m.altezza, r);
+        Immagine img = piano_di(prima);
+        esegui(p, img, {}, arena);
         CHECK(std::memcmp(img.data(), prima.data(), prima.size() * sizeof(float)) == 0);
-        CHECK(arena.quanti <= blocchi + 1);
+        CHECK(arena.quanti == 0);
     }
+}
+
+namespace {
+
+// A plan as text: where rows come from, the effects that change them, where they go, what they
+// feed.
+std::string racconta(const FxRicetta& ricetta, Strada strada)
+{
+    const Programma p = programma_di(ricetta, 3840, 2160, strada, 4);
+    const auto nome = [&](int i) {
+        for (const Voce& e : EFFETTI)
+            if (p.stadi[i].effetto->quantita == e.campo)
+                return std::string(e.nome);
+        return std::string("?");
+    };
+    std::string testo;
+    for (int i = 0; i < p.numero_passate; ++i) {
+        const Passata& s = p.passate[i];
+        testo += i > 0 ? "; " : "";
+        testo += s.da_fuori ? "window" : "picture";
+        for (int k = s.primo; k < s.dopo; ++k)
+            testo.append(" ").append(nome(k));
+        testo += s.fuori ? " -> window" : " -> picture";
+        if (s.alimenta >= 0)
+            testo.append(s.luma_prima ? ", before that luma feeds " : ", feeds ")
+                .append(nome(s.alimenta));
+        testo += s.media ? ", mean" : "";
+    }
+    return testo;
+}
+
+}  // namespace
+
+TEST_CASE("the plan of a frame is what its recipe asks for, in as few sweeps as that takes")
+{
+    FxRicetta spenta;
+    FxRicetta iniziale;
+    iniziale.enhance = iniziale.halation = iniziale.bloom = iniziale.vignetta = 0.1f;
+    FxRicetta coda;
+    coda.vignetta = coda.grana = 0.1f;
+    FxRicetta lacuna;  // the veil's mean is the picture's before bloom, as its mask is
+    lacuna.bloom = lacuna.mistw = lacuna.ca = 0.1f;
+    const auto fuori = Strada::DA_FUORI_A_FUORI;
+    CHECK(racconta(spenta, fuori) == "window -> window");
+    CHECK(racconta(spenta, Strada::TUTTE_PRIMA) == "window -> picture; picture -> window");
+    CHECK(racconta(coda, fuori) == "window vignetta grana -> window");
+    CHECK(racconta(coda, Strada::TUTTE_PRIMA) ==
+          "window -> picture; picture vignetta grana -> window");
+    CHECK(racconta(iniziale, fuori) ==
+          "window -> picture, feeds enhance; picture enhance -> picture, feeds halation; "
+          "picture halation -> picture, feeds bloom; picture bloom vignetta -> window");
+    CHECK(racconta(lacuna, fuori) == "window -> picture, feeds bloom, mean; "
+                                     "picture bloom -> picture, before that luma feeds mistw; "
+                                     "picture mistw -> picture, feeds ca; picture ca -> window");
 }

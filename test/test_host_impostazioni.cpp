@@ -176,8 +176,9 @@ TEST_CASE("amounts reach the effects as floats, four grades scaled by 0.55")
             ricetta.punte = 4 + 2 * punte;
             varno::Immagine img(31 * 22 * 3);
             varno::Alfa alfa = varno::alfa_di(31, 22, nullptr);
-            varno::passata_colore(lut, sorgente, img, alfa, 31, 22);
-            const varno::Immagine neutra = varno::copia_di(img);
+            for (std::uint64_t y = 0; y < 22; ++y)
+                varno::passata_colore(lut, sorgente, 31, y, &img[y * 31 * 3], alfa);
+            const std::vector<float> neutra(img.begin(), img.end());
             varno::applica_fx(img, 31, 22, ricetta);
             Tela attesa = tela(f);
             for (std::uint64_t y = 0; y < 22; ++y)

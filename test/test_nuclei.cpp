@@ -1,9 +1,8 @@
-#include "fx/nuclei.h"
+#include "comune/nuclei.h"
 
+#include "fx/effetto.h"
 #include "fx/fx.h"
-#include "fx/nuclei_aloni.h"
-#include "fx/nuclei_blur.h"
-#include "fx/nuclei_effetti.h"
+#include "fx/nuclei_piani.h"
 #include "quadri.h"
 #include "render/lut3d.h"
 #include "render/nuclei_tabella.h"
@@ -58,10 +57,10 @@ bool sporco()
     return (basso & 4) != 0;
 }
 
-// Stands in a table in front of the true kernel. K tells apart tables of one type.
-template <auto M, int K> struct Spia;
+// Stands in a record in front of the true kernel. K tells apart records of one type.
+template <auto M, int K = 0> struct Spia;
 template <class T, class R, class... A, R (*T::*M)(A...), int K> struct Spia<M, K> {
-    static inline const T* vera = nullptr;
+    static inline R (*vera)(A...) = nullptr;
     static inline int chiamate = 0;
     static inline int lasciati_sporchi = 0;
 
@@ -74,53 +73,51 @@ template <class T, class R, class... A, R (*T::*M)(A...), int K> struct Spia<M, 
                 ++chiamate;
             }
         } dopo;
-        return (vera->*M)(a...);
+        return vera(a...);
     }
-    static void monta(T& tabella, const T& originale)
+    static void monta(T& record)
     {
-        vera = &originale;
+        vera = record.*M;
         chiamate = 0;
         lasciati_sporchi = 0;
-        tabella.*M = f;
+        if (vera != nullptr)
+            record.*M = f;
     }
     static void verifica()
     {
         INFO(__PRETTY_FUNCTION__);  // names the kernel
-        CHECK(chiamate > 0);
+        CHECK((vera == nullptr || chiamate > 0));
         CHECK(lasciati_sporchi == 0);
     }
 };
 
-template <class T, auto... M> struct Gruppo {
-    static void monta(T& t, const T& vera) { (Spia<M, 0>::monta(t, vera), ...); }
-    static void verifica() { (Spia<M, 0>::verifica(), ...); }
+template <auto... M> struct Gruppo {
+    template <class T> static void monta(T& t) { (Spia<M>::monta(t), ...); }
+    static void verifica() { (Spia<M>::verifica(), ...); }
 };
-using Blur = Gruppo<NucleiBlur, &NucleiBlur::orizzontale, &NucleiBlur::verticale>;
-using Effetti = Gruppo<NucleiEffetti, &NucleiEffetti::dettaglio, &NucleiEffetti::vignetta,
-                       &NucleiEffetti::limita, &NucleiEffetti::grana, &NucleiEffetti::rosso_e_blu,
-                       &NucleiEffetti::aberrazione, &NucleiEffetti::somma_pesata>;
-using Tabella =
-    Gruppo<NucleiTabella, &NucleiTabella::campiona, &NucleiTabella::campiona_rgba,
-           &NucleiTabella::unisci, &NucleiTabella::unisci_uno, &NucleiTabella::luminanza>;
+using Piani =
+    Gruppo<&NucleiPiani::luminanza, &NucleiPiani::riduci, &NucleiPiani::ingrandisci,
+           &NucleiPiani::orizzontale, &NucleiPiani::verticale, &NucleiPiani::somma_pesata>;
+using Tabella = Gruppo<&NucleiTabella::campiona, &NucleiTabella::campiona_rgba,
+                       &NucleiTabella::unisci, &NucleiTabella::unisci_uno>;
 
-constexpr NucleiAlone NucleiAloni::*ALONI[] = {
-    &NucleiAloni::halation, &NucleiAloni::bloom, &NucleiAloni::streak,
-    &NucleiAloni::promist,  &NucleiAloni::mistw, &NucleiAloni::glimmer,
-};
-
-template <int... K> struct Aloni {
-    static void monta(NucleiAloni& t, const NucleiAloni& vera)
+// Every effect of the chain, by its place.
+template <int... K> struct Catena {
+    static void monta(Effetto (&e)[sizeof...(K)])
     {
-        (Spia<&NucleiAlone::maschera, K>::monta(t.*ALONI[K], vera.*ALONI[K]), ...);
-        (Spia<&NucleiAlone::composito, K>::monta(t.*ALONI[K], vera.*ALONI[K]), ...);
+        (Spia<&Effetto::maschera, K>::monta(e[K]), ...);
+        (Spia<&Effetto::componi, K>::monta(e[K]), ...);
+        (Spia<&Effetto::cambia, K>::monta(e[K]), ...);
     }
     static void verifica()
     {
-        (Spia<&NucleiAlone::maschera, K>::verifica(), ...);
-        (Spia<&NucleiAlone::composito, K>::verifica(), ...);
+        (Spia<&Effetto::maschera, K>::verifica(), ...);
+        (Spia<&Effetto::componi, K>::verifica(), ...);
+        (Spia<&Effetto::cambia, K>::verifica(), ...);
     }
 };
-using TuttiGliAloni = Aloni<0, 1, 2, 3, 4, 5>;
+constexpr int EFFETTI = 12;
+using TuttaLaCatena = Catena<0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11>;
 
 }  // namespace
 
@@ -144,15 +141,20 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
 
     for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
         CAPTURE(std::string((*l)->nome));
-        NucleiAloni aloni = (*l)->aloni;
-        NucleiBlur blur = (*l)->blur;
-        NucleiEffetti effetti = (*l)->effetti;
+        NucleiPiani piani = (*l)->piani;
         NucleiTabella tabella = (*l)->tabella;
-        TuttiGliAloni::monta(aloni, (*l)->aloni);
-        Blur::monta(blur, (*l)->blur);
-        Effetti::monta(effetti, (*l)->effetti);
-        Tabella::monta(tabella, (*l)->tabella);
-        const Nuclei spiati = {"spied on", aloni, blur, effetti, tabella};
+        Effetto effetti[EFFETTI];
+        const Effetto* catena[EFFETTI + 1] = {};
+        for (int i = 0; i < EFFETTI; ++i) {
+            REQUIRE((*l)->catena[i] != nullptr);
+            effetti[i] = *(*l)->catena[i];
+            catena[i] = &effetti[i];
+        }
+        CHECK((*l)->catena[EFFETTI] == nullptr);
+        Piani::monta(piani);
+        Tabella::monta(tabella);
+        TuttaLaCatena::monta(effetti);
+        const Nuclei spiati = {"spied on", catena, piani, tabella};
         {
             const LivelloFinto finto(&spiati);
             // In place with alphas of two kinds, then from window to window with one alone.
@@ -166,10 +168,9 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
             sviluppa(lut, da, a, LARGHEZZA, ALTEZZA, ricetta);
             sviluppa(lut, da, a, LARGHEZZA, ALTEZZA, {});
         }
-        TuttiGliAloni::verifica();
-        Blur::verifica();
-        Effetti::verifica();
+        Piani::verifica();
         Tabella::verifica();
+        TuttaLaCatena::verifica();
     }
 }
 #endif

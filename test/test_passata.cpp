@@ -95,7 +95,9 @@ TEST_CASE("grading samples the table as the plain form does and keeps alpha bit 
                         std::memcpy(&sorgente.pixel(x, y)[3], &sorgente.pixel(0, y)[3], 4);
                 Immagine immagine(quanti * 3);
                 Alfa alfa = alfa_di(m.larghezza, m.altezza, nullptr);
-                passata_colore(lut, sorgente.finestra, immagine, alfa, m.larghezza, m.altezza);
+                for (std::uint64_t y = 0; y < static_cast<std::uint64_t>(m.altezza); ++y)
+                    passata_colore(lut, sorgente.finestra, m.larghezza, y,
+                                   &immagine[y * static_cast<std::size_t>(m.larghezza) * 3], alfa);
                 Campioni atteso(quanti * 3);
                 for (int y = 0; y < m.altezza; ++y)
                     for (int x = 0; x < m.larghezza; ++x) {
@@ -149,7 +151,7 @@ TEST_CASE("grading sits on the table's points and edges")
         std::memcpy(sorgente.pixel(0, 0), caso.rgb, sizeof caso.rgb);
         Immagine immagine(3);
         Alfa alfa = alfa_di(1, 1, nullptr);
-        passata_colore(lut, sorgente.finestra, immagine, alfa, 1, 1);
+        passata_colore(lut, sorgente.finestra, 1, 0, immagine.data(), alfa);
         const auto i = static_cast<std::size_t>(
             ((caso.punto[2] * PUNTI_TABELLA + caso.punto[1]) * PUNTI_TABELLA + caso.punto[0]) * 3);
         for (std::size_t c = 0; c < 3; ++c)

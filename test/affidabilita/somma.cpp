@@ -19,7 +19,7 @@
 #include "scena.h"
 
 #include "fx/fx.h"
-#include "fx/nuclei.h"
+#include "comune/nuclei.h"
 
 #include <cmath>
 #include <cstdio>

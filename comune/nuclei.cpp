@@ -1,4 +1,5 @@
-#include "fx/nuclei.h"
+// Which level the processor and the system can run.
+#include "comune/nuclei.h"
 
 #include <cstdint>
 

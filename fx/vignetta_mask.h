@@ -1,20 +1,16 @@
+// Where and how much the vignette darkens: the one thing of the effects that outlives a frame.
 #pragma once
 
 #include "comune/piano.h"
+#include "fx/effetto.h"
 
-#include <cstdint>
 #include <memory>
 #include <vector>
 
 namespace varno {
 
-/// Where and how much a vignette darkens frames of one size. Never changed once built.
+/// The weights for frames of one size. Never changed once built.
 struct MascheraVignetta {
-    /// Columns of a row that are 0 throughout: inizio to before fine.
-    struct Centro {
-        int inizio;
-        int fine;
-    };
     Piano valori;                // larghezza * altezza weights: 0 in the middle, 1 at pixel (0, 0)
     std::vector<Centro> centro;  // one for each row
 };
@@ -24,10 +20,5 @@ struct MascheraVignetta {
 /// a side below 1 nothing but zeros. Any number of threads; throws std::bad_alloc, which leaves
 /// the kept mask as it was.
 std::shared_ptr<const MascheraVignetta> vignetta_mask(int larghezza, int altezza);
-
-/// Darkens the row y, interleaved RGB, of a frame of the mask's size; quantita above 0, to 0.6.
-/// Leaves 0..1.
-void riga_vignetta(const MascheraVignetta& maschera, float* rgb, int larghezza, std::uint64_t y,
-                   float quantita);
 
 }  // namespace varno

@@ -2,6 +2,10 @@
 // are vectors of three channels and a fourth float that means nothing; a vector of eight holds both
 // ends of the blue axis.
 
+#include "render/nuclei_tabella.h"
+
+#include "comune/vettore.h"
+
 namespace varno {
 namespace VARNO_LIVELLO {
 namespace {
@@ -75,7 +79,6 @@ template <class V> inline V campione(const float* s, const Assi& a, const Frazio
 // The pixels of one vector, CANALI floats apart in uscita; four floats are written for each.
 template <int CANALI> inline void campiona_vettore(const Assi& a, const Vf (&rgb)[3], float* uscita)
 {
-#if defined(__GNUC__)
     const Posto<Vf> p = posto_di(rgb, a);
     constexpr int N = CAMPIONI<Vf>;
     float t[3][N];
@@ -90,7 +93,6 @@ template <int CANALI> inline void campiona_vettore(const Assi& a, const Vf (&rgb
             {t[0][k], meno_t[0][k]}, {t[1][k], meno_t[1][k]}, {t[2][k], meno_t[2][k]}};
         scrivi(uscita + CANALI * k, campione<V4>(a.tavola + origine[k], a, f));
     }
-#endif
 }
 
 // One pixel, three floats.
@@ -119,14 +121,12 @@ inline bool stessi_bit(float a, const float* b)
     return memcmp(&a, b, sizeof a) == 0;
 }
 
-#if defined(__GNUC__)
 inline bool stessi_bit(Vf a, const float* b)
 {
     int32_t bit;
     memcpy(&bit, b, sizeof bit);
     return !qualcuno(Vi(a) != bit);
 }
-#endif
 
 // The alpha of a row as it comes: nothing is stored for as long as it is one value.
 struct AlfaDiRiga {
@@ -154,7 +154,7 @@ bool campiona(const float* tavola, int N, const float* rgba, float* rgb, float* 
     AlfaDiRiga alfa_di_riga = {rgba, alfa};
     constexpr ptrdiff_t G = CAMPIONI<Vf>;
     ptrdiff_t x = 0;
-    for (; G > 1 && x + G < larghezza; x += G) {
+    for (; x + G < larghezza; x += G) {
         Vf v[4];
         carica_rgba(rgba + 4 * x, v);
         campiona_vettore<3>(a, {v[0], v[1], v[2]}, rgb + 3 * x);
@@ -173,7 +173,7 @@ void campiona_rgba(const float* tavola, int N, const float* rgba, float* uscita,
     const Assi a = assi_di(tavola, N);
     constexpr ptrdiff_t G = CAMPIONI<Vf>;
     ptrdiff_t x = 0;
-    for (; G > 1 && x + G <= larghezza; x += G) {
+    for (; x + G <= larghezza; x += G) {
         Vf v[4];
         carica_rgba(rgba + 4 * x, v);
         campiona_vettore<4>(a, {v[0], v[1], v[2]}, uscita + 4 * x);
@@ -217,20 +217,14 @@ void unisci_uno(const float* rgb, const float* alfa, float* rgba, ptrdiff_t larg
                 [&](auto tipo, ptrdiff_t) { return carica<decltype(tipo)>(ripetuta); });
 }
 
-void luminanza(const float* rgb, float* luma, ptrdiff_t larghezza)
-{
-    per_vettori(larghezza, [=](auto tipo, ptrdiff_t x) {
-        using V = decltype(tipo);
-        V c[3];
-        carica_rgb(rgb + 3 * x, c);
-        scrivi<V>(luma + x, luma_pixel(c[0], c[1], c[2]));
-    });
-}
-
 }  // namespace
 
+extern const NucleiTabella TABELLA;
 const NucleiTabella TABELLA = {
-    campiona, campiona_rgba, unisci, unisci_uno, luminanza,
+    .campiona = campiona,
+    .campiona_rgba = campiona_rgba,
+    .unisci = unisci,
+    .unisci_uno = unisci_uno,
 };
 
 }  // namespace VARNO_LIVELLO

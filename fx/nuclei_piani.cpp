@@ -1,0 +1,319 @@
+// Kernels of planes, built once a level. A sum keeps its order whatever the vector's width: the
+// samples of a block one by one, a line of a blur as one sequential sum, several lines in lockstep.
+#include "fx/nuclei_piani.h"
+
+#include "comune/vettore.h"
+
+namespace varno {
+namespace VARNO_LIVELLO {
+namespace {
+
+void luminanza(const float* rgb, float* luma, ptrdiff_t n)
+{
+    per_vettori(n, [=](auto v, ptrdiff_t x) {
+        using V = decltype(v);
+        V c[3];
+        carica_rgb(rgb + 3 * x, c);
+        scrivi<V>(luma + x, luma_pixel(c[0], c[1], c[2]));
+    });
+}
+
+// --- Reduction ----------------------------------------------------------------------------------
+
+template <int R> void riduci_di(const float* riga, float* copia, const Blocchi& b, ptrdiff_t numero)
+{
+    const bool prima = numero == 0;
+    const bool ultima = numero == b.righe - 1;
+    const ptrdiff_t colonne = b.larghezza < R ? b.larghezza : R;
+    const auto quanti = static_cast<float>(b.righe * colonne);
+    if (colonne == R) {
+        // As many blocks as a vector has samples: separa makes a vector of each place in them.
+        per_vettori(b.ridotta, [=](auto tipo, ptrdiff_t X) {
+            using V = decltype(tipo);
+            V somma = prima ? V{} : carica<V>(copia + X);
+            V v[R];
+            if constexpr (SCALARE<V>) {
+                for (int j = 0; j < R; ++j)
+                    v[j] = riga[X * R + j];
+            } else {
+                for (int j = 0; j < R; ++j)
+                    v[j] = carica_corsie<V>(riga + X * R + j * CORSIA<V>, R * CORSIA<V>);
+                separa<R>(v);
+            }
+            for (int j = 0; j < R; ++j)
+                somma = somma + v[j];
+            scrivi<V>(copia + X, ultima ? somma / quanti : somma);
+        });
+        return;
+    }
+    // A frame narrower than a block.
+    float somma = prima ? 0.0f : copia[0];
+    for (ptrdiff_t x = 0; x < colonne; ++x)
+        somma = somma + riga[x];
+    copia[0] = ultima ? somma / quanti : somma;
+}
+
+// Calls f with the reduction, 1 to 4, as a constant.
+template <class Funzione> void con_riduzione(ptrdiff_t riduzione, const Funzione& f)
+{
+    switch (riduzione) {
+    case 1:
+        return f.template operator()<1>();
+    case 2:
+        return f.template operator()<2>();
+    case 3:
+        return f.template operator()<3>();
+    default:
+        return f.template operator()<4>();
+    }
+}
+
+void riduci(const float* riga, float* copia, const Blocchi& b, ptrdiff_t numero)
+{
+    con_riduzione(b.riduzione, [&]<int R>() { riduci_di<R>(riga, copia, b, numero); });
+}
+
+// --- Enlargement --------------------------------------------------------------------------------
+
+template <class V> V bilineare(V sopra0, V sopra1, V sotto0, V sotto1, V tx, float ty)
+{
+    return ((1.0f - tx) * sotto0 + tx * sotto1) * ty +
+           ((1.0f - tx) * sopra0 + tx * sopra1) * (1.0f - ty);
+}
+
+// Samples X and X + 1 of a row of the copy; past the last one it is repeated.
+template <class V> void vicini(const float* riga, ptrdiff_t X, ptrdiff_t ridotta, V& v0, V& v1)
+{
+    v0 = carica<V>(riga + X);
+    if (X + CAMPIONI<V> < ridotta) {
+        v1 = carica<V>(riga + X + 1);
+        return;
+    }
+    float f[CAMPIONI<V>];
+    for (ptrdiff_t k = 0; k < CAMPIONI<V>; ++k)
+        f[k] = riga[X + k + 1 < ridotta ? X + k + 1 : ridotta - 1];
+    v1 = carica<V>(f);
+}
+
+template <int R>
+void ingrandisci_di(const float* sopra, const float* sotto, float ty, float* riga, const Blocchi& b)
+{
+    constexpr ptrdiff_t N = CAMPIONI<Vf>;
+    constexpr ptrdiff_t C = CORSIA<Vf>;
+    // Up to here the quotient of a column never rounds into the next block.
+    constexpr ptrdiff_t SICURA = 1 << 22;
+    ptrdiff_t X = 0;
+    // The pixels of as many blocks as a vector has samples: each place in the block is one vector,
+    // until intreccia laces the places into pixels.
+    if (b.larghezza <= SICURA)
+        for (; X + N <= b.ridotta && (X + N) * R <= b.larghezza; X += N) {
+            Vf sopra0;
+            Vf sopra1;
+            Vf sotto0;
+            Vf sotto1;
+            vicini(sopra, X, b.ridotta, sopra0, sopra1);
+            vicini(sotto, X, b.ridotta, sotto0, sotto1);
+            const auto x = static_cast<int>(X);
+            Vf v[R];
+            for (int k = 0; k < R; ++k) {
+                const Vf tx =
+                    da_intero<Vf>(x * R + k, R) / static_cast<float>(R) - da_intero<Vf>(x, 1);
+                v[k] = bilineare(sopra0, sopra1, sotto0, sotto1, tx, ty);
+            }
+            intreccia<R>(v);
+            for (ptrdiff_t j = 0; j < R; ++j)
+                scrivi_corsie<Vf>(riga + X * R + j * C, R * C, v[j]);
+        }
+    for (ptrdiff_t x = X * R; x < b.larghezza; ++x) {
+        const float fx = static_cast<float>(x) / static_cast<float>(R);
+        const auto intero = static_cast<ptrdiff_t>(fx);
+        const ptrdiff_t x0 = intero < b.ridotta - 1 ? intero : b.ridotta - 1;
+        const ptrdiff_t x1 = x0 < b.ridotta - 1 ? x0 + 1 : x0;
+        riga[x] =
+            bilineare(sopra[x0], sopra[x1], sotto[x0], sotto[x1], fx - static_cast<float>(x0), ty);
+    }
+}
+
+void ingrandisci(const float* sopra, const float* sotto, float ty, float* riga, const Blocchi& b)
+{
+    con_riduzione(b.riduzione, [&]<int R>() { ingrandisci_di<R>(sopra, sotto, ty, riga, b); });
+}
+
+// --- Running sums -------------------------------------------------------------------------------
+
+// As many rows as a vector has samples; where there are fewer, the last one stands in for the
+// others: it is worked out several times, and comes out the same.
+struct Gruppo {
+    static constexpr ptrdiff_t N = CAMPIONI<Vf>;
+    static constexpr ptrdiff_t C = CORSIA<Vf>;
+    ptrdiff_t riga[N];  // where each starts, in floats from the first
+
+    Gruppo(ptrdiff_t larghezza, ptrdiff_t righe)
+    {
+        for (ptrdiff_t k = 0; k < N; ++k)
+            riga[k] = (k < righe ? k : righe - 1) * larghezza;
+    }
+
+    // How far the row of the vector's second lane lies from that of the first.
+    ptrdiff_t passo(ptrdiff_t i) const { return riga[(C + i) % N] - riga[i]; }
+
+    // Rows i, C + i, ... from the column x on, C columns each.
+    Vf carica_righe(const float* p, ptrdiff_t i, ptrdiff_t x) const
+    {
+        return carica_corsie<Vf>(p + riga[i] + x, passo(i));
+    }
+
+    void scrivi_righe(float* p, ptrdiff_t i, ptrdiff_t x, Vf v) const
+    {
+        scrivi_corsie<Vf>(p + riga[i] + x, passo(i), v);
+    }
+};
+
+// The columns that the window covers, kept aside because the result may overwrite them. A column is
+// a vector, a sample of each row; the column c has the place c modulo posti:
+//
+//     place    0      1      2      3     ...   posti - 1
+//            | c = 8 | 9    | 10   |  3   | ... |  7   |     window: columns 3 to 10
+//
+struct Anello {
+    const Gruppo& gruppo;
+    const float* da;
+    float* dati;
+    ptrdiff_t posti;  // a power of two
+    ptrdiff_t larghezza;
+    ptrdiff_t lette = 0;  // columns that have come in, from the left
+
+    float* posto(ptrdiff_t c) const { return dati + (c & (posti - 1)) * Gruppo::N; }
+
+    // Lets columns in, C at a time, until c is there or the rows end.
+    void leggi_fino(ptrdiff_t c)
+    {
+        constexpr ptrdiff_t C = Gruppo::C;
+        while (lette <= c && lette + C <= larghezza) {
+            Vf v[C];
+            for (ptrdiff_t i = 0; i < C; ++i)
+                v[i] = gruppo.carica_righe(da, i, lette);
+            separa<C>(v);
+            for (ptrdiff_t i = 0; i < C; ++i)
+                scrivi<Vf>(posto(lette + i), v[i]);
+            lette += C;
+        }
+        for (; lette <= c && lette < larghezza; ++lette)
+            for (ptrdiff_t k = 0; k < Gruppo::N; ++k)
+                posto(lette)[k] = da[gruppo.riga[k] + lette];
+    }
+
+    // Beyond the edges the end sample is repeated.
+    Vf colonna(ptrdiff_t c) const
+    {
+        c = c < larghezza ? c : larghezza - 1;
+        return carica<Vf>(posto(c > 0 ? c : 0));
+    }
+};
+
+void righe_insieme(const float* da, float* a, float* memoria, ptrdiff_t posti, ptrdiff_t larghezza,
+                   ptrdiff_t righe, ptrdiff_t raggio)
+{
+    constexpr ptrdiff_t C = Gruppo::C;
+    constexpr ptrdiff_t N = Gruppo::N;
+    const Gruppo gruppo(larghezza, righe);
+    Anello anello = {gruppo, da, memoria, posti, larghezza};
+    const auto finestra = static_cast<float>(2 * raggio + 1);
+
+    Vf somma = {};
+    anello.leggi_fino(raggio);
+    for (ptrdiff_t c = -raggio; c <= raggio; ++c)
+        somma = somma + anello.colonna(c);
+    for (ptrdiff_t x = 0; x < larghezza; x += C) {
+        anello.leggi_fino(x + C + raggio);
+        Vf medie[C];
+        for (ptrdiff_t i = 0; i < C; ++i) {
+            medie[i] = somma / finestra;
+            somma = somma + (anello.colonna(x + i + raggio + 1) - anello.colonna(x + i - raggio));
+        }
+        if (x + C <= larghezza) {
+            separa<C>(medie);
+            for (ptrdiff_t i = 0; i < C; ++i)
+                gruppo.scrivi_righe(a, i, x, medie[i]);
+        } else {
+            for (ptrdiff_t i = 0; x + i < larghezza; ++i) {
+                float f[N];
+                scrivi<Vf>(f, medie[i]);
+                for (ptrdiff_t k = 0; k < N; ++k)
+                    a[gruppo.riga[k] + x + i] = f[k];
+            }
+        }
+    }
+}
+
+void orizzontale(const float* da, float* a, float* anello, ptrdiff_t posti, ptrdiff_t larghezza,
+                 ptrdiff_t righe, ptrdiff_t raggio)
+{
+    for (ptrdiff_t y = 0; y < righe; y += Gruppo::N)
+        righe_insieme(da + y * larghezza, a + y * larghezza, anello, posti, larghezza, righe - y,
+                      raggio);
+}
+
+// Row by row over the whole width: every access runs along memory.
+void verticale(float* piano, float* anello, ptrdiff_t larghezza, ptrdiff_t altezza,
+               ptrdiff_t inizio, ptrdiff_t fine, ptrdiff_t raggio)
+{
+    const auto finestra = static_cast<float>(2 * raggio + 1);
+    const ptrdiff_t n = fine - inizio;
+    const ptrdiff_t posti = raggio + 1 < altezza ? raggio + 1 : altezza;
+    float* const s = anello + posti * larghezza + inizio;
+    const auto riga = [=](ptrdiff_t y) {
+        y = y < altezza ? y : altezza - 1;
+        return piano + (y > 0 ? y : 0) * larghezza + inizio;
+    };
+    const auto posto = [=](ptrdiff_t y) {
+        return anello + (y > 0 ? y % posti : 0) * larghezza + inizio;
+    };
+
+    for (ptrdiff_t x = 0; x < n; ++x)
+        s[x] = 0.0f;
+    for (ptrdiff_t y = -raggio; y <= raggio; ++y) {
+        const float* const entra = riga(y);
+        per_vettori(n, [=](auto v, ptrdiff_t x) {
+            using V = decltype(v);
+            scrivi<V>(s + x, carica<V>(s + x) + carica<V>(entra + x));
+        });
+    }
+    for (ptrdiff_t y = 0; y < altezza; ++y) {
+        float* const questa = riga(y);
+        float* const tenuta = posto(y);
+        const float* const entra = riga(y + raggio + 1);
+        const float* const esce = posto(y - raggio);
+        per_vettori(n, [=](auto v, ptrdiff_t x) {
+            using V = decltype(v);
+            const V somma = carica<V>(s + x);
+            const V nuova = carica<V>(entra + x);
+            scrivi<V>(tenuta + x, carica<V>(questa + x));
+            scrivi<V>(questa + x, somma / finestra);
+            scrivi<V>(s + x, somma + (nuova - carica<V>(esce + x)));
+        });
+    }
+}
+
+void somma_pesata(float* somma, const float* campioni, ptrdiff_t n, float peso)
+{
+    per_vettori(n, [=](auto v, ptrdiff_t x) {
+        using V = decltype(v);
+        scrivi(somma + x, carica<V>(somma + x) + peso * carica<V>(campioni + x));
+    });
+}
+
+}  // namespace
+
+extern const NucleiPiani PIANI;
+const NucleiPiani PIANI = {
+    .luminanza = luminanza,
+    .riduci = riduci,
+    .ingrandisci = ingrandisci,
+    .orizzontale = orizzontale,
+    .verticale = verticale,
+    .somma_pesata = somma_pesata,
+};
+
+}  // namespace VARNO_LIVELLO
+}  // namespace varno

@@ -1,0 +1,42 @@
+// The kernels that every effect's planes go through: reduced, blurred, enlarged.
+#pragma once
+
+#include <stddef.h>
+
+namespace varno {
+
+/// A copy whose samples stand for blocks of riduzione x riduzione pixels.
+struct Blocchi {
+    ptrdiff_t larghezza;  // of the frame, pixels
+    ptrdiff_t ridotta;    // samples in a row of the copy: larghezza / riduzione, at least 1
+    ptrdiff_t riduzione;  // side of a block
+    ptrdiff_t righe;      // of a block, that lie inside the frame: riduzione, or a lower frame
+};
+
+struct NucleiPiani {
+    /// Luminance of n pixels of interleaved RGB.
+    void (*luminanza)(const float* rgb, float* luma, ptrdiff_t n);
+    /// Adds the row of that number, 0 to b.righe - 1 in order, of the blocks of one row of the
+    /// copy; the first begins the sums, the last leaves the blocks' means. What fills no block is
+    /// left out, but in a frame smaller than one.
+    void (*riduci)(const float* riga, float* copia, const Blocchi& b, ptrdiff_t numero);
+    /// A row of the frame between two rows of the copy, bilinear: sample k stands at k * riduzione.
+    /// ty: place between them, 0 at sopra; above 1 past the last row.
+    void (*ingrandisci)(const float* sopra, const float* sotto, float ty, float* riga,
+                        const Blocchi& b);
+    /// Running sum over 2 * raggio + 1 samples with replicated edges along rows, righe of larghezza
+    /// samples that follow each other, in place or from da into a. anello: 8 * posti floats of
+    /// scratch, where posti is a power of two that a window and 8 samples more fit in, or the whole
+    /// row.
+    void (*orizzontale)(const float* da, float* a, float* anello, ptrdiff_t posti,
+                        ptrdiff_t larghezza, ptrdiff_t righe, ptrdiff_t raggio);
+    /// The same along the columns inizio to fine - 1 of a plane of larghezza x altezza, in place.
+    /// anello: min(raggio + 1, altezza) + 1 rows of larghezza floats of scratch, of which the same
+    /// columns are used.
+    void (*verticale)(float* piano, float* anello, ptrdiff_t larghezza, ptrdiff_t altezza,
+                      ptrdiff_t inizio, ptrdiff_t fine, ptrdiff_t raggio);
+    /// somma[x] += peso * campioni[x].
+    void (*somma_pesata)(float* somma, const float* campioni, ptrdiff_t n, float peso);
+};
+
+}  // namespace varno

@@ -1,0 +1,173 @@
+#include "fx/raggi.h"
+
+#include "comune/nuclei.h"
+#include "fx/nuclei_piani.h"
+#include "render/parallel_for.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace varno {
+namespace {
+
+constexpr double LUNGHEZZA = 0.09;  // reach of a ray on each side, of the width
+constexpr int MINIMA = 3;           // reduced pixels
+constexpr float PI = 3.1415927f;
+constexpr int VUOTO = 16;  // reduced samples of nothing that end a run of light
+
+struct Raggiera {
+    int direzioni;  // lines through a source, each two rays
+    float angolo0;  // of the first line, radians
+};
+
+// Four points stand diagonally; the other stars have a horizontal line.
+Raggiera raggiera_di(int punte)
+{
+    if (punte == 4)
+        return {2, 0.7853982f};
+    if (punte < 6)
+        return {2, 0.0f};
+    return {punte < 8 ? 3 : 4, 0.0f};
+}
+
+// Where there is light in the reduced mask.
+struct Luci {
+    struct Tratto {
+        int inizio;
+        int fine;
+    };
+    std::vector<Tratto> tratti;      // runs of samples, row after row
+    std::vector<std::size_t> primo;  // first run of each row, and the end of the last
+};
+
+// Whether VUOTO samples are 0; a negative zero passes for light here, and is found out one by one.
+bool buio(const float* campioni)
+{
+    std::uint32_t bit[VUOTO];
+    std::memcpy(bit, campioni, sizeof bit);
+    std::uint32_t acceso = 0;
+    for (const std::uint32_t b : bit)
+        acceso |= b;
+    return acceso == 0;
+}
+
+// The next sample of a row from x on that holds light, or the row's end.
+int prossima_luce(const float* riga, int x, int larghezza)
+{
+    while (x < larghezza && riga[x] == 0.0f) {
+        ++x;
+        while (x + VUOTO <= larghezza && buio(riga + x))
+            x += VUOTO;
+    }
+    return x;
+}
+
+Luci luci_di(const float* campioni, const Forma& f)
+{
+    Luci luci;
+    for (int y = 0; y < f.altezza; ++y) {
+        const float* riga = campioni + std::ptrdiff_t{y} * f.larghezza;
+        luci.primo.push_back(luci.tratti.size());
+        int x = prossima_luce(riga, 0, f.larghezza);
+        while (x < f.larghezza) {
+            if (luci.tratti.size() == luci.primo.back() || x - luci.tratti.back().fine >= VUOTO)
+                luci.tratti.push_back({x, x});
+            luci.tratti.back().fine = x + 1;
+            x = prossima_luce(riga, x + 1, f.larghezza);
+        }
+    }
+    luci.primo.push_back(luci.tratti.size());
+    return luci;
+}
+
+// One line through a source: its taps from end to end, seen from the pixel that they reach.
+struct Linea {
+    struct Tocco {
+        int dx;
+        int dy;
+        float peso;
+    };
+    std::vector<Tocco> tocchi;
+    float peso_totale = 0.0f;
+};
+
+Linea linea_di(int mezza_lunghezza, float angolo)
+{
+    const float seno = std::sin(angolo);
+    const float coseno = std::cos(angolo);
+    Linea linea;
+    for (int k = -mezza_lunghezza; k <= mezza_lunghezza; ++k) {
+        const auto passo = static_cast<float>(k);
+        const float peso =
+            1.0f - static_cast<float>(std::abs(k)) / static_cast<float>(mezza_lunghezza + 1);
+        linea.tocchi.push_back({static_cast<int>(std::lround(passo * coseno)),
+                                static_cast<int>(std::lround(passo * seno)), peso});
+        linea.peso_totale += peso;
+    }
+    return linea;
+}
+
+// Adds to a row what one line brings to it, each pixel's taps in the line's order. Where the taps
+// are 0 they are left out: they would not change a sum that is never below 0. somma is a row of
+// zeros, before and after.
+void riga_linea(const float* ridotta, const Forma& f, const Luci& luci, const Linea& linea, int y,
+                float* somma, float* accumulo)
+{
+    const int larghezza = f.larghezza;
+    int inizio = larghezza;  // the part of the row that got something
+    int fine = 0;
+    for (const Linea::Tocco& tocco : linea.tocchi) {
+        const int sorgente = y + tocco.dy;
+        if (sorgente < 0 || sorgente >= f.altezza)
+            continue;
+        const float* riga = ridotta + std::ptrdiff_t{sorgente} * larghezza;
+        for (std::size_t t = luci.primo[sorgente]; t < luci.primo[sorgente + 1]; ++t) {
+            const int da = std::max(0, luci.tratti[t].inizio - tocco.dx);
+            const int a = std::min(larghezza, luci.tratti[t].fine - tocco.dx);
+            if (da >= a)
+                continue;
+            gNuclei->piani.somma_pesata(somma + da, riga + da + tocco.dx, a - da, tocco.peso);
+            inizio = std::min(inizio, da);
+            fine = std::max(fine, a);
+        }
+    }
+    for (int x = inizio; x < fine; ++x) {
+        accumulo[x] += somma[x] / linea.peso_totale;
+        somma[x] = 0.0f;
+    }
+}
+
+}  // namespace
+
+Piano raggi_di(const Piano& luci, const Forma& forma, std::int32_t punte, Arena* arena)
+{
+    const int mezza_lunghezza = std::max(
+        MINIMA,
+        static_cast<int>(std::lround(forma.quadro_larghezza * LUNGHEZZA / forma.riduzione)));
+    const Raggiera raggiera = raggiera_di(punte);
+    std::vector<Linea> linee;
+    for (int d = 0; d < raggiera.direzioni; ++d)
+        linee.push_back(linea_di(mezza_lunghezza, static_cast<float>(d) * PI /
+                                                          static_cast<float>(raggiera.direzioni) +
+                                                      raggiera.angolo0));
+    const Luci tratti = luci_di(luci.data(), forma);
+
+    const auto riga = static_cast<std::size_t>(forma.larghezza);
+    Piano raggi = piano_di_lavoro(campioni_di(forma), arena);
+    Piano somme = piano_di_lavoro(campioni_di(forma), arena);
+    parallel_for(static_cast<std::uint64_t>(forma.altezza), [&](std::uint64_t y) {
+        float* accumulo = &raggi[y * riga];
+        float* somma = &somme[y * riga];
+        std::fill(accumulo, accumulo + riga, 0.0f);
+        std::fill(somma, somma + riga, 0.0f);
+        for (const Linea& linea : linee)
+            riga_linea(luci.data(), forma, tratti, linea, static_cast<int>(y), somma, accumulo);
+    });
+    return raggi;
+}
+
+}  // namespace varno
