@@ -41,7 +41,6 @@ using Vi = I8;
 using Vf = V4;
 using Vi = I4;
 #endif
-typedef uint32_t Vu __attribute__((vector_size(sizeof(Vf))));
 
 template <class V> constexpr int CAMPIONI = sizeof(V) / sizeof(float);
 template <class V> constexpr bool SCALARE = CAMPIONI<V> == 1;

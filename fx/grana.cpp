@@ -10,11 +10,13 @@ namespace {
 constexpr ptrdiff_t CELLA = 2;  // side of a cell in pixels
 constexpr float FORZA = 0.14f;  // swing of a mid grey at an amount of 1
 
+typedef uint32_t Naturali __attribute__((vector_size(sizeof(Vf))));
+
 // Uniform values, 0 to below 1, of neighbouring cells: a stateless hash, wrapping modulo 2^32.
 // base holds what y and the frame bring to it; a negative frame comes with its bit pattern.
-Vf hash_grana(Vu x, uint32_t base)
+Vf hash_grana(Naturali x, uint32_t base)
 {
-    Vu h = x * 374761393u + base;
+    Naturali h = x * 374761393u + base;
     h = (h ^ (h >> 13)) * 1274126177u;
     h = h ^ (h >> 16);
     // 24 bits fit a float; through a signed integer, which vector units convert.
@@ -33,7 +35,7 @@ void riga_rumore(float* rumore, ptrdiff_t x, uint32_t y, ptrdiff_t n, ptrdiff_t 
     uint32_t colonna[CAMPIONI<Vf>];
     for (ptrdiff_t i = 0; i < CAMPIONI<Vf>; ++i)
         colonna[i] = static_cast<uint32_t>(x + i);
-    Vu u;
+    Naturali u;
     memcpy(&u, colonna, sizeof u);
     for (ptrdiff_t i = 0; i < n + CAMPIONI<Vf>; i += CAMPIONI<Vf>, u = u + uint32_t{CAMPIONI<Vf>})
         scrivi<Vf>(rumore + i, hash_grana(u, base) + hash_grana(u + 7919u, altra) - 1.0f);
