@@ -5,7 +5,7 @@
 #include "banco/banco.h"
 
 #include "colore/colore.h"
-#include "fx/nuclei.h"
+#include "comune/nuclei.h"
 #include "ofx/ofx.h"
 #include "ofx/suite.h"
 #include "render/impostazioni.h"
