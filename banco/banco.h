@@ -43,6 +43,9 @@ std::vector<Trovato> cerca(const std::vector<std::filesystem::path>& cartelle);
 /// the bundle holds none.
 std::filesystem::path binario_di(const std::filesystem::path& bundle_o_binario);
 
+/// The shortest text that reads back as the same number.
+std::string testo_di(double v);
+
 // --- What is written down, and what fails --------------------------------------------------------
 
 /// One suite call of the plug-in.

@@ -50,7 +50,6 @@ int leggi_proprieta(const Insieme& s, const char* nome, int indice, Tipo tipo,
                     const Valore*& uscita, std::string& perche);
 
 std::string testo_di(const Valore& v);
-std::string testo_di(double v);
 int intero(const Insieme& s, std::string_view nome);
 double numero(const Insieme& s, std::string_view nome);
 std::string stringa(const Insieme& s, std::string_view nome);

@@ -1,8 +1,10 @@
 #include "banco/interno.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <charconv>
+#include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 
 namespace varno::banco {
@@ -300,13 +302,12 @@ int leggi_proprieta(const Insieme& s, const char* nome, int indice, Tipo tipo,
 
 std::string testo_di(double v)
 {
-    char t[40];
-    for (int cifre = 15; cifre <= 17; ++cifre) {
-        std::snprintf(t, sizeof t, "%.*g", cifre, v);
-        if (std::strtod(t, nullptr) == v)
-            break;
-    }
-    return t;
+    const double grandezza = std::abs(v);
+    const bool fisso = v == 0.0 || (grandezza >= 1e-5 && grandezza < 1e15);
+    char t[32];
+    const auto fine = std::to_chars(
+        t, std::end(t), v, fisso ? std::chars_format::fixed : std::chars_format::scientific);
+    return {t, fine.ptr};
 }
 
 std::string testo_di(const Valore& v)

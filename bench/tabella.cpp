@@ -1,5 +1,6 @@
 // Prints the figures of a run as Markdown. What is compared is measured in turn, round after
 // round, and each figure is the median of its rounds: the machine's mood then falls on all alike.
+#include "orologio.h"
 #include "scena.h"
 
 #include "comune/nuclei.h"
@@ -12,7 +13,6 @@
 #include "test/semplici_colore.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -39,14 +39,6 @@ constexpr Misura OTTO_K = {"7680×4320", 7680, 4320};
 
 using Lavoro = std::function<void()>;
 
-double millisecondi(const Lavoro& lavoro)
-{
-    using orologio = std::chrono::steady_clock;
-    const auto inizio = orologio::now();
-    lavoro();
-    return std::chrono::duration<double, std::milli>(orologio::now() - inizio).count();
-}
-
 // One median for each, after a round that is not counted. A turn lasts as long for each, as many
 // frames as that makes: what the one before left in caches and in the system's free memory then
 // weighs alike on both.
@@ -62,10 +54,8 @@ std::vector<double> a_turno(const std::vector<Lavoro>& lavori, int giri, double 
                     tempi[i].push_back(ms);
             }
     std::vector<double> mediane;
-    for (std::vector<double>& t : tempi) {
-        std::nth_element(t.begin(), t.begin() + t.size() / 2, t.end());
-        mediane.push_back(t[t.size() / 2]);
-    }
+    for (const std::vector<double>& t : tempi)
+        mediane.push_back(mediana(t));
     return mediane;
 }
 

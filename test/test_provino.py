@@ -186,13 +186,6 @@ class Immagini(Prova):
         self.assertEqual(r[0], r[1])
         self.assertNotEqual(r[2], r[3])
 
-    def test_rows_of_either_direction_give_one_picture(self):
-        self.scena("s.exr", "97x55")
-        resto = "-p formato=0 -p look=Silk -p grana_on=1 -p stella_on=1 --time 7".split()
-        for nome, opzione in (("giu.exr", []), ("su.exr", ["--rows-up"])):
-            self.fai("sviluppa s.exr", nome, *resto, *opzione)
-        self.assertEqual(self.byte("giu.exr"), self.byte("su.exr"))
-
     def test_alpha_is_kept_and_multiplies_nothing(self):
         caso = random.Random(1)
         colori = [[caso.randrange(256) for _ in range(3)] for _ in range(35)]

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "banco/banco.h"
+
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,7 +20,10 @@ bool leggi_intero(std::string_view testo, long long& numero);
 /// "1920x1080", each side 1 to 65536 and 134 million pixels at most. Throws Errore (usage).
 std::pair<int, int> leggi_misura(const std::string& testo);
 
-/// Shortest text that reads back as the same number.
-std::string testo_di(double numero);
+/// Text of a number, as short as reads back the same.
+using banco::testo_di;
+
+/// A float as the double that its shortest decimal means: 0.28f is 0.28. Any other double as it is.
+double accorcia(double numero);
 
 }  // namespace varno::provino

@@ -60,7 +60,7 @@ void fai(Sala& s, banco::Istanza& istanza, Resoconto& r, std::unique_lock<std::m
     Foto foto = l.leggi(r.indice);
     if (in_fila)
         in_fila.unlock();
-    foto = rendi_foto(istanza, foto, quale.tempo, l.righe);
+    foto = rendi_foto(istanza, foto, quale.tempo);
     if (l.scrive_in_ordine) {
         std::unique_lock<std::mutex> chiuso(s.mutex);
         s.raccontato.wait(chiuso, [&] { return s.raccontati == r.indice; });

@@ -33,7 +33,6 @@ struct Lavoro {
     bool salta_esistenti = false;
     bool continua = false;  // after a failure; else no further frame is begun
     bool legge_in_ordine = false, scrive_in_ordine = false;
-    Righe righe = Righe::in_giu;
     std::function<Foto(std::size_t)> leggi;
     std::function<void(std::size_t, const Foto&)> scrivi;
 };

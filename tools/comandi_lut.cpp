@@ -8,7 +8,6 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <filesystem>
 
 namespace varno::provino {
@@ -70,12 +69,10 @@ std::string testo_cubo(const Foto& cubo, int lato, const std::string& ingresso,
                     "# Settings: " +
                     impostazioni + "\nTITLE \"Varno Color\"\nLUT_3D_SIZE " + std::to_string(lato) +
                     "\nDOMAIN_MIN 0 0 0\nDOMAIN_MAX 1 1 1\n# " + ORDINE_CUBO + "\n";
-    char riga_testo[64];
     for (std::size_t p = 0; p < quanti_float(cubo); p += 4) {
         const float* v = &cubo.rgba[p];
-        std::snprintf(riga_testo, sizeof riga_testo, "%.9g %.9g %.9g\n", static_cast<double>(v[0]),
-                      static_cast<double>(v[1]), static_cast<double>(v[2]));
-        s += riga_testo;
+        for (int c = 0; c < 3; ++c)
+            s += testo_di(accorcia(static_cast<double>(v[c]))) + (c < 2 ? ' ' : '\n');
     }
     return s;
 }
@@ -140,13 +137,10 @@ Esecuzione comando_lut(CLI::App& programma)
                 somma += d;
             }
         }
-        char testo[160];
-        std::snprintf(testo, sizeof testo,
-                      "%s: %d points an axis; on the test scene at most %.3g off the plug-in, %.3g "
-                      "on average",
-                      o->uscita.c_str(), o->lato, massimo,
-                      somma / (static_cast<double>(quanti_float(scena)) * 0.75));
-        riga(testo);
+        riga(OIIO::Strutil::sprintf("%s: %d points an axis; on the test scene at most %.3g off the "
+                                    "plug-in, %.3g on average",
+                                    o->uscita, o->lato, massimo,
+                                    somma / (static_cast<double>(quanti_float(scena)) * 0.75)));
     };
 }
 

@@ -1,14 +1,14 @@
+#include "bench/orologio.h"
 #include "tools/argomenti.h"
 #include "tools/comandi.h"
 #include "tools/messaggi.h"
 #include "tools/scena.h"
 
+#include <OpenImageIO/imagebufalgo.h>
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdint>
-#include <cstdio>
 #include <vector>
 
 namespace varno::provino {
@@ -19,25 +19,16 @@ struct Voce {
     double ms = 0.0;
 };
 
-double mediana(std::vector<double> v)
-{
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
-
 // The test scene drawn small and blown up: content for the effects without the wait.
 Foto soggetto(int larghezza, int altezza)
 {
-    constexpr int L = 480;
-    constexpr int A = 270;
-    const Foto piccola = disegna_scena(L, A);
+    const auto pixel = [](const Foto& f) {
+        return OIIO::ImageBuf({f.larghezza, f.altezza, 4, OIIO::TypeFloat}, f.rgba.get());
+    };
+    const Foto piccola = disegna_scena(480, 270);
     Foto f = foto_nuova(larghezza, altezza);
-    float* p = f.rgba.get();
-    for (int y = 0; y < altezza; ++y)
-        for (int x = 0; x < larghezza; ++x, p += 4) {
-            const std::int64_t riga = std::int64_t{y} * A / altezza;
-            std::copy_n(&piccola.rgba[4 * (riga * L + std::int64_t{x} * L / larghezza)], 4, p);
-        }
+    OIIO::ImageBuf grande = pixel(f);
+    OIIO::ImageBufAlgo::resample(grande, pixel(piccola), false);
     return f;
 }
 
@@ -77,19 +68,16 @@ Esecuzione comando_misura(CLI::App& programma)
         const banco::Figura da{sorgente.rgba.get(), byte_riga, finestra};
         const banco::Figura a{uscita.rgba.get(), byte_riga, finestra};
         const auto fotogramma = [&] {
-            const auto inizio = std::chrono::steady_clock::now();
-            const int stato = banco::rendi(*istanza, 0.0, finestra, da, a);
-            const auto fine = std::chrono::steady_clock::now();
-            if (stato != 0)
-                fallisci("the plug-in could not develop the picture (status " +
-                         std::to_string(stato) + ")");
-            return std::chrono::duration<double, std::milli>(fine - inizio).count();
+            return bench::millisecondi([&] {
+                if (const int stato = banco::rendi(*istanza, 0.0, finestra, da, a); stato != 0)
+                    fallisci("the plug-in could not develop the picture (status " +
+                             std::to_string(stato) + ")");
+            });
         };
         const auto piu_volte = [&] {
-            std::vector<double> tempi;
-            for (int giro = 0; giro < o->giri; ++giro)
-                tempi.push_back(fotogramma());
-            return mediana(tempi);
+            std::vector<double> tempi(static_cast<std::size_t>(o->giri));
+            std::generate(tempi.begin(), tempi.end(), fotogramma);
+            return bench::mediana(tempi);
         };
 
         std::vector<Voce> voci;
@@ -107,7 +95,7 @@ Esecuzione comando_misura(CLI::App& programma)
         }
         banco::imposta(*istanza, "ev", ev);
         fotogramma();
-        voci.push_back({"table rebuild", std::max(0.0, mediana(rifatte))});
+        voci.push_back({"table rebuild", std::max(0.0, bench::mediana(rifatte))});
 
         // Each effect that is on, by itself, over the frame without any.
         std::vector<const banco::Parametro*> accesi;
@@ -133,22 +121,16 @@ Esecuzione comando_misura(CLI::App& programma)
             riga(j.dump());
             return;
         }
-        char s[128];
+        // Both forms of a line: for machines, and in columns for people.
+        const auto di = [&](const std::string& nome, double v, const char* unita) {
+            using OIIO::Strutil::sprintf;
+            riga(o->csv ? sprintf("%s,%.3f", nome, v) : sprintf("%-24s %9.2f%s", nome, v, unita));
+        };
         if (o->csv)
             riga("name,milliseconds");
-        for (const Voce& v : voci) {
-            if (o->csv)
-                std::snprintf(s, sizeof s, "%s,%.3f", v.nome.c_str(), v.ms);
-            else
-                std::snprintf(s, sizeof s, "%-24s %9.2f ms", v.nome.c_str(), v.ms);
-            riga(s);
-        }
-        const double al_secondo = 1000.0 / intero;
-        if (o->csv)
-            std::snprintf(s, sizeof s, "frames a second,%.3f", al_secondo);
-        else
-            std::snprintf(s, sizeof s, "%-24s %9.2f", "frames a second", al_secondo);
-        riga(s);
+        for (const Voce& v : voci)
+            di(v.nome, v.ms, " ms");
+        di("frames a second", 1000.0 / intero, "");
     };
 }
 

@@ -3,7 +3,6 @@
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
 
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 namespace varno::provino {
@@ -43,10 +42,7 @@ Json in_json(const banco::Parametro& p)
 
 void stampa(const banco::Parametro& p)
 {
-    char testa[160];
-    std::snprintf(testa, sizeof testa, "%-12s %-22s %-7s", p.nome.c_str(), p.etichetta.c_str(),
-                  genere(p));
-    std::string s = testa;
+    std::string s = OIIO::Strutil::sprintf("%-12s %-22s %-7s", p.nome, p.etichetta, genere(p));
     if (p.tipo == "OfxParamTypeDouble")
         s += testo_di(p.minimo) + " to " + testo_di(p.massimo) + ", ";
     riga(s + "default " + scrivi_valore(p, p.predefinito));

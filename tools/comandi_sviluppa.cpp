@@ -22,7 +22,7 @@ struct Opzioni {
     std::optional<double> tempo;
     // One reads or writes while another develops, which uses all cores by itself.
     int lavori = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 2u, 4u));
-    bool salta = false, continua = false, muto = false, json = false, in_su = false;
+    bool salta = false, continua = false, muto = false, json = false;
 };
 
 // A name that stands for a file as it is has no place for a number, whatever signs are in it.
@@ -81,7 +81,6 @@ void sviluppa(const Opzioni& o)
     lavoro.fotogrammi = elenca(o);
     lavoro.salta_esistenti = o.salta;
     lavoro.continua = o.continua;
-    lavoro.righe = o.in_su ? Righe::in_su : Righe::in_giu;
     Plugin plugin = carica_plugin(o.comuni.plugin);
     const Impostazioni imp = leggi_impostazioni(plugin, o.comuni.parametri);
     controlla_uscite(o, lavoro.fotogrammi);
@@ -130,9 +129,6 @@ Esecuzione comando_sviluppa(CLI::App& programma)
     app->add_option("--save-settings", o->salva, "Write all parameters and keys as JSON");
     app->add_flag("--quiet", o->muto, "Tell nothing but errors");
     app->add_flag("--json", o->json, "Tell progress as lines of JSON");
-    app->add_flag("--rows-up", o->in_su,
-                  "Hand rows to the plug-in from the bottom up; the picture is the same")
-        ->group("");
     opzione_plugin(*app, o->comuni);
     opzioni_parametri(*app, o->comuni);
     opzioni_scrittura(*app, o->comuni);

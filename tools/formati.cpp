@@ -2,8 +2,9 @@
 
 #include "tools/dpx.h"
 
+#include <OpenImageIO/strutil.h>
+
 #include <algorithm>
-#include <cctype>
 
 namespace varno::provino {
 namespace {
@@ -125,9 +126,7 @@ Formato formato_dai_byte(Byte dati, const std::string& nome)
 
 Formato formato_dal_nome(const std::filesystem::path& p)
 {
-    std::string fine = p.extension().string();
-    std::transform(fine.begin(), fine.end(), fine.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string fine = OIIO::Strutil::lower(p.extension().string());
     for (const auto& [desinenza, formato] : DESINENZE)
         if (fine == desinenza)
             return formato;

@@ -208,51 +208,14 @@ std::string scegli_profondita(Formato f, const Foto& foto, const Scrittura& come
 // --- Metadata ------------------------------------------------------------------------------------
 
 // What told the colours of the picture that was read, or how its file was laid out.
-constexpr std::string_view SUPERATI[] = {
-    "ICCProfile",
-    "chromaticities",
-    "adoptedNeutral",
-    "whiteLuminance",
-    "oiio:ColorSpace",
-    "oiio:Gamma",
-    "Exif:ColorSpace",
-    "Exif:Gamma",
-    "dpx:Transfer",
-    "dpx:Colorimetric",
-    "dpx:Gamma",
-    "dpx:ImageDescriptor",
-    "dpx:Packing",
-    "dpx:EndOfLinePadding",
-    "dpx:EndOfImagePadding",
-    "dpx:LowData",
-    "dpx:HighData",
-    "dpx:LowQuantity",
-    "dpx:HighQuantity",
-    "dpx:BlackLevel",
-    "dpx:WhiteLevel",
-    "dpx:BreakPoint",
-    "oiio:subimages",
-    "oiio:BitsPerSample",
-    "oiio:ioproxy",
-    "oiio:UnassociatedAlpha",
-    "tiff:PhotometricInterpretation",
-    "tiff:PlanarConfiguration",
-    "tiff:Compression",
-    "tiff:RowsPerStrip",
-    "tiff:ColorSpace",
-    "planarconfig",
-    "png:filter",
-    "jpeg:subsampling",
-    "jpeg:progressive",
-    "openexr:chunkCount",
-    "openexr:levelmode",
-    "openexr:roundingmode",
-    "openexr:lineOrder",
-    "textureformat",
-    "wrapmodes",
-    "type",
-    "chunkCount",
-};
+constexpr const char* SUPERATI =
+    "ICCProfile|chromaticities|adoptedNeutral|whiteLuminance|(oiio:|Exif:)(ColorSpace|Gamma)|"
+    "dpx:(Transfer|Colorimetric|Gamma|ImageDescriptor|Packing|EndOf.*|Low.*|High.*|BlackLevel|"
+    "WhiteLevel|BreakPoint)|"
+    "oiio:(subimages|BitsPerSample|ioproxy|UnassociatedAlpha)|planarconfig|"
+    "tiff:(PhotometricInterpretation|PlanarConfiguration|Compression|RowsPerStrip|ColorSpace)|"
+    "png:filter|jpeg:(subsampling|progressive)|(openexr:)?chunkCount|"
+    "openexr:(levelmode|roundingmode|lineOrder)|textureformat|wrapmodes|type";
 
 std::string senza_impostazioni(const std::string& testo)
 {
@@ -348,8 +311,7 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
 
     const bool non_associata = foto.testata.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0 ||
                                foto.formato == Formato::png || f == Formato::png;
-    for (const std::string_view nome : SUPERATI)
-        s.erase_attribute(OIIO::string_view(nome.data(), nome.size()));
+    s.erase_attribute(SUPERATI);
     if (f != foto.formato || !come.compressione.empty())
         s.erase_attribute("compression");
     s.erase_attribute(SEGNO);

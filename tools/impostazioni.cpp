@@ -3,10 +3,11 @@
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
 
+#include <OpenImageIO/filesystem.h>
+#include <OpenImageIO/strutil.h>
+
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -28,18 +29,11 @@ bool interruttore(const banco::Parametro& p)
 
 constexpr std::string_view ACCESO = "_on";
 
-bool uguali(const std::string& a, const std::string& b)
-{
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
-        return std::tolower(x) == std::tolower(y);
-    });
-}
-
 // The text goes first: an option may read like the index of another.
 double leggi_scelta(const banco::Parametro& p, const std::string& testo)
 {
     for (std::size_t i = 0; i < p.opzioni.size(); ++i)
-        if (uguali(p.opzioni[i], testo))
+        if (OIIO::Strutil::iequals(p.opzioni[i], testo))
             return static_cast<double>(i);
     const auto quante = static_cast<long long>(p.opzioni.size());
     long long n = 0;
@@ -48,31 +42,21 @@ double leggi_scelta(const banco::Parametro& p, const std::string& testo)
             return static_cast<double>(n);
         rifiuta(p.nome + " has the options 0 to " + std::to_string(quante - 1) + ", not " + testo);
     }
-    std::string tutte;
-    for (const std::string& o : p.opzioni)
-        tutte += (tutte.empty() ? "" : ", ") + o;
     const std::string vicina = proposta(testo, p.opzioni);
     rifiuta(p.nome + " has no option " + tra_apici(testo) +
-            (vicina.empty() ? "; it takes: " : vicina + " It takes: ") + tutte);
+            (vicina.empty() ? "; it takes: " : vicina + " It takes: ") +
+            OIIO::Strutil::join(p.opzioni, ", "));
 }
 
 double leggi_interruttore(const banco::Parametro& p, const std::string& testo)
 {
     for (const char* si : {"1", "on", "true", "yes"})
-        if (uguali(testo, si))
+        if (OIIO::Strutil::iequals(testo, si))
             return 1.0;
     for (const char* no : {"0", "off", "false", "no"})
-        if (uguali(testo, no))
+        if (OIIO::Strutil::iequals(testo, no))
             return 0.0;
     rifiuta(p.nome + " is a switch: give on or off (1 or 0), not " + tra_apici(testo));
-}
-
-double controlla_gamma(const banco::Parametro& p, double v, const std::string& testo)
-{
-    if (!(v >= p.minimo && v <= p.massimo))
-        rifiuta(p.nome + " goes from " + testo_di(p.minimo) + " to " + testo_di(p.massimo) +
-                ", not " + testo);
-    return v;
 }
 
 std::pair<std::string, std::string> dividi(const std::string& testo, const char* opzione,
@@ -141,10 +125,10 @@ void da_json(const Plugin& plugin, const std::string& testo, const std::string& 
 
 std::string leggi_testo(const std::string& file)
 {
-    std::ifstream f(file, std::ios::binary);
-    if (!f)
+    std::string testo;
+    if (!OIIO::Filesystem::read_text_file(file, testo))
         fallisci("cannot read the settings " + tra_apici(file));
-    return std::string(std::istreambuf_iterator<char>(f), {});
+    return testo;
 }
 
 void leggi_chiave(const Plugin& plugin, const std::string& testo, Impostazioni& imp)
@@ -180,7 +164,10 @@ double leggi_valore(const banco::Parametro& p, const std::string& testo)
     if (!leggi_numero(testo, v))
         rifiuta(p.nome + " takes a number from " + testo_di(p.minimo) + " to " +
                 testo_di(p.massimo) + ", not " + tra_apici(testo));
-    return controlla_gamma(p, v, testo);
+    if (!(v >= p.minimo && v <= p.massimo))
+        rifiuta(p.nome + " goes from " + testo_di(p.minimo) + " to " + testo_di(p.massimo) +
+                ", not " + testo);
+    return v;
 }
 
 std::string scrivi_valore(const banco::Parametro& p, double valore)
@@ -240,8 +227,7 @@ banco::IstanzaPtr istanza_con(Plugin& plugin, const Impostazioni& imp)
 
 bool interruttore_di_effetto(const banco::Parametro& p)
 {
-    return interruttore(p) && p.nome.size() > ACCESO.size() &&
-           p.nome.compare(p.nome.size() - ACCESO.size(), ACCESO.size(), ACCESO) == 0;
+    return interruttore(p) && p.nome.ends_with(ACCESO);
 }
 
 std::string quantita_di(const banco::Parametro& interruttore)

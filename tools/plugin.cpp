@@ -3,7 +3,6 @@
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
 
-#include <cstring>
 #include <exception>
 #include <system_error>
 
@@ -50,23 +49,13 @@ fs::path trova_plugin(const std::string& dato)
         " where hosts look: install it, set OFX_PLUGIN_PATH to its folder, or give --plugin PATH");
 }
 
-Foto capovolta(const Foto& f)
-{
-    Foto g = foto_nuova(f.larghezza, f.altezza, f.alfa);
-    const std::size_t riga = std::size_t{4} * static_cast<std::size_t>(f.larghezza);
-    for (int y = 0; y < f.altezza; ++y)
-        std::memcpy(&g.rgba[riga * static_cast<std::size_t>(f.altezza - 1 - y)],
-                    &f.rgba[riga * static_cast<std::size_t>(y)], riga * sizeof(float));
-    return g;
-}
-
-banco::Figura figura(const Foto& f, Righe righe)
+banco::Figura figura(const Foto& f)
 {
     const std::size_t riga = std::size_t{4} * static_cast<std::size_t>(f.larghezza);
     const int byte = static_cast<int>(riga * sizeof(float));
-    const std::size_t ultima = riga * static_cast<std::size_t>(f.altezza - 1);
-    const bool giu = righe == Righe::in_giu;
-    return {&f.rgba[giu ? ultima : 0], giu ? -byte : byte, {0, 0, f.larghezza, f.altezza}};
+    return {&f.rgba[riga * static_cast<std::size_t>(f.altezza - 1)],
+            -byte,
+            {0, 0, f.larghezza, f.altezza}};
 }
 
 }  // namespace
@@ -97,17 +86,13 @@ const banco::Parametro& trova_parametro(const Plugin& p, std::string_view nome)
             " ('provino parametri' lists them all)");
 }
 
-Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo, Righe righe)
+Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo)
 {
-    Foto girata;
-    if (righe == Righe::in_su)
-        girata = capovolta(sorgente);
-    const Foto& da = righe == Righe::in_su ? girata : sorgente;
     Foto a = foto_nuova(sorgente.larghezza, sorgente.altezza, sorgente.alfa);
     int stato = 0;
     try {
-        stato = banco::rendi(istanza, tempo, {0, 0, a.larghezza, a.altezza}, figura(da, righe),
-                             figura(a, righe));
+        stato = banco::rendi(istanza, tempo, {0, 0, a.larghezza, a.altezza}, figura(sorgente),
+                             figura(a));
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& e) {
@@ -116,8 +101,6 @@ Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo, Rig
     if (stato != 0)
         fallisci("the plug-in could not develop the picture (status " + std::to_string(stato) +
                  ")");
-    if (righe == Righe::in_su)
-        a = capovolta(a);
     a.formato = sorgente.formato;
     a.testata = sorgente.testata;
     return a;

@@ -24,13 +24,8 @@ Plugin carica_plugin(const std::string& percorso);
 /// Throws Errore (usage) with the nearest name for an unknown one.
 const banco::Parametro& trova_parametro(const Plugin& p, std::string_view nome);
 
-/// How rows are handed to the plug-in: a picture stands top down in memory, so that they go down
-/// (negative row bytes); going up they are turned over into a second picture.
-enum class Righe { in_giu, in_su };
-
-/// Develops a picture at a time into another of its size. The file's top row is the highest y.
-/// Throws Errore where the plug-in fails.
-Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo,
-                Righe righe = Righe::in_giu);
+/// Develops a picture at a time into another of its size. The file's top row is the highest y: rows
+/// are handed over with negative row bytes. Throws Errore where the plug-in fails.
+Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo);
 
 }  // namespace varno::provino

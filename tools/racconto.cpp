@@ -6,13 +6,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 namespace varno::provino {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using OIIO::Strutil::sprintf;
 
 constexpr const char* PULISCI = "\r\033[K";  // back to the line's beginning, and empty it
 
@@ -34,13 +34,6 @@ double al_secondo(const Racconto& r)
     return static_cast<double>(r.fatti) / std::max(trascorsi(r), 1e-6);
 }
 
-std::string decimale(double v, int cifre)
-{
-    char s[64];
-    std::snprintf(s, sizeof s, "%.*f", cifre, v);
-    return s;
-}
-
 void disegna_barra(const Racconto& r, std::size_t quanti)
 {
     constexpr std::size_t LARGA = 30;
@@ -52,10 +45,8 @@ void disegna_barra(const Racconto& r, std::size_t quanti)
     if (r.fatti > 0) {
         const auto restano =
             static_cast<long>(std::lround(static_cast<double>(quanti - finiti) / al_secondo(r)));
-        char tempo[64];
-        std::snprintf(tempo, sizeof tempo, "  %.2f frames a second, %ld:%02ld left", al_secondo(r),
-                      restano / 60, restano % 60);
-        s += tempo;
+        s += sprintf("  %.2f frames a second, %d:%02d left", al_secondo(r), restano / 60,
+                     restano % 60);
     }
     barra(s);
 }
@@ -118,7 +109,7 @@ void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& resoconto)
     if (r.voce == Voce::barra)
         disegna_barra(r, lavoro.fotogrammi.size());
     if (r.voce == Voce::righe && resoconto.esito == Esito::fatto)
-        di(f.uscita + ": done in " + decimale(resoconto.secondi, 2) + " s");
+        di(sprintf("%s: done in %.2f s", f.uscita, resoconto.secondi));
     if (r.voce == Voce::righe && resoconto.esito == Esito::saltato)
         di(f.uscita + ": exists, skipped");
 }
@@ -140,8 +131,8 @@ void concludi(Racconto& r, const Lavoro& lavoro)
         j["frames_per_second"] = al_secondo(r);
         di(j.dump());
     } else if (r.voce != Voce::muta && quanti > 1) {
-        di(std::to_string(r.fatti) + " of " + std::to_string(quanti) + " frames in " +
-           decimale(trascorsi(r), 1) + " s, " + decimale(al_secondo(r), 2) + " a second" +
+        di(sprintf("%d of %d frames in %.1f s, %.2f a second", r.fatti, quanti, trascorsi(r),
+                   al_secondo(r)) +
            (r.saltati > 0 ? ", " + std::to_string(r.saltati) + " skipped" : ""));
     }
     if (!r.falliti.empty() && quanti > 1)
