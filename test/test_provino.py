@@ -406,9 +406,21 @@ class Fogli(Prova):
                 self.assertAlmostEqual(a, b, delta=1, msg="look %d" % look)
 
     def test_the_effects_are_shown_alone(self):
-        self.scena("s.exr")
-        self.fai("effetti s.exr foglio.png --width 400 --amount 0.6 -p formato=0")
-        self.rifiuta(USO, "outside the picture", "effetti s.exr o.png --crop 90x50+10+10")
+        # A white square on the right of a dark field: three pairs a row, each of two parts of 64 by
+        # 48 pixels; with it the square's light spreads (bloom), without it all else is dark.
+        campo = [[20] * 900 for _ in range(200)]
+        for r in campo[40:56]:
+            r[690:738] = [255] * 48
+        scrivi_png(self.qui("f.png"), campo, 3)
+        self.fai("effetti f.png foglio.png --width 400 --depth uint8")
+        righe, _ = leggi_png(self.qui("foglio.png"))
+        self.fai("effetti f.png stesso.png --width 400 --depth uint8")
+        self.assertEqual(self.byte("foglio.png"), self.byte("stesso.png"))
+        for nome, x in (("halation", 2), ("bloom", 2 + 132)):
+            senza, con = ([r[3 * (x + d):3 * (x + d + 64)] for r in righe[2:50]] for d in (0, 66))
+            self.assertEqual(sum(max(p) > 200 for r in senza for p in zip(*[iter(r)] * 3)), 256)
+            self.assertGreater(sum(sum(r) for r in con), sum(sum(r) for r in senza) + 48 * 64, nome)
+        self.rifiuta(USO, "outside the picture", "effetti f.png o.png --crop 290x50+20+10")
 
     def test_a_cube_has_the_corners_of_the_grade_and_red_first(self):
         angoli = [[255 * (i & 1), 255 * (i >> 1 & 1), 255 * (i >> 2)] for i in range(8)]

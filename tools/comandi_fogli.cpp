@@ -156,9 +156,11 @@ void foglio_degli_effetti(const Opzioni& o)
                                 std::max(1, static_cast<int>(scala * foglio.cella_a)));
         }
         const Ritaglio dove = posto(foglio, n % COLONNE, n / COLONNE);
+        const Ritaglio sinistra{dove.x, dove.y, largo, dove.altezza};
         const Ritaglio destra{dove.x + dove.larghezza - largo, dove.y, largo, dove.altezza};
-        incolla(foglio, {dove.x, dove.y, largo, dove.altezza}, senza, parte);
+        incolla(foglio, sinistra, senza, parte);
         incolla(foglio, destra, con_effetto, parte);
+        scrivi_sotto(foglio, sinistra, "without");
         scrivi_sotto(foglio, destra, p.etichetta + " " + testo_di(q));
         ++n;
     }

@@ -2,6 +2,7 @@
 
 #include "tools/argomenti.h"
 
+#include <OpenImageIO/Imath.h>
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
 
@@ -54,8 +55,7 @@ void scrivi(Foglio& foglio, int x, int y, int largo, std::string testo)
         testo += "...";
     }
     OIIO::ImageBuf su = tela(foglio.foto);
-    Algo::render_text(su, x, y + foglio.scritta / 2, testo, alto, carattere(), INCHIOSTRO,
-                      Algo::TextAlignX::Left, Algo::TextAlignY::Center);
+    Algo::render_text(su, x, y + foglio.scritta * 3 / 4, testo, alto, carattere(), INCHIOSTRO);
 }
 
 }  // namespace
@@ -78,29 +78,42 @@ Ritaglio leggi_ritaglio(const std::string& testo)
 Ritaglio dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza)
 {
     constexpr int PARTI = 8;
-    constexpr float BUIO = 0.1f;  // below this a difference counts as such, above as a ratio
+    constexpr float BUIO = 0.1f;  // below it differences count as such, above as ratios
+    struct Cella {
+        Imath::V3d somma{0.0};
+        double quadrati = 0.0;
+    };
     const int passo_x = std::max(1, larghezza / PARTI);
     const int passo_y = std::max(1, altezza / PARTI);
     const int colonne = a.larghezza / passo_x;
     const int righe = a.altezza / passo_y;
-    std::vector<double> somme(static_cast<std::size_t>(colonne) * righe);
+    std::vector<Cella> celle(static_cast<std::size_t>(colonne) * righe);
     for (int y = 0; y < righe * passo_y; ++y)
-        for (int x = 0; x < colonne * passo_x; ++x)
-            for (std::size_t c = 0; c < 3; ++c) {
-                const std::size_t i = 4 * (static_cast<std::size_t>(y) * a.larghezza + x) + c;
-                const double d = std::log2((BUIO + b.rgba[i]) / (BUIO + a.rgba[i]));
-                somme[static_cast<std::size_t>(y / passo_y) * colonne + x / passo_x] += d * d;
+        for (int x = 0; x < colonne * passo_x; ++x) {
+            const std::size_t i = 4 * (static_cast<std::size_t>(y) * a.larghezza + x);
+            Cella& cella = celle[static_cast<std::size_t>(y / passo_y) * colonne + x / passo_x];
+            for (int c = 0; c < 3; ++c) {
+                const double d = std::log2(std::max(BUIO + b.rgba[i + c], BUIO / 2.0f) /
+                                           std::max(BUIO + a.rgba[i + c], BUIO / 2.0f));
+                cella.somma[c] += d;
+                cella.quadrati += d * d;
             }
+        }
     Ritaglio migliore{0, 0, larghezza, altezza};
     double massimo = -1.0;
     for (int y = 0; y * passo_y + altezza <= a.altezza; ++y)
         for (int x = 0; x * passo_x + larghezza <= a.larghezza; ++x) {
-            double s = 0.0;
-            for (int j = 0; j < std::min(PARTI, righe - y); ++j)
-                for (int i = 0; i < std::min(PARTI, colonne - x); ++i)
-                    s += somme[static_cast<std::size_t>(y + j) * colonne + x + i];
-            if (s > massimo) {
-                massimo = s;
+            Cella t;
+            for (int j = y; j < std::min(y + PARTI, righe); ++j)
+                for (int i = x; i < std::min(x + PARTI, colonne); ++i) {
+                    const Cella& cella = celle[static_cast<std::size_t>(j) * colonne + i];
+                    t.somma += cella.somma;
+                    t.quadrati += cella.quadrati;
+                }
+            const double varianza =
+                t.quadrati - t.somma.length2() / (static_cast<double>(larghezza) * altezza);
+            if (varianza > massimo) {
+                massimo = varianza;
                 migliore = {x * passo_x, y * passo_y, larghezza, altezza};
             }
         }

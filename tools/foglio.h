@@ -14,8 +14,8 @@ struct Ritaglio {
 /// "WxH+X+Y". Throws Errore (usage).
 Ritaglio leggi_ritaglio(const std::string& testo);
 
-/// Of the parts of that size the one in which two pictures of one size differ most: the largest sum
-/// of squared differences, looked for in steps of an eighth of the part.
+/// Of the parts of that size the one in which the change from one picture to another of its size,
+/// in stops, varies most: an even change is not seen as one. In steps of an eighth of the part.
 Ritaglio dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza);
 
 /// A sheet of labelled pictures of one shape, in columns and rows, with a line of text below all.

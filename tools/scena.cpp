@@ -43,12 +43,13 @@ struct Sfera {
 // The sun, floodlights on the hill, windows and a quay, and a string of lamps in mixed order.
 constexpr Lampade LAMPADE[] = {
     {SOLE_U, SOLE_V, 0.0250, 5.7, SOLE},
-    {-0.660, 0.3100, 0.0110, 8.0, XENO},      {-0.420, 0.3250, 0.0110, 8.0, ALOGENA},
+    {-0.630, 0.3500, 0.0110, 8.0, XENO},      {-0.400, 0.3420, 0.0110, 8.0, ALOGENA},
     {-0.066, 0.4140, 0.0018, 2.5, TUNGSTENO, 17, 0.0112},
     {-0.045, 0.4205, 0.0022, 1.0, TUNGSTENO, 20, 0.0176},
     { 0.140, 0.4080, 0.0018, 3.5, TUNGSTENO, 10, 0.0137},
     { 0.720, 0.4070, 0.0022, 2.0, TUNGSTENO,  9, 0.0211},
-    {-0.640, 0.4240, 0.0042, 6.0, ALOGENA,   18, 0.0160},
+    {-0.640, 0.4090, 0.0042, 6.0, ALOGENA,   18, 0.0160},
+    {-0.640, 0.4230, 0.0042, 6.0, ALOGENA,   18, 0.0160},
     {-0.868, 0.0634, 0.0082, 5.0, TUNGSTENO}, {-0.744, 0.0903, 0.0082, 0.4, ROSSO},
     {-0.620, 0.1102, 0.0082, 1.0, TUNGSTENO}, {-0.496, 0.1218, 0.0082, 7.0, ALOGENA},
     {-0.372, 0.1258, 0.0082, 0.0, VERDE},     {-0.248, 0.1246, 0.0082, 3.5, TUNGSTENO},
@@ -139,7 +140,8 @@ Luce sfondo(double u, double v)
 {
     Luce c;
     const double t = (u + 0.93) / 1.86;
-    if (v > 0.408 - 0.17 * (nuvole(3.7 * u + 47.9, 47.9, 6) - 0.5))  // the near ridge
+    const double colle = 0.10 * std::exp(-std::pow((u + 0.50) / 0.24, 4.0));
+    if (v > 0.408 - colle - 0.17 * (nuvole(3.7 * u + 47.9, 47.9, 6) - 0.5))  // the near ridge
         c = (0.6 + 0.8 * nuvole(60.0 * u, 60.0 * v, 3)) * Luce{0.0085, 0.0075, 0.0085};
     else if (v > 0.375 - 0.22 * (nuvole(2.1 * u + 11.3, 11.3, 6) - 0.5))  // the far one, in haze
         c = lerp(lerp(cielo(u, ORIZZONTE), Luce{0.10, 0.09, 0.13}, 0.75), Luce{0.035, 0.038, 0.055},
