@@ -8,6 +8,13 @@
 #include <limits>
 
 namespace varno {
+
+#ifdef VARNO_HA_GENERICI
+namespace nuclei_generici {
+extern const Nuclei NUCLEI;
+}
+#endif
+
 namespace {
 
 constexpr float INF = std::numeric_limits<float>::infinity();
@@ -104,12 +111,17 @@ unsigned Giro::thread() const
 
 const Nuclei* Giro::livello() const
 {
-    const Nuclei* const* livelli = livelli_disponibili();
-    std::size_t quanti = 0;
-    while (livelli[quanti] != nullptr)
-        ++quanti;
+    static const std::vector<const Nuclei*> livelli = [] {
+        std::vector<const Nuclei*> tutti;
+        for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l)
+            tutti.push_back(*l);
+#ifdef VARNO_HA_GENERICI
+        tutti.push_back(&nuclei_generici::NUCLEI);
+#endif
+        return tutti;
+    }();
     // The thread counts go round once before the level changes.
-    return livelli[passo / std::size(QUANTI) % quanti];
+    return livelli[passo / std::size(QUANTI) % livelli.size()];
 }
 
 }  // namespace varno

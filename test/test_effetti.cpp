@@ -3,6 +3,7 @@
 #include "quadri.h"
 #include "thread_finti.h"
 
+#include "fx/blur.h"
 #include "fx/vignetta_mask.h"
 
 #include <doctest/doctest.h>
@@ -174,31 +175,81 @@ TEST_CASE("the chain is its effects one after the other, but for luma behind blo
     CHECK(differenza(Campioni(catena.begin(), catena.end()), a_passi_due, W, 3) != "");
 }
 
-TEST_CASE("glows never darken a channel of 0..1, nor lift one above 1")
+TEST_CASE("blurs, worked out by hand")
 {
-    constexpr int W = 65;
-    constexpr int H = 31;
-    for (const Contenuto contenuto : {Contenuto::CASO, Contenuto::RAMPE}) {
-        Campioni prima = riempi(contenuto, W, H, 3, 4);
-        for (float& v : prima)
-            v = std::min(v, 1.0f);
-        for (float FxRicetta::*campo :
-             {&FxRicetta::halation, &FxRicetta::bloom, &FxRicetta::streak, &FxRicetta::promist,
-              &FxRicetta::stella, &FxRicetta::mistw, &FxRicetta::glimmer}) {
-            FxRicetta r;
-            r.*campo = 0.5f;
-            Immagine poi = piano_di(prima);
-            applica_fx(poi, W, H, r);
-            float calo = 0.0f;
-            float cima = 0.0f;
-            for (std::size_t i = 0; i < prima.size(); ++i) {
-                calo = std::max(calo, prima[i] - poi[i]);
-                cima = std::max(cima, poi[i]);
-            }
-            CHECK(calo <= 1.2e-7f);  // 1 - (1 - c) rounds twice; running sums drift below 0
-            CHECK(cima <= 1.0f);
-        }
+    // The chain's own are the plain loops', bit for bit. Radius 5 about x = 0 of (3, 6, 12): 6
+    // times 3, once 6, 4 times 12, over 11; edges are repeated.
+    Campioni riga = {3.0f, 6.0f, 12.0f};
+    semplici::box_blur(riga, 3, 1, 5, 1);
+    CHECK(riga[0] == Approx(72.0 / 11.0).epsilon(1e-6));
+    CHECK(riga[1] == Approx(81.0 / 11.0).epsilon(1e-6));  // 5 times 3, once 6, 5 times 12
+    CHECK(riga[2] == Approx(90.0 / 11.0).epsilon(1e-6));
+
+    // The block of 4 x 4 at (16, 16) becomes sample (4, 4), which lies at (16, 16) of the plane,
+    // not at the middle of the block: with radius 1 the peak is there, and all is even about it.
+    constexpr int LATO = 37;
+    constexpr int CIMA = 16;
+    Campioni p(LATO * LATO);
+    const auto in = [&](int x, int y) -> float& {
+        return p[static_cast<std::size_t>(y * LATO + x)];
+    };
+    for (int y = CIMA; y < CIMA + 4; ++y)
+        for (int x = CIMA; x < CIMA + 4; ++x)
+            in(x, y) = 1.0f;
+    semplici::blur_su_ridotta(p, LATO, LATO, 3, 4);
+    CHECK(std::max_element(p.begin(), p.end()) - p.begin() == CIMA * LATO + CIMA);
+    // Three passes of window 3 leave 7/27 of a unit sample along each axis.
+    CHECK(in(CIMA, CIMA) == Approx(49.0 / 729.0).epsilon(1e-5));
+    for (int d = 1; d <= CIMA; ++d) {
+        CHECK(in(CIMA - d, CIMA) == Approx(in(CIMA + d, CIMA)).epsilon(1e-5));
+        CHECK(in(CIMA, CIMA - d) == Approx(in(CIMA, CIMA + d)).epsilon(1e-5));
     }
+
+    // Trailing columns and rows that fill no block are never read; a plane smaller than a block is
+    // its mean.
+    Campioni chiaro(11 * 11, 0.25f);
+    for (std::size_t i = 0; i < chiaro.size(); ++i)
+        if (i % 11 >= 8 || i / 11 >= 8)
+            chiaro[i] = 1000.0f;
+    semplici::blur_su_ridotta(chiaro, 11, 11, 4, 4);
+    CHECK(chiaro == Campioni(11 * 11, 0.25f));
+    Campioni nove = {0, 1, 2, 3, 4, 5, 6, 7, 8};
+    semplici::blur_su_ridotta(nove, 3, 3, 7, 4);
+    CHECK(nove == Campioni(9, 4.0f));
+
+    // Along rows alone: three windows of 9 reach 12 samples to each side.
+    Campioni luce(41 * 3);
+    luce[41 + 20] = 1.0f;
+    semplici::blur_orizz_su_ridotta(luce, 41, 3, 4, 1);
+    for (std::size_t i = 0; i < luce.size(); ++i)
+        CHECK((luce[i] > 1e-4f) == (i >= 41 + 8 && i <= 41 + 32));
+}
+
+TEST_CASE("the blurs by themselves give the bits of the plain loops")
+{
+    Giro giro;
+    for (const auto& [w, h] :
+         {std::pair{1, 1}, {1, 40}, {40, 1}, {5, 4}, {17, 17}, {65, 33}, {320, 19}})
+        for (const int raggio : {-1, 0, 1, 3, 8, 96})
+            for (int riduzione = 1; riduzione <= 4; ++riduzione) {
+                ++giro.passo;
+                const ThreadFinti thread(giro.thread());
+                const LivelloFinto livello(giro.livello());
+                CAPTURE(w);
+                CAPTURE(raggio);
+                CAPTURE(riduzione);
+                const Campioni prima = riempi(Contenuto::LUCI, w, h, 1, 7);
+                const auto prova = [&, w = w](auto semplice, auto pronta, int come) {
+                    Campioni atteso = prima;
+                    Piano avuto = piano_di(prima);
+                    semplice(atteso, w, h, raggio, come);
+                    pronta(avuto, w, h, raggio, come);
+                    CHECK(differenza(atteso, avuto, w, 1) == "");
+                };
+                prova(semplici::box_blur, box_blur, std::min(riduzione, 3));
+                prova(semplici::blur_su_ridotta, blur_su_ridotta, riduzione);
+                prova(semplici::blur_orizz_su_ridotta, blur_orizz_su_ridotta, riduzione);
+            }
 }
 
 TEST_CASE("detail is limited to a third before its amount")
@@ -363,19 +414,6 @@ TEST_CASE("one mask serves a size; those who hold another never see it change")
 
 TEST_CASE("grain has its check values, is the frame number's alone and stays small")
 {
-    struct Caso {
-        std::uint32_t x, y, f, bit;
-    };
-    // clang-format off
-    constexpr Caso casi[] = {
-        {0, 0, 0, 0xE15423},      {7919, 104729, 0, 0x47C2F8},    {1, 0, 0, 0x353AD0},
-        {0, 1, 0, 0x4799EC},      {0, 0, 1, 0x67F28D},            {100, 50, 1000, 0xD6AD33},
-        {8019, 104779, 1000, 0xD96A1B},
-    };
-    // clang-format on
-    for (const Caso& c : casi)
-        CHECK(semplici::hash_grana(c.x, c.y, c.f) * 16777216.0f == static_cast<float>(c.bit));
-
     // Cell (0, 0) of frame 0 has 0.16050887; at grey 0.5 the weight is 1.
     const auto granulosa = [](int w, int h, int fotogramma) {
         Tavolozza t(w, h, 0.5f);

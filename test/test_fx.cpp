@@ -11,6 +11,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The chain against the plain loops: every output bit, whatever the size, the picture, the recipe,
@@ -159,121 +160,62 @@ TEST_CASE("each effect by itself gives the bits of the plain loops, on copies of
     }
 }
 
-TEST_CASE("the reduction steps and the long sides change no bit")
+TEST_CASE("frames of all steps of the reduction and recipes of several effects likewise")
 {
-    Giro giro;
-    for (const Misura m : LUNGHE) {
-        for (const Voce& e : EFFETTI) {
-            for (int k = giro.passo % 2; k < CONTENUTI; k += 2) {
-                if (!giro.avanti())
-                    continue;
-                const ThreadFinti thread(giro.thread());
-                const LivelloFinto livello(giro.livello());
-                CAPTURE(std::string(e.nome));
-                CAPTURE(m.larghezza);
-                CAPTURE(m.altezza);
-                CAPTURE(k);
-                FxRicetta r;
-                r.*e.campo = e.massimo;
-                r.punte = 8;
-                CHECK(prova(quadro(k, m, static_cast<std::uint32_t>(giro.passo)), m, r) == "");
-            }
-        }
-    }
-}
-
-TEST_CASE("recipes of several effects give the bits of the plain loops")
-{
-    std::vector<FxRicetta> ricette = {tutti(0.2f), tutti(1.0f), tutti(4.0f)};
+    struct Caso {
+        Misura misura;
+        FxRicetta ricetta;
+    };
+    std::vector<Caso> casi;
+    const auto una = [](const Voce& e, int punte) {
+        FxRicetta r;
+        r.*e.campo = e.massimo;
+        r.punte = punte;
+        return r;
+    };
+    for (const Misura m : LUNGHE)
+        for (const Voce& e : EFFETTI)
+            casi.push_back({m, una(e, 8)});
     // Every effect behind every other: luma as the first leaves it, stale behind bloom.
-    for (const Voce* primo = std::begin(EFFETTI); primo != std::end(EFFETTI); ++primo) {
+    std::vector<FxRicetta> ricette = {tutti(0.2f), tutti(1.0f), tutti(4.0f)};
+    for (const Voce* primo = std::begin(EFFETTI); primo != std::end(EFFETTI); ++primo)
         for (const Voce* poi = primo + 1; poi != std::end(EFFETTI); ++poi) {
-            FxRicetta r;
-            r.*primo->campo = primo->massimo;
-            r.*poi->campo = poi->massimo;
-            ricette.push_back(r);
+            ricette.push_back(una(*primo, 4));
+            ricette.back().*poi->campo = poi->massimo;
         }
-    }
-    FxRicetta vecchia;
-    vecchia.bloom = vecchia.streak = vecchia.promist = 0.5f;
-    ricette.push_back(vecchia);
+    ricette.push_back(una(EFFETTI[3], 4));
+    ricette.back().streak = ricette.back().promist = 0.5f;
     for (std::uint32_t s = 0; s < 40; ++s)
         ricette.push_back(ricetta_a_caso(s));
+    constexpr std::int32_t MIN = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int32_t MAX = std::numeric_limits<std::int32_t>::max();
+    for (const auto& [punte, fotogramma] :
+         {std::pair{-4, 1}, {0, -1}, {3, MIN}, {7, MAX}, {100, 0}}) {
+        FxRicetta r;
+        r.stella = r.grana = 0.6f;
+        r.punte = punte;
+        r.fotogramma = fotogramma;
+        ricette.push_back(r);
+    }
+    for (const FxRicetta& r : ricette)
+        for (const Misura m : {Misura{1, 1}, {17, 9}, {47, 33}})
+            casi.push_back({m, r});
+    for (const Misura m : {Misura{641, 163}, {163, 641}, {1919, 41}})
+        casi.push_back({m, tutti(0.5f)});
 
     Giro giro;
-    for (std::size_t i = 0; i < ricette.size(); ++i) {
-        for (const Misura m : {Misura{1, 1}, {17, 9}, {47, 33}}) {
-            for (int k = static_cast<int>(i) % 2; k < CONTENUTI; k += 2) {
-                if (!giro.avanti())
-                    continue;
-                const ThreadFinti thread(giro.thread());
-                const LivelloFinto livello(giro.livello());
-                CAPTURE(i);
-                CAPTURE(m.larghezza);
-                CAPTURE(k);
-                CHECK(prova(quadro(k, m, static_cast<std::uint32_t>(i)), m, ricette[i]) == "");
-            }
+    for (const Caso& caso : casi)
+        for (int k = static_cast<int>(giro.passo % 3); k < CONTENUTI; k += 3) {
+            if (!giro.avanti())
+                continue;
+            const ThreadFinti thread(giro.thread());
+            const LivelloFinto livello(giro.livello());
+            CAPTURE(giro.passo);
+            CAPTURE(caso.misura.larghezza);
+            CAPTURE(k);
+            CHECK(prova(quadro(k, caso.misura, static_cast<std::uint32_t>(giro.passo)), caso.misura,
+                        caso.ricetta) == "");
         }
-    }
-}
-
-TEST_CASE("any number of threads and any instruction set give the same bits")
-{
-    constexpr Misura m = {97, 53};
-    for (const Contenuto k : {Contenuto::LUCI, Contenuto::OLTRE, Contenuto::GUASTI}) {
-        const Campioni prima = quadro(static_cast<int>(k), m, 99);
-        for (const FxRicetta& r : {tutti(0.5f), ricetta_a_caso(7)}) {
-            Campioni atteso = prima;
-            semplici::applica_fx(atteso, m.larghezza, m.altezza, r);
-            for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
-                const LivelloFinto livello(*l);
-                for (const unsigned quanti : {1u, 2u, 3u, 7u, 16u}) {
-                    const ThreadFinti thread(quanti);
-                    CAPTURE(static_cast<int>(k));
-                    CAPTURE(std::string(gNuclei->nome));
-                    CAPTURE(quanti);
-                    Immagine avuto = piano_di(prima);
-                    applica_fx(avuto, m.larghezza, m.altezza, r);
-                    CHECK(differenza(atteso, avuto, m.larghezza, 3) == "");
-                }
-            }
-        }
-    }
-}
-
-TEST_CASE("whole frames, wide and tall, with all effects on")
-{
-    std::vector<Misura> misure = {{641, 363}, {363, 641}};
-    if (!LENTO)
-        misure.insert(misure.end(), {{1080, 1920}, {1919, 61}});
-    std::uint32_t seme = 0;
-    for (const Misura m : misure) {
-        CAPTURE(m.larghezza);
-        FxRicetta r = tutti(0.5f);
-        r.punte = 8;
-        CHECK(prova(quadro(static_cast<int>(Contenuto::LUCI), m, ++seme), m, r) == "");
-    }
-}
-
-TEST_CASE("star points and frame numbers beyond the choices follow the same rules")
-{
-    constexpr Misura m = {71, 40};
-    const Campioni prima = quadro(static_cast<int>(Contenuto::LUCI), m, 3);
-    FxRicetta r;
-    r.stella = 1.0f;
-    for (const int punte : {-4, 0, 3, 4, 5, 6, 7, 8, 9, 100}) {
-        CAPTURE(punte);
-        r.punte = punte;
-        CHECK(prova(prima, m, r) == "");
-    }
-    r = {};
-    r.grana = 0.6f;
-    for (const std::int32_t fotogramma : {0, 1, -1, 1000, std::numeric_limits<std::int32_t>::min(),
-                                          std::numeric_limits<std::int32_t>::max()}) {
-        CAPTURE(fotogramma);
-        r.fotogramma = fotogramma;
-        CHECK(prova(prima, m, r) == "");
-    }
 }
 
 TEST_CASE("effects that are off leave every bit and take no memory")

@@ -1,0 +1,312 @@
+#include "render/passata.h"
+
+#include "quadri.h"
+#include "thread_finti.h"
+
+#include "render/lut3d.h"
+#include "render/sviluppa.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <vector>
+
+using namespace varno;
+
+namespace {
+
+// A regular table, which the kernels take, or one that they must not.
+Lut3D tavola(int n, std::uint32_t seme, bool regolare)
+{
+    Lut3D lut;
+    lut.N = n;
+    lut.dati = piano_di(riempi(regolare ? Contenuto::CASO : Contenuto::OLTRE, n * n, n, 3, seme));
+    lut.regolare = bordi_regolari(lut);
+    CHECK(lut.regolare == regolare);
+    return lut;
+}
+
+/// An RGBA picture with padding behind each row, bottom row first or last.
+struct Memoria {
+    std::vector<float> dati;
+    Finestra finestra;
+
+    Memoria(int larghezza, int altezza, int imbottitura, bool capovolta, float pieno)
+    {
+        const int passo = larghezza * 4 + imbottitura;
+        dati.assign(static_cast<std::size_t>(passo) * static_cast<std::size_t>(altezza), pieno);
+        auto* inizio = reinterpret_cast<unsigned char*>(dati.data());
+        const auto byte = static_cast<std::ptrdiff_t>(passo) * 4;
+        finestra =
+            capovolta ? Finestra{inizio + byte * (altezza - 1), -byte} : Finestra{inizio, byte};
+    }
+    float* pixel(int x, int y) const
+    {
+        return reinterpret_cast<float*>(finestra.inizio + y * finestra.passo) + 4 * x;
+    }
+};
+
+}  // namespace
+
+TEST_CASE("grading sits on the table's points and edges")
+{
+    const Lut3D lut = tavola(PUNTI_TABELLA, 5, true);
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    struct Caso {
+        float rgb[3];
+        int punto[3];
+    };
+    // clang-format off
+    const Caso casi[] = {
+        {{0.0f, 0.0f, 0.0f}, {0, 0, 0}},    {{1.0f, 1.0f, 1.0f},  {80, 80, 80}},
+        {{0.5f, 0.0f, 1.0f}, {40, 0, 80}},  {{1.5f, -0.2f, nan},  {80, 0, 0}},
+        {{nan, 0.5f, 9.0f},  {0, 40, 80}},  {{0.0f, 0.0f, 0.5f},  {0, 0, 40}},
+    };
+    // clang-format on
+    for (const Caso& caso : casi) {
+        Memoria sorgente(1, 1, 0, false, 0.0f);
+        std::memcpy(sorgente.pixel(0, 0), caso.rgb, sizeof caso.rgb);
+        Immagine immagine(3);
+        Alfa alfa = alfa_di(1, 1, nullptr);
+        passata_colore(lut, sorgente.finestra, 1, 0, immagine.data(), alfa);
+        const auto i = static_cast<std::size_t>(
+            ((caso.punto[2] * PUNTI_TABELLA + caso.punto[1]) * PUNTI_TABELLA + caso.punto[0]) * 3);
+        for (std::size_t c = 0; c < 3; ++c)
+            CHECK(immagine[c] == lut.dati[i + c]);
+    }
+}
+
+TEST_CASE("a frame is its passes one after the other, whichever way the rows go")
+{
+    struct Misura {
+        int larghezza, altezza;
+    };
+    const float inf = std::numeric_limits<float>::infinity();
+    // The effects that need the whole picture, each as the last of them, before those that do not.
+    float FxRicetta::*const ultimi[] = {nullptr,           &FxRicetta::enhance, &FxRicetta::bloom,
+                                        &FxRicetta::mistw, &FxRicetta::stella,  &FxRicetta::ca};
+    // Grid points, their neighbours, both ends, and what no picture should hold.
+    const float nan = std::numeric_limits<float>::signaling_NaN();  // arithmetic changes its bits
+    const float scelti[] = {0.5f,    std::nextafter(1.0f, 0.0f),
+                            1.0f,    0.0f,
+                            -0.0f,   1e-42f,
+                            0.0125f, nan,
+                            inf,     -inf,
+                            0.25f,   1.5f,
+                            -0.2f};
+    constexpr float FUORI = -77.0f;  // what lies beside the windows, and in the output before
+    const Lut3D tavole[] = {tavola(9, 4, true), tavola(2, 4, true), tavola(PUNTI_TABELLA, 4, true),
+                            tavola(3, 4, false), tavola(9, 4, false)};
+    Giro giro;
+    // Nine cases for each effect, so that all counts of threads meet all of them. Of 33 rows the
+    // last thread of sixteen has one.
+    for (const Misura m : {Misura{37, 21}, {64, 40}, {5, 1}, {1, 17}, {131, 33}})
+        for (float FxRicetta::*const ultimo : ultimi)
+            for (const float vignetta : {0.0f, 0.4f, inf})
+                for (const float grana : {0.0f, 0.3f, inf}) {
+                    if (!giro.avanti())
+                        continue;
+                    const Lut3D& lut = tavole[giro.passo % std::size(tavole)];
+                    const Campioni tavola(lut.dati.begin(), lut.dati.end());
+                    FxRicetta ricetta;
+                    ricetta.vignetta = vignetta;
+                    ricetta.grana = grana;
+                    ricetta.fotogramma = 77;
+                    if (ultimo != nullptr) {
+                        ricetta.halation = 0.3f;
+                        ricetta.*ultimo = 0.5f;
+                    }
+                    const ThreadFinti thread(giro.thread());
+                    const LivelloFinto livello(giro.livello());
+                    CAPTURE(m.larghezza);
+                    CAPTURE(giro.passo);
+                    const Campioni pixel =
+                        riempi(giro.passo % 3 == 0 ? Contenuto::GUASTI : Contenuto::OLTRE,
+                               m.larghezza, m.altezza, 4, static_cast<std::uint32_t>(giro.passo));
+                    Memoria sorgente(m.larghezza, m.altezza, 4, true, FUORI);
+                    Campioni rgb(static_cast<std::size_t>(m.larghezza * m.altezza) * 3);
+                    const auto per_pixel = [&](const auto& f) {
+                        for (int y = 0; y < m.altezza; ++y)
+                            for (int x = 0; x < m.larghezza; ++x)
+                                f(x, y, static_cast<std::size_t>(y * m.larghezza + x));
+                    };
+                    per_pixel([&](int x, int y, std::size_t i) {
+                        float* p = sorgente.pixel(x, y);
+                        std::memcpy(p, &pixel[4 * i], 16);
+                        if (i % 4 == 0)
+                            p[i % 3] = scelti[i / 4 % std::size(scelti)];
+                        // Rows of one alpha throughout, which are kept in another way, or almost.
+                        if (y % 3 != 1)
+                            p[3] = y % 3 == 0 || x + 1 < m.larghezza ? 0.0f : -0.0f;
+                        if (y % 5 == 0)
+                            std::memcpy(&p[3], &nan, sizeof nan);
+                        semplici::campiona(tavola, lut.N, p, &rgb[3 * i]);
+                    });
+                    semplici::applica_fx(rgb, m.larghezza, m.altezza, ricetta);
+
+                    const auto esatta = [&](const Memoria& uscita, int imbottitura,
+                                            const Memoria& alfa) {
+                        Piano avuto(rgb.size());
+                        int diversi = 0;
+                        per_pixel([&](int x, int y, std::size_t i) {
+                            std::memcpy(&avuto[3 * i], uscita.pixel(x, y), 12);
+                            diversi +=
+                                std::memcmp(&uscita.pixel(x, y)[3], &alfa.pixel(x, y)[3], 4) != 0;
+                        });
+                        for (int y = 0; y < m.altezza; ++y)
+                            for (int k = 0; k < imbottitura; ++k)
+                                diversi += uscita.pixel(m.larghezza, y)[k] != FUORI;
+                        CHECK(differenza(rgb, avuto, m.larghezza, 3) == "");
+                        CHECK(diversi == 0);
+                    };
+                    const Memoria uscita(m.larghezza, m.altezza, 8, false, FUORI);
+                    sviluppa(lut, sorgente.finestra, uscita.finestra, m.larghezza, m.altezza,
+                             ricetta);
+                    esatta(uscita, 8, sorgente);
+                    // In place, and shifted by a row: no row may go out before all have come in.
+                    Memoria sopra(m.larghezza, m.altezza + 1, 0, giro.passo % 2 == 0, FUORI);
+                    per_pixel([&](int x, int y, std::size_t) {
+                        std::memcpy(sopra.pixel(x, y), sorgente.pixel(x, y), 16);
+                    });
+                    const Finestra da = sopra.finestra;
+                    sopra.finestra.inizio += da.passo;
+                    sviluppa(lut, da, sopra.finestra, m.larghezza, m.altezza, ricetta);
+                    esatta(sopra, 0, sorgente);
+                    sviluppa(lut, sorgente.finestra, sorgente.finestra, m.larghezza, m.altezza,
+                             ricetta);
+                    esatta(sorgente, 4, uscita);
+                }
+}
+
+TEST_CASE("the kernels take tables whose last cells hold what their shortcut may meet")
+{
+    constexpr int N = 5;
+    for (const float v : {-1e-30f, 1.0e30f, 3e38f, std::numeric_limits<float>::quiet_NaN()})
+        for (std::size_t i = 0; i < N * N * N; ++i) {
+            Lut3D lut;
+            lut.N = N;
+            lut.dati = Piano(N * N * N * 3, 0.5f);
+            lut.dati[3 * i + i % 3] = v;
+            const bool ultima = i % N >= N - 2 || i / N % N >= N - 2 || i / N / N >= N - 2;
+            CHECK(bordi_regolari(lut) != ultima);
+        }
+    for (const int n : {0, 1, 2, 177, 178}) {
+        Lut3D lut;
+        lut.N = n;
+        lut.dati = Piano(static_cast<std::size_t>(n) * n * n * 3);
+        CHECK(bordi_regolari(lut) == (n == 2 || n == 177));
+    }
+}
+
+TEST_CASE("separate windows share no byte")
+{
+    unsigned char memoria[12 * 64] = {};
+    // Four rows of four pixels that begin so many rows up, and run up or down.
+    const auto finestra = [&](int riga, int verso) {
+        return Finestra{memoria + riga * 64, verso * 64};
+    };
+    struct Caso {
+        int a, verso_a, b, verso_b;
+        bool separate;
+    };
+    // clang-format off
+    constexpr Caso casi[] = {
+        {0,  1, 3, -1, false}, {0,  1, 4,  1, true }, {7, -1, 3, -1, true }, {3,  1, 0,  1, false},
+        {3, -1, 3,  1, false}, {3, -1, 4,  1, true }, {7, -1, 0,  1, true }, {6, -1, 0,  1, false},
+        {6, -1, 3, -1, false}, {7, -1, 10, -1, false}, {7, -1, 11, -1, true },
+    };
+    // clang-format on
+    for (const Caso& c : casi) {
+        CAPTURE(c.a);
+        CAPTURE(c.b);
+        const Finestra a = finestra(c.a, c.verso_a);
+        const Finestra b = finestra(c.b, c.verso_b);
+        CHECK(separate(a, b, 4, 4) == c.separate);
+        CHECK(separate(b, a, 4, 4) == c.separate);
+    }
+    // The last pixel counts.
+    CHECK(!separate({memoria, 64}, {memoria + 3 * 64 + 60, 64}, 4, 4));
+    CHECK(separate({memoria, 64}, {memoria + 3 * 64 + 64, 64}, 4, 4));
+}
+
+TEST_CASE("a plane starts as zeros, moves with its memory and can be filled")
+{
+    Piano p(1000);
+    CHECK(std::all_of(p.begin(), p.end(), [](float v) { return v == 0.0f; }));
+    p[999] = 3.0f;
+    const float* dove = p.data();
+    Piano q(std::move(p));
+    CHECK(q.data() == dove);
+    CHECK(q[999] == 3.0f);
+    Piano r(7, 0.5f);
+    r = std::move(q);
+    CHECK(r.size() == 1000);
+    r.azzera(5);
+    CHECK(r.size() == 5);
+    CHECK(r[4] == 0.0f);
+    CHECK(Piano(0).empty());
+    CHECK(copia_di(Piano(3, 2.0f))[2] == 2.0f);
+}
+
+TEST_CASE("an arena hands a free block on and never one that is in use")
+{
+    // Small blocks and large ones have their memory from different places.
+    // The middle one is just as long as the shortest large one, with the margin behind it.
+    for (const std::size_t n :
+         {std::size_t{5000}, (std::size_t{1} << 20) - 4, std::size_t{9} << 20}) {
+        CAPTURE(n);
+        Arena arena;
+        Piano a = piano_di_lavoro(n, &arena);
+        const float* primo = nullptr;
+        {
+            Piano b = piano_di_lavoro(n, &arena);
+            primo = b.data();
+            std::fill(a.begin(), a.end(), 1.0f);
+            std::fill(b.begin(), b.end(), 2.0f);
+            CHECK(std::all_of(a.begin(), a.end(), [](float v) { return v == 1.0f; }));
+        }
+        Piano c = piano_di_lavoro(n, &arena);
+        CHECK(c.data() == primo);
+        Piano d = piano_di_lavoro(n - 100, &arena);  // nothing is free
+        CHECK(d.data() != primo);
+        CHECK(d.data() != a.data());
+        c = Piano();  // c's memory is free again
+        const Piano briciola = piano_di_lavoro(10, &arena);
+        CHECK(briciola.data() != primo);  // too small to deserve the block
+        CHECK(piano_di_lavoro(n - 100, &arena).data() == primo);
+        CHECK(arena.quanti == 4);
+    }
+}
+
+TEST_CASE("an arena that is full leaves planes to the system")
+{
+    Arena arena;
+    std::vector<Piano> piani;
+    for (int i = 0; i < Arena::MASSIMO + 5; ++i) {
+        piani.push_back(piano_di_lavoro(100, &arena));
+        std::fill(piani.back().begin(), piani.back().end(), static_cast<float>(i));
+    }
+    CHECK(arena.quanti == Arena::MASSIMO);
+    for (int i = 0; i < Arena::MASSIMO + 5; ++i)
+        CHECK(piani[static_cast<std::size_t>(i)][99] == static_cast<float>(i));
+}
+
+TEST_CASE("a size that cannot be had is bad_alloc and leaves the arena as it was")
+{
+    Arena arena;
+    for (const std::size_t n : {SIZE_MAX, SIZE_MAX / 4, SIZE_MAX / 4 - 4, SIZE_MAX / 8 + 1}) {
+        CAPTURE(n);
+        CHECK_THROWS_AS(Piano{n}, std::bad_alloc);
+        CHECK_THROWS_AS(piano_di_lavoro(n, nullptr), std::bad_alloc);
+        CHECK_THROWS_AS(piano_di_lavoro(n, &arena), std::bad_alloc);
+    }
+    // A size that only the system refuses; address sanitizers would stop at malloc with it.
+    CHECK_THROWS_AS(piano_di_lavoro(SIZE_MAX / 8, &arena), std::bad_alloc);
+    CHECK(arena.quanti == 0);
+    CHECK(piano_di_lavoro(10, &arena).size() == 10);
+}
