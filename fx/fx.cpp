@@ -1,6 +1,7 @@
 #include "fx/fx.h"
 
 #include "comune/nuclei.h"
+#include "fx/media.h"
 #include "fx/raggi.h"
 #include "fx/vignetta_mask.h"
 #include "render/parallel_for.h"
@@ -30,7 +31,7 @@ struct Corsa {
 // What one thread of a sweep has for itself.
 struct Ripiano {
     float* righe;     // where rows are changed that do not stay in the picture
-    float* luma;      // of rows before they are changed
+    float* luma;      // of rows before they are changed, or as they leave
     float* campioni;  // MASSIMO_PIANI rows: a mask before it is reduced, planes enlarged
     float* anello;    // scratch of the blur along rows
 };
@@ -121,12 +122,13 @@ void esegui_passata(Corsa& c, const Passata& passata)
     const bool sfoca_subito = nutrito != nullptr && sfoca_le_righe(*nutrito);
     const std::size_t riga = static_cast<std::size_t>(W);
     const std::size_t n_righe = passata.fuori ? insieme * riga * 3 : 0;
-    const std::size_t n_luma = passata.luma_prima ? insieme * riga : 0;
+    const std::size_t n_luma = passata.luma_prima || passata.media ? insieme * riga : 0;
     const std::size_t n_campioni = MASSIMO_PIANI * riga;
     const std::size_t n_anello = sfoca_subito ? appoggio_righe(nutrito->forma) : 0;
     const std::size_t n = n_righe + n_luma + n_campioni + n_anello;
     const Parti parti = parti_di(static_cast<std::uint64_t>((H + insieme - 1) / insieme));
     Piano memoria = piano_di_lavoro(n * parti.quante, &c.arena);
+    SommeDiRiga somme(W, passata.media ? H : 0);
 
     parallel_for_parti(parti, [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
         float* const mia = &memoria[parte * n];
@@ -157,6 +159,10 @@ void esegui_passata(Corsa& c, const Passata& passata)
                     fresche = 0;
                 }
             }
+            for (std::ptrdiff_t i = 0; passata.media && i < righe; ++i) {
+                gNuclei->piani.luminanza(r.da + 3 * W * i, ripiano.luma, W);
+                somme.aggiungi(ripiano.luma, y + i);
+            }
             if (passata.fuori)
                 for (std::ptrdiff_t i = 0; i < righe; ++i)
                     c.porte.esce(r.da + 3 * W * i, static_cast<std::uint64_t>(y + i));
@@ -168,6 +174,8 @@ void esegui_passata(Corsa& c, const Passata& passata)
         }
     });
 
+    if (passata.media)
+        c.quadro.media = media_di(c.immagine, somme);
     for (int i = passata.primo; i < passata.dopo; ++i) {
         Piano usati = std::move(c.piani[i]);
         if (usati.data() == da_nutrire && da_nutrire != nullptr)
@@ -197,20 +205,6 @@ void prepara(Corsa& c, int i)
     }
 }
 
-// One sum in index order, in 64 bits: no partial sums, whose rounding would show.
-float media_di(const Corsa& c)
-{
-    const std::ptrdiff_t W = c.quadro.larghezza;
-    Piano luma = piano_di_lavoro(static_cast<std::size_t>(W), &c.arena);
-    double somma = 0.0;
-    for (std::ptrdiff_t y = 0; y < c.quadro.altezza; ++y) {
-        gNuclei->piani.luminanza(c.immagine + 3 * W * y, luma.data(), W);
-        for (const float l : luma)
-            somma += static_cast<double>(l);
-    }
-    return static_cast<float>(somma / static_cast<double>(W * c.quadro.altezza));
-}
-
 }  // namespace
 
 void esegui(const Programma& p, Immagine& immagine, const Porte& porte, Arena& arena)
@@ -232,8 +226,6 @@ void esegui(const Programma& p, Immagine& immagine, const Porte& porte, Arena& a
         for (int k = passata.primo; k < passata.dopo; ++k)
             prepara(c, k);
         esegui_passata(c, passata);
-        if (passata.media)
-            c.quadro.media = media_di(c);
     }
 }
 

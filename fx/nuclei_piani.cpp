@@ -295,6 +295,38 @@ void verticale(float* piano, float* anello, ptrdiff_t larghezza, ptrdiff_t altez
     }
 }
 
+// In integers of 31 bits, whose halves are summed apart: 2^15 of either fit a lane.
+double somma_intera(const float* campioni, ptrdiff_t n, float scala)
+{
+    constexpr ptrdiff_t N = CAMPIONI<Vf>;
+    constexpr ptrdiff_t TRATTO = N << 15;
+    int64_t somma = 0;
+    for (ptrdiff_t inizio = 0; inizio < n; inizio += TRATTO) {
+        const ptrdiff_t fine = n - inizio < TRATTO ? n : inizio + TRATTO;
+        Vi alte = {};
+        Vi basse = {};
+        Vi buone = Vi{} - 1;
+        for (ptrdiff_t x = inizio; x < fine; x += N) {
+            Vf v = {};
+            if (x + N <= fine)
+                v = carica<Vf>(campioni + x);
+            else
+                memcpy(&v, campioni + x, static_cast<size_t>(fine - x) * sizeof(float));
+            buone &= (v >= 0.0f) & (v <= 1.0f);
+            const Vf contata = minimo(massimo(v, 0.0f), 1.0f) * scala;
+            const Vi unita = a_intero(contata);
+            buone &= __builtin_convertvector(unita, Vf) == contata;
+            alte += unita >> 16;
+            basse += unita & 0xffff;
+        }
+        if (qualcuno(~buone))
+            return -1.0;
+        for (ptrdiff_t k = 0; k < N; ++k)
+            somma += int64_t{alte[k]} * 65536 + basse[k];
+    }
+    return static_cast<double>(somma) / static_cast<double>(scala);
+}
+
 void somma_pesata(float* somma, const float* campioni, ptrdiff_t n, float peso)
 {
     per_vettori(n, [=](auto v, ptrdiff_t x) {
@@ -312,6 +344,7 @@ const NucleiPiani PIANI = {
     .ingrandisci = ingrandisci,
     .orizzontale = orizzontale,
     .verticale = verticale,
+    .somma_intera = somma_intera,
     .somma_pesata = somma_pesata,
 };
 

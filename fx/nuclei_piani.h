@@ -35,6 +35,9 @@ struct NucleiPiani {
     /// columns are used.
     void (*verticale)(float* piano, float* anello, ptrdiff_t larghezza, ptrdiff_t altezza,
                       ptrdiff_t inizio, ptrdiff_t fine, ptrdiff_t raggio);
+    /// The sum of n samples, where each is a whole multiple of 1 / scala from 0 to 1, so that
+    /// their order does not show; else -1. scala a power of two, to 2^30.
+    double (*somma_intera)(const float* campioni, ptrdiff_t n, float scala);
     /// somma[x] += peso * campioni[x].
     void (*somma_pesata)(float* somma, const float* campioni, ptrdiff_t n, float peso);
 };

@@ -1,5 +1,6 @@
 #include "fx/fx.h"
 
+#include "fx/media.h"
 #include "quadri.h"
 #include "thread_finti.h"
 
@@ -215,6 +216,34 @@ TEST_CASE("frames of all steps of the reduction and recipes of several effects l
             CAPTURE(k);
             CHECK(prova(quadro(k, caso.misura, static_cast<std::uint32_t>(giro.passo)), caso.misura,
                         caso.ricetta) == "");
+        }
+}
+
+TEST_CASE("the mean luminance is one sum in index order, to the last bit")
+{
+    constexpr int W = 701;
+    constexpr int H = 97;
+    for (int k = 0; k < CONTENUTI; ++k)
+        for (const std::size_t scura : {std::size_t{0}, std::size_t{1}, std::size_t{7}}) {
+            CAPTURE(k);
+            CAPTURE(scura);
+            Campioni img = quadro(k, {W, H}, 5);
+            if (scura != 1)  // bright, but for every seventh row, whose digits are finer
+                for (std::size_t i = 0; i < img.size(); ++i)
+                    img[i] = scura == 0 || i / (3 * W) % scura != 0 ? std::abs(img[i]) * 0.5f + 0.3f
+                                                                    : img[i] * 1e-3f;
+            const semplici::Quadro q = semplici::quadro_di(img, W, H);
+            double attesa = 0.0;
+            for (const float l : q.luma)
+                attesa += static_cast<double>(l);
+            for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
+                const LivelloFinto livello(*l);
+                SommeDiRiga somme(W, H);
+                for (int y = 0; y < H; ++y)
+                    somme.aggiungi(&q.luma[static_cast<std::size_t>(y) * W], y);
+                const float media = media_di(img.data(), somme);
+                CHECK((media == static_cast<float>(attesa / (W * H)) || std::isnan(attesa)));
+            }
         }
 }
 

@@ -1,0 +1,60 @@
+#include "fx/media.h"
+
+#include "comune/nuclei.h"
+#include "fx/nuclei_piani.h"
+
+#include <bit>
+
+namespace varno {
+namespace {
+
+// Above this many pixels the sum may pass 2^23, and is counted in coarser units.
+constexpr std::int64_t PIXEL_FINI = std::int64_t{1} << 23;
+constexpr float SCALA_FINE = 0x1p+30f;
+constexpr float SCALA_GROSSA = 0x1p+28f;
+
+bool stesso_esponente(double a, double b)
+{
+    return std::bit_cast<std::uint64_t>(a) >> 52 == std::bit_cast<std::uint64_t>(b) >> 52;
+}
+
+}  // namespace
+
+SommeDiRiga::SommeDiRiga(std::int64_t w, std::int64_t h)
+    : larghezza(w), scala(w * h <= PIXEL_FINI ? SCALA_FINE : SCALA_GROSSA),
+      somme(static_cast<std::size_t>(h))
+{
+}
+
+void SommeDiRiga::aggiungi(const float* luma, std::int64_t y)
+{
+    somme[static_cast<std::size_t>(y)] = gNuclei->piani.somma_intera(luma, larghezza, scala);
+}
+
+// A double holds 53 bits: whole units below 2^53 of them add up without rounding, in any order. A
+// sum that has finer digits, from a row that was added sample by sample, keeps them as long as it
+// stays within a power of two; where it passes one, the place shows at which they are rounded.
+float media_di(const float* immagine, const SommeDiRiga& s)
+{
+    const double scala = static_cast<double>(s.scala);
+    const double limite = 0x1p+53 / scala;
+    Piano luma(static_cast<std::size_t>(s.larghezza));
+    double somma = 0.0;
+    for (const double riga : s.somme) {
+        const double dopo = somma + riga;
+        const bool intera =
+            somma * scala == static_cast<double>(static_cast<std::int64_t>(somma * scala));
+        if (riga >= 0.0 && dopo < limite && (intera || stesso_esponente(somma, dopo))) {
+            somma = dopo;
+        } else {
+            gNuclei->piani.luminanza(immagine, luma.data(), s.larghezza);
+            for (const float l : luma)
+                somma += static_cast<double>(l);
+        }
+        immagine += 3 * s.larghezza;
+    }
+    return static_cast<float>(
+        somma / static_cast<double>(s.larghezza * static_cast<std::int64_t>(s.somme.size())));
+}
+
+}  // namespace varno
