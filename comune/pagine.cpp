@@ -1,0 +1,70 @@
+#include "comune/pagine.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+#if defined(_WIN32)
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+#elif defined(__linux__) || defined(__APPLE__)
+#include <sys/mman.h>
+#endif
+
+namespace varno {
+
+#if defined(__linux__)
+// Whole huge pages: what lies before and behind them goes back at once.
+void* prendi_pagine(std::size_t byte)
+{
+    const std::size_t preso = byte + PAGINA_GRANDE;
+    void* p = mmap(nullptr, preso, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (p == MAP_FAILED)
+        return nullptr;
+    const auto da = reinterpret_cast<std::uintptr_t>(p);
+    const std::uintptr_t inizio = (da + PAGINA_GRANDE - 1) / PAGINA_GRANDE * PAGINA_GRANDE;
+    if (inizio > da)
+        munmap(p, inizio - da);
+    if (inizio + byte < da + preso)
+        munmap(reinterpret_cast<void*>(inizio + byte), da + preso - inizio - byte);
+    madvise(reinterpret_cast<void*>(inizio), byte, MADV_HUGEPAGE);
+    return reinterpret_cast<void*>(inizio);
+}
+
+void rendi_pagine(void* p, std::size_t byte)
+{
+    munmap(p, byte);
+}
+#elif defined(__APPLE__)
+void* prendi_pagine(std::size_t byte)
+{
+    void* p = mmap(nullptr, byte, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON, -1, 0);
+    return p == MAP_FAILED ? nullptr : p;
+}
+
+void rendi_pagine(void* p, std::size_t byte)
+{
+    munmap(p, byte);
+}
+#elif defined(_WIN32)
+void* prendi_pagine(std::size_t byte)
+{
+    return VirtualAlloc(nullptr, byte, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+}
+
+void rendi_pagine(void* p, std::size_t)
+{
+    VirtualFree(p, 0, MEM_RELEASE);
+}
+#else
+void* prendi_pagine(std::size_t byte)
+{
+    return std::calloc(byte, 1);
+}
+
+void rendi_pagine(void* p, std::size_t)
+{
+    std::free(p);
+}
+#endif
+
+}  // namespace varno
