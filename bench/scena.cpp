@@ -1,6 +1,7 @@
 #include "scena.h"
 
 #include "looks/catalogo.h"
+#include "render/contesto.h"
 #include "render/parallel_for.h"
 #include "render/sviluppa.h"
 #include "test/semplici.h"
@@ -90,13 +91,7 @@ Contesto contesto(bool stampa, float forza)
     static const std::vector<LookDef> looks = catalogo();
     const auto look = std::find_if(looks.begin(), looks.end(),
                                    [&](const LookDef& l) { return (l.tipo == 1) == stampa; });
-    Contesto c;
-    c.look = &*look;
-    c.curva_look = normalizza_curva(look->spalla, look->bianco, look->contrasto, look->gamma);
-    c.forza = forza;
-    c.guadagno = {1.0f, 1.0f, 1.0f};
-    c.curva_neutra = normalizza_curva(0.9f, 18.0f, 1.0f, 1.0f);
-    return c;
+    return contesto_di(*look, {.profilo = 0, .forza = forza, .ev = 0, .temp = 0, .tinta = 0});
 }
 
 FxRicetta ricetta_iniziale()

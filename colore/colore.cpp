@@ -135,7 +135,7 @@ void satura_tinte(Lotto& v, const Palette& p)
     }
 }
 
-bool tinge(const Terna& t)
+bool tinge(const RGB& t)
 {
     return t.r != 0.0f || t.g != 0.0f || t.b != 0.0f;
 }
@@ -154,8 +154,8 @@ void tingi_stampa(Lotto& v, const Palette& p)
     }
     eleva(s, v.n, 1.4f);
     eleva(h, v.n, 1.2f);
-    const Terna& luci = p.stampa_luci;
-    const Terna& ombre = p.stampa_ombre;
+    const RGB& luci = p.stampa_luci;
+    const RGB& ombre = p.stampa_ombre;
     for (int i = 0; i < v.n; ++i) {
         v.r[i] = v.r[i] + (luci.r * h[i] + ombre.r * s[i]) / 255.0f;
         v.g[i] = v.g[i] + (luci.g * h[i] + ombre.g * s[i]) / 255.0f;

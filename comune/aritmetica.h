@@ -1,3 +1,4 @@
+// The small arithmetic that everything shares.
 #pragma once
 
 #include <algorithm>
@@ -25,12 +26,6 @@ inline float clamp01(float v)
 inline float luma_pixel(float r, float g, float b)
 {
     return r * 0.2126f + g * 0.7152f + b * 0.0722f;
-}
-
-/// Lays h, 0..1, over the channel c as a screen; no clamp of the result.
-inline float mescola_schermo(float c, float h)
-{
-    return 1.0f - (1.0f - h) * (1.0f - c);
 }
 
 }  // namespace varno

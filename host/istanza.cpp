@@ -4,43 +4,23 @@
 
 #include "looks/catalogo.h"
 #include "ofx/suite.h"
+#include "render/formato.h"
+#include "render/parametri_effetti.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace varno {
 namespace {
 
-struct Tendina {
-    const char* nome;
-    int formati[2];  // the log formats that show it
-};
+constexpr const char* TENDINE[] = {"cs_sony3", "cs_sony2", "cs_canon", "cs_apple"};
 
-constexpr Tendina TENDINE[] = {
-    {"cs_sony3", {0, 0}},
-    {"cs_sony2", {1, 1}},
-    {"cs_canon", {4, 12}},
-    {"cs_apple", {11, 11}},
-};
-
-struct Consiglio {
-    const char* quantita;
-    const char* interruttore;
-    float FxRicetta::*campo;
-};
-
-// Grain and star are the user's own: no look touches them.
-constexpr Consiglio CONSIGLI[] = {
-    {"halation", "halation_on", &FxRicetta::halation},
-    {"bloom", "bloom_on", &FxRicetta::bloom},
-    {"enhance", "enhance_on", &FxRicetta::enhance},
-    {"vignetta", "vignetta_on", &FxRicetta::vignetta},
-    {"promist", "promist_on", &FxRicetta::promist},
-    {"mistw", "mistw_on", &FxRicetta::mistw},
-    {"glimmer", "glimmer_on", &FxRicetta::glimmer},
-    {"pelle", "pelle_on", &FxRicetta::pelle},
-    {"streak", "streak_on", &FxRicetta::streak},
-    {"ca", "ca_on", &FxRicetta::ca},
-};
+const ParametroEffetto* consiglio(int posto)
+{
+    return std::find_if(std::begin(PARAMETRI_EFFETTI), std::end(PARAMETRI_EFFETTI),
+                        [=](const ParametroEffetto& p) { return p.consiglio == posto; });
+}
 
 }  // namespace
 
@@ -53,13 +33,14 @@ void aggiorna_tendina_colorspace(OfxImageEffectHandle handle)
         return;
     int f = 0;
     gParm->paramGetValue(formato, &f);
-    for (const Tendina& t : TENDINE) {
+    const char* mostrata = tendina_colorspace(f);
+    for (const char* nome : TENDINE) {
         OfxParamHandle scelta = nullptr;  // hosts write it unchecked, though only props is wanted
         OfxPropertySetHandle props = nullptr;
-        if (gParm->paramGetHandle(parametri, t.nome, &scelta, &props) == kOfxStatOK &&
+        if (gParm->paramGetHandle(parametri, nome, &scelta, &props) == kOfxStatOK &&
             props != nullptr)
             gProp->propSetInt(props, "OfxParamPropSecret", 0,
-                              f == t.formati[0] || f == t.formati[1] ? 0 : 1);
+                              mostrata != nullptr && std::strcmp(mostrata, nome) == 0 ? 0 : 1);
     }
 }
 
@@ -75,7 +56,8 @@ void applica_look(OfxImageEffectHandle handle)
     if (indice < 0 || static_cast<std::size_t>(indice) >= lks.size())
         return;
     const FxRicetta& ricetta = lks[static_cast<std::size_t>(indice)].ricetta;
-    for (const Consiglio& c : CONSIGLI) {
+    for (int posto = 1; posto <= NUMERO_CONSIGLI; ++posto) {
+        const ParametroEffetto& c = *consiglio(posto);
         const float v = ricetta.*c.campo;
         OfxParamHandle quantita = nullptr;
         if (gParm->paramGetHandle(parametri, c.quantita, &quantita, nullptr) == kOfxStatOK)

@@ -22,11 +22,6 @@ Colore da(RGB c)
     return {{c.r, c.g, c.b}};
 }
 
-Colore da(const Terna& t)
-{
-    return {{t.r, t.g, t.b}};
-}
-
 float tieni(float v)
 {
     if (v > 0.0f)
