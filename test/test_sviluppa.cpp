@@ -250,7 +250,6 @@ TEST_CASE("a plane starts as zeros, moves with its memory and can be filled")
     CHECK(r.size() == 5);
     CHECK(r[4] == 0.0f);
     CHECK(Piano(0).empty());
-    CHECK(copia_di(Piano(3, 2.0f))[2] == 2.0f);
 }
 
 TEST_CASE("an arena hands a free block on and never one that is in use")
