@@ -1,8 +1,26 @@
 # What users download. CPack makes it; cmake/generatori.cmake says which files each kind takes.
+# A build with the tools packs provino, for the system that it is built on; any other the plug-in.
 set(CPACK_PACKAGE_NAME "varno-color")
-set(CPACK_PACKAGE_VENDOR "Varno Tone")
-set(CPACK_PACKAGE_CONTACT "Varno Tone")
+set(avvisi risorse/NOTICES.txt)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}: an OFX image-effect plug-in")
+set(descrizione "Varno Color takes footage as the camera recorded it, log-encoded and in the
+camera's gamut, and returns a finished Rec.709 picture: decoded through 32
+camera profiles, graded with one of twelve looks, finished with up to twelve
+optical effects.
+
+Any editing or compositing program that takes OFX plug-ins finds it in
+/usr/OFX/Plugins.")
+if(VARNO_TOOLS)
+    set(CPACK_PACKAGE_NAME "provino")
+    set(avvisi risorse/NOTICES-provino.txt)
+    set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "develop pictures with the Varno Color plug-in")
+    set(descrizione "provino loads the Varno Color plug-in as an editing program does and develops
+pictures and sequences with it: EXR, DPX, TIFF, PNG and JPEG. It also draws
+sheets of the looks and effects, writes the grade as a 3D LUT, compares
+pictures and measures the plug-in.")
+endif()
+set(CPACK_PACKAGE_VENDOR "Varno Tone")
+set(CPACK_PACKAGE_CONTACT "Varno Tone <packages@varnotone.com>")
 string(TOLOWER "${VARNO_ARCHITETTURA}" CPACK_SYSTEM_NAME)
 set(CPACK_PACKAGE_FILE_NAME "${CPACK_PACKAGE_NAME}-${PROJECT_VERSION}-${CPACK_SYSTEM_NAME}")
 set(VARNO_PACCHETTI "${PROJECT_BINARY_DIR}/pacchetti" CACHE PATH "Folder that the packages go to")
@@ -15,6 +33,8 @@ if(WIN32)
     set(CPACK_GENERATOR ZIP NSIS64)
 elseif(APPLE)
     set(CPACK_GENERATOR ZIP)
+elseif(VARNO_TOOLS)
+    set(CPACK_GENERATOR DEB)
 else()
     set(CPACK_GENERATOR TGZ DEB)
 endif()
@@ -23,9 +43,14 @@ endif()
 varno_installa_bundle(archivio "VarnoColor.ofx.bundle" EXCLUDE_FROM_ALL)
 install(FILES risorse/INSTALL.txt risorse/NOTICES.txt DESTINATION . COMPONENT archivio
     EXCLUDE_FROM_ALL)
-# Debian: beside the plug-in, what the system wants to know of it.
-install(FILES risorse/NOTICES.txt DESTINATION share/doc/${CPACK_PACKAGE_NAME}
+# Debian: what the system wants to know of a package; the date is the commit's where a script says.
+set(documenti share/doc/${CPACK_PACKAGE_NAME})
+install(FILES ${avvisi} DESTINATION ${documenti}
     RENAME copyright COMPONENT documenti EXCLUDE_FROM_ALL)
+string(TIMESTAMP data "%a, %d %b %Y %H:%M:%S +0000" UTC)
+configure_file(risorse/changelog.in "${PROJECT_BINARY_DIR}/changelog" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/changelog" DESTINATION ${documenti}
+    COMPONENT documenti EXCLUDE_FROM_ALL)
 # Windows: the bundle is the folder that the installer makes.
 varno_installa_bundle(installatore "." EXCLUDE_FROM_ALL)
 install(FILES risorse/NOTICES.txt DESTINATION Contents/Resources COMPONENT installatore
@@ -33,8 +58,18 @@ install(FILES risorse/NOTICES.txt DESTINATION Contents/Resources COMPONENT insta
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
-# Held against the binary by the packages' own check.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6 (>= 2.28), libgcc-s1 | libgcc1")
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "${descrizione}")
+if(VARNO_TOOLS)
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_PACKAGE_DEPENDS "varno-color (= ${PROJECT_VERSION}), fonts-dejavu-core")
+    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "ffmpeg")
+    set(CPACK_STRIP_FILES ON)
+else()
+    # Held against the binary by the packages' own check.
+    set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6 (>= 2.28), libgcc-s1 | libgcc1")
+endif()
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/comprimi.cmake")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_NSIS_PACKAGE_NAME "Varno Color")
