@@ -1,6 +1,7 @@
 # The kernels once an instruction set, each in a namespace of its own. Optimised in every preset: a
 # debug build of vector code shows nothing and takes minutes.
 set(VARNO_NUCLEI
+    colore/nuclei_colore.cpp
     comune/nuclei_livello.cpp
     fx/aberrazione.cpp
     fx/bloom.cpp

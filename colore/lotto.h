@@ -35,11 +35,4 @@ void tonemap_ratio(Lotto& c, const Curva& k, float miscela);
 /// Exposed light to the final colour: the look at its strength over the neutral rendering.
 void grada(Lotto& c, const Contesto& ctx);
 
-/// Raises each value to a power, and calls the maths library once for a run of equal values:
-/// clamps make many. None is -0.
-void eleva(float* v, int n, float esponente);
-
-/// e to the power of each value, in the same way.
-void esponenziale(float* v, int n);
-
 }  // namespace varno

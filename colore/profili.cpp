@@ -1,8 +1,7 @@
 #include "colore/profili.h"
 
 #include "colore/lotto.h"
-
-#include <cmath>
+#include "comune/elementari.h"
 
 namespace varno {
 namespace {
@@ -97,15 +96,11 @@ constexpr Matrice ANALITICA = {
 };
 // clang-format on
 
-// A base that the optimiser cannot see, so that no compiler makes exp10f of it, which rounds
-// otherwise than powf.
-const volatile float DIECI = 10.0f;
-
 float decodifica_analitica(float x)
 {
     const float y = x * 1023.0f;
     if (x >= 0.16736099f)
-        return std::pow(DIECI, (y - 420.0f) / 261.5f) * 0.19000001f - 0.01f;
+        return VARNO_LIVELLO::potenza(10.0f, (y - 420.0f) / 261.5f) * 0.19000001f - 0.01f;
     return ((y - 95.0f) * 0.01125f) / 76.2103f;
 }
 

@@ -26,16 +26,14 @@ template <> struct Ampi<float> {
     using D = double;
     using U = uint64_t;
 };
-#if defined(__GNUC__)
 template <> struct Ampi<Vf> {
     static constexpr int PARTI = 2;
     using I = Vi;
     typedef double D __attribute__((vector_size(sizeof(Vf))));
     typedef uint64_t U __attribute__((vector_size(sizeof(Vf))));
 };
-#endif
-template <class V> using Vd = typename Ampi<V>::D;
-template <class V> using Vu = typename Ampi<V>::U;
+template <class V> using Doppi = typename Ampi<V>::D;
+template <class V> using Lunghi = typename Ampi<V>::U;
 template <class V> using Interi = typename Ampi<V>::I;
 
 template <class A, class B> inline A bit_di(B b)
@@ -56,23 +54,22 @@ inline float stringi(const double (&d)[1])
     return static_cast<float>(d[0]);
 }
 
-#if defined(__GNUC__)
-inline void allarga(Vf v, Vd<Vf> (&d)[2])
+inline void allarga(Vf v, Doppi<Vf> (&d)[2])
 {
 #if defined(__AVX2__)
-    d[0] = Vd<Vf>(_mm256_cvtps_pd(__m128(prima_corsia(v))));
-    d[1] = Vd<Vf>(_mm256_cvtps_pd(__m128(seconda_corsia(v))));
+    d[0] = Doppi<Vf>(_mm256_cvtps_pd(__m128(prima_corsia(v))));
+    d[1] = Doppi<Vf>(_mm256_cvtps_pd(__m128(seconda_corsia(v))));
 #elif defined(__SSE2__)
-    d[0] = Vd<Vf>(_mm_cvtps_pd(__m128(v)));
-    d[1] = Vd<Vf>(_mm_cvtps_pd(_mm_movehl_ps(__m128(v), __m128(v))));
+    d[0] = Doppi<Vf>(_mm_cvtps_pd(__m128(v)));
+    d[1] = Doppi<Vf>(_mm_cvtps_pd(_mm_movehl_ps(__m128(v), __m128(v))));
 #else
     typedef float V2 __attribute__((vector_size(8)));
-    d[0] = __builtin_convertvector((V2{v[0], v[1]}), Vd<Vf>);
-    d[1] = __builtin_convertvector((V2{v[2], v[3]}), Vd<Vf>);
+    d[0] = __builtin_convertvector((V2{v[0], v[1]}), Doppi<Vf>);
+    d[1] = __builtin_convertvector((V2{v[2], v[3]}), Doppi<Vf>);
 #endif
 }
 
-inline Vf stringi(const Vd<Vf> (&d)[2])
+inline Vf stringi(const Doppi<Vf> (&d)[2])
 {
 #if defined(__AVX2__)
     return Vf(_mm256_set_m128(_mm256_cvtpd_ps(__m256d(d[1])), _mm256_cvtpd_ps(__m256d(d[0]))));
@@ -85,21 +82,18 @@ inline Vf stringi(const Vd<Vf> (&d)[2])
     return Vf{a[0], a[1], b[0], b[1]};
 #endif
 }
-#endif
 
 /// f of each sample by itself.
 template <class F> inline float uno_per_uno(float v, const F& f)
 {
     return f(v);
 }
-#if defined(__GNUC__)
 template <class F> inline Vf uno_per_uno(Vf v, const F& f)
 {
     for (int i = 0; i < CAMPIONI<Vf>; ++i)
         v[i] = f(v[i]);
     return v;
 }
-#endif
 
 // --- Powers of 2 and logarithms to base 2, in double --------------------------------------------
 
@@ -154,77 +148,74 @@ inline void logaritmi(int32_t i, int, double& reciproco, double& logaritmo)
     logaritmo = LOGARITMI[i][1];
 }
 
-#if defined(__GNUC__)
 #if defined(__AVX2__)
-inline Vu<Vf> potenze_di_due(Vu<Vf> i)
+inline Lunghi<Vf> potenze_di_due(Lunghi<Vf> i)
 {
-    return Vu<Vf>{POTENZE_DI_DUE[i[0]], POTENZE_DI_DUE[i[1]], POTENZE_DI_DUE[i[2]],
-                  POTENZE_DI_DUE[i[3]]};
+    return Lunghi<Vf>{POTENZE_DI_DUE[i[0]], POTENZE_DI_DUE[i[1]], POTENZE_DI_DUE[i[2]],
+                      POTENZE_DI_DUE[i[3]]};
 }
 
-inline void logaritmi(Vi i, int parte, Vd<Vf>& reciproco, Vd<Vf>& logaritmo)
+inline void logaritmi(Vi i, int parte, Doppi<Vf>& reciproco, Doppi<Vf>& logaritmo)
 {
     const auto coppia = [=](int k) { return _mm_loadu_pd(LOGARITMI[i[4 * parte + k]]); };
     const __m256d a = _mm256_set_m128d(coppia(2), coppia(0));
     const __m256d b = _mm256_set_m128d(coppia(3), coppia(1));
-    reciproco = Vd<Vf>(_mm256_unpacklo_pd(a, b));
-    logaritmo = Vd<Vf>(_mm256_unpackhi_pd(a, b));
+    reciproco = Doppi<Vf>(_mm256_unpacklo_pd(a, b));
+    logaritmo = Doppi<Vf>(_mm256_unpackhi_pd(a, b));
 }
 #else
-inline Vu<Vf> potenze_di_due(Vu<Vf> i)
+inline Lunghi<Vf> potenze_di_due(Lunghi<Vf> i)
 {
-    return Vu<Vf>{POTENZE_DI_DUE[i[0]], POTENZE_DI_DUE[i[1]]};
+    return Lunghi<Vf>{POTENZE_DI_DUE[i[0]], POTENZE_DI_DUE[i[1]]};
 }
 
-inline void logaritmi(Vi i, int parte, Vd<Vf>& reciproco, Vd<Vf>& logaritmo)
+inline void logaritmi(Vi i, int parte, Doppi<Vf>& reciproco, Doppi<Vf>& logaritmo)
 {
     const double* a = LOGARITMI[i[2 * parte]];
     const double* b = LOGARITMI[i[2 * parte + 1]];
-    reciproco = Vd<Vf>{a[0], b[0]};
-    logaritmo = Vd<Vf>{a[1], b[1]};
+    reciproco = Doppi<Vf>{a[0], b[0]};
+    logaritmo = Doppi<Vf>{a[1], b[1]};
 }
-#endif
 #endif
 
 // 2 to the power x; |x| up to 1000. The sum with AFFERRA has x in whole parts in its last bits.
-template <class V> inline Vd<V> due_alla(Vd<V> x)
+template <class V> inline Doppi<V> due_alla(Doppi<V> x)
 {
-    using U = Vu<V>;
+    using U = Lunghi<V>;
     constexpr double AFFERRA = 0x1.8p+52 / PARTI_ESPONENZIALE;
-    const Vd<V> spostato = x + AFFERRA;
+    const Doppi<V> spostato = x + AFFERRA;
     const U k = bit_di<U>(spostato);
-    const Vd<V> r = x - (spostato - AFFERRA);
-    const Vd<V> s = bit_di<Vd<V>>(potenze_di_due(k % PARTI_ESPONENZIALE) + (k << 47));
-    const Vd<V> z = 0x1.c6af84b912394p-5 * r + 0x1.ebfce50fac4f3p-3;
+    const Doppi<V> r = x - (spostato - AFFERRA);
+    const Doppi<V> s = bit_di<Doppi<V>>(potenze_di_due(k % PARTI_ESPONENZIALE) + (k << 47));
+    const Doppi<V> z = 0x1.c6af84b912394p-5 * r + 0x1.ebfce50fac4f3p-3;
     return (z * (r * r) + (0x1.62e42ff0c52d6p-1 * r + 1.0)) * s;
 }
 
 // Logarithm to base 2 of the samples with these bits, which are positive and not denormal, times y.
-template <class V> inline void per_logaritmo2(Interi<V> bit, double y, Vd<V> (&d)[Ampi<V>::PARTI])
+template <class V>
+inline void per_logaritmo2(Interi<V> bit, double y, Doppi<V> (&d)[Ampi<V>::PARTI])
 {
     using I = Interi<V>;
     constexpr int32_t INIZIO = 0x3f330000;  // of the mantissas, 0.7 to 1.4
     const I t = bit - INIZIO;
     const I posto = (t >> 19) & (PARTI_LOGARITMO - 1);
     const I esponente = t & static_cast<int32_t>(0xff800000u);
-    Vd<V> z[Ampi<V>::PARTI];
-    Vd<V> k[Ampi<V>::PARTI];
+    Doppi<V> z[Ampi<V>::PARTI];
+    Doppi<V> k[Ampi<V>::PARTI];
     allarga(bit_di<V>(bit - esponente), z);
     if constexpr (CAMPIONI<V> == 1)
         allarga(static_cast<float>(esponente >> 23), k);
-#if defined(__GNUC__)
     else
         allarga(__builtin_convertvector(esponente >> 23, V), k);
-#endif
     for (int i = 0; i < Ampi<V>::PARTI; ++i) {
-        Vd<V> reciproco;
-        Vd<V> logaritmo;
+        Doppi<V> reciproco;
+        Doppi<V> logaritmo;
         logaritmi(posto, i, reciproco, logaritmo);
-        const Vd<V> r = z[i] * reciproco - 1.0;
-        const Vd<V> r2 = r * r;
-        const Vd<V> a = 0x1.27616c9496e0bp-2 * r + -0x1.71969a075c67ap-2;
-        const Vd<V> b = 0x1.ec70a6ca7baddp-2 * r + -0x1.7154748bef6c8p-1;
-        const Vd<V> c = 0x1.71547652ab82bp+0 * r + (logaritmo + k[i]);
+        const Doppi<V> r = z[i] * reciproco - 1.0;
+        const Doppi<V> r2 = r * r;
+        const Doppi<V> a = 0x1.27616c9496e0bp-2 * r + -0x1.71969a075c67ap-2;
+        const Doppi<V> b = 0x1.ec70a6ca7baddp-2 * r + -0x1.7154748bef6c8p-1;
+        const Doppi<V> c = 0x1.71547652ab82bp+0 * r + (logaritmo + k[i]);
         d[i] = y * (a * (r2 * r2) + (b * r2 + c));
     }
 }
@@ -286,7 +277,6 @@ inline float potenza(float x, float y)
     return dispari ? -v : v;
 }
 
-#if defined(__GNUC__)
 /// Each sample to the power y. Quick where all of them are 0 or between 2^-31 and 2^31, and y above
 /// 0 and at most 4.
 inline Vf potenza(Vf x, float y)
@@ -300,13 +290,12 @@ inline Vf potenza(Vf x, float y)
         return uno_per_uno(x, [=](float v) { return potenza(v, y); });
     if (!qualcuno((bit != 0) & (bit != static_cast<int32_t>(UNO))))
         return x;
-    Vd<Vf> d[2];
+    Doppi<Vf> d[2];
     per_logaritmo2<Vf>(bit, static_cast<double>(y), d);
-    for (Vd<Vf>& parte : d)
+    for (Doppi<Vf>& parte : d)
         parte = due_alla<Vf>(parte);
     return nulli ? Vf{} : stringi(d);
 }
-#endif
 
 // --- Exponentials -------------------------------------------------------------------------------
 
@@ -322,19 +311,17 @@ inline float esponenziale(float x)
     return static_cast<float>(due_alla<float>(LOG2_E * static_cast<double>(x)));
 }
 
-#if defined(__GNUC__)
 /// Likewise; quick where all samples lie between -87 and 87.
 inline Vf esponenziale(Vf x)
 {
     if (qualcuno(!((x > -87.0f) & (x < 87.0f))))
         return uno_per_uno(x, [](float v) { return esponenziale(v); });
-    Vd<Vf> d[2];
+    Doppi<Vf> d[2];
     allarga(x, d);
-    for (Vd<Vf>& parte : d)
+    for (Doppi<Vf>& parte : d)
         parte = due_alla<Vf>(LOG2_E * parte);
     return stringi(d);
 }
-#endif
 
 // --- Angles -------------------------------------------------------------------------------------
 
@@ -400,7 +387,6 @@ inline float arcotangente(float y, float x)
     return by != my ? -v : v;
 }
 
-#if defined(__GNUC__)
 /// Likewise; quick where all points are finite and none lies on the axis x = 0 but the centre.
 inline Vf arcotangente(Vf y, Vf x)
 {
@@ -414,7 +400,6 @@ inline Vf arcotangente(Vf y, Vf x)
         v[i] = arcotangente(y[i], x[i]);
     return v;
 }
-#endif
 
 }  // namespace
 }  // namespace VARNO_LIVELLO

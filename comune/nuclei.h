@@ -4,6 +4,7 @@
 namespace varno {
 
 struct Effetto;
+struct NucleiColore;
 struct NucleiPiani;
 struct NucleiTabella;
 
@@ -12,6 +13,7 @@ struct NucleiTabella;
 struct Nuclei {
     const char* nome;              // "base", "avx2"
     const Effetto* const* catena;  // fx/catena.cpp: the effects in their order, ended by null
+    const NucleiColore& colore;    // colore/nuclei_colore.h
     const NucleiPiani& piani;      // fx/nuclei_piani.h
     const NucleiTabella& tabella;  // render/nuclei_tabella.h
 };

@@ -9,6 +9,7 @@ namespace varno {
 namespace VARNO_LIVELLO {
 
 extern const Effetto* const CATENA[];
+extern const NucleiColore COLORE;
 extern const NucleiPiani PIANI;
 extern const NucleiTabella TABELLA;
 
@@ -16,6 +17,7 @@ extern const Nuclei NUCLEI;
 const Nuclei NUCLEI = {
     .nome = VARNO_LIVELLO_NOME,
     .catena = CATENA,
+    .colore = COLORE,
     .piani = PIANI,
     .tabella = TABELLA,
 };

@@ -22,6 +22,11 @@
 #include <immintrin.h>
 #endif
 
+// In files that are built once.
+#ifndef VARNO_LIVELLO
+#define VARNO_LIVELLO unico
+#endif
+
 #ifdef __FAST_MATH__
 #error "fast-math changes pixels: build without it"
 #endif
@@ -148,6 +153,24 @@ inline float minimo(float a, float b)
 inline float massimo(float a, float b)
 {
     return a < b ? b : a;
+}
+
+/// Square root, exact as IEEE has it.
+inline float radice(float v)
+{
+    return sqrtf(v);
+}
+inline Vf radice(Vf v)
+{
+#if defined(__AVX2__)
+    return Vf(_mm256_sqrt_ps(__m256(v)));
+#elif defined(__SSE2__)
+    return Vf(_mm_sqrt_ps(__m128(v)));
+#else
+    for (int i = 0; i < CAMPIONI<Vf>; ++i)
+        v[i] = sqrtf(v[i]);
+    return v;
+#endif
 }
 
 /// Whether a comparison holds in any sample.

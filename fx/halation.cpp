@@ -1,5 +1,6 @@
 // Halation: a warm glow around highlights that starts early and falls off with a power. A value
 // above 1 stays above.
+#include "comune/elementari.h"
 #include "fx/alone.h"
 
 namespace varno {
@@ -13,18 +14,9 @@ struct Halation {
     static constexpr float POTENZA = 1.6f;
     static constexpr float COLORE[3] = {1.0f, 0.36f, 0.12f};
 
-    // powf where it matters: both ends of t are their own power.
     template <class V> static V maschera(V luma)
     {
-        const V t = clamp01((luma - INIZIO) / AMPIEZZA);
-        if (!qualcuno((t > 0.0f) & (t < 1.0f)))
-            return t;
-        float f[CAMPIONI<V>];
-        scrivi<V>(f, t);
-        for (float& v : f)
-            if (v > 0.0f && v < 1.0f)
-                v = powf(v, POTENZA);
-        return carica<V>(f);
+        return potenza(clamp01((luma - INIZIO) / AMPIEZZA), POTENZA);
     }
 
     template <class V> static void componi(V (&rgb)[3], V mascherata, float quantita)

@@ -337,6 +337,8 @@ void somma_pesata(float* somma, const float* campioni, ptrdiff_t n, float peso)
 
 }  // namespace
 
+Centro pesi_vignetta(float* pesi, int larghezza, float a);  // fx/vignetta.cpp
+
 extern const NucleiPiani PIANI;
 const NucleiPiani PIANI = {
     .luminanza = luminanza,
@@ -346,6 +348,7 @@ const NucleiPiani PIANI = {
     .verticale = verticale,
     .somma_intera = somma_intera,
     .somma_pesata = somma_pesata,
+    .pesi_vignetta = pesi_vignetta,
 };
 
 }  // namespace VARNO_LIVELLO

@@ -13,6 +13,8 @@ struct Blocchi {
     ptrdiff_t righe;      // of a block, that lie inside the frame: riduzione, or a lower frame
 };
 
+struct Centro;
+
 struct NucleiPiani {
     /// Luminance of n pixels of interleaved RGB.
     void (*luminanza)(const float* rgb, float* luma, ptrdiff_t n);
@@ -40,6 +42,9 @@ struct NucleiPiani {
     double (*somma_intera)(const float* campioni, ptrdiff_t n, float scala);
     /// somma[x] += peso * campioni[x].
     void (*somma_pesata)(float* somma, const float* campioni, ptrdiff_t n, float peso);
+    /// Weights of the vignette along a row; a: square of its distance from the middle, of half the
+    /// height. The middle that the answer names is left as it is, or written with 0.
+    Centro (*pesi_vignetta)(float* pesi, int larghezza, float a);
 };
 
 }  // namespace varno

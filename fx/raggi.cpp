@@ -16,22 +16,37 @@ namespace {
 
 constexpr double LUNGHEZZA = 0.09;  // reach of a ray on each side, of the width
 constexpr int MINIMA = 3;           // reduced pixels
-constexpr float PI = 3.1415927f;
-constexpr int VUOTO = 16;  // reduced samples of nothing that end a run of light
+constexpr int VUOTO = 16;           // reduced samples of nothing that end a run of light
 
+// Lines through a source, each two rays.
 struct Raggiera {
-    int direzioni;  // lines through a source, each two rays
-    float angolo0;  // of the first line, radians
+    struct Direzione {
+        float coseno;
+        float seno;
+    };
+    int direzioni;
+    Direzione linee[4];
 };
 
-// Four points stand diagonally; the other stars have a horizontal line.
-Raggiera raggiera_di(int punte)
+// Four points stand diagonally; the other stars have a horizontal line. Of angles that are floats,
+// so that not even a right angle's cosine is 0.
+constexpr Raggiera DUE_DIAGONALI = {2, {{0.70710677f, 0.70710677f}, {-0.70710677f, 0.70710677f}}};
+constexpr Raggiera DUE_DRITTE = {2, {{1.0f, 0.0f}, {-4.371139e-08f, 1.0f}}};
+constexpr Raggiera TRE = {3,
+                          {{1.0f, 0.0f}, {0.49999997f, 0.86602545f}, {-0.50000006f, 0.8660254f}}};
+constexpr Raggiera QUATTRO = {4,
+                              {{1.0f, 0.0f},
+                               {0.70710677f, 0.70710677f},
+                               {-4.371139e-08f, 1.0f},
+                               {-0.70710677f, 0.70710677f}}};
+
+const Raggiera& raggiera_di(int punte)
 {
     if (punte == 4)
-        return {2, 0.7853982f};
+        return DUE_DIAGONALI;
     if (punte < 6)
-        return {2, 0.0f};
-    return {punte < 8 ? 3 : 4, 0.0f};
+        return DUE_DRITTE;
+    return punte < 8 ? TRE : QUATTRO;
 }
 
 // Where there is light in the reduced mask.
@@ -95,17 +110,15 @@ struct Linea {
     float peso_totale = 0.0f;
 };
 
-Linea linea_di(int mezza_lunghezza, float angolo)
+Linea linea_di(int mezza_lunghezza, const Raggiera::Direzione& verso)
 {
-    const float seno = std::sin(angolo);
-    const float coseno = std::cos(angolo);
     Linea linea;
     for (int k = -mezza_lunghezza; k <= mezza_lunghezza; ++k) {
         const auto passo = static_cast<float>(k);
         const float peso =
             1.0f - static_cast<float>(std::abs(k)) / static_cast<float>(mezza_lunghezza + 1);
-        linea.tocchi.push_back({static_cast<int>(std::lround(passo * coseno)),
-                                static_cast<int>(std::lround(passo * seno)), peso});
+        linea.tocchi.push_back({static_cast<int>(std::lround(passo * verso.coseno)),
+                                static_cast<int>(std::lround(passo * verso.seno)), peso});
         linea.peso_totale += peso;
     }
     return linea;
@@ -148,12 +161,10 @@ Piano raggi_di(const Piano& luci, const Forma& forma, std::int32_t punte, Arena*
     const int mezza_lunghezza = std::max(
         MINIMA,
         static_cast<int>(std::lround(forma.quadro_larghezza * LUNGHEZZA / forma.riduzione)));
-    const Raggiera raggiera = raggiera_di(punte);
+    const Raggiera& raggiera = raggiera_di(punte);
     std::vector<Linea> linee;
     for (int d = 0; d < raggiera.direzioni; ++d)
-        linee.push_back(linea_di(mezza_lunghezza, static_cast<float>(d) * PI /
-                                                          static_cast<float>(raggiera.direzioni) +
-                                                      raggiera.angolo0));
+        linee.push_back(linea_di(mezza_lunghezza, raggiera.linee[d]));
     const Luci tratti = luci_di(luci.data(), forma);
 
     const auto riga = static_cast<std::size_t>(forma.larghezza);

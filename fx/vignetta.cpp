@@ -1,10 +1,22 @@
 // The vignette: corners darkened by the weights of fx/vignetta_mask.h. Leaves 0..1.
-#include "comune/vettore.h"
+#include "comune/elementari.h"
 #include "fx/effetto.h"
 
 namespace varno {
 namespace VARNO_LIVELLO {
 namespace {
+
+constexpr float DIAGONALE = 1.4142135f;  // distance of a corner, each axis by its own half side
+constexpr float INIZIO = 0.78f;          // of the way to the corner; beyond the middle of any edge
+constexpr float AMPIEZZA = 0.22f;
+constexpr float CURVA = 2.2f;
+
+// Weights of the pixels from column x on; a is the square of their distance from the middle row.
+template <class V> inline V pesi_da(int x, float a, float centro)
+{
+    const V d = (da_intero<V>(x) - centro) / centro;
+    return potenza(clamp01((radice(d * d + a) / DIAGONALE - INIZIO) / AMPIEZZA), CURVA);
+}
 
 // Pixels inizio to fine - 1 of a row, times 1 - maschera * quantita.
 void scurisci(const float* da, float* a, const float* maschera, ptrdiff_t inizio, ptrdiff_t fine,
@@ -53,6 +65,28 @@ void vignetta(const Quadro& q, const Righe& r, const float*, float quantita)
 }
 
 }  // namespace
+
+// Along a row the weight sinks to the middle and rises again: vectors from either end to the first
+// that is 0 throughout are all that has to be written.
+Centro pesi_vignetta(float* pesi, int larghezza, float a)
+{
+    constexpr int N = CAMPIONI<Vf>;
+    const float centro = static_cast<float>(larghezza) * 0.5f;
+    const auto scuri = [=](int x) {
+        const Vf v = pesi_da<Vf>(x, a, centro);
+        scrivi(pesi + x, v);
+        return qualcuno(v > 0.0f);
+    };
+    Centro c{0, larghezza};
+    while (c.inizio + N <= larghezza && scuri(c.inizio))
+        c.inizio += N;
+    while (c.fine - N >= c.inizio && scuri(c.fine - N))
+        c.fine -= N;
+    if (c.fine - c.inizio < N)
+        for (; c.inizio < c.fine; ++c.inizio)
+            pesi[c.inizio] = pesi_da<float>(c.inizio, a, centro);
+    return c;
+}
 
 extern const Effetto VIGNETTA;
 constinit const Effetto VIGNETTA = {

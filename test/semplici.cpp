@@ -1,5 +1,7 @@
 #include "semplici.h"
 
+#include "comune/elementari.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -267,7 +269,7 @@ void applica_halation(Quadro& q, float quantita)
     constexpr float PESI[3] = {1.0f, 0.36f, 0.12f};
     Campioni maschera(pixel(q), 0.0f);
     for (std::size_t i = 0; i < pixel(q); ++i)
-        maschera[i] = std::pow(rampa(q.luma[i], 0.62f, 0.38f), 1.6f);
+        maschera[i] = unico::potenza(rampa(q.luma[i], 0.62f, 0.38f), 1.6f);
     blur_su_ridotta(maschera, q.larghezza, q.altezza, std::max(2, q.raggio_halation), q.riduzione);
     for (std::size_t i = 0; i < pixel(q); ++i) {
         const float a = maschera[i] * quantita;
@@ -505,7 +507,7 @@ Campioni vignetta_mask(int larghezza, int altezza)
             const float d = std::sqrt(b + a) / 1.4142135f;
             const float t = (d - 0.78f) / 0.22f;
             const float base = t > 0.0f ? std::min(t, 1.0f) : 0.0f;
-            m[indice(larghezza, x, y)] = std::pow(base, 2.2f);
+            m[indice(larghezza, x, y)] = unico::potenza(base, 2.2f);
         }
     }
     return m;

@@ -1,17 +1,17 @@
 #include "semplici_colore.h"
 
 #include "colore/profili.h"
+#include "comune/elementari.h"
 #include "looks/look.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace varno::semplici {
 namespace {
 
-// Hidden from the optimiser, which may know other functions for powers of 2 and 10.
-volatile float due = 2.0f;
-volatile float dieci = 10.0f;
+using unico::arcotangente;
+using unico::esponenziale;
+using unico::potenza;
 
 struct Colore {
     float c[3];
@@ -36,7 +36,7 @@ float luminanza(const Colore& v)
 
 float codifica(float v)
 {
-    return std::pow(tieni(v), 0.41666666f);
+    return potenza(tieni(v), 0.41666666f);
 }
 
 float curva(float x, float s)
@@ -50,9 +50,9 @@ float mappa(float v, const Curva& k)
 {
     float y = curva(v * k.scala, k.spalla) / k.norma;
     y = std::max(1e-9f, y) / std::max(1e-9f, k.grigio);
-    y = std::pow(y, k.contrasto) * k.grigio;
+    y = potenza(y, k.contrasto) * k.grigio;
     if (k.gamma != 1.0f)
-        y = std::pow(y >= 0.0f ? y : 0.0f, k.gamma);
+        y = potenza(y >= 0.0f ? y : 0.0f, k.gamma);
     return y;
 }
 
@@ -74,7 +74,7 @@ float decodifica(float x, int profilo)
     if (profilo == 0) {
         const float y = x * 1023.0f;
         if (x >= 0.16736099f)
-            return std::pow(dieci, (y - 420.0f) / 261.5f) * 0.19000001f - 0.01f;
+            return potenza(10.0f, (y - 420.0f) / 261.5f) * 0.19000001f - 0.01f;
         return ((y - 95.0f) * 0.01125f) / 76.2103f;
     }
     const float* c = PROFILI[profilo].curva;
@@ -101,7 +101,7 @@ float tinta_satura(float tinta, const Palette& p)
             d = static_cast<float>(static_cast<double>(d) - 2.0 * PI);
         while (static_cast<double>(d) < -PI)
             d = static_cast<float>(static_cast<double>(d) + 2.0 * PI);
-        const float w = std::exp(-(d * d) / 0.7688f);
+        const float w = esponenziale(-(d * d) / 0.7688f);
         W += w;
         V += p.sat_tinte[i] * w;
     }
@@ -112,12 +112,12 @@ Colore palette(Colore v, const Palette& p)
 {
     float L = luminanza(v);
     const float u = tieni((L - p.desat_soglia) / std::max(1.0f - p.desat_soglia, 1e-6f));
-    const float k = 1.0f - p.desat_quantita * std::pow(u, 1.8f);
+    const float k = 1.0f - p.desat_quantita * potenza(u, 1.8f);
     for (float& c : v.c)
         c = tieni((c - L) * k + L);
 
     const auto& [r, g, b] = v.c;
-    const float S = tinta_satura(std::atan2((g - b) * 1.7320508f, ((r + r) - g) - b), p);
+    const float S = tinta_satura(arcotangente((g - b) * 1.7320508f, ((r + r) - g) - b), p);
     L = luminanza(v);
     for (float& c : v.c)
         c = tieni((c - L) * S + L);
@@ -132,9 +132,9 @@ Colore palette(Colore v, const Palette& p)
     float s = 0.0f;
     float h = 0.0f;
     if (t > 0.0f)
-        s = t < 1.0f ? std::pow(t, 1.4f) : 1.0f;
+        s = t < 1.0f ? potenza(t, 1.4f) : 1.0f;
     else
-        h = std::pow(tieni((L - 0.55f) / 0.45f), 1.2f);
+        h = potenza(tieni((L - 0.55f) / 0.45f), 1.2f);
     for (int i = 0; i < 3; ++i)
         v.c[i] = v.c[i] + (luci.c[i] * h + ombre.c[i] * s) / 255.0f;
     return v;
@@ -179,8 +179,8 @@ Colore stampa(const Colore& luce, const Contesto& ctx)
 Colore viraggio(const Colore& v, const LookDef& look)
 {
     const float L = luminanza(v);
-    const float s = std::pow(tieni(1.0f - L / look.ombre_fine), 1.5f);
-    const float h = std::pow(tieni((L - look.luci_inizio) / (1.0f - look.luci_inizio)), 1.2f);
+    const float s = potenza(tieni(1.0f - L / look.ombre_fine), 1.5f);
+    const float h = potenza(tieni((L - look.luci_inizio) / (1.0f - look.luci_inizio)), 1.2f);
     const Colore ombre = da(look.tinta_ombre);
     const Colore luci = da(look.tinta_luci);
     Colore tinto;
@@ -194,7 +194,7 @@ Colore viraggio(const Colore& v, const LookDef& look)
         const float lc = std::max(1e-6f, L);
         const float x = tieni((r - g) / lc) - 0.26f;
         const float y = tieni((g - b) / lc) - 0.18f;
-        p = tieni(std::exp(-(x * x) / 0.0512f) * std::exp(-(y * y) / 0.0392f));
+        p = tieni(esponenziale(-(x * x) / 0.0512f) * esponenziale(-(y * y) / 0.0392f));
     }
     const float q = 1.0f - look.protezione_pelle * p;
     for (int i = 0; i < 3; ++i)
@@ -241,7 +241,7 @@ RGB applica_colore(RGB codice, const Contesto& ctx)
     const float r = decodifica(codice.r, ctx.profilo);
     const float g = decodifica(codice.g, ctx.profilo);
     const float b = decodifica(codice.b, ctx.profilo);
-    const float e = std::pow(due, ctx.ev);
+    const float e = potenza(2.0f, ctx.ev);
     const Colore guadagno = da(ctx.guadagno);
     Colore luce;
     for (int i = 0; i < 3; ++i) {

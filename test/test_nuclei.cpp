@@ -154,7 +154,7 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
         Piani::monta(piani);
         Tabella::monta(tabella);
         TuttaLaCatena::monta(effetti);
-        const Nuclei spiati = {"spied on", catena, piani, tabella};
+        const Nuclei spiati = {"spied on", catena, (*l)->colore, piani, tabella};
         {
             const LivelloFinto finto(&spiati);
             // In place with alphas of two kinds, then from window to window with one alone.
