@@ -26,12 +26,10 @@ function(varno_nuclei livello)
     target_compile_definitions(${bersaglio} PRIVATE
         VARNO_LIVELLO=nuclei_${livello} VARNO_LIVELLO_NOME="${livello}")
     target_compile_options(${bersaglio} PRIVATE ${ARGN})
-    if(NOT MSVC)
-        # No sibling calls: GCC forgets vzeroupper before a jump out of a 256-bit function, and the
-        # host would pay for that.
-        target_compile_options(${bersaglio} PRIVATE
-            -O3 -Wdouble-promotion -fno-optimize-sibling-calls)
-    endif()
+    # No sibling calls: GCC forgets vzeroupper before a jump out of a 256-bit function, and the
+    # host would pay for that.
+    target_compile_options(${bersaglio} PRIVATE
+        -O3 -Wdouble-promotion -fno-optimize-sibling-calls)
     set_target_properties(${bersaglio} PROPERTIES
         CXX_EXTENSIONS OFF
         POSITION_INDEPENDENT_CODE ON
@@ -42,7 +40,7 @@ endfunction()
 
 varno_nuclei(base)
 
-if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND NOT MSVC AND NOT APPLE)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND NOT APPLE)
     set(opzioni -mavx2)
     set(con_avx2 TRUE)
     if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")

@@ -1,3 +1,4 @@
+// Blocks from each system's own page calls.
 #include "comune/pagine.h"
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// Planes and arenas.
 #include "comune/piano.h"
 
 #include "comune/pagine.h"

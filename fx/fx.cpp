@@ -1,3 +1,4 @@
+// The engine: runs a plan sweep by sweep.
 #include "fx/fx.h"
 
 #include "comune/nuclei.h"

@@ -1,3 +1,4 @@
+// Sums that come out the same however they are split.
 #include "fx/media.h"
 
 #include "comune/nuclei.h"

@@ -1,3 +1,4 @@
+// From a recipe and a size to the list of sweeps.
 #include "fx/programma.h"
 
 #include "comune/nuclei.h"

@@ -1,3 +1,4 @@
+// The rays: where the lights are, and what each line through them adds up to.
 #include "fx/raggi.h"
 
 #include "comune/nuclei.h"

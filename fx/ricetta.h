@@ -1,3 +1,4 @@
+// The recipe: how much of each effect a frame gets.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// The weights of the vignette, made once a size.
 #include "fx/vignetta_mask.h"
 
 #include "comune/nuclei.h"

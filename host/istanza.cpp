@@ -7,19 +7,20 @@
 #include "render/formato.h"
 #include "render/parametri_effetti.h"
 
-#include <algorithm>
 #include <cstring>
-#include <iterator>
 
 namespace varno {
 namespace {
 
 constexpr const char* TENDINE[] = {"cs_sony3", "cs_sony2", "cs_canon", "cs_apple"};
 
+// Null behind the last.
 const ParametroEffetto* consiglio(int posto)
 {
-    return std::find_if(std::begin(PARAMETRI_EFFETTI), std::end(PARAMETRI_EFFETTI),
-                        [=](const ParametroEffetto& p) { return p.consiglio == posto; });
+    for (const ParametroEffetto& p : parametri_effetti())
+        if (p.consiglio == posto)
+            return &p;
+    return nullptr;
 }
 
 }  // namespace
@@ -56,14 +57,14 @@ void applica_look(OfxImageEffectHandle handle)
     if (indice < 0 || static_cast<std::size_t>(indice) >= lks.size())
         return;
     const FxRicetta& ricetta = lks[static_cast<std::size_t>(indice)].ricetta;
-    for (int posto = 1; posto <= NUMERO_CONSIGLI; ++posto) {
-        const ParametroEffetto& c = *consiglio(posto);
-        const float v = ricetta.*c.campo;
+    int posto = 1;
+    while (const ParametroEffetto* c = consiglio(posto++)) {
+        const float v = ricetta.*c->campo;
         OfxParamHandle quantita = nullptr;
-        if (gParm->paramGetHandle(parametri, c.quantita, &quantita, nullptr) == kOfxStatOK)
+        if (gParm->paramGetHandle(parametri, c->quantita, &quantita, nullptr) == kOfxStatOK)
             gParm->paramSetValue(quantita, static_cast<double>(v));
         OfxParamHandle interruttore = nullptr;
-        if (gParm->paramGetHandle(parametri, c.interruttore, &interruttore, nullptr) == kOfxStatOK)
+        if (gParm->paramGetHandle(parametri, c->interruttore, &interruttore, nullptr) == kOfxStatOK)
             gParm->paramSetValue(interruttore, v > 0.0f ? 1 : 0);
     }
 }

@@ -1,3 +1,4 @@
+// What an instance does when a parameter changes.
 #pragma once
 
 #include "ofx/ofx.h"

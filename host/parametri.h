@@ -1,3 +1,4 @@
+// The 35 parameters.
 #pragma once
 
 #include "ofx/ofx.h"

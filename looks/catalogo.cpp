@@ -1,3 +1,4 @@
+// The twelve looks, as a table.
 #include "looks/catalogo.h"
 
 #include <string_view>

@@ -1,3 +1,4 @@
+// The list of looks.
 #pragma once
 
 #include "looks/look.h"

@@ -1,3 +1,4 @@
+// What a look is made of.
 #pragma once
 
 #include "comune/aritmetica.h"

@@ -1,3 +1,4 @@
+// The four pointers to the host, which everything that speaks to it goes through.
 #pragma once
 
 #include "ofx/ofx.h"

@@ -1,3 +1,4 @@
+// White balance and curves of a frame.
 #include "render/contesto.h"
 
 #include "colore/profili.h"

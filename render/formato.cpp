@@ -1,3 +1,4 @@
+// The log formats, a row each: their colour-space choice and the camera rows that it leads to.
 #include "render/formato.h"
 
 #include <algorithm>

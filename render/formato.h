@@ -1,3 +1,4 @@
+// Which camera row a log format and its colour space mean.
 #pragma once
 
 #include <cstdint>

@@ -43,7 +43,7 @@ std::int32_t numero_fotogramma(double tempo)
 FxRicetta leggi_ricetta(const Lettore& l)
 {
     FxRicetta r;
-    for (const ParametroEffetto& p : PARAMETRI_EFFETTI)
+    for (const ParametroEffetto& p : parametri_effetti())
         r.*p.campo = l.intero(p.interruttore) != 0
                          ? static_cast<float>(l.numero(p.quantita)) * p.scala
                          : 0.0f;
@@ -55,10 +55,10 @@ FxRicetta leggi_ricetta(const Lettore& l)
 
 }  // namespace
 
-Impostazioni leggi_impostazioni(OfxParamSetHandle parametri, double tempo)
+ImpostazioniQuadro leggi_impostazioni(OfxParamSetHandle parametri, double tempo)
 {
     const Lettore l{parametri, tempo};
-    Impostazioni imp;
+    ImpostazioniQuadro imp;
     Chiave& k = imp.chiave;
     k.look = l.intero("look");
     k.forza = l.numero("forza");

@@ -1,3 +1,4 @@
+// What the host's parameters say about a frame.
 #pragma once
 
 #include "colore/colore.h"
@@ -8,7 +9,7 @@
 namespace varno {
 
 /// What one frame is made with: the effects, the grade and the key of the table that holds it.
-struct Impostazioni {
+struct ImpostazioniQuadro {
     FxRicetta ricetta;
     Contesto contesto;
     Chiave chiave;
@@ -16,6 +17,6 @@ struct Impostazioni {
 
 /// Reads all parameters at the frame's time; a value that cannot be read counts as 0. Builds the
 /// list of looks on the first call. Throws std::bad_alloc there.
-Impostazioni leggi_impostazioni(OfxParamSetHandle parametri, double tempo);
+ImpostazioniQuadro leggi_impostazioni(OfxParamSetHandle parametri, double tempo);
 
 }  // namespace varno

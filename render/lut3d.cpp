@@ -1,3 +1,4 @@
+// The table: how it is built, and when.
 #include "render/lut3d.h"
 
 #include "colore/colore.h"

@@ -1,3 +1,4 @@
+// The grade as a 3D table, and the one of the process.
 #pragma once
 
 #include "comune/piano.h"

@@ -1,3 +1,4 @@
+// How many processors there are.
 #include "render/parallel_for.h"
 
 #ifdef __linux__

@@ -1,3 +1,4 @@
+// The twelve effects as parameters, a row each.
 #include "render/parametri_effetti.h"
 
 namespace varno {
@@ -5,11 +6,9 @@ namespace {
 
 constexpr float GRADO = 0.55f;  // the filter grades' share of a full filter
 
-}  // namespace
-
 // Both orders are part of what hosts see. Grain and star are the user's own.
 // clang-format off
-const ParametroEffetto PARAMETRI_EFFETTI[NUMERO_EFFETTI] = {
+constexpr ParametroEffetto PARAMETRI_EFFETTI[] = {
     {"enhance_on",  "enhance",  &FxRicetta::enhance,  1.0f,   3},
     {"halation_on", "halation", &FxRicetta::halation, 1.0f,   1},
     {"bloom_on",    "bloom",    &FxRicetta::bloom,    1.0f,   2},
@@ -24,5 +23,12 @@ const ParametroEffetto PARAMETRI_EFFETTI[NUMERO_EFFETTI] = {
     {"stella_on",   "stella",   &FxRicetta::stella,   1.0f,   0},
 };
 // clang-format on
+
+}  // namespace
+
+std::span<const ParametroEffetto> parametri_effetti()
+{
+    return PARAMETRI_EFFETTI;
+}
 
 }  // namespace varno

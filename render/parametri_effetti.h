@@ -3,6 +3,8 @@
 
 #include "fx/ricetta.h"
 
+#include <span>
+
 namespace varno {
 
 /// One effect. Its amount counts only where its switch is on.
@@ -14,10 +16,7 @@ struct ParametroEffetto {
     int consiglio = 0;   // place among those that a look suggests, from 1; 0: no look touches it
 };
 
-constexpr int NUMERO_EFFETTI = 12;
-constexpr int NUMERO_CONSIGLI = 10;
-
 /// In the order in which a render reads them.
-extern const ParametroEffetto PARAMETRI_EFFETTI[NUMERO_EFFETTI];
+std::span<const ParametroEffetto> parametri_effetti();
 
 }  // namespace varno

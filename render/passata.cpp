@@ -1,3 +1,4 @@
+// Rows in through the table, and out.
 #include "render/passata.h"
 
 #include "comune/nuclei.h"

@@ -1,3 +1,4 @@
+// The rows of the host's images: graded on the way in, with their alpha kept aside.
 #pragma once
 
 #include "comune/piano.h"

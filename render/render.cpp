@@ -74,7 +74,7 @@ OfxStatus render(OfxImageEffectHandle handle, OfxPropertySetHandle inArgs)
 
     OfxParamSetHandle parametri = nullptr;
     gEff->getParamSet(handle, &parametri);
-    const Impostazioni imp = leggi_impostazioni(parametri, tempo);
+    const ImpostazioniQuadro imp = leggi_impostazioni(parametri, tempo);
     const std::shared_ptr<const Lut3D> lut = aggiorna_tabella(imp.contesto, imp.chiave);
 
     // Only here: a table that was rebuilt for a frame without pixels stays.

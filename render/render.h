@@ -1,3 +1,4 @@
+// The render action.
 #pragma once
 
 #include "ofx/ofx.h"

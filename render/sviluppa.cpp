@@ -1,3 +1,4 @@
+// The plan of a frame, with the windows as its doors.
 #include "render/sviluppa.h"
 
 #include "fx/fx.h"

@@ -1,3 +1,4 @@
+// One frame between two windows, without a host.
 #pragma once
 
 #include "fx/ricetta.h"
