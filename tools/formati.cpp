@@ -5,6 +5,7 @@
 #include <OpenImageIO/strutil.h>
 
 #include <algorithm>
+#include <optional>
 
 namespace varno::provino {
 namespace {
@@ -100,6 +101,25 @@ void controlla_jpeg(Byte d, const std::string& nome)
     tronco(Formato::jpeg, nome);
 }
 
+std::optional<Formato> dalla_firma(Byte dati)
+{
+    for (const Firma& f : FIRME)
+        if (dati.size() >= f.byte.size() &&
+            std::equal(f.byte.begin(), f.byte.end(), dati.begin(),
+                       [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; }))
+            return f.formato;
+    return std::nullopt;
+}
+
+std::optional<Formato> dalla_desinenza(const std::filesystem::path& p)
+{
+    const std::string fine = OIIO::Strutil::lower(p.extension().string());
+    for (const auto& [desinenza, formato] : DESINENZE)
+        if (fine == desinenza)
+            return formato;
+    return std::nullopt;
+}
+
 }  // namespace
 
 const char* nome_oiio(Formato f)
@@ -115,23 +135,23 @@ Formato formato_dai_byte(Byte dati, const std::string& nome)
 {
     if (dati.empty())
         fallisci(tra_apici(nome) + " is empty");
-    for (const Firma& f : FIRME)
-        if (dati.size() >= f.byte.size() &&
-            std::equal(f.byte.begin(), f.byte.end(), dati.begin(),
-                       [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; }))
-            return f.formato;
+    if (const auto f = dalla_firma(dati))
+        return *f;
     fallisci(tra_apici(nome) +
              " is no picture that provino reads: it takes EXR, DPX, TIFF, PNG and JPEG");
 }
 
 Formato formato_dal_nome(const std::filesystem::path& p)
 {
-    const std::string fine = OIIO::Strutil::lower(p.extension().string());
-    for (const auto& [desinenza, formato] : DESINENZE)
-        if (fine == desinenza)
-            return formato;
-    rifiuta(tra_apici(p.string()) + " must end in .exr, .dpx, .tif, .tiff, .png, .jpg or .jpeg, "
-                                    "which names the kind of picture to write");
+    if (const auto f = dalla_desinenza(p))
+        return *f;
+    rifiuta(tra_apici(p.string()) + " must end in .exr, .dpx, .tif, .tiff, .png, .jpg or .jpeg, or "
+                                    "as a movie in .mov, .mp4, .mkv or .mxf: that names its kind");
+}
+
+bool sembra_immagine(Byte primi, const std::filesystem::path& p)
+{
+    return dalla_firma(primi) || dalla_desinenza(p);
 }
 
 void controlla_struttura(Formato f, Byte dati, const std::string& nome)

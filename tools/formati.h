@@ -26,6 +26,9 @@ const char* nome_formato(Formato f);
 /// By the first bytes of the file, whatever its name. Throws Errore for any other kind.
 Formato formato_dai_byte(Byte dati, const std::string& nome);
 
+/// Whether the first bytes, or the ending of the name, are a picture's.
+bool sembra_immagine(Byte primi, const std::filesystem::path& p);
+
 /// By the ending of an output's name, in either case. Throws Errore (usage) for any other ending.
 Formato formato_dal_nome(const std::filesystem::path& p);
 

@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uintmax_t FILE_LIMITE = std::uintmax_t{4} << 30;  // bytes
-constexpr const char* SEGNO = "provino:settings";
+constexpr const char* SEGNO = SEGNO_IMPOSTAZIONI.data();
 
 // --- Reading -------------------------------------------------------------------------------------
 
@@ -336,12 +336,6 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
 }
 
 // --- Writing -------------------------------------------------------------------------------------
-
-// The code value of n bits, held to the range; the comparison sends a NaN to 0.
-unsigned codice(float v, float massimo)
-{
-    return v > 0.0f ? static_cast<unsigned>(std::min(v, 1.0f) * massimo + 0.5f) : 0u;
-}
 
 template <class Intero> std::vector<Intero> in_interi(const Foto& f, int canali, float massimo)
 {

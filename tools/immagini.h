@@ -4,13 +4,18 @@
 
 #include <OpenImageIO/imageio.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace varno::provino {
+
+/// The name of the settings in what provino writes.
+constexpr std::string_view SEGNO_IMPOSTAZIONI = "provino:settings";
 
 /// A picture in memory: RGBA float, the file's top row first; values as in the file (integers as
 /// fractions of their range), with no conversion of colour and no multiplication by alpha.
@@ -34,6 +39,12 @@ inline std::size_t quanti_float(const Foto& f)
 {
     return std::size_t{4} * static_cast<std::size_t>(f.larghezza) *
            static_cast<std::size_t>(f.altezza);
+}
+
+/// The code value of n bits, held to the range; a NaN becomes 0.
+inline unsigned codice(float v, float massimo)
+{
+    return v > 0.0f ? static_cast<unsigned>(std::min(v, 1.0f) * massimo + 0.5f) : 0u;
 }
 
 /// A picture of that size, its pixels not yet set.

@@ -1,5 +1,7 @@
 #include "tools/uscita.h"
 
+#include "tools/filmato_processo.h"
+
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -58,6 +60,7 @@ struct Provvisorio {
 
 extern "C" void al_segnale(int segnale)
 {
+    termina_processi();
     for (Posto& p : gProvvisori)
         if (p.stato == 2)
             unlink(p.nome.data());

@@ -1,0 +1,352 @@
+#include "tools/filmato.h"
+
+#include "tools/argomenti.h"
+#include "tools/errore.h"
+#include "tools/filmato_processo.h"
+#include "tools/immagini.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <sstream>
+
+namespace varno::provino {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+// What the colour filter takes as it is; everything else is first laid out like one of them.
+const std::string PLANARI = [] {
+    std::string s = "yuv410p|yuv411p|yuv440p|yuvj411p|yuvj440p";
+    for (const char* c : {"420", "422", "444"}) {
+        s += std::string("|yuv") + c + "p|yuvj" + c + "p";
+        for (const char* bit : {"9", "10", "12", "14", "16"})
+            s += std::string("|yuv") + c + "p" + bit + "le";
+    }
+    return s;
+}();
+
+constexpr std::pair<std::string_view, const char*> MATRICI[] = {
+    {"709", "bt709"},         {"601", "smpte170m"},       {"2020", "bt2020nc"},
+    {"bt709", "bt709"},       {"smpte170m", "smpte170m"}, {"bt470bg", "bt470bg"},
+    {"fcc", "fcc"},           {"smpte240m", "smpte240m"}, {"ycgco", "ycgco"},
+    {"bt2020nc", "bt2020nc"},
+};
+
+// Tags that tell of the file that was read, not of what was filmed.
+constexpr std::string_view DEL_FILE[] = {"major_brand", "minor_version", "compatible_brands",
+                                         "encoder",     "timecode",      "duration"};
+
+std::string minuscolo(std::string s)
+{
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return s;
+}
+
+std::string testo(const Json& j, const char* nome)
+{
+    return j.contains(nome) && j[nome].is_string() ? j[nome].get<std::string>() : std::string();
+}
+
+[[noreturn]] void illeggibile(const Filmato& f, const std::string& motivo)
+{
+    std::string s = motivo;
+    const std::string davanti = "file:" + f.file + ": ";
+    if (s.rfind(davanti, 0) == 0)
+        s.erase(0, davanti.size());
+    fallisci("cannot read " + tra_apici(f.file) + " as a movie: " + s);
+}
+
+Json interroga(const Filmato& f)
+{
+    const Risposta r =
+        chiedi({"ffprobe", "-v", "error", "-protocol_whitelist", "file", "-show_streams",
+                "-show_format", "-show_pixel_formats", "-of", "json", "file:" + f.file});
+    if (!r.motivo.empty())
+        illeggibile(f, r.motivo);
+    Json j = Json::parse(r.testo, nullptr, false);
+    const std::string tipo = j.is_object() ? testo(j["format"], "format_name") : "";
+    // Any text is taken for a page of a terminal, and pictures of other kinds for a movie.
+    if (tipo.empty() || tipo == "tty" || tipo.find("image2") == 0 ||
+        tipo.find("_pipe") != tipo.npos)
+        fallisci(tra_apici(f.file) +
+                 " is nothing that provino reads: it takes EXR, DPX, TIFF, PNG, "
+                 "JPEG, and movies");
+    return j;
+}
+
+Json scegli_traccia(Filmato& f, const Json& j)
+{
+    Json scelta;
+    int quante = 0;
+    for (const Json& s : j.at("streams")) {
+        const std::string tipo = testo(s, "codec_type");
+        f.audio = f.audio || tipo == "audio";
+        if (tipo != "video" || s.at("disposition").value("attached_pic", 0) != 0)
+            continue;
+        if (quante++ == 0)
+            scelta = s;
+    }
+    if (quante == 0)
+        illeggibile(f, "it holds no moving picture");
+    if (quante > 1)
+        f.note.push_back(tra_apici(f.file) + " holds " + std::to_string(quante) +
+                         " moving pictures: the first is developed");
+    f.traccia = scelta.at("index");
+    return scelta;
+}
+
+// The filters that turn the picture as a player does.
+std::string gira(Filmato& f, const Json& traccia)
+{
+    int gradi = 0;
+    for (const Json& s : traccia.value("side_data_list", Json::array()))
+        gradi = (s.value("rotation", gradi) + 360) % 360;
+    if (gradi == 90 || gradi == 270) {
+        std::swap(f.larghezza, f.altezza);
+        f.forma = std::regex_replace(f.forma, std::regex("(\\d+):(\\d+)"), "$2:$1");
+    }
+    return gradi == 90    ? ",transpose=cclock"
+           : gradi == 180 ? ",hflip,vflip"
+           : gradi == 270 ? ",transpose=clock"
+                          : "";
+}
+
+// Matrix and range, as told or as overruled; what an RGB stream tells of its range is a habit of
+// containers and counts for nothing.
+std::string scegli_colori(Filmato& f, const Json& traccia, const ColoriFilmato& c, bool rgb)
+{
+    std::string matrice = c.matrice.empty() ? testo(traccia, "color_space") : c.matrice;
+    const std::string gamma = testo(traccia, "color_range");
+    f.legale = c.gamma.empty() ? !rgb && gamma != "pc" : c.gamma == "legal";
+    const bool senza_matrice = !rgb && (matrice.empty() || matrice == "unknown");
+    const bool senza_gamma = !rgb && c.gamma.empty() && (gamma.empty() || gamma == "unknown");
+    if (senza_matrice || senza_gamma)
+        f.note.push_back(
+            tra_apici(f.file) + " does not tell its " +
+            (!senza_gamma ? "matrix: taken as BT.709 (--matrix overrules)"
+             : senza_matrice
+                 ? "matrix and range: taken as BT.709, legal range (--matrix, --range overrule)"
+                 : "range: taken as legal (--range overrules)"));
+    if (senza_matrice)
+        matrice = "bt709";
+    for (const auto& [nome, ffmpeg] : MATRICI)
+        if (nome == matrice)
+            return ffmpeg;
+    if (!rgb)
+        rifiuta("the matrix " + tra_apici(matrice) + " of " + tra_apici(f.file) +
+                " is not read: --matrix takes 709, 601 or 2020");
+    return {};
+}
+
+void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const ColoriFilmato& c)
+{
+    const std::string nome = testo(traccia, "pix_fmt");
+    Json formato;
+    for (const Json& p : formati)
+        if (testo(p, "name") == nome)
+            formato = p;
+    int minimi = 64;
+    for (const Json& k : formato.value("components", Json::array())) {
+        f.bit = std::max(f.bit, k.at("bit_depth").get<int>());
+        minimi = std::min(minimi, k.at("bit_depth").get<int>());
+    }
+    const auto ha = [&](const char* segno) { return formato.at("flags").value(segno, 0) != 0; };
+    const bool grigio =
+        formato.value("nb_components", 0) < 3 && !(formato.is_object() && ha("palette"));
+    const bool rgb = formato.is_object() && (ha("rgb") || ha("palette"));
+    if (!formato.is_object() || minimi < 8 || nome.rfind("xyz", 0) == 0 || (grigio && f.bit > 16))
+        illeggibile(f, "its samples (" + (nome.empty() ? "unknown" : nome) + ") are not read");
+    f.alfa = ha("alpha");
+    const std::string matrice = scegli_colori(f, traccia, c, rgb);
+    const std::string girato = gira(f, traccia);
+    if (rgb || grigio) {
+        // Laid out in planes and nothing else: their values are left to us.
+        f.formato = (f.alfa ? "gbrap" : "gbrp") +
+                    (f.bit == 8 ? "" : (f.bit == 32 ? "f" : "") + std::to_string(f.bit) + "le");
+        f.campioni = f.bit == 8    ? Campioni::interi8
+                     : f.bit == 32 ? Campioni::virgola
+                                   : Campioni::interi16;
+        f.grafo = "setparams=range=full,scale,format=" + f.formato + girato;
+        return;
+    }
+    // The first step would scale a full range to legal on its own, was it not told otherwise.
+    f.formato = "gbrpf32le";
+    f.grafo = "scale=in_range=tv:out_range=tv,format=" + PLANARI +
+              ",setparams=range=" + (f.legale ? "tv" : "pc") + ":colorspace=" + matrice +
+              ":color_primaries=unknown:color_trc=unknown,zscale=filter=spline36,format=gbrpf32le" +
+              girato;
+    f.legale = false;
+    f.alfa_sotto = f.alfa;  // the filter would take alpha for legal range
+    if (f.alfa)
+        f.grafo = "split[c][a];[a]alphaextract,setparams=range=full,scale,format=gbrp" +
+                  (f.bit == 8 ? "" : std::to_string(f.bit) + "le") + ",zscale,format=gbrpf32le" +
+                  girato + "[m];[c]" + f.grafo + "[k];[k][m]vstack";
+}
+
+// The times of all frames in order, seconds; a raw stream has none, and frames without count too.
+std::vector<double> tempi(const Filmato& f, std::size_t& quanti)
+{
+    const Risposta r = chiedi({"ffprobe", "-v", "error", "-protocol_whitelist", "file",
+                               "-select_streams", std::to_string(f.traccia), "-show_entries",
+                               "packet=pts_time,flags", "-of", "csv=p=0", "file:" + f.file});
+    if (!r.motivo.empty() || !r.detto.empty())
+        illeggibile(f, r.motivo.empty() ? r.detto : r.motivo);
+    std::vector<double> t;
+    quanti = 0;
+    std::istringstream righe(r.testo);
+    for (std::string riga; std::getline(righe, riga);) {
+        const std::size_t virgola = riga.find(',');
+        if (virgola == std::string::npos || riga.find('D', virgola) != std::string::npos)
+            continue;  // left out by the file itself
+        ++quanti;
+        double v = 0.0;
+        if (leggi_numero(riga.substr(0, virgola), v))
+            t.push_back(v);
+    }
+    std::sort(t.begin(), t.end());
+    return t;
+}
+
+bool in_cadenza(const std::vector<double>& t, double al_secondo)
+{
+    for (std::size_t i = 0; i < t.size(); ++i)
+        if (std::abs((t[i] - t[0]) * al_secondo - static_cast<double>(i)) > 0.4)
+            return false;
+    return true;
+}
+
+// How many frames, and whether all last alike. Where an index says so it is believed; else all
+// packets are read.
+void conta(Filmato& f, const Json& traccia, const std::string& tipo)
+{
+    const std::string media = testo(traccia, "avg_frame_rate");
+    f.cadenza = testo(traccia, "r_frame_rate");
+    const double al_secondo = numero_cadenza(f.cadenza);
+    const double durata = std::atof(testo(traccia, "duration").c_str());
+    const std::string detti = testo(traccia, "nb_frames");
+    f.quanti = std::llround(durata * al_secondo);
+    const bool indice = tipo.find("mov") == 0 || tipo == "mxf" || tipo == "avi";
+    if (indice && f.cadenza == media && f.quanti > 0 &&
+        (detti.empty() || std::atoll(detti.c_str()) == f.quanti))
+        return;
+    std::size_t quanti = 0;
+    const std::vector<double> t = tempi(f, quanti);
+    f.quanti = static_cast<long long>(quanti);
+    if (quanti == 0)
+        illeggibile(f, "it holds no frame");
+    f.costante = t.size() < quanti || in_cadenza(t, al_secondo);
+    if (!f.costante && in_cadenza(t, numero_cadenza(media))) {
+        f.costante = true;
+        f.cadenza = media;
+    }
+    if (!f.costante)
+        f.cadenza = media;
+}
+
+// Of the file or of any stream in it, such as the one that holds nothing else.
+std::string trova_timecode(const Json& j)
+{
+    std::vector<Json> portatori = j.at("streams");
+    portatori.push_back(j.at("format"));
+    for (const Json& p : portatori) {
+        const Json etichette = p.value("tags", Json::object());
+        for (const auto& [nome, valore] : etichette.items())
+            if (minuscolo(nome) == "timecode" && valore.is_string())
+                return valore;
+    }
+    return {};
+}
+
+}  // namespace
+
+double numero_cadenza(const std::string& cadenza)
+{
+    const std::size_t p = cadenza.find('/');
+    double sopra = 0.0;
+    double sotto = 1.0;
+    if (!leggi_numero(cadenza.substr(0, p), sopra) ||
+        (p != std::string::npos && !leggi_numero(cadenza.substr(p + 1), sotto)) || !(sopra > 0.0) ||
+        !(sotto > 0.0))
+        return 0.0;
+    return sopra / sotto;
+}
+
+std::string timecode_dopo(const std::string& timecode, const std::string& cadenza,
+                          long long fotogrammi)
+{
+    static const std::regex FORMA("(\\d\\d):(\\d\\d):(\\d\\d)([:;.])(\\d\\d+)");
+    std::smatch m;
+    const long long base = std::llround(numero_cadenza(cadenza));
+    if (base < 1 || !std::regex_match(timecode, m, FORMA))
+        return {};
+    const auto parte = [&](int i) { return std::atoll(m[i].str().c_str()); };
+    // Two of thirty numbers are left out at each minute that is no tenth one.
+    const long long saltati = m[4].str() == ":" ? 0 : base / 15;
+    const long long minuti = parte(1) * 60 + parte(2);
+    const long long in_dieci = base * 600 - 9 * saltati;
+    long long n = (minuti * 60 + parte(3)) * base + parte(5) - saltati * (minuti - minuti / 10);
+    n = (n + fotogrammi) % (in_dieci * 144);
+    n += 9 * saltati * (n / in_dieci) +
+         saltati * (std::max(0LL, n % in_dieci - saltati) / (base * 60 - saltati));
+    char s[64];
+    std::snprintf(s, sizeof s, "%02lld:%02lld:%02lld%s%02lld", n / base / 3600, n / base / 60 % 60,
+                  n / base % 60, m[4].str().c_str(), n % base);
+    return s;
+}
+
+bool da_filmato(const fs::path& file)
+{
+    std::error_code e;
+    std::array<char, 16> primi{};
+    std::ifstream f(file, std::ios::binary);
+    if (!fs::is_regular_file(file, e) || !f.read(primi.data(), primi.size()))
+        return false;
+    return !sembra_immagine({reinterpret_cast<unsigned char*>(primi.data()), primi.size()}, file);
+}
+
+Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
+{
+    Filmato f;
+    f.file = file.string();
+    const Json j = interroga(f);
+    const Json traccia = scegli_traccia(f, j);
+    f.larghezza = traccia.value("width", 0);
+    f.altezza = traccia.value("height", 0);
+    controlla_misure(f.larghezza, f.altezza, f.file);
+    f.forma = testo(traccia, "sample_aspect_ratio");
+    if (f.forma.empty() || f.forma[0] == '0')
+        f.forma = "1:1";
+    scegli_grafo(f, traccia, j.at("pixel_formats"), colori);
+    conta(f, traccia, testo(j.at("format"), "format_name"));
+    f.inizio = std::atof(testo(traccia, "start_time").c_str()) -
+               std::atof(testo(j.at("format"), "start_time").c_str());
+    const std::string campi = testo(traccia, "field_order");
+    if (!campi.empty() && campi != "progressive" && campi != "unknown")
+        f.note.push_back(tra_apici(f.file) +
+                         " is interlaced: its frames are developed as they are");
+
+    const Json etichette = j.at("format").value("tags", Json::object());
+    for (const auto& [nome, valore] : etichette.items()) {
+        const std::string n = minuscolo(nome);
+        const std::string v = valore.is_string() ? valore.get<std::string>() : "";
+        if (v.find(SEGNO_IMPOSTAZIONI) == 0)
+            f.impostazioni = v.substr(SEGNO_IMPOSTAZIONI.size());
+        else if (n == SEGNO_IMPOSTAZIONI)
+            f.impostazioni = v;
+        else if (std::find(std::begin(DEL_FILE), std::end(DEL_FILE), n) == std::end(DEL_FILE))
+            f.etichette[nome] = v;
+    }
+    f.timecode = trova_timecode(j);
+    return f;
+}
+
+}  // namespace varno::provino

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace varno::provino {
+
+/// What overrules the colours that a movie's stream tells of itself; empty: as it tells.
+struct ColoriFilmato {
+    std::string matrice;  // 709, 601, 2020, or as ffmpeg names it
+    std::string gamma;    // "legal" or "full"
+};
+
+/// How samples come out of the decoder.
+enum class Campioni { interi8, interi16, virgola };
+
+/// A movie, as ffprobe tells of it.
+struct Filmato {
+    std::string file;
+    int traccia = 0;                 // the stream that is developed
+    int larghezza = 0, altezza = 0;  // as it is shown: turned
+    long long quanti = 0;            // frames
+    std::string cadenza;             // frames a second, "24000/1001"
+    bool costante = true;            // else frames last as long as they like
+    double inizio = 0.0;             // seconds from the file's start to the first frame
+    std::string grafo;               // ffmpeg's filters from the stream to full-range RGB
+    std::string formato;             // ffmpeg's name of what comes out of them
+    Campioni campioni = Campioni::virgola;
+    int bit = 0;  // of an integer
+    bool alfa = false;
+    bool alfa_sotto = false;  // below the picture, as a second one
+    bool legale = false;      // what comes out is of legal range still
+    std::string forma;        // of a pixel, "1:1"
+    std::string timecode;     // of the first frame; empty: none
+    bool audio = false;
+    std::map<std::string, std::string> etichette;  // metadata, without what belongs to the file
+    std::optional<std::string> impostazioni;       // that provino left in it
+    std::vector<std::string> note;                 // what the user should know
+};
+
+/// Whether a file is to be read as a movie: no picture by its first bytes or its name.
+bool da_filmato(const std::filesystem::path& file);
+
+/// Throws Errore where ffmpeg is missing, or the file is broken or nothing that it reads.
+Filmato leggi_filmato(const std::filesystem::path& file, const ColoriFilmato& colori = {});
+
+/// The timecode of frames later; "01:00:59;28" drops numbers. Empty for what is none.
+std::string timecode_dopo(const std::string& timecode, const std::string& cadenza,
+                          long long fotogrammi);
+
+/// "24", "23.976" or "24000/1001" as a number; 0 for what is none.
+double numero_cadenza(const std::string& cadenza);
+
+}  // namespace varno::provino

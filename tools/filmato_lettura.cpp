@@ -1,0 +1,145 @@
+#include "tools/argomenti.h"
+#include "tools/filmato_flussi.h"
+
+#include <cstring>
+
+namespace varno::provino {
+namespace {
+
+constexpr long long VICINO = 48;  // frames that are sooner read over than sought
+
+int piani(const Filmato& f)
+{
+    return f.alfa && !f.alfa_sotto ? 4 : 3;
+}
+
+std::size_t byte_per_fotogramma(const Filmato& f)
+{
+    const std::size_t campione = f.campioni == Campioni::interi8    ? 1
+                                 : f.campioni == Campioni::interi16 ? 2
+                                                                    : 4;
+    return campione * static_cast<std::size_t>(piani(f)) * static_cast<std::size_t>(f.larghezza) *
+           static_cast<std::size_t>(f.altezza) * (f.alfa_sotto ? 2 : 1);
+}
+
+void apri(LetturaFilmato& l, long long numero)
+{
+    const Filmato& f = l.filmato;
+    std::vector<std::string> c = {"ffmpeg",    "-nostdin",     "-v",
+                                  "error",     "-xerror",      "-protocol_whitelist",
+                                  "file,pipe", "-noautorotate"};
+    std::string grafo = f.grafo;
+    if (numero > 1 && f.costante) {
+        // Half a frame early: times are rounded, and never by so much.
+        const double secondi =
+            f.inizio + (static_cast<double>(numero) - 1.5) / numero_cadenza(f.cadenza);
+        c.insert(c.end(), {"-ss", testo_di(secondi)});
+    } else if (numero > 1) {
+        grafo = "trim=start_frame=" + std::to_string(numero - 1) + "," + grafo;
+    }
+    c.insert(c.end(),
+             {"-i", "file:" + f.file, "-map", "0:" + std::to_string(f.traccia), "-vf", grafo,
+              "-fps_mode", "passthrough", "-f", "rawvideo", "-pix_fmt", f.formato, "pipe:1"});
+    l.decodifica = avvia(c, Tubi::uscita);
+    l.prossimo = numero;
+}
+
+[[noreturn]] void interrotta(LetturaFilmato& l)
+{
+    const std::string nome = tra_apici(l.filmato.file);
+    const std::string motivo = attendi(*l.decodifica);
+    l.decodifica.reset();
+    l.fallita = true;
+    if (!motivo.empty())
+        fallisci("cannot decode " + nome + " at frame " + std::to_string(l.prossimo) + ": " +
+                 motivo);
+    fallisci(nome + " ends after frame " + std::to_string(l.prossimo - 1) + " of " +
+             std::to_string(l.filmato.quanti) + ": it is cut short; copy the file again");
+}
+
+// From planes of green, blue, red and alpha.
+template <class Campione> void intreccia(const Filmato& f, const unsigned char* byte, Foto& foto)
+{
+    const std::size_t n = quanti_float(foto) / 4;
+    const std::size_t piano = f.alfa_sotto ? 2 * n : n;
+    const auto* g = reinterpret_cast<const Campione*>(byte);
+    const Campione* b = g + piano;
+    const Campione* r = b + piano;
+    const Campione* a = f.alfa_sotto ? g + n : r + piano;
+    float scala = 1.0f;
+    if constexpr (sizeof(Campione) < 4)
+        scala /= static_cast<float>((1 << f.bit) - 1);
+    float* p = foto.rgba.get();
+    for (std::size_t i = 0; i < n; ++i, p += 4) {
+        p[0] = static_cast<float>(r[i]) * scala;
+        p[1] = static_cast<float>(g[i]) * scala;
+        p[2] = static_cast<float>(b[i]) * scala;
+        p[3] = 1.0f;
+    }
+    p = foto.rgba.get();
+    if (f.alfa)
+        for (std::size_t i = 0; i < n; ++i)
+            p[4 * i + 3] = static_cast<float>(a[i]) * scala;
+    if (f.legale) {
+        // 16 to 235 of 255, with as many bits more behind the point as there are.
+        const float codici =
+            static_cast<float>((1 << f.bit) - 1) / static_cast<float>(1 << (f.bit - 8));
+        for (std::size_t i = 0; i < n; ++i)
+            for (std::size_t k = 0; k < 3; ++k)
+                p[4 * i + k] = (p[4 * i + k] * codici - 16.0f) / 219.0f;
+    }
+}
+
+// SMPTE 12M as EXR and DPX hold it: two decimal digits a byte, hours first.
+void posa_timecode(OIIO::ImageSpec& testata, const std::string& timecode)
+{
+    std::uint32_t codice[2] = {0, 0};
+    for (const char c : timecode)
+        if (c >= '0' && c <= '9')
+            codice[0] = codice[0] << 4 | static_cast<std::uint32_t>(c - '0');
+    if (timecode.find(';') != std::string::npos)
+        codice[0] |= 0x40;  // drops numbers
+    if (timecode.size() == 11)
+        testata.attribute("smpte:TimeCode", OIIO::TypeTimeCode, codice);
+}
+
+void posa_testata(const Filmato& f, long long numero, OIIO::ImageSpec& testata)
+{
+    testata.set_format(OIIO::TypeHalf);
+    for (const auto& [nome, valore] : f.etichette)
+        testata.attribute(nome, valore);
+    int cadenza[2] = {0, 1};
+    if (std::sscanf(f.cadenza.c_str(), "%d/%d", &cadenza[0], &cadenza[1]) >= 1)
+        testata.attribute("FramesPerSecond", OIIO::TypeRational, cadenza);
+    int forma[2] = {1, 1};
+    if (std::sscanf(f.forma.c_str(), "%d:%d", &forma[0], &forma[1]) == 2)
+        testata.attribute("PixelAspectRatio",
+                          static_cast<float>(forma[0]) / static_cast<float>(forma[1]));
+    posa_timecode(testata, timecode_dopo(f.timecode, f.cadenza, numero - 1));
+}
+
+}  // namespace
+
+Foto leggi_fotogramma(LetturaFilmato& l, long long numero)
+{
+    const Filmato& f = l.filmato;
+    if (l.fallita)
+        throw Errore{FALLITO, {}};
+    if (!l.decodifica || numero < l.prossimo || numero > l.prossimo + VICINO)
+        apri(l, numero);
+    l.campioni.resize(byte_per_fotogramma(f));
+    for (; l.prossimo <= numero; ++l.prossimo)
+        if (leggi_da(*l.decodifica, l.campioni.data(), l.campioni.size()) != l.campioni.size())
+            interrotta(l);
+    Foto foto = foto_nuova(f.larghezza, f.altezza, f.alfa);
+    if (f.campioni == Campioni::interi8)
+        intreccia<std::uint8_t>(f, l.campioni.data(), foto);
+    else if (f.campioni == Campioni::interi16)
+        intreccia<std::uint16_t>(f, l.campioni.data(), foto);
+    else
+        intreccia<float>(f, l.campioni.data(), foto);
+    posa_testata(f, numero, foto.testata);
+    return foto;
+}
+
+}  // namespace varno::provino
