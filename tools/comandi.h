@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/filmato.h"
 #include "tools/impostazioni.h"
 
 #include <CLI/CLI.hpp>
@@ -24,6 +25,8 @@ struct Comuni {
 void opzione_plugin(CLI::App& app, Comuni& c);
 /// -p, --key, --settings, --settings-from.
 void opzioni_parametri(CLI::App& app, Comuni& c);
+/// --matrix, --range of a movie that is read.
+void opzioni_filmato(CLI::App& app, ColoriFilmato& c);
 /// --depth, --compression, --overwrite.
 void opzioni_scrittura(CLI::App& app, Comuni& c);
 

@@ -1,5 +1,6 @@
 #include "tools/catena.h"
 #include "tools/comandi.h"
+#include "tools/filmato_flussi.h"
 #include "tools/messaggi.h"
 #include "tools/racconto.h"
 #include "tools/sequenza.h"
@@ -23,6 +24,16 @@ struct Opzioni {
     // One reads or writes while another develops, which uses all cores by itself.
     int lavori = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 2u, 4u));
     bool salta = false, continua = false, muto = false, json = false;
+    ColoriFilmato colori;
+    std::string codec, qualita, cadenza;
+    std::optional<long long> inizio;
+};
+
+// The movies of a run.
+struct Filmati {
+    std::optional<Filmato> da;
+    std::optional<ModoFilmato> a;
+    long long primo = 1;  // number of the first frame that is read
 };
 
 // A name that stands for a file as it is has no place for a number, whatever signs are in it.
@@ -32,19 +43,62 @@ std::optional<Modello> modello_ingresso(const std::string& nome)
     return fs::exists(nome, e) ? std::nullopt : modello_in(nome);
 }
 
-std::vector<Fotogramma> elenca(const Opzioni& o)
+Filmati apri_filmati(const Opzioni& o)
 {
-    const std::optional<Modello> da = modello_ingresso(o.ingresso);
-    if (!da && o.fotogrammi.empty())
+    Filmati f;
+    if (da_filmato(o.ingresso))
+        f.da = leggi_filmato(o.ingresso, o.colori);
+    else if (!o.colori.matrice.empty() || !o.colori.gamma.empty() || o.inizio)
+        rifiuta("--matrix, --range and --start are for a movie that is read");
+    f.primo = o.inizio.value_or(1);
+    if (nome_di_filmato(o.uscita) && !modello_in(o.uscita)) {
+        if (o.salta || o.continua || !o.comuni.scrittura.profondita.empty() ||
+            !o.comuni.scrittura.compressione.empty())
+            rifiuta("--depth, --compression, --skip-existing and --continue-on-error are for "
+                    "pictures; a movie takes --codec and --quality");
+        f.a = scegli_modo(o.uscita, o.codec, o.qualita);
+    } else if (!o.codec.empty() || !o.qualita.empty()) {
+        rifiuta("--codec and --quality are for a movie that is written");
+    }
+    if (!o.cadenza.empty() && (f.da || !f.a))
+        rifiuta("--rate is for a sequence that becomes a movie");
+    if (!o.cadenza.empty() && numero_cadenza(o.cadenza) == 0.0)
+        rifiuta("--rate takes frames a second, as in 24 or 24000/1001, not " +
+                tra_apici(o.cadenza));
+    if (f.da && f.a && !f.da->costante)
+        fallisci(tra_apici(o.ingresso) +
+                 " has a variable frame rate; make it constant first: ffmpeg -i " + o.ingresso +
+                 " -fps_mode cfr -r " + f.da->cadenza + " -c:v ffv1 -c:a copy constant.mkv");
+    return f;
+}
+
+std::vector<long long> scegli_numeri(const Opzioni& o, const Filmati& f,
+                                     const std::optional<Modello>& da)
+{
+    if (!f.da)
+        return o.fotogrammi.empty() ? fotogrammi_esistenti(*da) : leggi_fotogrammi(o.fotogrammi);
+    const long long ultimo = f.primo + f.da->quanti - 1;
+    std::vector<long long> numeri = leggi_fotogrammi(
+        o.fotogrammi.empty() ? std::to_string(f.primo) + "-" + std::to_string(ultimo)
+                             : o.fotogrammi);
+    if (numeri.front() < f.primo || numeri.back() > ultimo)
+        rifiuta(tra_apici(o.ingresso) + " has the frames " + std::to_string(f.primo) + " to " +
+                std::to_string(ultimo) + ", not all of " + o.fotogrammi);
+    return numeri;
+}
+
+std::vector<Fotogramma> elenca(const Opzioni& o, const Filmati& f)
+{
+    const std::optional<Modello> da = f.da ? std::nullopt : modello_ingresso(o.ingresso);
+    if (!da && !f.da && o.fotogrammi.empty())
         return {{o.tempo.value_or(0.0), o.ingresso, o.uscita}};
     if (o.tempo)
         rifiuta("--time is for a single picture: in a sequence the frame number is the time");
-    const std::vector<long long> numeri =
-        o.fotogrammi.empty() ? fotogrammi_esistenti(*da) : leggi_fotogrammi(o.fotogrammi);
+    const std::vector<long long> numeri = scegli_numeri(o, f, da);
     if (numeri.empty())
         fallisci("no file is named like " + tra_apici(o.ingresso));
     const std::optional<Modello> a = modello_in(o.uscita);
-    if (!a && numeri.size() > 1)
+    if (!a && !f.a && numeri.size() > 1)
         rifiuta(std::to_string(numeri.size()) + " frames would go into the one file " +
                 tra_apici(o.uscita) + ": put #### where the frame number goes");
     std::vector<Fotogramma> fotogrammi;
@@ -54,10 +108,35 @@ std::vector<Fotogramma> elenca(const Opzioni& o)
     return fotogrammi;
 }
 
+// What of the source the movie takes with it; notes on what it does not.
+void segui(ModoFilmato& modo, const Opzioni& o, const Filmati& f, const Lavoro& lavoro,
+           std::vector<std::string>& note)
+{
+    const std::vector<Fotogramma>& tutti = lavoro.fotogrammi;
+    const std::string nome = tra_apici(o.uscita);
+    if (!f.da) {
+        modo.cadenza = o.cadenza;
+        if (!segui(modo, leggi_testata(tutti.front().ingresso)))
+            note.push_back(nome + " runs at 24 frames a second, since the pictures do not tell "
+                                  "(--rate overrules)");
+        return;
+    }
+    const bool intero = tutti.size() == static_cast<std::size_t>(f.da->quanti);
+    const auto saltati = static_cast<long long>(tutti.front().tempo) - f.primo;
+    if (!segui(modo, *f.da, saltati, intero))
+        note.push_back(nome +
+                       " cannot hold the audio as it is, which is left out: a .mov or .mkv can");
+    else if (f.da->audio && !intero)
+        note.push_back(nome + " is without audio, which is copied with whole clips only");
+    if (f.da->alfa && modo.formato_con_alfa.empty())
+        note.push_back(nome + " is without alpha: --codec prores4444 or ffv1 hold it");
+}
+
 // Before the first frame is begun, so that a long run does not end in a refusal.
 void controlla_uscite(const Opzioni& o, const std::vector<Fotogramma>& fotogrammi)
 {
-    controlla_scrittura(fotogrammi.front().uscita, o.comuni.scrittura);
+    if (!nome_di_filmato(fotogrammi.front().uscita))
+        controlla_scrittura(fotogrammi.front().uscita, o.comuni.scrittura);
     for (const Fotogramma& f : fotogrammi) {
         std::error_code e;
         if (o.salta && fs::is_regular_file(f.uscita, e))
@@ -77,8 +156,9 @@ void sviluppa(const Opzioni& o)
 {
     if (o.salta && o.comuni.scrittura.sovrascrivi)
         rifiuta("--overwrite and --skip-existing contradict each other: give one of them");
+    Filmati filmati = apri_filmati(o);
     Lavoro lavoro;
-    lavoro.fotogrammi = elenca(o);
+    lavoro.fotogrammi = elenca(o, filmati);
     lavoro.salta_esistenti = o.salta;
     lavoro.continua = o.continua;
     Plugin plugin = carica_plugin(o.comuni.plugin);
@@ -89,22 +169,50 @@ void sviluppa(const Opzioni& o)
     const auto quante = std::min(static_cast<std::size_t>(o.lavori), lavoro.fotogrammi.size());
     for (std::size_t i = 0; i < quante; ++i)
         istanze.push_back(istanza_con(plugin, imp));
-    if (!o.muto && !o.json)
+    std::vector<std::string> note;
+    if (filmati.da)
+        note = filmati.da->note;
+    if (filmati.a)
+        segui(*filmati.a, o, filmati, lavoro, note);
+    if (!o.muto && !o.json) {
+        std::for_each(note.begin(), note.end(), avviso);
         avvisa_spenti(plugin, *istanze[0], imp);
+    }
     if (!o.salva.empty())
         scrivi_testo(o.salva, o.comuni.scrittura.sovrascrivi,
                      in_json(plugin, *istanze[0], imp, false) + "\n");
     const std::string impostazioni = in_json(plugin, *istanze[0], imp, true);
-    lavoro.leggi = [&](std::size_t i) { return leggi_foto(lavoro.fotogrammi[i].ingresso); };
+    std::optional<LetturaFilmato> lettura;
+    if (filmati.da)
+        lettura.emplace(*filmati.da);
+    lavoro.legge_in_ordine = filmati.da.has_value();
+    lavoro.leggi = [&](std::size_t i) {
+        const Fotogramma& f = lavoro.fotogrammi[i];
+        return lettura
+                   ? leggi_fotogramma(*lettura, static_cast<long long>(f.tempo) - filmati.primo + 1)
+                   : leggi_foto(f.ingresso);
+    };
     lavoro.scrivi = [&](std::size_t i, const Foto& foto) {
         scrivi_foto(lavoro.fotogrammi[i].uscita, foto, o.comuni.scrittura, impostazioni);
     };
-    Racconto racconto = racconto_nuovo(o.json, o.muto, lavoro.fotogrammi.size());
-    const bool riuscito =
-        esegui_lavoro(lavoro, istanze, [&](const Resoconto& r) { racconta(racconto, lavoro, r); });
-    concludi(racconto, lavoro);
-    if (!riuscito)
-        throw Errore{FALLITO, {}};  // told frame by frame
+    const auto esegui = [&] {
+        Racconto racconto = racconto_nuovo(o.json, o.muto, lavoro.fotogrammi.size());
+        const bool riuscito = esegui_lavoro(
+            lavoro, istanze, [&](const Resoconto& r) { racconta(racconto, lavoro, r); });
+        concludi(racconto, lavoro);
+        if (!riuscito)
+            throw Errore{FALLITO, {}};  // told frame by frame
+    };
+    if (!filmati.a)
+        return esegui();
+    filmati.a->impostazioni = impostazioni;
+    lavoro.scrive_in_ordine = true;
+    scrivi_intero(o.uscita, o.comuni.scrittura.sovrascrivi, [&](const fs::path& provvisorio) {
+        ScritturaFilmato filmato{*filmati.a, provvisorio, o.uscita};
+        lavoro.scrivi = [&](std::size_t, const Foto& foto) { scrivi_fotogramma(filmato, foto); };
+        esegui();
+        concludi(filmato);
+    });
 }
 
 }  // namespace
@@ -112,13 +220,24 @@ void sviluppa(const Opzioni& o)
 Esecuzione comando_sviluppa(CLI::App& programma)
 {
     auto o = std::make_shared<Opzioni>();
-    CLI::App* app = programma.add_subcommand("sviluppa", "Develop a picture or a sequence");
+    CLI::App* app =
+        programma.add_subcommand("sviluppa", "Develop a movie, a picture or a sequence");
     app->add_option("IN", o->ingresso,
-                    "EXR, DPX, TIFF, PNG or JPEG; shot.####.exr, %04d or @@@@ for a sequence")
+                    "EXR, DPX, TIFF, PNG or JPEG; shot.####.exr, %04d or @@@@ for a sequence; "
+                    "a movie as ffmpeg reads it")
         ->required();
-    app->add_option("OUT", o->uscita, "Picture to write; its ending names the format")->required();
+    app->add_option("OUT", o->uscita, "Picture or movie to write; its ending names the format")
+        ->required();
     app->add_option("--frames", o->fotogrammi,
                     "1-10,20-30x2: these frames; without it all that exist");
+    app->add_option("--start", o->inizio, "Number, and so the time, of a movie's first frame (1)");
+    app->add_option("--rate", o->cadenza, "Frames a second of a sequence that becomes a movie");
+    app->add_option("--codec", o->codec,
+                    "Of a movie: prores (.mov), h264 (.mp4), ffv1 (.mkv, RGB of 16 bits), "
+                    "prores4444, dnxhr, h265, or an encoder of ffmpeg's, NAME or NAME:PIXELFORMAT");
+    app->add_option("--quality", o->qualita,
+                    "Of a movie: -crf where the encoder has it, as h264 and h265, else -q:v");
+    opzioni_filmato(*app, o->colori);
     app->add_option("--time", o->tempo, "Render time of a single picture; moves the grain");
     app->add_option("--jobs", o->lavori, "Frames under way at once, each on an instance of its own")
         ->capture_default_str()

@@ -1,6 +1,7 @@
 #include "tools/impostazioni.h"
 
 #include "tools/argomenti.h"
+#include "tools/filmato.h"
 #include "tools/messaggi.h"
 
 #include <OpenImageIO/filesystem.h>
@@ -183,7 +184,8 @@ Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
 {
     Impostazioni imp;
     if (!o.da_foto.empty()) {
-        const auto testo = impostazioni_in(leggi_testata(o.da_foto));
+        const auto testo = da_filmato(o.da_foto) ? leggi_filmato(o.da_foto).impostazioni
+                                                 : impostazioni_in(leggi_testata(o.da_foto));
         if (!testo)
             fallisci(tra_apici(o.da_foto) +
                      " carries no settings: it was not written by 'provino sviluppa'");

@@ -29,6 +29,13 @@ void opzioni_parametri(CLI::App& app, Comuni& c)
                    "A picture that provino developed, for its settings");
 }
 
+void opzioni_filmato(CLI::App& app, ColoriFilmato& c)
+{
+    app.add_option("--matrix", c.matrice, "709, 601 or 2020: of a movie, whatever it tells");
+    app.add_option("--range", c.gamma, "legal or full: of a movie, whatever it tells")
+        ->check(CLI::IsMember({"legal", "full"}));
+}
+
 void opzioni_scrittura(CLI::App& app, Comuni& c)
 {
     app.add_option("--depth", c.scrittura.profondita,

@@ -102,13 +102,14 @@ void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& resoconto)
     if (resoconto.esito == Esito::fallito) {
         if (r.voce == Voce::barra)
             barra(PULISCI);
-        errore(resoconto.motivo);
+        if (!resoconto.motivo.empty())  // else a stream failed before, and said so
+            errore(resoconto.motivo);
     }
     if (r.voce == Voce::json)
         in_json(f, resoconto);
     if (r.voce == Voce::barra)
         disegna_barra(r, lavoro.fotogrammi.size());
-    if (r.voce == Voce::righe && resoconto.esito == Esito::fatto)
+    if (r.voce == Voce::righe && resoconto.esito == Esito::fatto && !lavoro.scrive_in_ordine)
         di(sprintf("%s: done in %.2f s", f.uscita, resoconto.secondi));
     if (r.voce == Voce::righe && resoconto.esito == Esito::saltato)
         di(f.uscita + ": exists, skipped");
@@ -135,7 +136,8 @@ void concludi(Racconto& r, const Lavoro& lavoro)
                    al_secondo(r)) +
            (r.saltati > 0 ? ", " + std::to_string(r.saltati) + " skipped" : ""));
     }
-    if (!r.falliti.empty() && quanti > 1)
+    const bool in_ordine = lavoro.legge_in_ordine || lavoro.scrive_in_ordine;
+    if (!r.falliti.empty() && quanti > 1 && !in_ordine)
         errore(std::to_string(r.falliti.size()) + " of " + std::to_string(quanti) +
                " frames failed:" + elenco_falliti(r, lavoro));
 }
