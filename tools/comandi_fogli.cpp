@@ -1,11 +1,14 @@
 #include "tools/comandi.h"
 
 #include "tools/argomenti.h"
+#include "tools/filmato_flussi.h"
 #include "tools/foglio.h"
+#include "tools/messaggi.h"
 #include "tools/uscita.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <utility>
 
 namespace varno::provino {
@@ -17,19 +20,25 @@ struct Opzioni {
     Comuni comuni;
     std::string ingresso, uscita, ritaglio;
     int larghezza = 1920;
-    double tempo = 0.0;
+    ColoriFilmato colori;
+    int fotogramma = 0;  // 0: a picture, or a movie's first
+    std::optional<double> tempo;
     double quantita = 1.0;
 };
 
 CLI::App* sottocomando(CLI::App& programma, Opzioni& o, const char* nome, const char* aiuto)
 {
     CLI::App* app = programma.add_subcommand(nome, aiuto);
-    app->add_option("IN", o.ingresso, "Picture to read")->required();
+    app->add_option("IN", o.ingresso, "Picture or movie to read")->required();
     app->add_option("OUT", o.uscita, "Sheet to write")->required();
     app->add_option("--width", o.larghezza, "Width of the sheet in pixels")
         ->capture_default_str()
         ->check(CLI::Range(200, 65536));
     app->add_option("--crop", o.ritaglio, "WIDTHxHEIGHT+X+Y: show this part of each picture");
+    app->add_option("--frame", o.fotogramma,
+                    "Frame of a movie, and its render time; the first is 1")
+        ->check(CLI::Range(1, 1000000000));
+    opzioni_filmato(*app, o.colori);
     app->add_option("--time", o.tempo, "Render time");
     opzione_plugin(*app, o.comuni);
     opzioni_parametri(*app, o.comuni);
@@ -46,7 +55,15 @@ struct Inizio {
 
 Foto leggi_ingresso(const Opzioni& o)
 {
-    return leggi_foto(o.ingresso);
+    if (!da_filmato(o.ingresso))
+        return leggi_foto(o.ingresso);
+    const Filmato f = leggi_filmato(o.ingresso, o.colori);
+    std::for_each(f.note.begin(), f.note.end(), avviso);
+    const int numero = std::max(1, o.fotogramma);
+    if (numero > f.quanti)
+        rifiuta(tra_apici(o.ingresso) + " has the frames 1 to " + std::to_string(f.quanti));
+    LetturaFilmato lettura(f);
+    return leggi_fotogramma(lettura, numero);
 }
 
 Inizio inizia(const Opzioni& o)
@@ -71,7 +88,8 @@ Impostazioni con(Impostazioni imp, const std::string& nome, double valore)
 
 Foto rendi(const Opzioni& o, Inizio& inizio, const Impostazioni& imp)
 {
-    return rendi_foto(*istanza_con(inizio.plugin, imp), inizio.foto, o.tempo);
+    return rendi_foto(*istanza_con(inizio.plugin, imp), inizio.foto,
+                      o.tempo.value_or(o.fotogramma));
 }
 
 // File, look and settings, as far as the sheet itself does not tell them and they are not the

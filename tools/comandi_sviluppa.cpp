@@ -133,10 +133,12 @@ void segui(ModoFilmato& modo, const Opzioni& o, const Filmati& f, const Lavoro& 
 }
 
 // Before the first frame is begun, so that a long run does not end in a refusal.
-void controlla_uscite(const Opzioni& o, const std::vector<Fotogramma>& fotogrammi)
+void controlla_uscite(const Opzioni& o, const Filmati& filmati,
+                      const std::vector<Fotogramma>& fotogrammi)
 {
-    if (!nome_di_filmato(fotogrammi.front().uscita))
-        controlla_scrittura(fotogrammi.front().uscita, o.comuni.scrittura);
+    if (filmati.a)
+        return controlla_uscita(o.uscita, o.comuni.scrittura.sovrascrivi);
+    controlla_scrittura(fotogrammi.front().uscita, o.comuni.scrittura);
     for (const Fotogramma& f : fotogrammi) {
         std::error_code e;
         if (o.salta && fs::is_regular_file(f.uscita, e))
@@ -163,7 +165,7 @@ void sviluppa(const Opzioni& o)
     lavoro.continua = o.continua;
     Plugin plugin = carica_plugin(o.comuni.plugin);
     const Impostazioni imp = leggi_impostazioni(plugin, o.comuni.parametri);
-    controlla_uscite(o, lavoro.fotogrammi);
+    controlla_uscite(o, filmati, lavoro.fotogrammi);
 
     std::vector<banco::IstanzaPtr> istanze;
     const auto quante = std::min(static_cast<std::size_t>(o.lavori), lavoro.fotogrammi.size());
