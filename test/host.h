@@ -6,9 +6,9 @@
 
 #include <doctest/doctest.h>
 
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -63,20 +63,6 @@ inline void senza_violazioni(const Registro& r)
     CHECK(unite(violazioni_senza_azione()) == "");
 }
 
-inline std::uint32_t bit(float v)
-{
-    std::uint32_t b = 0;
-    std::memcpy(&b, &v, sizeof b);
-    return b;
-}
-
-inline float da_bit(std::uint32_t b)
-{
-    float v = 0.0f;
-    std::memcpy(&v, &b, sizeof v);
-    return v;
-}
-
 /// A value that has nothing to do with its neighbours', about 0 to 1 with some beyond.
 inline float rumore(int x, int y, int c)
 {
@@ -95,8 +81,8 @@ inline void dipingi(Tela& t)
             float* p = pixel(t, x, y);
             for (int c = 0; c < 3; ++c)
                 p[c] = rumore(x, y, c);
-            p[3] = da_bit(static_cast<std::uint32_t>(x) * 2654435761u ^
-                          static_cast<std::uint32_t>(y) * 40503u);
+            p[3] = std::bit_cast<float>(static_cast<std::uint32_t>(x) * 2654435761u ^
+                                        static_cast<std::uint32_t>(y) * 40503u);
         }
 }
 
@@ -109,7 +95,7 @@ inline Bit bit_di(const Tela& t, const Rettangolo& f)
     for (int y = f.y1; y < f.y2; ++y)
         for (int x = f.x1; x < f.x2; ++x)
             for (int c = 0; c < 4; ++c)
-                b.push_back(bit(pixel(t, x, y)[c]));
+                b.push_back(std::bit_cast<std::uint32_t>(pixel(t, x, y)[c]));
     return b;
 }
 

@@ -60,6 +60,25 @@ void porta_luminanza(float* rgb, float l, float n)
         rgb[c] = tieni(rgb[c] * q);
 }
 
+template <class F> Campioni maschera(const Quadro& q, F f)
+{
+    Campioni m;
+    for (const float l : q.luma)
+        m.push_back(f(l));
+    return m;
+}
+
+// Lays f(pixel, channel) over the picture as a screen.
+template <class F> void stendi(Quadro& q, F f)
+{
+    for (std::size_t i = 0; i < pixel(q); ++i)
+        for (int c = 0; c < 3; ++c) {
+            float& v = q.img[3 * i + static_cast<std::size_t>(c)];
+            v = 1.0f - (1.0f - f(i, c)) * (1.0f - v);
+        }
+    aggiorna_luma(q);
+}
+
 // The picture's channels times a squared ramp of luma, one plane a channel.
 void estrai_alone(const Quadro& q, float inizio, float ampiezza, Campioni (&alone)[3])
 {
@@ -255,8 +274,7 @@ void applica_enhance(Quadro& q, float quantita)
 void applica_pelle(Quadro& q, float quantita)
 {
     Campioni sfocata = q.luma;
-    const int raggio_pelle = std::max(1, arrotonda(0.007 * q.lato_max));
-    box_blur(sfocata, q.larghezza, q.altezza, raggio_pelle, 3);
+    box_blur(sfocata, q.larghezza, q.altezza, std::max(1, arrotonda(0.007 * q.lato_max)), 3);
     for (std::size_t i = 0; i < pixel(q); ++i) {
         const float t = dettaglio(q.luma[i], sfocata[i]);
         porta_luminanza(&q.img[3 * i], q.luma[i], q.luma[i] - t * quantita * 1.6f);
@@ -267,52 +285,34 @@ void applica_pelle(Quadro& q, float quantita)
 void applica_halation(Quadro& q, float quantita)
 {
     constexpr float PESI[3] = {1.0f, 0.36f, 0.12f};
-    Campioni maschera(pixel(q), 0.0f);
-    for (std::size_t i = 0; i < pixel(q); ++i)
-        maschera[i] = unico::potenza(rampa(q.luma[i], 0.62f, 0.38f), 1.6f);
-    blur_su_ridotta(maschera, q.larghezza, q.altezza, std::max(2, q.raggio_halation), q.riduzione);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float a = maschera[i] * quantita;
-        for (std::size_t c = 0; c < 3; ++c) {
-            const float s = std::min(PESI[c] * a, 1.0f);
-            q.img[3 * i + c] = 1.0f - (1.0f - s) * (1.0f - q.img[3 * i + c]);
-        }
-    }
-    aggiorna_luma(q);
+    Campioni m = maschera(q, [](float l) { return unico::potenza(rampa(l, 0.62f, 0.38f), 1.6f); });
+    blur_su_ridotta(m, q.larghezza, q.altezza, std::max(2, q.raggio_halation), q.riduzione);
+    stendi(q, [&](std::size_t i, int c) { return std::min(PESI[c] * (m[i] * quantita), 1.0f); });
 }
 
 void applica_bloom(Quadro& q, float quantita)
 {
-    Campioni maschera(pixel(q), 0.0f);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float t = rampa(q.luma[i], 0.72f, 0.28f);
-        maschera[i] = q.luma[i] * t * t;
-    }
-    blur_su_ridotta(maschera, q.larghezza, q.altezza, std::max(1, q.raggio_bloom), q.riduzione);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float s = std::min(quantita * maschera[i], 1.0f);
-        for (std::size_t c = 0; c < 3; ++c)
-            q.img[3 * i + c] = 1.0f - (1.0f - q.img[3 * i + c]) * (1.0f - s);
-    }
-    // luma stays that of the picture before the glow.
+    Campioni m = maschera(q, [](float l) {
+        const float t = rampa(l, 0.72f, 0.28f);
+        return l * t * t;
+    });
+    blur_su_ridotta(m, q.larghezza, q.altezza, std::max(1, q.raggio_bloom), q.riduzione);
+    const Campioni prima = q.luma;
+    stendi(q, [&](std::size_t i, int) { return std::min(quantita * m[i], 1.0f); });
+    q.luma = prima;  // it stays that of the picture before the glow
 }
 
 void applica_streak(Quadro& q, float quantita)
 {
     constexpr float PESI[3] = {0.3f, 0.55f, 1.0f};
-    Campioni maschera(pixel(q), 0.0f);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float t = rampa(q.luma[i], 0.8f, 0.2f);
-        maschera[i] = t * t * q.luma[i];
-    }
+    Campioni m = maschera(q, [](float l) {
+        const float t = rampa(l, 0.8f, 0.2f);
+        return t * t * l;
+    });
     const int raggio_streak = std::max(4, arrotonda(0.1 * q.larghezza));
-    blur_orizz_su_ridotta(maschera, q.larghezza, q.altezza, raggio_streak, q.riduzione);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float s = std::min(maschera[i] * quantita * 2.2f, 1.0f);
-        for (std::size_t c = 0; c < 3; ++c)
-            q.img[3 * i + c] = 1.0f - (1.0f - PESI[c] * s) * (1.0f - q.img[3 * i + c]);
-    }
-    aggiorna_luma(q);
+    blur_orizz_su_ridotta(m, q.larghezza, q.altezza, raggio_streak, q.riduzione);
+    stendi(q,
+           [&](std::size_t i, int c) { return PESI[c] * std::min(m[i] * quantita * 2.2f, 1.0f); });
 }
 
 void applica_promist(Quadro& q, float quantita)
@@ -322,31 +322,18 @@ void applica_promist(Quadro& q, float quantita)
     estrai_alone(q, 0.45f, 0.55f, alone);
     for (Campioni& piano : alone)
         blur_su_ridotta(piano, q.larghezza, q.altezza, raggio_promist, std::max(2, q.riduzione));
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        for (std::size_t c = 0; c < 3; ++c) {
-            const float h = std::min(alone[c][i] * quantita * 1.5f, 1.0f);
-            q.img[3 * i + c] = 1.0f - (1.0f - h) * (1.0f - q.img[3 * i + c]);
-        }
-    }
-    aggiorna_luma(q);
+    stendi(q, [&](std::size_t i, int c) { return std::min(alone[c][i] * quantita * 1.5f, 1.0f); });
 }
 
 void applica_stella(Quadro& q, float quantita, int punte)
 {
-    Campioni maschera(pixel(q), 0.0f);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float l = q.luma[i];
+    const Campioni m = maschera(q, [](float l) {
         const float t = (l - 0.85f) / 0.15f;
-        if (!(t > 0.0f))
-            maschera[i] = 0.0f;
-        else if (t >= 1.0f)
-            maschera[i] = l;
-        else
-            maschera[i] = t * t * l;
-    }
+        return !(t > 0.0f) ? 0.0f : t >= 1.0f ? l : t * t * l;
+    });
     int w2 = q.larghezza;
     int h2 = q.altezza;
-    const Campioni ridotta = riduci(maschera, w2, h2, q.riduzione);
+    const Campioni ridotta = riduci(m, w2, h2, q.riduzione);
     Campioni accumulo(ridotta.size(), 0.0f);
 
     int direzioni = 2;
@@ -387,16 +374,11 @@ void applica_stella(Quadro& q, float quantita, int punte)
         }
     }
 
-    for (int y = 0; y < q.altezza; ++y) {
-        for (int x = 0; x < q.larghezza; ++x) {
-            const float a = ingrandisci(accumulo, w2, h2, x, y, q.riduzione);
-            const float h = std::min(a * quantita * 2.4f, 1.0f);
-            float* rgb = &q.img[3 * indice(q.larghezza, x, y)];
-            for (int c = 0; c < 3; ++c)
-                rgb[c] = 1.0f - (1.0f - rgb[c]) * (1.0f - h);
-        }
-    }
-    aggiorna_luma(q);
+    stendi(q, [&](std::size_t i, int) {
+        const int x = static_cast<int>(i) % q.larghezza;
+        const int y = static_cast<int>(i) / q.larghezza;
+        return std::min(ingrandisci(accumulo, w2, h2, x, y, q.riduzione) * quantita * 2.4f, 1.0f);
+    });
 }
 
 void applica_mistw(Quadro& q, float quantita)
@@ -430,25 +412,13 @@ void applica_mistw(Quadro& q, float quantita)
 
 void applica_glimmer(Quadro& q, float quantita)
 {
-    Campioni brillio(pixel(q), 0.0f);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float l = q.luma[i];
+    Campioni m = maschera(q, [](float l) {
         const float t = (l - 0.55f) / 0.45f;
-        if (!(t > 0.0f))
-            brillio[i] = 0.0f;
-        else if (t >= 1.0f)
-            brillio[i] = l;
-        else
-            brillio[i] = l * t;
-    }
+        return !(t > 0.0f) ? 0.0f : t >= 1.0f ? l : l * t;
+    });
     const int raggio_glimmer = std::max(2, arrotonda(0.008 * q.lato_max));
-    blur_su_ridotta(brillio, q.larghezza, q.altezza, raggio_glimmer, q.riduzione);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float h = std::min(brillio[i] * quantita * 1.4f, 1.0f);
-        for (std::size_t c = 0; c < 3; ++c)
-            q.img[3 * i + c] = 1.0f - (1.0f - h) * (1.0f - q.img[3 * i + c]);
-    }
-    aggiorna_luma(q);
+    blur_su_ridotta(m, q.larghezza, q.altezza, raggio_glimmer, q.riduzione);
+    stendi(q, [&](std::size_t i, int) { return std::min(m[i] * quantita * 1.4f, 1.0f); });
 }
 
 void applica_aberrazione(Quadro& q, float quantita)

@@ -350,23 +350,18 @@ TEST_CASE("aberration leaves green, spreads blue and draws red in")
 
 TEST_CASE("the vignette is 1 in the first corner and turns with the frame")
 {
-    const auto larga = vignetta_mask(192, 108);
-    const auto alta = vignetta_mask(108, 192);
-    REQUIRE(larga->valori.size() == std::size_t{192 * 108});
-    REQUIRE(alta->valori.size() == std::size_t{192 * 108});
-    CHECK(larga->valori[0] == 1.0f);
-    CHECK(larga->valori[96] == 0.0f);
-    CHECK(larga->valori[54 * 192] == 0.0f);
-    // The centre is half the size, not the middle pixel: the last corner is half a pixel nearer.
-    CHECK(larga->valori[192 * 108 - 1] < 0.95f);
-    CHECK(larga->valori[192 * 108 - 1] > 0.8f);
-    int diverse = 0;
-    for (std::size_t y = 0; y < 108; ++y)
-        for (std::size_t x = 0; x < 192; ++x)
-            diverse += larga->valori[y * 192 + x] != alta->valori[x * 108 + y];
-    CHECK(diverse == 0);
     for (const auto& [w, h] : {std::pair{192, 108}, {1, 1}, {1, 33}, {48, 1}, {17, 16}, {641, 3}})
         CHECK(differenza(semplici::vignetta_mask(w, h), vignetta_mask(w, h)->valori, w, 1) == "");
+    const auto larga = vignetta_mask(192, 108);
+    const auto alta = vignetta_mask(108, 192);
+    CHECK(larga->valori[0] == 1.0f);
+    CHECK((larga->valori[96] == 0.0f && larga->valori[54 * 192] == 0.0f));
+    // The centre is half the size, not the middle pixel: the last corner is half a pixel nearer.
+    CHECK((larga->valori[192 * 108 - 1] < 0.95f && larga->valori[192 * 108 - 1] > 0.8f));
+    int diverse = 0;
+    for (std::size_t i = 0; i < 192 * 108; ++i)
+        diverse += larga->valori[i] != alta->valori[i % 192 * 108 + i / 192];
+    CHECK(diverse == 0);
 
     Tavolozza t(192, 108, 0.5f);
     FxRicetta r;
@@ -380,13 +375,6 @@ TEST_CASE("one mask serves a size; those who hold another never see it change")
     const auto prima = vignetta_mask(64, 48);
     const Campioni valori(prima->valori.begin(), prima->valori.end());
     CHECK(vignetta_mask(64, 48).get() == prima.get());
-    Tavolozza t(64, 48, 0.5f);
-    for (const float quantita : {0.1f, 0.6f}) {
-        FxRicetta r;
-        r.vignetta = quantita;
-        applica_fx(t.img, 64, 48, r);
-        CHECK(vignetta_mask(64, 48).get() == prima.get());
-    }
     vignetta_mask(48, 64);
     CHECK(differenza(valori, prima->valori, 64, 1) == "");
     CHECK(vignetta_mask(0, 0)->valori.empty());

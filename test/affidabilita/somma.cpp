@@ -12,14 +12,13 @@
 // What a module leaves behind, where nothing but the module and this program is; fails where it is
 // more than nothing:
 //
-//     somma --module FILE --cycles N     loads, renders, unloads
-//     somma --module FILE --frames N     one process, random settings, many tables
+//     somma --module FILE --cycles N     loads, renders five frames, unloads
 //     somma --module FILE --boundary     one session, between marks for strace
 //     somma --module FILE --exception    an exception leaves mainEntry; who catches it
 #include "scena.h"
 
-#include "fx/fx.h"
 #include "comune/nuclei.h"
+#include "fx/fx.h"
 
 #include <cmath>
 #include <cstdio>
@@ -27,7 +26,6 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
-#include <functional>
 #include <limits>
 #include <new>
 #include <string>
@@ -212,62 +210,41 @@ Risorse risorse()
 #endif
 }
 
-// Runs it so often, and looks at the process once the system's own caches have filled up.
-int resta(int quante, int prima, double byte, double allocati, const std::function<void(int)>& giro)
-{
-    Risorse inizio;
-    for (int n = 0; n < prima + quante; ++n) {
-        if (n == prima)
-            inizio = risorse();
-        giro(n);
-    }
-    const Risorse fine = risorse();
-    std::printf("%d times: resident %.2f MiB, then %.2f MiB; allocated %+.0f bytes; threads %ld, "
-                "then %ld; files %ld, then %ld\n",
-                quante, inizio.residente / 0x1p20, fine.residente / 0x1p20,
-                fine.allocata - inizio.allocata, inizio.thread, fine.thread, inizio.file,
-                fine.file);
-    return fine.residente - inizio.residente < byte && fine.allocata - inizio.allocata < allocati &&
-                   fine.thread == inizio.thread && fine.file == inizio.file
-               ? 0
-               : 1;
-}
-
 int cicli(const char* modulo, int quanti)
 {
-    banco::Tela sorgente = scena::disegno(32, 32);
-    return resta(quanti, 10, 0x1p20, 256.0 * quanti, [&](int n) {
+    constexpr int PRIMA = 10;  // caches of the system fill up
+    banco::Tela sorgente = scena::disegno(61, 43);
+    Risorse inizio;
+    for (int n = 0; n < PRIMA + quanti; ++n) {
+        if (n == PRIMA)
+            inizio = risorse();
         {
             const banco::ModuloPtr m = banco::carica(modulo);
             const banco::IstanzaPtr i = banco::crea_istanza(*m);
-            scena::sorteggia(*m, *i, static_cast<unsigned>(n), false);
             banco::avvisa(*i, "look");
-            scena::rendi(*i, n, sorgente);
+            for (unsigned k = 0; k < 5; ++k) {
+                scena::sorteggia(*m, *i, k, false);
+                scena::rendi(*i, k, sorgente);
+            }
         }
 #if !defined(_WIN32)
         if (dlopen(modulo, RTLD_NOW | RTLD_NOLOAD) != nullptr) {
             std::printf("the module stays loaded after dlclose\n");
-            std::exit(1);
+            return 1;
         }
 #endif
-    });
-}
-
-int quadri(const char* modulo, int quanti)
-{
-    const banco::ModuloPtr m = banco::carica(modulo);
-    const banco::IstanzaPtr i = banco::crea_istanza(*m);
-    banco::registro(*i).scrivi = false;
-    scena::Caso caso{1};
-    // What the C library keeps of tables given back has settled after a few of them.
-    return resta(quanti, 100, 0x1p20, INFINITY, [&](int n) {
-        if (n % (n < 100 ? 4 : 20) == 0)
-            scena::sorteggia(*m, *i, static_cast<unsigned>(n), true);
-        scena::sorteggia(*m, *i, static_cast<unsigned>(n), false);
-        banco::Tela sorgente = scena::disegno(static_cast<int>(1 + caso.fino_a(63)),
-                                              static_cast<int>(1 + caso.fino_a(63)));
-        scena::rendi(*i, n, sorgente);
-    });
+    }
+    const Risorse fine = risorse();
+    std::printf("%d cycles: resident %.2f MiB, then %.2f MiB; allocated %+.0f bytes; threads %ld, "
+                "then %ld; files %ld, then %ld\n",
+                quanti, inizio.residente / 0x1p20, fine.residente / 0x1p20,
+                fine.allocata - inizio.allocata, inizio.thread, fine.thread, inizio.file,
+                fine.file);
+    return fine.residente - inizio.residente < 0x1p20 &&
+                   fine.allocata - inizio.allocata < 256.0 * quanti &&
+                   fine.thread == inizio.thread && fine.file == inizio.file
+               ? 0
+               : 1;
 }
 
 // A call that does nothing and is seen in the trace.
@@ -347,8 +324,6 @@ int fai(int argc, char** argv)
             return eccezione(modulo);
         else if (a == "--cycles" && modulo != nullptr)
             return cicli(modulo, std::atoi(v));
-        else if (a == "--frames" && modulo != nullptr)
-            return quadri(modulo, std::atoi(v));
         else if (a == "--module")
             modulo = v;
         else if (a == "--threads")
