@@ -9,9 +9,6 @@
 namespace varno {
 namespace {
 
-constexpr int PASSATE = 3;          // of the blurs on a copy
-constexpr std::size_t INSIEME = 8;  // rows that a kernel sums in lockstep, at most
-
 // Columns that a thread sums at a time: at least as many as the processor reads ahead, and no more
 // strips than it takes, as each goes over all rows.
 constexpr std::ptrdiff_t STRISCIA = 240;
@@ -68,8 +65,9 @@ void passata_verticale(float* piani, const Forma& f, Arena* arena)
 }
 
 // A plane as the only one of an effect: reduced into a copy, worked on, enlarged over itself.
-template <class Lavoro>
-void su_copia(Piano& piano, int larghezza, int altezza, int raggio, int riduzione, Lavoro lavoro)
+template <class Sfocatura>
+void su_copia(Piano& piano, int larghezza, int altezza, int raggio, int riduzione,
+              Sfocatura sfoca_copia)
 {
     const Forma f = forma_di(larghezza, altezza, riduzione, 1, raggio);
     const Blocchi b = blocchi_di(f);
@@ -80,7 +78,7 @@ void su_copia(Piano& piano, int larghezza, int altezza, int raggio, int riduzion
         for (std::ptrdiff_t i = 0; i < b.righe; ++i)
             gNuclei->piani.riduci(riga(y * riduzione + i), riga_di(copia.data(), f, 0, y), b, i);
     });
-    lavoro(copia.data(), f);
+    sfoca_copia(copia.data(), f);
     parallel_for(static_cast<std::uint64_t>(altezza), [&](std::uint64_t y) {
         ingrandisci_riga(copia.data(), f, 0, static_cast<std::int64_t>(y),
                          riga(static_cast<std::int64_t>(y)));
@@ -112,7 +110,7 @@ void ingrandisci_riga(const float* piani, const Forma& f, int p, std::int64_t y,
 
 std::size_t appoggio_righe(const Forma& f)
 {
-    return INSIEME * static_cast<std::size_t>(posti_di(f));
+    return static_cast<std::size_t>(RIGHE_INSIEME * posti_di(f));
 }
 
 void sfoca_righe(float* righe, std::int64_t quante, const Forma& f, float* appoggio)

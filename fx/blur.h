@@ -19,9 +19,10 @@ struct Forma {
     int larghezza = 0;  // of a plane, samples
     int altezza = 0;
     int raggio = 0;  // of its blur, samples
-
-    bool operator==(const Forma&) const = default;
 };
+
+constexpr int PASSATE = 3;                 // of every blur of the chain
+constexpr std::int64_t RIGHE_INSIEME = 8;  // rows that a kernel sums in lockstep, at most
 
 /// raggio in pixels of the frame, at least 1.
 Forma forma_di(int quadro_larghezza, int quadro_altezza, int riduzione, int piani, int raggio);

@@ -72,7 +72,8 @@ struct Effetto {
     /// Row by row, n pixels from da into a, which may be da; piani are the samples at the pixels.
     void (*componi)(const float* da, float* a, const float* const* piani, ptrdiff_t n,
                     float quantita, const Quadro& q) = nullptr;
-    /// Several rows at once: all that are left of a cell of grain. piani lie one after the other.
+    /// Several rows at once, as many as a cell of grain is high, or what is left of the frame.
+    /// piani lie one after the other.
     void (*cambia)(const Quadro& q, const Righe& r, const float* piani, float quantita) = nullptr;
 };
 

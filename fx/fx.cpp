@@ -15,9 +15,6 @@
 namespace varno {
 namespace {
 
-constexpr int PASSATE = 3;          // of the blurs
-constexpr std::int64_t GRUPPO = 8;  // rows of a copy that are blurred together, still in the cache
-
 // What a frame has while its plan runs.
 struct Corsa {
     const Programma& programma;
@@ -100,88 +97,110 @@ void sfoca_gruppo(const Stadio& s, float* piani, std::int64_t Y, std::int64_t qu
             sfoca_righe(riga_di(piani, s.forma, p, Y), quante, s.forma, ripiano.anello);
 }
 
+// How many floats of each a thread needs.
+struct Spazio {
+    std::size_t righe, luma, campioni, anello;
+    std::size_t totale() const { return righe + luma + campioni + anello; }
+};
+
+Spazio spazio_di(const Corsa& c, const Passata& passata, const Stadio* nutrito)
+{
+    const auto riga = static_cast<std::size_t>(c.quadro.larghezza);
+    const std::size_t righe = static_cast<std::size_t>(passata.insieme) * riga;
+    return {.righe = passata.fuori ? righe * 3 : 0,
+            .luma = passata.luma_prima || passata.media ? righe : 0,
+            .campioni = MASSIMO_PIANI * riga,
+            .anello = nutrito != nullptr && sfoca_le_righe(*nutrito)
+                          ? appoggio_righe(nutrito->forma)
+                          : 0};
+}
+
+Ripiano ripiano_di(float* memoria, const Spazio& s)
+{
+    float* const luma = memoria + s.righe;
+    float* const campioni = luma + s.luma;
+    return {memoria, luma, campioni, campioni + s.campioni};
+}
+
+// What a sweep feeds: a stage, its planes, and the sums of the rows.
+struct Nutrito {
+    const Stadio* stadio;
+    float* piani;
+    SommeDiRiga& somme;
+};
+
+// The rows of one block through all of the sweep.
+void passa_blocco(const Corsa& c, const Passata& passata, const Nutrito& nutrito, std::int64_t b,
+                  const Ripiano& ripiano)
+{
+    const std::ptrdiff_t W = c.quadro.larghezza;
+    const std::ptrdiff_t y = b * passata.insieme;
+    const std::ptrdiff_t righe = std::min<std::ptrdiff_t>(passata.insieme, c.quadro.altezza - y);
+    float* const posto = c.immagine == nullptr ? nullptr : c.immagine + y * W * 3;
+    Righe r = {posto, passata.fuori ? ripiano.righe : posto, y, righe};
+    if (passata.da_fuori) {
+        for (std::ptrdiff_t i = 0; i < righe; ++i)
+            c.porte.entra(r.a + 3 * W * i, static_cast<std::uint64_t>(y + i));
+        r.da = r.a;
+    }
+    if (passata.luma_prima)
+        gNuclei->piani.luminanza(r.da, ripiano.luma, righe * W);
+    for (int i = passata.primo; i < passata.dopo; ++i) {
+        cambia_righe(c, c.programma.stadi[i], c.piani[i].data(), r, ripiano);
+        r.da = r.a;
+    }
+    if (nutrito.stadio != nullptr && b < nutrito.stadio->forma.altezza)
+        nutri(*nutrito.stadio, nutrito.piani, r.da, passata.luma_prima ? ripiano.luma : nullptr, b,
+              ripiano);
+    for (std::ptrdiff_t i = 0; passata.media && i < righe; ++i) {
+        gNuclei->piani.luminanza(r.da + 3 * W * i, ripiano.luma, W);
+        nutrito.somme.aggiungi(ripiano.luma, y + i);
+    }
+    for (std::ptrdiff_t i = 0; passata.fuori && i < righe; ++i)
+        c.porte.esce(r.da + 3 * W * i, static_cast<std::uint64_t>(y + i));
+}
+
 void esegui_passata(Corsa& c, const Passata& passata)
 {
-    const Programma& p = c.programma;
-    const std::ptrdiff_t W = c.quadro.larghezza;
-    const std::ptrdiff_t H = c.quadro.altezza;
-    const std::ptrdiff_t insieme = passata.insieme;
-
-    const Stadio* nutrito = nullptr;
-    float* da_nutrire = nullptr;
+    const std::int64_t H = c.quadro.altezza;
+    const std::int64_t insieme = passata.insieme;
+    SommeDiRiga somme(c.quadro.larghezza, passata.media ? H : 0);
+    Nutrito nutrito = {nullptr, nullptr, somme};
+    bool cede = false;  // whether the planes in use become those that are fed
     if (passata.alimenta >= 0) {
-        nutrito = &p.stadi[passata.alimenta];
-        Piano& piani = c.piani[passata.alimenta];
-        const bool cede =
-            passata.primo < passata.dopo && sul_posto(p.stadi[passata.dopo - 1], *nutrito);
+        nutrito.stadio = &c.programma.stadi[passata.alimenta];
+        cede = passata.primo < passata.dopo &&
+               sul_posto(c.programma.stadi[passata.dopo - 1], *nutrito.stadio);
+        Piano& piani = c.piani[cede ? passata.dopo - 1 : passata.alimenta];
         if (!cede)
-            piani = piano_di_lavoro(campioni_di(nutrito->forma), &c.arena);
-        da_nutrire = cede ? c.piani[passata.dopo - 1].data() : piani.data();
+            piani = piano_di_lavoro(campioni_di(nutrito.stadio->forma), &c.arena);
+        nutrito.piani = piani.data();
     }
 
-    // Each thread's own memory, one stretch after the other.
-    const bool sfoca_subito = nutrito != nullptr && sfoca_le_righe(*nutrito);
-    const std::size_t riga = static_cast<std::size_t>(W);
-    const std::size_t n_righe = passata.fuori ? insieme * riga * 3 : 0;
-    const std::size_t n_luma = passata.luma_prima || passata.media ? insieme * riga : 0;
-    const std::size_t n_campioni = MASSIMO_PIANI * riga;
-    const std::size_t n_anello = sfoca_subito ? appoggio_righe(nutrito->forma) : 0;
-    const std::size_t n = n_righe + n_luma + n_campioni + n_anello;
+    const Spazio spazio = spazio_di(c, passata, nutrito.stadio);
     const Parti parti = parti_di(static_cast<std::uint64_t>((H + insieme - 1) / insieme));
-    Piano memoria = piano_di_lavoro(n * parti.quante, &c.arena);
-    SommeDiRiga somme(W, passata.media ? H : 0);
-
+    Piano memoria = piano_di_lavoro(spazio.totale() * parti.quante, &c.arena);
     parallel_for_parti(parti, [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
-        float* const mia = &memoria[parte * n];
-        const Ripiano ripiano = {mia, mia + n_righe, mia + n_righe + n_luma,
-                                 mia + n_righe + n_luma + n_campioni};
-        std::int64_t fresche = 0;  // rows of the planes that are fed and not yet blurred
-        for (auto b = static_cast<std::int64_t>(inizio); b < static_cast<std::int64_t>(fine); ++b) {
-            const std::ptrdiff_t y = b * insieme;
-            const std::ptrdiff_t righe = std::min(insieme, H - y);
-            float* const posto = c.immagine == nullptr ? nullptr : c.immagine + y * W * 3;
-            Righe r = {posto, passata.fuori ? ripiano.righe : posto, y, righe};
-            if (passata.da_fuori) {
-                for (std::ptrdiff_t i = 0; i < righe; ++i)
-                    c.porte.entra(r.a + 3 * W * i, static_cast<std::uint64_t>(y + i));
-                r.da = r.a;
-            }
-            if (passata.luma_prima)
-                gNuclei->piani.luminanza(r.da, ripiano.luma, righe * W);
-            for (int i = passata.primo; i < passata.dopo; ++i) {
-                cambia_righe(c, p.stadi[i], c.piani[i].data(), r, ripiano);
-                r.da = r.a;
-            }
-            if (nutrito != nullptr && b < nutrito->forma.altezza) {
-                nutri(*nutrito, da_nutrire, r.da, passata.luma_prima ? ripiano.luma : nullptr, b,
-                      ripiano);
-                if (++fresche == GRUPPO && sfoca_subito) {
-                    sfoca_gruppo(*nutrito, da_nutrire, b + 1 - fresche, fresche, ripiano);
-                    fresche = 0;
-                }
-            }
-            for (std::ptrdiff_t i = 0; passata.media && i < righe; ++i) {
-                gNuclei->piani.luminanza(r.da + 3 * W * i, ripiano.luma, W);
-                somme.aggiungi(ripiano.luma, y + i);
-            }
-            if (passata.fuori)
-                for (std::ptrdiff_t i = 0; i < righe; ++i)
-                    c.porte.esce(r.da + 3 * W * i, static_cast<std::uint64_t>(y + i));
-        }
-        if (fresche > 0 && sfoca_subito) {
-            const auto fatte =
-                std::min<std::int64_t>(static_cast<std::int64_t>(fine), nutrito->forma.altezza);
-            sfoca_gruppo(*nutrito, da_nutrire, fatte - fresche, fresche, ripiano);
+        const Ripiano ripiano = ripiano_di(&memoria[parte * spazio.totale()], spazio);
+        const auto prima = static_cast<std::int64_t>(inizio);
+        const auto dopo = static_cast<std::int64_t>(fine);
+        // Rows of the planes that are fed; those of this part are blurred a few at a time.
+        const std::int64_t piene =
+            spazio.anello > 0 ? std::min<std::int64_t>(dopo, nutrito.stadio->forma.altezza) : 0;
+        for (std::int64_t b = prima; b < dopo; ++b) {
+            passa_blocco(c, passata, nutrito, b, ripiano);
+            const std::int64_t fresche = (b - prima) % RIGHE_INSIEME + 1;
+            if (b < piene && (fresche == RIGHE_INSIEME || b + 1 == piene))
+                sfoca_gruppo(*nutrito.stadio, nutrito.piani, b + 1 - fresche, fresche, ripiano);
         }
     });
 
     if (passata.media)
         c.quadro.media = media_di(c.immagine, somme);
-    for (int i = passata.primo; i < passata.dopo; ++i) {
-        Piano usati = std::move(c.piani[i]);
-        if (usati.data() == da_nutrire && da_nutrire != nullptr)
-            c.piani[passata.alimenta] = std::move(usati);
-    }
+    if (cede)
+        c.piani[passata.alimenta] = std::move(c.piani[passata.dopo - 1]);
+    for (int i = passata.primo; i < passata.dopo; ++i)
+        c.piani[i] = {};
 }
 
 // What is left to do on the planes of a stage before its rows may change.
@@ -211,17 +230,19 @@ void prepara(Corsa& c, int i)
 void esegui(const Programma& p, Immagine& immagine, const Porte& porte, Arena& arena)
 {
     if (solo_passaggio(p)) {
-        if (porte.passa)
+        if (porte.passa)  // a picture in place stays as it is
             parallel_for(static_cast<std::uint64_t>(p.altezza), porte.passa);
         return;
     }
-    Corsa c = {p,
-               immagine.data(),
-               porte,
-               arena,
-               {.larghezza = p.larghezza, .altezza = p.altezza, .fotogramma = p.fotogramma},
-               nullptr,
-               {}};
+    Corsa c = {
+        .programma = p,
+        .immagine = immagine.data(),
+        .porte = porte,
+        .arena = arena,
+        .quadro = {.larghezza = p.larghezza, .altezza = p.altezza, .fotogramma = p.fotogramma},
+        .vignetta = nullptr,
+        .piani = {},
+    };
     for (int i = 0; i < p.numero_passate; ++i) {
         const Passata& passata = p.passate[i];
         for (int k = passata.primo; k < passata.dopo; ++k)

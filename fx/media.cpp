@@ -1,4 +1,4 @@
-// Sums that come out the same however they are split.
+// One sum of a whole frame, taken row by row where its order does not show.
 #include "fx/media.h"
 
 #include "comune/nuclei.h"
@@ -19,6 +19,20 @@ bool stesso_esponente(double a, double b)
     return std::bit_cast<std::uint64_t>(a) >> 52 == std::bit_cast<std::uint64_t>(b) >> 52;
 }
 
+// Whether a sum that is not negative, and the next row's, add up as their samples would one by one.
+// A double holds 53 bits: whole units below 2^53 of them add up without rounding, in any order. A
+// sum that has finer digits, from a row that was added sample by sample, keeps them as long as it
+// stays within a power of two; where it passes one, the place shows at which they are rounded.
+bool esatta(double somma, double riga, double scala)
+{
+    const double dopo = somma + riga;
+    if (!(somma >= 0.0 && riga >= 0.0 && dopo < 0x1p+53 / scala))
+        return false;
+    const double unita = somma * scala;
+    return unita == static_cast<double>(static_cast<std::int64_t>(unita)) ||
+           stesso_esponente(somma, dopo);
+}
+
 }  // namespace
 
 SommeDiRiga::SommeDiRiga(std::int64_t w, std::int64_t h)
@@ -32,21 +46,13 @@ void SommeDiRiga::aggiungi(const float* luma, std::int64_t y)
     somme[static_cast<std::size_t>(y)] = gNuclei->piani.somma_intera(luma, larghezza, scala);
 }
 
-// A double holds 53 bits: whole units below 2^53 of them add up without rounding, in any order. A
-// sum that has finer digits, from a row that was added sample by sample, keeps them as long as it
-// stays within a power of two; where it passes one, the place shows at which they are rounded.
 float media_di(const float* immagine, const SommeDiRiga& s)
 {
-    const double scala = static_cast<double>(s.scala);
-    const double limite = 0x1p+53 / scala;
     Piano luma(static_cast<std::size_t>(s.larghezza));
     double somma = 0.0;
     for (const double riga : s.somme) {
-        const double dopo = somma + riga;
-        const bool intera =
-            somma * scala == static_cast<double>(static_cast<std::int64_t>(somma * scala));
-        if (riga >= 0.0 && dopo < limite && (intera || stesso_esponente(somma, dopo))) {
-            somma = dopo;
+        if (esatta(somma, riga, static_cast<double>(s.scala))) {
+            somma += riga;
         } else {
             gNuclei->piani.luminanza(immagine, luma.data(), s.larghezza);
             for (const float l : luma)

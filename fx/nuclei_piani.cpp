@@ -254,7 +254,7 @@ void orizzontale(const float* da, float* a, float* anello, ptrdiff_t posti, ptrd
                       raggio);
 }
 
-// Row by row over the whole width: every access runs along memory.
+// Row by row over all columns: every access runs along memory.
 void verticale(float* piano, float* anello, ptrdiff_t larghezza, ptrdiff_t altezza,
                ptrdiff_t inizio, ptrdiff_t fine, ptrdiff_t raggio)
 {
@@ -313,7 +313,7 @@ double somma_intera(const float* campioni, ptrdiff_t n, float scala)
             else
                 memcpy(&v, campioni + x, static_cast<size_t>(fine - x) * sizeof(float));
             buone &= (v >= 0.0f) & (v <= 1.0f);
-            const Vf contata = minimo(massimo(v, 0.0f), 1.0f) * scala;
+            const Vf contata = minimo(massimo(Vf{}, v), 1.0f) * scala;
             const Vi unita = a_intero(contata);
             buone &= __builtin_convertvector(unita, Vf) == contata;
             alte += unita >> 16;

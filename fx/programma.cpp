@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace varno {
 namespace {
@@ -24,7 +23,8 @@ Forma forma_dei_piani(const Effetto& e, int larghezza, int altezza, int riduzion
     return forma_di(larghezza, altezza, riduzione, e.piani, raggio);
 }
 
-// Blurs along rows and rays always go through a copy, also of the frame's size.
+// Blurs along rows and rays always go through a copy and back, also one of the frame's size: what
+// is infinite spreads in the enlargement, times 0.
 bool ingrandita(const Effetto& e, const Forma& f)
 {
     return f.riduzione > 1 || e.lavoro == Lavoro::SFOCA_RIGHE || e.lavoro == Lavoro::RAGGI;
@@ -63,10 +63,11 @@ Programma programma_di(const FxRicetta& ricetta, int larghezza, int altezza, Str
         p.stadi[i] = {&e, quantita, forma, ingrandita(e, forma)};
         if (e.piani > 0) {
             passata->alimenta = i;
-            // Only one effect of the chain leaves luminance as it was.
+            // Of the effects that are followed by a mask, bloom alone leaves luminance as it was.
             passata->luma_prima = passata->primo < passata->dopo &&
                                   !p.stadi[passata->dopo - 1].effetto->rinfresca_luma;
             passata->insieme = forma.riduzione;
+            // The mean belongs to the luminance of the mask.
             if (e.legge_media)
                 (passata->luma_prima ? passata - 1 : passata)->media = true;
             ++passata;
@@ -74,9 +75,11 @@ Programma programma_di(const FxRicetta& ricetta, int larghezza, int altezza, Str
         }
         passata->dopo = i + 1;
     }
+    // One sweep would write what others still have to read: the first only fetches.
     if (strada == Strada::TUTTE_PRIMA && passata == &p.passate[0]) {
         ++passata;
-        passata->dopo = std::exchange(p.passate[0].dopo, 0);
+        passata->dopo = p.passate[0].dopo;
+        p.passate[0].dopo = 0;
     }
     passata->fuori = strada != Strada::IN_IMMAGINE;
     passata->insieme = CELLA_GRANA;

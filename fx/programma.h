@@ -41,7 +41,7 @@ struct Programma {
     Passata passate[MASSIMO_STADI + 2];
 };
 
-/// Whether the rows of a frame come from and go to memory of its own, beside the picture's.
+/// Where the rows of a frame come from and go to: the picture's memory, or another's, outside.
 enum class Strada {
     IN_IMMAGINE,  // they stand in the picture and stay there
     DA_FUORI_A_FUORI,
