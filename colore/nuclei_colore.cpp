@@ -80,6 +80,8 @@ inline Vf solleva(Vf v, float sollevamento)
 
 inline Vf comprimi(Vf v, float ginocchio, float spazio)
 {
+    if (!qualcuno(v > ginocchio))
+        return massimo(v, 0.0f);
     const Vf d = (v - ginocchio) / spazio;
     return v > ginocchio ? (d / (d + 1.0f)) * spazio + ginocchio : massimo(v, 0.0f);
 }
@@ -167,19 +169,16 @@ inline Colori desatura_luci(const Colori& v, const Palette& p)
     return canali(v, [=](Vf c) { return clamp01(satura(c, L, k)); });
 }
 
-// An angle brought back to a turn. It lies within two of them here, so that one step does; in
-// double, narrowed after it.
+// An angle brought back to a turn. It lies within two of them here, so that one step does; it gives
+// the float that doubles would: what a turn lacks of GIRO follows, and the first step is exact.
 inline Vf avvolgi(Vf d)
 {
-    constexpr double PI = 3.14159265358979323846;
-    constexpr float ULTIMO = 3.1415925f;  // float below pi
-    if (!qualcuno((d > ULTIMO) | (d < -ULTIMO)))
-        return d;
-    Doppi<Vf> parti[Ampi<Vf>::PARTI];
-    allarga(d, parti);
-    for (Doppi<Vf>& x : parti)
-        x = x > PI ? x - 2.0 * PI : x < -PI ? x + 2.0 * PI : x;
-    return stringi(parti);
+    constexpr float MEZZO = 3.1415925f;  // the float below pi
+    constexpr float GIRO = 6.2831855f;
+    constexpr float RESTO = 1.7484555e-07f;
+    const Vf su = (d - GIRO) + RESTO;
+    const Vf giu = (d + GIRO) - RESTO;
+    return d > MEZZO ? su : d < -MEZZO ? giu : d;
 }
 
 // Saturation by hue, blended from the sectors by gaussians of 0.62 radians. The hue is the angle
