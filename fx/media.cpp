@@ -4,7 +4,7 @@
 #include "comune/nuclei.h"
 #include "fx/nuclei_piani.h"
 
-#include <bit>
+#include <cstring>
 
 namespace varno {
 namespace {
@@ -16,7 +16,10 @@ constexpr float SCALA_GROSSA = 0x1p+28f;
 
 bool stesso_esponente(double a, double b)
 {
-    return std::bit_cast<std::uint64_t>(a) >> 52 == std::bit_cast<std::uint64_t>(b) >> 52;
+    std::uint64_t bit[2];
+    std::memcpy(&bit[0], &a, sizeof a);
+    std::memcpy(&bit[1], &b, sizeof b);
+    return bit[0] >> 52 == bit[1] >> 52;
 }
 
 // Whether a sum that is not negative, and the next row's, add up as their samples would one by one.
