@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 #include <limits>
@@ -302,12 +303,17 @@ int leggi_proprieta(const Insieme& s, const char* nome, int indice, Tipo tipo,
 
 std::string testo_di(double v)
 {
+    char t[32];
+#ifdef __cpp_lib_to_chars
     const double grandezza = std::abs(v);
     const bool fisso = v == 0.0 || (grandezza >= 1e-5 && grandezza < 1e15);
-    char t[32];
     const auto fine = std::to_chars(
         t, std::end(t), v, fisso ? std::chars_format::fixed : std::chars_format::scientific);
     return {t, fine.ptr};
+#else  // the packages' C++ library, where only messages need it
+    std::snprintf(t, sizeof t, "%.17g", v);
+    return t;
+#endif
 }
 
 std::string testo_di(const Valore& v)
