@@ -22,17 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
-// What the colour filter takes as it is; everything else is first laid out like one of them.
-const std::string PLANARI = [] {
-    std::string s = "yuv410p|yuv411p|yuv440p|yuvj411p|yuvj440p";
-    for (const char* c : {"420", "422", "444"}) {
-        s += std::string("|yuv") + c + "p|yuvj" + c + "p";
-        for (const char* bit : {"9", "10", "12", "14", "16"})
-            s += std::string("|yuv") + c + "p" + bit + "le";
-    }
-    return s;
-}();
-
 constexpr std::pair<std::string_view, const char*> MATRICI[] = {
     {"709", "bt709"},         {"601", "smpte170m"},       {"2020", "bt2020nc"},
     {"bt709", "bt709"},       {"smpte170m", "smpte170m"}, {"bt470bg", "bt470bg"},
@@ -122,12 +111,13 @@ std::string gira(Filmato& f, const Json& traccia)
 
 // Matrix and range, as told or as overruled; what an RGB stream tells of its range is a habit of
 // containers and counts for nothing.
-std::string scegli_colori(Filmato& f, const Json& traccia, const ColoriFilmato& c, bool rgb)
+std::string scegli_colori(Filmato& f, const Json& traccia, const ColoriFilmato& c, bool rgb,
+                          bool grigio)
 {
     std::string matrice = c.matrice.empty() ? testo(traccia, "color_space") : c.matrice;
     const std::string gamma = testo(traccia, "color_range");
     f.legale = c.gamma.empty() ? !rgb && gamma != "pc" : c.gamma == "legal";
-    const bool senza_matrice = !rgb && (matrice.empty() || matrice == "unknown");
+    const bool senza_matrice = !rgb && !grigio && (matrice.empty() || matrice == "unknown");
     const bool senza_gamma = !rgb && c.gamma.empty() && (gamma.empty() || gamma == "unknown");
     if (senza_matrice || senza_gamma)
         f.note.push_back(
@@ -141,16 +131,28 @@ std::string scegli_colori(Filmato& f, const Json& traccia, const ColoriFilmato& 
     for (const auto& [nome, ffmpeg] : MATRICI)
         if (nome == matrice)
             return ffmpeg;
-    if (!rgb)
+    if (!rgb && !grigio)
         rifiuta("the matrix " + tra_apici(matrice) + " of " + tra_apici(f.file) +
                 " is not read: --matrix takes 709, 601 or 2020");
     return {};
 }
 
+// The layout in planes that has the same samples; alpha aside.
+std::string in_piani(const std::string& nome, const Json& formato, int bit)
+{
+    if (nome.rfind("yuvj", 0) == 0)  // which tells of its range, too
+        return nome;
+    constexpr const char* PARTI[3][3] = {
+        {"444", "440", "440"}, {"422", "420", "420"}, {"411", "410", "410"}};
+    const int x = std::min(2, formato.value("log2_chroma_w", 0));
+    const int y = std::min(2, formato.value("log2_chroma_h", 0));
+    return std::string("yuv") + PARTI[x][y] + "p" + (bit == 8 ? "" : std::to_string(bit) + "le");
+}
+
 void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const ColoriFilmato& c)
 {
     const std::string nome = testo(traccia, "pix_fmt");
-    Json formato;
+    Json formato = {{"flags", Json::object()}};
     for (const Json& p : formati)
         if (testo(p, "name") == nome)
             formato = p;
@@ -160,13 +162,12 @@ void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const Co
         minimi = std::min(minimi, k.at("bit_depth").get<int>());
     }
     const auto ha = [&](const char* segno) { return formato.at("flags").value(segno, 0) != 0; };
-    const bool grigio =
-        formato.value("nb_components", 0) < 3 && !(formato.is_object() && ha("palette"));
-    const bool rgb = formato.is_object() && (ha("rgb") || ha("palette"));
-    if (!formato.is_object() || minimi < 8 || nome.rfind("xyz", 0) == 0 || (grigio && f.bit > 16))
+    const bool rgb = ha("rgb") || ha("palette");
+    const bool grigio = !rgb && formato.value("nb_components", 0) < 3;
+    if (f.bit == 0 || minimi < 8 || nome.rfind("xyz", 0) == 0 || (grigio && f.bit > 16))
         illeggibile(f, "its samples (" + (nome.empty() ? "unknown" : nome) + ") are not read");
     f.alfa = ha("alpha");
-    const std::string matrice = scegli_colori(f, traccia, c, rgb);
+    const std::string matrice = scegli_colori(f, traccia, c, rgb, grigio);
     const std::string girato = gira(f, traccia);
     if (rgb || grigio) {
         // Laid out in planes and nothing else: their values are left to us.
@@ -180,7 +181,7 @@ void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const Co
     }
     // The first step would scale a full range to legal on its own, was it not told otherwise.
     f.formato = "gbrpf32le";
-    f.grafo = "scale=in_range=tv:out_range=tv,format=" + PLANARI +
+    f.grafo = "scale=in_range=tv:out_range=tv,format=" + in_piani(nome, formato, f.bit) +
               ",setparams=range=" + (f.legale ? "tv" : "pc") + ":colorspace=" + matrice +
               ":color_primaries=unknown:color_trc=unknown,zscale=filter=spline36,format=gbrpf32le" +
               girato;
@@ -234,7 +235,8 @@ void conta(Filmato& f, const Json& traccia, const std::string& tipo)
     const double durata = std::atof(testo(traccia, "duration").c_str());
     const std::string detti = testo(traccia, "nb_frames");
     f.quanti = std::llround(durata * al_secondo);
-    const bool indice = tipo.find("mov") == 0 || tipo == "mxf" || tipo == "avi";
+    const bool indice = tipo.find("mov") == 0 || tipo == "mxf";
+    f.si_cerca = indice || tipo.find("matroska") == 0;
     if (indice && f.cadenza == media && f.quanti > 0 &&
         (detti.empty() || std::atoll(detti.c_str()) == f.quanti))
         return;

@@ -25,6 +25,7 @@ struct Filmato {
     long long quanti = 0;            // frames
     std::string cadenza;             // frames a second, "24000/1001"
     bool costante = true;            // else frames last as long as they like
+    bool si_cerca = false;           // its container finds a frame by its time, and exactly
     double inizio = 0.0;             // seconds from the file's start to the first frame
     std::string grafo;               // ffmpeg's filters from the stream to full-range RGB
     std::string formato;             // ffmpeg's name of what comes out of them

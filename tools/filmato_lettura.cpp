@@ -29,7 +29,7 @@ void apri(LetturaFilmato& l, long long numero)
                                   "error",     "-xerror",      "-protocol_whitelist",
                                   "file,pipe", "-noautorotate"};
     std::string grafo = f.grafo;
-    if (numero > 1 && f.costante) {
+    if (numero > 1 && f.costante && f.si_cerca) {
         // Half a frame early: times are rounded, and never by so much.
         const double secondi =
             f.inizio + (static_cast<double>(numero) - 1.5) / numero_cadenza(f.cadenza);
@@ -49,7 +49,6 @@ void apri(LetturaFilmato& l, long long numero)
     const std::string nome = tra_apici(l.filmato.file);
     const std::string motivo = attendi(*l.decodifica);
     l.decodifica.reset();
-    l.fallita = true;
     if (!motivo.empty())
         fallisci("cannot decode " + nome + " at frame " + std::to_string(l.prossimo) + ": " +
                  motivo);
@@ -125,6 +124,7 @@ Foto leggi_fotogramma(LetturaFilmato& l, long long numero)
     const Filmato& f = l.filmato;
     if (l.fallita)
         throw Errore{FALLITO, {}};
+    l.fallita = true;  // until it went well
     if (!l.decodifica || numero < l.prossimo || numero > l.prossimo + VICINO)
         apri(l, numero);
     l.campioni.resize(byte_per_fotogramma(f));
@@ -139,6 +139,7 @@ Foto leggi_fotogramma(LetturaFilmato& l, long long numero)
     else
         intreccia<float>(f, l.campioni.data(), foto);
     posa_testata(f, numero, foto.testata);
+    l.fallita = false;
     return foto;
 }
 

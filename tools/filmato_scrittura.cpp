@@ -146,7 +146,6 @@ void comincia(ScritturaFilmato& s, const Foto& foto)
 [[noreturn]] void interrotta(ScritturaFilmato& s, const std::string& motivo)
 {
     s.codifica.reset();
-    s.fallita = true;
     fallisci("cannot write " + tra_apici(s.nome) + ": " +
              (motivo.empty() ? "the encoder ended too early" : motivo));
 }
@@ -267,6 +266,7 @@ void scrivi_fotogramma(ScritturaFilmato& s, const Foto& foto)
 {
     if (s.fallita)
         throw Errore{FALLITO, {}};
+    s.fallita = true;  // until it went well
     if (!s.codifica)
         comincia(s, foto);
     if (foto.larghezza != s.larghezza || foto.altezza != s.altezza)
@@ -276,6 +276,7 @@ void scrivi_fotogramma(ScritturaFilmato& s, const Foto& foto)
     separa(foto, s.alfa, s.campioni);
     if (!scrivi_a(*s.codifica, s.campioni.data(), s.campioni.size() * sizeof(s.campioni[0])))
         interrotta(s, attendi(*s.codifica));
+    s.fallita = false;
 }
 
 void concludi(ScritturaFilmato& s)

@@ -1,0 +1,362 @@
+#!/usr/bin/env python3
+"""provino with movies: what goes in and out through ffmpeg, held against the picture way.
+
+usage: test_filmati.py PROVINO BUNDLE [unittest arguments]
+"""
+import glob
+import json
+import os
+import re
+import resource
+import shlex
+import shutil
+import signal
+import struct
+import subprocess
+import sys
+import time
+import unittest
+from pathlib import Path
+
+from test_provino import FALLITO, FATTO, PROVINO, BUNDLE, SPENTO, USO, Prova
+
+NEUTRO = [*SPENTO, "-p", "forza=0"]
+COEFFICIENTI = {"bt709": (0.2126, 0.0722), "smpte170m": (0.299, 0.114), "bt2020nc": (0.2627, 0.0593)}
+# Code values of ten bits, legal range: ramp, beyond both ends, and colours.
+CODICI = [(y, 512, 512) for y in (64, 65, 100, 300, 502, 939, 940, 20, 1000)] + \
+         [(300, 400, 600), (600, 700, 300), (500, 512, 640), (200, 300, 512)]
+
+
+def rgb(codici, matrice, legale, bit=10):
+    """As the broadcast standards have it, worked out in double precision."""
+    kr, kb = COEFFICIENTI[matrice]
+    s = 1 << bit - 8
+    y, cb, cr = codici
+    y = (y - 16 * s) / (219 * s) if legale else y / (256 * s - 1)
+    cb, cr = ((c - 128 * s) / ((224 if legale else 255) * s if legale else 256 * s - 1) for c in (cb, cr))
+    r, b = y + 2 * (1 - kr) * cr, y + 2 * (1 - kb) * cb
+    return r, (y - kr * r - kb * b) / (1 - kr - kb), b
+
+
+def scrivi_tiff(file, pixel):
+    """A row of float RGB, eight times."""
+    dati = struct.pack("<%df" % (3 * len(pixel)), *sum(pixel, ())) * 8
+    voci = {256: len(pixel), 257: 8, 258: 0x200020, 259: 1, 262: 2, 273: 8, 277: 3, 278: 8, 279: len(dati),
+            284: 1, 339: 0}
+    dopo = 8 + len(dati)
+    testa = struct.pack("<2sHI", b"II", 42, dopo + 12) + dati + struct.pack("<6H", 32, 32, 32, 3, 3, 3)
+    voci[258], voci[339] = dopo, dopo + 6
+    testa += struct.pack("<H", len(voci))
+    testa += b"".join(struct.pack("<HHII", n, 3 if n in (258, 339) else 4, 3 if n in (258, 339) else 1, v)
+                      for n, v in sorted(voci.items()))
+    Path(file).write_bytes(testa + bytes(4))
+
+
+def leggi_tiff(file):
+    """The float samples of an uncompressed picture, and how many a pixel has."""
+    dati = Path(file).read_bytes()
+    inizio, = struct.unpack("<I", dati[4:8])
+    voci = {}
+    for i in range(struct.unpack("<H", dati[inizio:inizio + 2])[0]):
+        nome, _, quanti, valore = struct.unpack("<HHII", dati[inizio + 2 + 12 * i:inizio + 14 + 12 * i])
+        voci[nome] = struct.unpack("<I", dati[valore:valore + 4])[0] if nome == 273 and quanti > 1 else valore
+    canali = voci[277] & 65535
+    quanti = canali * (voci[256] & 65535) * (voci[257] & 65535)
+    return struct.unpack("<%df" % quanti, dati[voci[273]:voci[273] + 4 * quanti]), canali
+
+
+@unittest.skipUnless(shutil.which("ffmpeg"), "needs ffmpeg")
+class Filmati(Prova):
+    def ffmpeg(self, argomenti, **come):
+        r = subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-y", *shlex.split(argomenti)],
+                           cwd=self.cartella, capture_output=True, check=False, **come)
+        self.assertEqual(r.returncode, 0, (argomenti, r.stderr))
+        return r.stdout
+
+    def ffprobe(self, file, cosa):
+        r = subprocess.run(["ffprobe", "-v", "error", "-of", "json", "-show_entries", cosa, file],
+                           cwd=self.cartella, capture_output=True, check=True)
+        return json.loads(r.stdout)
+
+    def pixel(self, file, formato="rgba64le"):
+        return self.ffmpeg("-i %s -fps_mode passthrough -f rawvideo -pix_fmt %s -" % (file, formato))
+
+    def clip(self, nome, opzioni="", secondi=1, misura="96x54"):
+        self.ffmpeg("-f lavfi -i testsrc2=s=%s:r=30000/1001:d=%s -f lavfi -i sine=d=%s %s %s"
+                    % (misura, secondi, secondi, opzioni, nome))
+
+    def nessuno_resta(self):
+        """No program that was started for this folder is left."""
+        def vivi():
+            for p in glob.glob("/proc/[0-9]*/cmdline"):
+                try:
+                    if self.cartella.encode() in os.readlink(p[:-7] + "cwd").encode():
+                        yield p
+                except OSError:
+                    pass
+        for _ in range(50):
+            if not list(vivi()):
+                return
+            time.sleep(0.1)
+        self.fail(list(vivi()))
+
+    def test_a_movie_is_its_pictures_to_the_last_bit_of_16(self):
+        for n in range(1, 4):
+            self.fai("tavola q%d.exr --size 96x54" % n)
+            self.fai("sviluppa q%d.exr p%d.png -p ev=%d --depth uint16" % (n, n, n - 2))
+        # Alpha varies too.
+        self.ffmpeg("-i p%d.png -vf \"format=gbrap16le,geq=r='r(X,Y)':g='g(X,Y)':b='b(X,Y)':"
+                    "a='X*600+Y'\" s%d.png")
+        self.ffmpeg("-framerate 25 -i s%d.png -c:v ffv1 -pix_fmt gbrap16le in.mkv")
+        for modo in (NEUTRO, ["-p", "formato=0", "-p", "grana_on=1", "--key", "ev@1=-1", "--key", "ev@3=1"]):
+            self.fai("sviluppa s#.png o#.png --overwrite", *modo)
+            self.fai("sviluppa in.mkv out.mkv --overwrite", *modo)
+            self.fai("sviluppa in.mkv m#.png --overwrite", *modo)
+            self.fai("sviluppa o#.png seq.mkv --rate 25 --overwrite", *modo)
+            attesi = b"".join(self.pixel("o%d.png" % n) for n in (1, 2, 3))
+            self.assertEqual(self.pixel("out.mkv"), attesi)
+            self.assertEqual(b"".join(self.pixel("m%d.png" % n) for n in (1, 2, 3)), attesi)
+        # Numbers are times, wherever the first stands and whichever are picked.
+        self.fai("sviluppa in.mkv t##.png --start 10 --frames 11-12", *modo)
+        self.fai("sviluppa s#.png u#.png --frames 2-3", "-p", "formato=0", "-p", "grana_on=1",
+                 "--key", "ev@1=-1", "--key", "ev@3=1")
+        self.assertEqual(self.nomi("t"), ["t11.png", "t12.png"])
+        self.rifiuta(USO, "has the frames 1 to 3", "sviluppa in.mkv v#.png --frames 2-4")
+        for foglio in ("looks", "effetti"):
+            self.fai(foglio + " in.mkv a.png --width 400 --frame 2 --overwrite")
+            self.fai(foglio + " s2.png b.png --width 400 --time 2 --overwrite")
+            a, b = self.pixel("a.png"), self.pixel("b.png")
+            self.assertEqual(a[:len(a) // 2], b[:len(b) // 2])  # the foot names the file
+
+    def test_codes_become_the_light_that_their_tags_say(self):
+        righe = [
+            # samples, bits, chroma's share, tags; what overrules; matrix and range that count
+            ("yuv422p10le", 10, 2, 1, "bt709", "tv", "", "bt709", True),
+            ("yuv444p10le", 10, 1, 1, "bt2020nc", "pc", "", "bt2020nc", False),
+            ("yuv420p10le", 10, 2, 2, "smpte170m", "tv", "", "smpte170m", True),
+            ("yuv420p", 8, 2, 2, "unknown", "unknown", "", "bt709", True),
+            ("yuv444p12le", 12, 1, 1, "bt709", "tv", "--range full", "bt709", False),
+            ("yuv444p16le", 16, 1, 1, "bt709", "pc", "--matrix 601 --range legal", "smpte170m", True),
+            ("yuva444p10le", 10, 1, 1, "bt709", "pc", "", "bt709", False),
+            ("uyvy422", 8, 2, 1, "bt709", "unknown", "--range full --matrix 709", "bt709", False),
+            ("gray10le", 10, 0, 0, "unknown", "pc", "", None, False),
+            ("gray10le", 10, 0, 0, "unknown", "tv", "", None, True),
+            ("gbrp10le", 10, 0, 0, "unknown", "unknown", "", None, False),
+            ("gbrp12le", 12, 0, 0, "unknown", "unknown", "--range legal", None, True),
+        ]
+        for formato, bit, sx, sy, matrice, gamma, opzioni, vale, legale in righe:
+            with self.subTest(formato=formato, gamma=gamma, opzioni=opzioni):
+                codici = [tuple(c << bit - 8 >> 2 for c in k) for k in CODICI]
+                if vale is None:  # the first sample is all there is
+                    codici = [(k[0], 128 << bit - 8, 128 << bit - 8) for k in codici]
+                luci = [rgb(k, vale or "bt709", legale, bit) for k in codici]
+
+                def piano(p, volte, righe):
+                    return b"".join(struct.pack("<H" if bit > 8 else "B", k[p]) * volte for k in codici) * righe
+                if formato == "uyvy422":
+                    dati = b"".join(bytes((u, y, v, y)) * 8 for y, u, v in codici) * 8
+                elif sx:
+                    dati = piano(0, 16, 8) + b"".join(piano(p, 16 // sx, 8 // sy) for p in (1, 2))
+                    dati += piano(0, 16, 8) if "yuva" in formato else b""
+                else:
+                    dati = piano(0, 16, 8) * (1 if "gray" in formato else 3)
+                Path(self.qui("c.raw")).write_bytes(dati)
+                nome = "c.mov" if formato == "uyvy422" else "c.mkv"
+                self.ffmpeg("-f rawvideo -pix_fmt %s -s %dx8 -i c.raw -vf setparams=range=%s:colorspace=%s "
+                            "-c:v %s %s" % (formato, 16 * len(codici), gamma, matrice,
+                                            "rawvideo" if nome == "c.mov" else "ffv1", nome))
+                scrivi_tiff(self.qui("a.tif"), sum(([k] * 16 for k in luci), []))
+                self.fai("sviluppa a.tif oa.tif --depth float --compression none --overwrite", *NEUTRO)
+                r = self.fai("sviluppa %s oc.tif --frames 1 --depth float --compression none --overwrite %s"
+                             % (nome, opzioni), *NEUTRO)
+                self.assertEqual("taken as" in r.stderr, "unknown" in (matrice, gamma) and vale is not None
+                                 and not opzioni)
+                (a, _), (c, canali) = leggi_tiff(self.qui("oa.tif")), leggi_tiff(self.qui("oc.tif"))
+                # In the middle of each patch, free of the neighbours' colour.
+                for p in range(3):
+                    for i, k in enumerate(codici):
+                        dove = 4 * 16 * len(codici) + 16 * i + 8
+                        self.assertAlmostEqual(a[3 * dove + p], c[canali * dove + p], delta=2e-5, msg=(p, k))
+                        if canali == 4:
+                            self.assertAlmostEqual(c[4 * dove + 3], k[0] / 1023, delta=1e-6)
+
+    def test_light_becomes_legal_codes_and_says_so(self):
+        toppe = [(0, 0, 0), (65535,) * 3, (30000,) * 3, (60000, 20000, 9000), (5000, 40000, 50000), (257, 300, 290)]
+        Path(self.qui("p.raw")).write_bytes(b"".join(struct.pack("<3H", *t) * 48 for t in toppe) * 128)
+        self.ffmpeg("-f rawvideo -pix_fmt rgb48le -s %dx128 -i p.raw -pix_fmt rgb48be p.png" % (48 * len(toppe)))
+        self.fai("sviluppa p.png o.png --depth uint16", *NEUTRO)
+        luci = struct.unpack("<%dH" % (len(toppe) * 48 * 128 * 3), self.pixel("o.png", "rgb48le"))
+        righe = [
+            # output, what asks for the codec, what it is, samples, bits, chroma's share, codes off
+            ("o.mov", "--codec v210", "v210", "yuv422p10le", 10, 2, 0.51),
+            ("o.mkv", "--codec ffv1:yuv444p16le", "ffv1", "yuv444p16le", 16, 1, 2.0),
+            ("o.mov", "", "prores", "yuv422p10le", 10, 2, 2.5),
+            ("o.mov", "--codec prores4444", "prores", "yuv444p12le", 12, 1, 8.0),
+            ("o.mov", "--codec dnxhr", "dnxhd", "yuv422p10le", 10, 2, 2.5),
+            ("o.mp4", "", "h264", "yuv420p", 8, 2, 1.6),
+            ("o.mp4", "--codec h265 --quality 8", "hevc", "yuv420p10le", 10, 2, 3.0),
+        ]
+        for nome, opzioni, codec, formato, bit, parte, scarto in righe:
+            with self.subTest(nome=nome, opzioni=opzioni):
+                self.fai("sviluppa p.png %s --frames 1-2 --rate 24000/1001 --overwrite %s" % (nome, opzioni),
+                         *NEUTRO)
+                detto = self.ffprobe(nome, "stream")["streams"][0]
+                self.assertEqual([detto.get(k) for k in ("codec_name", "pix_fmt", "r_frame_rate", "color_range",
+                                                         "color_space", "color_transfer", "color_primaries")],
+                                 [codec, formato, "24000/1001", None if codec == "v210" else "tv"] + 3 * ["bt709"])
+                dati = self.ffmpeg("-i %s -frames:v 1 -f rawvideo -" % nome)
+                campioni = struct.unpack("<%d%s" % (len(dati) // (2 if bit > 8 else 1), "H" if bit > 8 else "B"),
+                                         dati)
+                s, larghezza = 1 << bit - 8, 48 * len(toppe)
+                altezza = 64 if "420" in formato else 128
+                for i in range(len(toppe)):
+                    r, g, b = (v / 65535 for v in luci[3 * (64 * larghezza + 48 * i + 24):][:3])
+                    y = 0.2126 * r + 0.7152 * g + 0.0722 * b
+                    for dove, atteso in ((64 * larghezza + 48 * i + 24, 16 + 219 * y),
+                                         (128 * larghezza, 128 + 224 * (b - y) / 1.8556),
+                                         (128 * larghezza + altezza * larghezza // parte, 128 + 224 * (r - y) / 1.5748)):
+                        if dove >= 128 * larghezza:
+                            dove += altezza // 2 * larghezza // parte + (48 * i + 24) // parte
+                        self.assertAlmostEqual(campioni[dove], s * atteso, delta=scarto)
+
+    def test_a_clip_keeps_its_rate_timecode_tags_sound_and_settings(self):
+        self.clip("in.mov", "-timecode '00:00:59;27' -metadata title='a title' -c:v prores_ks -c:a pcm_s16le")
+        suono = self.ffmpeg("-i in.mov -map 0:a -c copy -f hash -")
+        # Where the number of a minute's first two frames is left out.
+        for nome, scelti, timecode, audio in (("o.mov", "", "00:00:59;27", True), ("o.mkv", "", "00:00:59;27", True),
+                                              ("o.mov", "--frames 4-8", "00:01:00;02", False)):
+            r = self.fai("sviluppa in.mov %s --overwrite -p look=Brass -p promist_on=1 %s" % (nome, scelti))
+            detto = self.ffprobe(nome, "stream:format_tags:stream_tags")
+            etichette = {k.lower(): v for k, v in detto["format"]["tags"].items()}
+            for t in detto["streams"]:
+                etichette.update({k.lower(): v for k, v in t.get("tags", {}).items()})
+            self.assertEqual((etichette["timecode"], etichette["title"]), (timecode, "a title"))
+            self.assertEqual(detto["streams"][0]["r_frame_rate"], "30000/1001")
+            self.assertEqual("audio" in r.stderr, not audio)
+            if audio:
+                self.assertEqual(self.ffmpeg("-i %s -map 0:a -c copy -f hash -" % nome), suono)
+        self.assertEqual(len(self.pixel("o.mov", "gray")), 5 * 96 * 54)
+        self.assertIn("audio", self.fai("sviluppa in.mov o.mp4").stderr)  # which takes no PCM
+        self.fai("sviluppa in.mov o#.exr --frames 3")
+        self.fai("sviluppa o3.exr diretto.png -p look=Brass -p promist_on=1")
+        for nome in ("o.mov", "o.mkv"):
+            self.fai("sviluppa o3.exr con.png --overwrite --settings-from", nome)
+            self.assertEqual(self.pixel("con.png"), self.pixel("diretto.png"))
+        if shutil.which("oiiotool"):
+            detto = subprocess.run(["oiiotool", "--info", "-v", "o3.exr"], cwd=self.cartella,
+                                   capture_output=True, text=True, check=True).stdout
+            self.assertRegex(detto, r"(?s)FramesPerSecond: 30000/1001.*smpte:TimeCode: 00:00:59.29")
+            self.fai("sviluppa o3.exr s.mov --frames 1-2")
+            self.assertEqual(self.ffprobe("s.mov", "stream")["streams"][0]["r_frame_rate"], "30000/1001")
+
+    def test_it_is_shown_as_a_player_turns_it(self):
+        self.clip("a.mkv", "-c:v ffv1 -pix_fmt yuv422p10le -an", 0.2)
+        self.ffmpeg("-i a.mkv -c:v libx264 -qp 0 a.mp4")
+        self.fai("sviluppa a.mp4 dritto.png --frames 2", *NEUTRO)
+        for gradi, giro in ((90, "transpose=cclock"), (180, "hflip,vflip"), (270, "transpose=clock")):
+            self.ffmpeg("-i a.mp4 -c copy -metadata:s:v rotate=%d r.mp4" % gradi)
+            self.assertEqual(self.ffprobe("r.mp4", "stream_side_data=rotation")["streams"][0]["side_data_list"][0]
+                             ["rotation"] % 360, gradi)
+            self.fai("sviluppa r.mp4 r.png --frames 2 --overwrite", *NEUTRO)
+            self.assertEqual(self.pixel("r.png", "rgb48le"),
+                             self.ffmpeg("-i dritto.png -vf %s -f rawvideo -pix_fmt rgb48le -" % giro))
+
+    def test_any_frame_is_found_in_any_container(self):
+        # Its number is written into each frame's first pixels, and all frames depend on others.
+        for nome, modo in (("a.mp4", "-c:v libx264 -g 30 -bf 3 -qp 0"), ("a.ts", "-c:v libx264 -g 30 -bf 3 -qp 0"),
+                           ("a.mkv", "-c:v libx264 -g 30 -bf 3 -qp 0 -output_ts_offset 1"), ("a.mxf", "-c:v mpeg2video -q:v 1"),
+                           ("a.avi", "-c:v ffv1")):
+            self.ffmpeg("-f lavfi -i color=gray:s=64x64:r=25:d=4,geq=lum='16+2*N':cb=128:cr=128 -f lavfi "
+                        "-i sine=d=4:r=48000 %s -pix_fmt yuv420p -color_range tv -colorspace bt709 %s" % (modo, nome))
+            self.fai("sviluppa %s tutti.mkv --overwrite" % nome, *NEUTRO)
+            tutti = self.pixel("tutti.mkv", "gray")[::64 * 64]
+            self.assertGreater(len(set(tutti)), 20)
+            self.assertEqual(len(tutti), 100, nome)
+            self.fai("sviluppa %s scelti.mkv --frames 3,60,62,99-100 --overwrite" % nome, *NEUTRO)
+            interi, scelti = self.pixel("tutti.mkv"), self.pixel("scelti.mkv")
+            self.assertEqual(scelti, b"".join(interi[8 * 64 * 64 * (n - 1):][:8 * 64 * 64]
+                                              for n in (3, 60, 62, 99, 100)), nome)
+
+    def test_frames_of_any_length_go_into_pictures_alone(self):
+        self.ffmpeg("-f lavfi -i testsrc2=s=64x48:r=30:d=2 -vf select='not(mod(n\\,3))+gt(n\\,40)' "
+                    "-fps_mode vfr -c:v libx264 v.mp4")
+        r = self.lancia("sviluppa v.mp4 o.mov")
+        self.assertEqual(r.returncode, FALLITO)
+        comando = re.fullmatch(r"provino: 'v.mp4' has a variable frame rate; .*: ffmpeg (.*)\n", r.stderr)[1]
+        self.ffmpeg(comando)
+        self.fai("sviluppa constant.mkv o.mov")
+        self.assertIn("frames in", self.fai("sviluppa v.mp4 o##.png").stdout)
+        self.assertEqual(len(self.nomi("o")), 1 + 33)
+
+    def test_what_goes_wrong_is_said_in_one_line_and_leaves_nothing(self):
+        self.clip("in.mov", "-c:v prores_ks", 2, "320x180")
+        intero = self.byte("in.mov")
+        Path(self.qui("testo.mov")).write_text("no movie at all, but a text of some length")
+        Path(self.qui("mozzo.mov")).write_bytes(intero[:len(intero) // 2])
+        self.ffmpeg("-i in.mov -c copy -movflags faststart davanti.mov")
+        Path(self.qui("corto.mov")).write_bytes(self.byte("davanti.mov")[:len(intero) // 2])
+        rotto = bytearray(intero)
+        rotto[len(intero) // 2:len(intero) // 2 + 20000] = bytes(20000)
+        Path(self.qui("rotto.mov")).write_bytes(rotto)
+        self.flat("dispari.png", 33, 21, (9, 9, 9))
+        vuota = self.qui("vuota")
+        os.mkdir(vuota)
+        casi = [
+            (FALLITO, "apt install ffmpeg", "in.mov o.mov", {"ambiente": {"PATH": vuota}}),
+            (FALLITO, "", "testo.mov o.mov", {}),
+            (FALLITO, "moov atom not found", "mozzo.mov o.mov", {}),
+            (FALLITO, "cannot decode 'corto.mov' at frame", "corto.mov o.mov", {}),
+            (FALLITO, "cannot decode 'rotto.mov' at frame", "rotto.mov o.mov", {}),
+            (FALLITO, "33x21 .*--codec", "dispari.png o.mp4 --frames 1-2 --rate 24", {}),
+            (FALLITO, "cannot write 'o.mov': .*(File too large|No space)", "in.mov o.mov",
+             {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (300000, 300000))}),
+            (USO, "did you mean 'prores'", "in.mov o.mov --codec prors", {}),
+            (USO, "takes no samples 'rgb24'", "in.mov o.mov --codec libx264:rgb24", {}),
+            (USO, "--rate is for a sequence", "in.mov o.mov --rate 25", {}),
+            (USO, "--codec and --quality are for a movie", "in.mov o#.png --codec prores", {}),
+            (FALLITO, "give --overwrite", "in.mov in.mov", {}),
+        ]
+        for uscita, messaggio, argomenti, come in casi:
+            with self.subTest(argomenti):
+                prima = set(os.listdir(self.cartella))
+                r = self.lancia("sviluppa " + argomenti, **come)
+                self.assertEqual(r.returncode, uscita, r.stderr)
+                righe = [x for x in r.stderr.splitlines() if "note:" not in x]
+                self.assertEqual(len(righe), 1, r.stderr)
+                self.assertRegex(righe[0], "^provino: .*" + messaggio)
+                self.assertEqual(set(os.listdir(self.cartella)), prima)
+                self.nessuno_resta()
+
+    def test_a_killed_program_takes_the_others_with_it(self):
+        self.clip("in.mkv", "-c:v ffv1", 20, "320x180")
+        for chi, segno in (("passthrough", signal.SIGKILL), ("thread_queue_size", signal.SIGKILL),
+                           ("", signal.SIGINT), ("", signal.SIGTERM), ("", signal.SIGKILL)):
+            with self.subTest(chi=chi, segno=segno):
+                p = subprocess.Popen([PROVINO, "sviluppa", "in.mkv", "o.mov", "--plugin", BUNDLE],
+                                     cwd=self.cartella, stderr=subprocess.PIPE, text=True)
+                figli = []
+                while p.poll() is None and not (figli and self.nomi(".provino")):
+                    figli = [n for n, comando in self.figli(p.pid) if re.search(chi, comando)]
+                os.kill(figli[0] if chi else p.pid, segno)
+                detto = p.communicate()[1]
+                self.nessuno_resta()
+                if chi:
+                    self.assertEqual(p.returncode, FALLITO)
+                    self.assertRegex(detto, r"signal 9")
+                resti = self.nomi(".provino")
+                self.assertEqual(len(resti), 1 if segno == signal.SIGKILL and not chi else 0)
+                for f in resti:
+                    os.remove(self.qui(f))
+                self.assertFalse(os.path.exists(self.qui("o.mov")))
+
+    def figli(self, pid):
+        for p in glob.glob("/proc/[0-9]*/stat"):
+            try:
+                if int(Path(p).read_text().rsplit(")", 1)[1].split()[1]) == pid:
+                    yield int(p.split("/")[2]), Path(p[:-4] + "cmdline").read_text().replace("\0", " ")
+            except OSError:
+                pass
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0]] + sys.argv[3:])
