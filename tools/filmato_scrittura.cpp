@@ -20,7 +20,7 @@ struct Contenitore {
 
 constexpr Contenitore CONTENITORI[] = {
     {".mov", "mov", "prores"},    {".mp4", "mp4", "h264"},  {".m4v", "mp4", "h264"},
-    {".mkv", "matroska", "ffv1"}, {".mxf", "mxf", "dnxhr"}, {".avi", "avi", "ffv1"},
+    {".mkv", "matroska", "ffv1"}, {".mxf", "mxf", "dnxhr"},
 };
 
 struct Codec {
