@@ -86,8 +86,9 @@ class Prova(unittest.TestCase):
         ambiente = {k: v for k, v in os.environ.items() if k != "OFX_PLUGIN_PATH"}
         ambiente.update(come.pop("ambiente", {}))
         opzioni = [*shlex.split(argomenti[0]), *argomenti[1:]] if argomenti else []
-        if opzioni and opzioni[0] not in ("tavola", "confronta") and opzioni[0].isalpha() \
-                and "--plugin" not in opzioni:
+        if opzioni and opzioni[0] not in ("tavola", "scene", "confronta") and opzioni[0].isalpha() \
+                and "--plugin" not in opzioni \
+                and "--help" not in opzioni:
             opzioni += ["--plugin", BUNDLE]
         return subprocess.run([PROVINO, *opzioni], capture_output=True, text=True, errors="replace",
                               cwd=self.cartella, env=ambiente, timeout=300, **come)
@@ -122,6 +123,7 @@ class Parole(Prova):
         Path(self.qui("testo.png")).write_text("no picture at all")
         Path(self.qui("rotto.ofx")).write_text("no library")
         os.mkdir(self.qui("cartella.exr"))
+        Path(self.qui("c.007.exr")).touch()
         sviluppa = ["sviluppa", "s.exr", "o.exr"]
         casi = [
             (USO, "give a command"),
@@ -136,6 +138,15 @@ class Parole(Prova):
             (USO, "ev goes from -2 to 2, not 2.5", *sviluppa, "-p", "ev=2.5"),
             (USO, "ev takes a number from -2 to 2, not 'nan'", *sviluppa, "-p", "ev=nan"),
             (USO, "name=value, not 'ev'", *sviluppa, "-p", "ev"),
+            (USO, "did you mean 'Exposure (EV)'", *sviluppa, "-p", "exposure=1"),
+            (USO, "did you mean '-p look=Amber'", *sviluppa, "--look", "Amber"),
+            (USO, "give -p before each, as in -p ev=1", *sviluppa, "-p", "look=Amber", "ev=1"),
+            (USO, "in quotes, as 'c.###.exr'", *sviluppa, "c.007.exr"),
+            (USO, "give 'm.####.exr', in quotes", "sviluppa", "m.*.exr", "o.####.exr"),
+            (USO, "--limit: it takes 0 or a larger number, not -1", "confronta", "s.exr", "s.exr",
+             "--limit", "-1"),
+            (USO, "takes a level from 1 to 9, not 'zip:10'", "tavola", "o.png", "--compression", "zip:10"),
+            (FALLITO, "File name too long", "sviluppa", "s.exr", 300 * "o" + ".exr"),
             (USO, "on or off", *sviluppa, "-p", "halation_on=2"),
             (USO, "name@time=value", *sviluppa, "--key", "ev=1"),
             (USO, "WIDTHxHEIGHT", "tavola", "o.exr", "--size", "96"),
@@ -150,16 +161,22 @@ class Parole(Prova):
             (FALLITO, "no folder 'manca'", "sviluppa", "s.exr", "manca/o.exr"),
             (FALLITO, "is a folder", "tavola", "cartella.exr", "--overwrite"),
             (SENZA_PLUGIN, "no plug-in 'manca'", *sviluppa, "--plugin", "manca"),
-            (SENZA_PLUGIN, "cannot load 'rotto.ofx'", *sviluppa, "--plugin", "rotto.ofx"),
+            (SENZA_PLUGIN, "cannot load 'rotto.ofx': file too short", *sviluppa, "--plugin", "rotto.ofx"),
         ]
         for uscita, messaggio, *argomenti in casi:
             with self.subTest(" ".join(argomenti)):
                 self.rifiuta(uscita, re.escape(messaggio), *argomenti)
 
     def test_help_and_version_go_to_the_output(self):
-        self.assertRegex(self.fai("--version").stdout, r"\Aprovino \d+\.\d+")
-        for comando in ("parametri", "sviluppa", "tavola"):
-            self.assertIn("--", self.fai(comando, "--help").stdout)
+        ambiente = {"OFX_PLUGIN_PATH": os.path.dirname(BUNDLE)}
+        self.assertRegex(self.fai("--version", ambiente=ambiente).stdout,
+                         r"\Aprovino \d+\.\d+.*\nplug-in %s/.*\.ofx\n" % re.escape(BUNDLE))
+        for comando, inglese in (("parametri", "parameters"), ("sviluppa", "develop"), ("tavola", "scene")):
+            aiuto = self.fai(comando + " --help", ambiente=ambiente).stdout
+            self.assertIn("Examples:\n  provino " + comando, aiuto)
+            self.assertIn(inglese, self.fai("--complete").stdout)
+        self.assertIn("\n--time\n", self.fai("--complete develop").stdout)
+        self.assertIn("\nlook=Amber\n", self.fai("--complete sviluppa a b -p", ambiente=ambiente).stdout)
 
     def test_the_parameters_are_listed(self):
         self.assertRegex(self.fai("parametri").stdout,
@@ -169,11 +186,13 @@ class Parole(Prova):
         self.assertEqual(tutti[0]["options"][16], "Rec.709 (No Log)")
 
     def test_the_plugin_is_found_where_hosts_look(self):
-        nessuno = os.path.join(self.cartella, "vuota")
-        os.mkdir(nessuno)
         self.fai("parametri --plugin", os.path.dirname(BUNDLE))
-        subprocess.run([PROVINO, "parametri"], check=True, stdout=subprocess.DEVNULL,
-                       env={**os.environ, "OFX_PLUGIN_PATH": os.path.dirname(BUNDLE)})
+        shutil.copytree(BUNDLE, self.qui("sub/VarnoColor.ofx.bundle"))
+        for detto in (self.cartella, "/manca:" + self.cartella):
+            r = subprocess.run([PROVINO, "parametri"], check=True, capture_output=True, text=True,
+                               env={**os.environ, "OFX_PLUGIN_PATH": detto})
+            self.assertTrue(r.stdout.startswith("plug-in %s/sub/" % self.cartella), r.stdout)
+            self.assertEqual("names '/manca'" in r.stderr, "manca" in detto)
 
 
 class Immagini(Prova):
@@ -273,6 +292,76 @@ class Immagini(Prova):
         self.rifiuta(FALLITO, "carries no settings", "sviluppa s.exr o.exr --settings-from s.exr")
 
 
+    @unittest.skipUnless(shutil.which("oiiotool"), "needs oiiotool to make and read pictures")
+    def test_what_is_left_out_is_said(self):
+        def oiio(argomenti):
+            return subprocess.run(["oiiotool", *shlex.split(argomenti)], cwd=self.cartella, check=True,
+                                  capture_output=True, text=True).stdout
+        self.scena("s.exr")
+        self.flat("grey.png", 96, 54, (118, 118, 118))
+        self.flat("c2.png", 9, 9, (1, 2, 3))
+        self.flat("c5.png", 9, 9, (1, 2, 3))
+        oiio("s.exr --attrib oiio:subimagename a grey.png --attrib oiio:subimagename b --siappend -o parts.exr")
+        oiio("s.exr grey.png --chnames key.R,key.G,key.B --chappend -o layers.exr")
+        oiio("s.exr --ch R --chnames Z -o z.exr")
+        oiio("s.exr --ch R,G --chnames u,v -o uv.exr")
+        oiio("s.exr --ch R,G,B,A=0.5 -o alpha.exr")
+        oiio("s.exr -d uint8 --attrib Orientation 6 -o turned.jpg")
+        note = [
+            ("has 2 parts, .*: a, b$", "parts.exr o.exr"),
+            ("left out, .*: key.R, key.G, key.B$", "layers.exr o.exr"),
+            ("holds no alpha", "alpha.exr o.jpg"),
+            ("asks to be shown turned", "turned.jpg o.exr"),
+            ("has no frames 3-4$", "c#.png o#.exr"),
+            ("halation is overwritten by the recipe", "s.exr o.exr -p halation=0.1 -p look=Amber"),
+            ("cs_canon does nothing with .* Sony S-Log3", "s.exr o.exr -p formato=0 -p cs_canon=1"),
+        ]
+        for testo, argomenti in note:
+            with self.subTest(argomenti):
+                r = self.fai("sviluppa --overwrite " + argomenti)
+                self.assertRegex(r.stderr, r"\A(?m:^provino: note: .*%s.*$)\n\Z" % testo)
+                self.assertEqual(self.fai("sviluppa --quiet --overwrite " + argomenti).stderr, "")
+        self.fai("sviluppa grey.png g.exr")
+        for scelta in ("parts.exr o.exr --part b", "parts.exr o.exr --part 1", "layers.exr o.exr --layer key"):
+            self.assertEqual(self.fai("sviluppa --overwrite " + scelta).stderr, "")
+            self.fai("confronta o.exr g.exr --limit 1e-3")
+        for nome in ("z.exr", "uv.exr"):
+            self.rifiuta(FALLITO, "choose with --layer", "sviluppa", nome, "p.exr")
+        self.fai("sviluppa z.exr p.exr --layer Z")
+
+    @unittest.skipUnless(shutil.which("oiiotool"), "needs oiiotool to read what files say")
+    def test_files_say_what_their_colours_are(self):
+        def detto(file):
+            return subprocess.run(["oiiotool", "--info", "-v", file], cwd=self.cartella, check=True,
+                                  capture_output=True, text=True).stdout
+        self.scena("s.exr")
+        for formato, parola in (("exr", '"GammaCorrected2.4"'), ("png", "oiio:Gamma: 2.4"),
+                                ("png", "gamma 2.4"), ("tif", "gamma 2.4"), ("jpg", "gamma 2.4"),
+                                ("dpx", 'dpx:Transfer: "ITU-R 709-4"')):
+            self.fai("sviluppa s.exr o.%s --overwrite" % formato)
+            self.assertIn(parola, detto("o." + formato))
+        for da, parola in (("o.exr", "oiio:Gamma: 2.4"), ("s.exr", 'ColorSpace: "data"')):
+            subprocess.run(["oiiotool", da, "-o", "x.png"], cwd=self.cartella, check=True)
+            self.assertIn(parola, detto("x.png"))
+
+    @unittest.skipUnless(shutil.which("ffmpeg"), "needs ffmpeg to write DPX")
+    def test_dpx_with_a_short_header_is_read(self):
+        for formato in ("gray", "rgb24", "rgba", "gbrp10be", "gbrp12le", "rgb48be"):
+            subprocess.run(["ffmpeg", "-v", "error", "-y", "-f", "lavfi", "-i", "color=0x405060:s=64x36",
+                            "-frames:v", "1", "-pix_fmt", formato, "f.dpx"], cwd=self.cartella, check=True)
+            self.assertIn(self.byte("f.dpx")[4:8], (struct.pack(">I", 1664), struct.pack("<I", 1664)))
+            self.fai("sviluppa f.dpx o.png --overwrite --depth uint8 -p forza=0", *SPENTO)
+            righe = leggi_png(self.qui("o.png"))[0]
+            self.assertEqual(righe[0], righe[35])
+            self.assertNotIn(b"TimeCode", self.byte("o.png"))
+
+    def test_labels_fractions_and_english_words_do_as_well(self):
+        self.scena("s.exr")
+        self.fai("sviluppa s.exr a.exr -p ev=0.25 -p promist_on=1 -p promist=0.25")
+        self.fai("develop s.exr b.exr -p 'exposure (ev)=1/4' -p promist_on=1 -p promist=1/4")
+        self.assertEqual(self.byte("a.exr"), self.byte("b.exr"))
+
+
 class Sequenze(Prova):
     GRANA = [*SPENTO, "-p", "grana_on=on", "-p", "grana=0.5"]
 
@@ -283,6 +372,10 @@ class Sequenze(Prova):
             self.fai("sviluppa f.png uno.png --time", str(n), "--overwrite", *self.GRANA)
             self.assertEqual(self.byte("uno.png"), self.byte("o.00%d.png" % n))
         self.assertNotEqual(self.byte("o.002.png"), self.byte("o.004.png"))
+        # Alone it has the number that its name ends in.
+        shutil.copy(self.qui("f.png"), self.qui("n.004.png"))
+        self.fai("sviluppa n.004.png uno.png --overwrite", *self.GRANA)
+        self.assertEqual(self.byte("uno.png"), self.byte("o.004.png"))
         # The sequence that is there, read by another pattern, into another.
         self.fai("sviluppa", "o.%03d.png", "q@.png", *self.GRANA)
         self.assertEqual(self.nomi("q"), ["q2.png", "q4.png", "q6.png"])
@@ -346,12 +439,13 @@ class Sequenze(Prova):
         self.flat("f.png", 20, 10, (90, 100, 110))
         modo = ["sviluppa", "f.png", "o#.png", "--frames", "1-3", "--overwrite"]
         r = self.fai(*modo)
-        self.assertRegex(r.stdout, r"\Ao1.png: done in [\d.]+ s\no2.png.*\no3.png.*\n"
+        self.assertRegex(r.stdout, r"\Aplug-in /.*\.ofx\no1.png: done in [\d.]+ s\no2.png.*\no3.png.*\n"
                                    r"3 of 3 frames in [^\n]+\n\Z")
         self.assertEqual(self.fai(*modo, "--quiet").stdout, "")
         detto = [json.loads(x) for x in self.fai(*modo, "--json").stdout.splitlines()]
-        self.assertEqual([x["frame"] for x in detto[:3]], [1, 2, 3])
-        self.assertEqual((detto[3]["done"], detto[3]["failed"]), (3, []))
+        self.assertTrue(detto[0]["plugin"].endswith(".ofx"))
+        self.assertEqual([x["frame"] for x in detto[1:4]], [1, 2, 3])
+        self.assertEqual((detto[4]["done"], detto[4]["failed"]), (3, []))
 
     def test_refusals(self):
         self.scena("s.exr")
@@ -450,7 +544,12 @@ class Fogli(Prova):
         self.assertAlmostEqual(r["largest"], 3 / 255, places=6)
         self.assertEqual((r["x"], r["y"], r["channel"]), (1, 0, "G"))
         self.rifiuta(FALLITO, "limit", "confronta a.png b.png --limit 0.0117")
-        self.fai("confronta a.png b.png --limit 1 --split s.png")
+        self.fai("confronta a.png b.png --limit 1 --split s.png --difference d.png --gain 10")
+        self.assertEqual([v >> 8 for v in leggi_png(self.qui("d.png"))[0][0]], [0, 0, 0, 0, 30, 0])
+        for n in (1, 2):
+            shutil.copy(self.qui("a.png"), self.qui("p%d.png" % n))
+            shutil.copy(self.qui("ab"[n - 1] + ".png"), self.qui("q%d.png" % n))
+        self.rifiuta(FALLITO, "limit of 0: 2", "confronta p#.png q#.png")
         self.assertEqual(len(leggi_png(self.qui("s.png"))[0][0]), 6)
 
     def test_frames_are_measured(self):

@@ -42,7 +42,13 @@ std::string proposta(std::string_view scritto, const std::vector<std::string>& c
 
 bool leggi_numero(std::string_view testo, double& numero)
 {
-    return leggi(testo, numero) && std::isfinite(numero);
+    const std::size_t barra = testo.find('/');
+    double sotto = 1.0;
+    if (!leggi(testo.substr(0, barra), numero) ||
+        (barra != std::string_view::npos && !leggi(testo.substr(barra + 1), sotto)))
+        return false;
+    numero /= sotto;
+    return std::isfinite(numero);
 }
 
 bool leggi_intero(std::string_view testo, long long& numero)

@@ -13,7 +13,7 @@ namespace varno::provino {
 /// is near.
 std::string proposta(std::string_view scritto, const std::vector<std::string>& candidati);
 
-/// A whole text as a finite number; false otherwise.
+/// A whole text as a finite number, also a fraction such as 1/4; false otherwise.
 bool leggi_numero(std::string_view testo, double& numero);
 bool leggi_intero(std::string_view testo, long long& numero);
 

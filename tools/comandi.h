@@ -19,6 +19,7 @@ struct Comuni {
     std::string plugin;
     OpzioniParametri parametri;
     Scrittura scrittura;
+    Scelta scelta;
 };
 
 /// --plugin.
@@ -27,6 +28,8 @@ void opzione_plugin(CLI::App& app, Comuni& c);
 void opzioni_parametri(CLI::App& app, Comuni& c);
 /// --matrix, --range of a movie that is read.
 void opzioni_filmato(CLI::App& app, ColoriFilmato& c);
+/// --part, --layer.
+void opzioni_lettura(CLI::App& app, Comuni& c);
 /// --depth, --compression, --overwrite.
 void opzioni_scrittura(CLI::App& app, Comuni& c);
 

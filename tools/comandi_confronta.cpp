@@ -1,8 +1,10 @@
 #include "tools/argomenti.h"
 #include "tools/comandi.h"
 #include "tools/messaggi.h"
+#include "tools/sequenza.h"
 #include "tools/uscita.h"
 
+#include <OpenImageIO/strutil.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -10,7 +12,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <limits>
+#include <optional>
+#include <system_error>
 
 namespace varno::provino {
 namespace {
@@ -64,6 +69,7 @@ Differenza misura_differenza(const Foto& a, const Foto& b)
 Foto affianca(const Foto& a, const Foto& b)
 {
     Foto f = foto_nuova(a.larghezza, a.altezza);
+    f.colore = a.testata.get_string_attribute("oiio:ColorSpace", DATI);
     const int meta = a.larghezza / 2;
     const int linea = std::max(1, a.larghezza / 960);
     for (int y = 0; y < a.altezza; ++y)
@@ -77,69 +83,134 @@ Foto affianca(const Foto& a, const Foto& b)
     return f;
 }
 
+// How far red, green and blue are apart; where one is no number, white.
+Foto scarto(const Foto& a, const Foto& b, float guadagno)
+{
+    Foto f = foto_nuova(a.larghezza, a.altezza);
+    f.colore = DATI;
+    for (std::size_t i = 0; i < quanti_float(f); ++i) {
+        const float d = std::abs(a.rgba[i] - b.rgba[i]) * guadagno;
+        f.rgba[i] = i % 4 == 3 || !std::isfinite(d) ? 1.0f : d;
+    }
+    return f;
+}
+
+struct Opzioni {
+    Scrittura scrittura;
+    std::string a, b, affiancati, differenza;
+    double limite = 0.0, guadagno = 1.0;
+    bool json = false;
+};
+
+void stampa(const Opzioni& o, const std::string& davanti, const Foto& a, const Differenza& d)
+{
+    constexpr const char* CANALI[] = {"R", "G", "B", "A"};
+    const double psnr = d.errore_quadratico > 0.0 ? -10.0 * std::log10(d.errore_quadratico)
+                                                  : std::numeric_limits<double>::infinity();
+    const std::size_t x = d.dove / 4 % static_cast<std::size_t>(a.larghezza);
+    const std::size_t y = d.dove / 4 / static_cast<std::size_t>(a.larghezza);
+    if (o.json) {
+        // JSON has no infinity: null stands for it.
+        nlohmann::json j = {{"equal", d.diversi == 0},
+                            {"passes", d.massima <= o.limite},
+                            {"largest", d.massima},
+                            {"x", x},
+                            {"y", y},
+                            {"channel", CANALI[d.dove % 4]},
+                            {"ulp", d.ulp},
+                            {"values_that_differ", d.diversi},
+                            {"psnr_db", psnr}};
+        if (!davanti.empty())
+            j["in"] = davanti;
+        riga(j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    } else {
+        riga((davanti.empty() ? "" : davanti + ": ") +
+             (d.diversi == 0 ? "equal: every value of both pictures is the same"
+                             : OIIO::Strutil::sprintf(
+                                   "largest difference %s at x %d, y %d in %s, %d float steps at "
+                                   "most, %d values differ, PSNR %s dB",
+                                   testo_di(d.massima), x, y, CANALI[d.dove % 4], d.ulp, d.diversi,
+                                   testo_di(std::round(psnr * 100.0) / 100.0))));
+    }
+}
+
+// Two pictures; `davanti` names them where they are two of many. Returns whether they pass.
+bool confronta(const Opzioni& o, const std::string& nome_a, const std::string& nome_b,
+               const std::string& differenza, const std::string& davanti)
+{
+    const Foto a = leggi_foto(nome_a);
+    const Foto b = leggi_foto(nome_b);
+    if (a.larghezza != b.larghezza || a.altezza != b.altezza)
+        fallisci(OIIO::Strutil::sprintf("the sizes differ: '%s' has %dx%d, '%s' has %dx%d", nome_a,
+                                        a.larghezza, a.altezza, nome_b, b.larghezza, b.altezza));
+    const Differenza d = misura_differenza(a, b);
+    stampa(o, davanti, a, d);
+    if (!o.affiancati.empty())
+        scrivi_foto(o.affiancati, affianca(a, b), o.scrittura);
+    if (!differenza.empty())
+        scrivi_foto(differenza, scarto(a, b, static_cast<float>(o.guadagno)), o.scrittura);
+    return d.massima <= o.limite;
+}
+
+void confronta_sequenze(const Opzioni& o, const Modello& a, const Modello& b)
+{
+    const std::vector<long long> numeri = fotogrammi_esistenti(a);
+    if (numeri.empty() || numeri != fotogrammi_esistenti(b))
+        fallisci(numeri.empty() ? "no file is named like " + tra_apici(o.a)
+                                : "the frames of " + tra_apici(o.a) + " and of " + tra_apici(o.b) +
+                                      " have not the same numbers");
+    const auto differenza = modello_in(o.differenza);
+    if (!o.affiancati.empty() || (!o.differenza.empty() && !differenza))
+        rifiuta("of sequences --difference takes a name with #### in it, and --split none");
+    std::string diversi;
+    for (const long long n : numeri)
+        if (!confronta(o, nome_al(a, n), nome_al(b, n), differenza ? nome_al(*differenza, n) : "",
+                       nome_al(a, n)))
+            diversi += " " + std::to_string(n);
+    if (!diversi.empty())
+        fallisci("frames differ by more than the limit of " + testo_di(o.limite) + ": " +
+                 in_una_riga(diversi));
+}
+
 }  // namespace
 
 Esecuzione comando_confronta(CLI::App& programma)
 {
-    struct Opzioni {
-        Scrittura scrittura;
-        std::string a, b, affiancati;
-        double limite = 0.0;
-        bool json = false;
-    };
     auto o = std::make_shared<Opzioni>();
     CLI::App* app = programma.add_subcommand(
-        "confronta", "Compare two pictures; exit code 1 where they differ by more than the limit");
-    app->add_option("A", o->a, "One picture")->required();
+        "confronta", "Compare two pictures or sequences; exit code 1 where they differ");
+    const CLI::Validator positivo(
+        [](std::string& testo) {
+            double v = 0.0;
+            return leggi_numero(testo, v) && v >= 0.0
+                       ? ""
+                       : "it takes 0 or a larger number, not " + testo;
+        },
+        "");
+    app->add_option("A", o->a, "One picture, or shot.####.exr")->required();
     app->add_option("B", o->b, "The other, of the same size")->required();
     app->add_option("--limit", o->limite, "Largest difference that passes; 0 wants equal values")
-        ->check(CLI::NonNegativeNumber);
+        ->check(positivo);
     app->add_option("--split", o->affiancati, "Write A left and B right of a divider");
+    app->add_option("--difference", o->differenza, "Write how far they are apart");
+    app->add_option("--gain", o->guadagno, "Times that --difference is scaled")->check(positivo);
     app->add_flag("--overwrite", o->scrittura.sovrascrivi, "Replace outputs that exist");
     app->add_flag("--json", o->json, "For machines");
     return [o] {
-        if (!o->affiancati.empty()) {
-            controlla_scrittura(o->affiancati, o->scrittura);
-            controlla_uscita(o->affiancati, o->scrittura.sovrascrivi);
-        }
-        const Foto a = leggi_foto(o->a);
-        const Foto b = leggi_foto(o->b);
-        if (a.larghezza != b.larghezza || a.altezza != b.altezza)
-            fallisci("the sizes differ: " + tra_apici(o->a) + " has " +
-                     std::to_string(a.larghezza) + "x" + std::to_string(a.altezza) + ", " +
-                     tra_apici(o->b) + " has " + std::to_string(b.larghezza) + "x" +
-                     std::to_string(b.altezza));
-        const Differenza d = misura_differenza(a, b);
-        const double psnr = d.errore_quadratico > 0.0 ? -10.0 * std::log10(d.errore_quadratico)
-                                                      : std::numeric_limits<double>::infinity();
-        const std::size_t pixel = d.dove / 4;
-        const auto larghezza = static_cast<std::size_t>(a.larghezza);
-        const bool passa = d.massima <= o->limite;
-        const char* canali[] = {"R", "G", "B", "A"};
-        if (o->json) {
-            // JSON has no infinity: null stands for it.
-            riga(nlohmann::json{{"equal", d.diversi == 0},
-                                {"passes", passa},
-                                {"largest", d.massima},
-                                {"x", pixel % larghezza},
-                                {"y", pixel / larghezza},
-                                {"channel", canali[d.dove % 4]},
-                                {"ulp", d.ulp},
-                                {"values_that_differ", d.diversi},
-                                {"psnr_db", psnr}}
-                     .dump());
-        } else if (d.diversi == 0) {
-            riga("equal: every value of both pictures is the same");
-        } else {
-            riga("largest difference " + testo_di(d.massima) + " at x " +
-                 std::to_string(pixel % larghezza) + ", y " + std::to_string(pixel / larghezza) +
-                 " in " + canali[d.dove % 4] + ", " + std::to_string(d.ulp) +
-                 " float steps at most, " + std::to_string(d.diversi) + " values differ, PSNR " +
-                 testo_di(std::round(psnr * 100.0) / 100.0) + " dB");
-        }
-        if (!o->affiancati.empty())
-            scrivi_foto(o->affiancati, affianca(a, b), o->scrittura);
-        if (!passa)
+        for (const std::string& uscita : {o->affiancati, o->differenza})
+            if (!uscita.empty()) {
+                controlla_scrittura(uscita, o->scrittura);
+                controlla_uscita(uscita, o->scrittura.sovrascrivi);
+            }
+        const auto modello = [](const std::string& nome) {
+            std::error_code e;
+            return std::filesystem::exists(nome, e) ? std::nullopt : modello_in(nome);
+        };
+        const auto a = modello(o->a);
+        const auto b = modello(o->b);
+        if (a && b)
+            confronta_sequenze(*o, *a, *b);
+        else if (!confronta(*o, o->a, o->b, o->differenza, ""))
             fallisci("the pictures differ by more than the limit of " + testo_di(o->limite));
     };
 }

@@ -59,7 +59,7 @@ std::array<double, 3> campiona(const Foto& cubo, int lato, const float* codice)
 }
 
 std::string testo_cubo(const Foto& cubo, int lato, const std::string& ingresso,
-                       const std::string& impostazioni)
+                       const std::string& titolo, const std::string& impostazioni)
 {
     std::string s = "# Varno Color, the grade without effects\n"
                     "# Input: code values of " +
@@ -67,8 +67,9 @@ std::string testo_cubo(const Foto& cubo, int lato, const std::string& ingresso,
                     ", full range, 0 to 1\n"
                     "# Output: Rec.709 primaries, display-encoded with gamma 2.4, 0 to 1\n"
                     "# Settings: " +
-                    impostazioni + "\nTITLE \"Varno Color\"\nLUT_3D_SIZE " + std::to_string(lato) +
-                    "\nDOMAIN_MIN 0 0 0\nDOMAIN_MAX 1 1 1\n# " + ORDINE_CUBO + "\n";
+                    impostazioni + "\nTITLE \"" + titolo + "\"\nLUT_3D_SIZE " +
+                    std::to_string(lato) + "\nDOMAIN_MIN 0 0 0\nDOMAIN_MAX 1 1 1\n# " +
+                    ORDINE_CUBO + "\n";
     for (std::size_t p = 0; p < quanti_float(cubo); p += 4) {
         const float* v = &cubo.rgba[p];
         for (int c = 0; c < 3; ++c)
@@ -90,6 +91,24 @@ std::string nome_ingresso(const Plugin& plugin, const banco::Istanza& i)
     return s;
 }
 
+// The look, the input, and what else of the grade is not as the plug-in has it from the start.
+std::string titolo(const Plugin& plugin, const banco::Istanza& i)
+{
+    std::string s =
+        "Varno Color: " + scrivi_valore(trova_parametro(plugin, "look"), banco::valore(i, "look")) +
+        ", " + nome_ingresso(plugin, i);
+    for (const banco::Parametro& p : plugin.parametri) {
+        const double v = banco::valore(i, p.nome);
+        const bool effetto = std::any_of(
+            plugin.parametri.begin(), plugin.parametri.end(), [&](const banco::Parametro& q) {
+                return interruttore_di_effetto(q) && (q.nome == p.nome || quantita_di(q) == p.nome);
+            });
+        if (p.opzioni.empty() && !effetto && v != p.predefinito)
+            s += ", " + p.nome + " " + scrivi_valore(p, accorcia(v));
+    }
+    return s;
+}
+
 }  // namespace
 
 Esecuzione comando_lut(CLI::App& programma)
@@ -103,8 +122,9 @@ Esecuzione comando_lut(CLI::App& programma)
     auto o = std::make_shared<Opzioni>();
     CLI::App* app = programma.add_subcommand("lut", "Write the grade, without effects, as a .cube");
     app->add_option("OUT", o->uscita, "The .cube file to write")->required();
-    app->add_option("--size", o->lato, "Points an axis: 33, 65 or 81; 81 are the plug-in's own")
-        ->check(CLI::IsMember({33, 65, 81}));
+    app->add_option("--size", o->lato,
+                    "Points an axis: 17, 32, 33, 64, 65 or 81; 81 are the plug-in's own")
+        ->check(CLI::IsMember({17, 32, 33, 64, 65, 81}));
     app->add_option("--time", o->tempo, "Time at which keyed settings are read");
     app->add_flag("--overwrite", o->comuni.scrittura.sovrascrivi, "Replace outputs that exist");
     opzione_plugin(*app, o->comuni);
@@ -121,9 +141,12 @@ Esecuzione comando_lut(CLI::App& programma)
             if (interruttore_di_effetto(p))
                 banco::imposta(*istanza, p.nome, 0.0);
 
+        riga("plug-in " + plugin.file);
+        avvisa_nulla_di_fatto(plugin, *istanza, imp);
         const Foto cubo = rendi_foto(*istanza, griglia(o->lato), o->tempo);
         scrivi_testo(o->uscita, o->comuni.scrittura.sovrascrivi,
-                     testo_cubo(cubo, o->lato, nome_ingresso(plugin, *istanza), impostazioni));
+                     testo_cubo(cubo, o->lato, nome_ingresso(plugin, *istanza),
+                                titolo(plugin, *istanza), impostazioni));
 
         const Foto scena = disegna_scena(960, 540);
         const Foto vera = rendi_foto(*istanza, scena, o->tempo);

@@ -114,6 +114,7 @@ Esecuzione comando_misura(CLI::App& programma)
 
         if (o->json) {
             nlohmann::ordered_json j;
+            j["plugin"] = plugin.file;
             j["size"] = o->misura;
             for (const Voce& v : voci)
                 j["milliseconds"][v.nome] = v.ms;
@@ -126,8 +127,7 @@ Esecuzione comando_misura(CLI::App& programma)
             using OIIO::Strutil::sprintf;
             riga(o->csv ? sprintf("%s,%.3f", nome, v) : sprintf("%-24s %9.2f%s", nome, v, unita));
         };
-        if (o->csv)
-            riga("name,milliseconds");
+        riga(o->csv ? "name,milliseconds" : "plug-in " + plugin.file);
         for (const Voce& v : voci)
             di(v.nome, v.ms, " ms");
         di("frames a second", 1000.0 / intero, "");

@@ -24,15 +24,15 @@ Json in_json(const banco::Parametro& p)
     j["label"] = p.etichetta;
     j["kind"] = genere(p);
     if (p.tipo == "OfxParamTypeDouble") {
-        j["minimum"] = p.minimo;
-        j["maximum"] = p.massimo;
+        j["minimum"] = accorcia(p.minimo);
+        j["maximum"] = accorcia(p.massimo);
     }
     if (p.tipo == "OfxParamTypeBoolean")
         j["default"] = p.predefinito != 0.0;
     else if (p.tipo == "OfxParamTypeChoice")
         j["default"] = static_cast<int>(p.predefinito);
     else
-        j["default"] = p.predefinito;
+        j["default"] = accorcia(p.predefinito);
     if (!p.opzioni.empty())
         j["options"] = p.opzioni;
     if (!p.hint.empty())
@@ -73,6 +73,7 @@ Esecuzione comando_parametri(CLI::App& programma)
                 tutti.push_back(in_json(p));
             riga(tutti.dump(2));
         } else {
+            riga("plug-in " + plugin.file);
             for (const banco::Parametro& p : plugin.parametri)
                 stampa(p);
         }

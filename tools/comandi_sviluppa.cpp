@@ -6,6 +6,8 @@
 #include "tools/sequenza.h"
 #include "tools/uscita.h"
 
+#include <OpenImageIO/strutil.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <optional>
@@ -90,13 +92,21 @@ std::vector<long long> scegli_numeri(const Opzioni& o, const Filmati& f,
 std::vector<Fotogramma> elenca(const Opzioni& o, const Filmati& f)
 {
     const std::optional<Modello> da = f.da ? std::nullopt : modello_ingresso(o.ingresso);
-    if (!da && !f.da && o.fotogrammi.empty())
-        return {{o.tempo.value_or(0.0), o.ingresso, o.uscita}};
+    if (!da && !f.da && o.fotogrammi.empty()) {
+        const auto numero = static_cast<double>(numero_in(o.ingresso).value_or(0));
+        if (std::error_code e;
+            o.ingresso.find('*') != std::string::npos && !fs::exists(o.ingresso, e))
+            rifiuta("a sequence is not written with '*': give '" +
+                    OIIO::Strutil::replace(o.ingresso, "*", "####") + "', in quotes");
+        return {{o.tempo.value_or(numero), o.ingresso, o.uscita}};
+    }
     if (o.tempo)
         rifiuta("--time is for a single picture: in a sequence the frame number is the time");
     const std::vector<long long> numeri = scegli_numeri(o, f, da);
     if (numeri.empty())
         fallisci("no file is named like " + tra_apici(o.ingresso));
+    if (const std::string mancano = buchi(numeri); o.fotogrammi.empty() && !mancano.empty())
+        avviso("the sequence has no frames " + in_una_riga(mancano));
     const std::optional<Modello> a = modello_in(o.uscita);
     if (!a && !f.a && numeri.size() > 1)
         rifiuta(std::to_string(numeri.size()) + " frames would go into the one file " +
@@ -158,6 +168,8 @@ void sviluppa(const Opzioni& o)
 {
     if (o.salta && o.comuni.scrittura.sovrascrivi)
         rifiuta("--overwrite and --skip-existing contradict each other: give one of them");
+    if (o.muto || o.json)
+        taci();
     Filmati filmati = apri_filmati(o);
     Lavoro lavoro;
     lavoro.fotogrammi = elenca(o, filmati);
@@ -176,10 +188,8 @@ void sviluppa(const Opzioni& o)
         note = filmati.da->note;
     if (filmati.a)
         segui(*filmati.a, o, filmati, lavoro, note);
-    if (!o.muto && !o.json) {
-        std::for_each(note.begin(), note.end(), avviso);
-        avvisa_spenti(plugin, *istanze[0], imp);
-    }
+    std::for_each(note.begin(), note.end(), avviso);
+    avvisa_nulla_di_fatto(plugin, *istanze[0], imp);
     if (!o.salva.empty())
         scrivi_testo(o.salva, o.comuni.scrittura.sovrascrivi,
                      in_json(plugin, *istanze[0], imp, false) + "\n");
@@ -192,13 +202,13 @@ void sviluppa(const Opzioni& o)
         const Fotogramma& f = lavoro.fotogrammi[i];
         return lettura
                    ? leggi_fotogramma(*lettura, static_cast<long long>(f.tempo) - filmati.primo + 1)
-                   : leggi_foto(f.ingresso);
+                   : leggi_foto(f.ingresso, o.comuni.scelta);
     };
     lavoro.scrivi = [&](std::size_t i, const Foto& foto) {
         scrivi_foto(lavoro.fotogrammi[i].uscita, foto, o.comuni.scrittura, impostazioni);
     };
     const auto esegui = [&] {
-        Racconto racconto = racconto_nuovo(o.json, o.muto, lavoro.fotogrammi.size());
+        Racconto racconto = racconto_nuovo(o.json, o.muto, lavoro.fotogrammi.size(), plugin.file);
         const bool riuscito = esegui_lavoro(
             lavoro, istanze, [&](const Resoconto& r) { racconta(racconto, lavoro, r); });
         concludi(racconto, lavoro);
@@ -240,7 +250,9 @@ Esecuzione comando_sviluppa(CLI::App& programma)
     app->add_option("--quality", o->qualita,
                     "Of a movie: -crf where the encoder has it, as h264 and h265, else -q:v");
     opzioni_filmato(*app, o->colori);
-    app->add_option("--time", o->tempo, "Render time of a single picture; moves the grain");
+    app->add_option(
+        "--time", o->tempo,
+        "Render time of a single picture, in place of the number that its name ends in");
     app->add_option("--jobs", o->lavori, "Frames under way at once, each on an instance of its own")
         ->capture_default_str()
         ->check(CLI::Range(1, 64));
@@ -252,6 +264,7 @@ Esecuzione comando_sviluppa(CLI::App& programma)
     app->add_flag("--json", o->json, "Tell progress as lines of JSON");
     opzione_plugin(*app, o->comuni);
     opzioni_parametri(*app, o->comuni);
+    opzioni_lettura(*app, o->comuni);
     opzioni_scrittura(*app, o->comuni);
     return [o] { sviluppa(*o); };
 }

@@ -23,7 +23,9 @@ Esecuzione comando_tavola(CLI::App& programma)
         const auto [larghezza, altezza] = leggi_misura(o->misura);
         controlla_scrittura(o->uscita, o->comuni.scrittura);
         controlla_uscita(o->uscita, o->comuni.scrittura.sovrascrivi);
-        scrivi_foto(o->uscita, disegna_scena(larghezza, altezza), o->comuni.scrittura);
+        Foto scena = disegna_scena(larghezza, altezza);
+        scena.colore = DATI;
+        scrivi_foto(o->uscita, scena, o->comuni.scrittura);
     };
 }
 

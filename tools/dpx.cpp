@@ -10,6 +10,7 @@ namespace varno::provino {
 namespace {
 
 constexpr std::size_t TESTATA = 2048;
+constexpr std::size_t GENERICA = 1664;  // without film and television
 constexpr std::size_t PRIMO_ELEMENTO = 780;
 constexpr std::size_t LUNGO_ELEMENTO = 72;
 constexpr std::uint32_t INDEFINITO = 0xffffffff;
@@ -97,7 +98,7 @@ void controlla_elemento(Byte d, const Elemento& e, std::uint64_t pixel, const st
         byte = campioni / 3 * 4;
     if (e.imballo != 0 && e.bit == 12)
         byte = campioni * 2;
-    if (e.inizio < TESTATA || e.inizio + byte > d.size())
+    if (e.inizio < GENERICA || e.inizio + byte > d.size())
         tronco(Formato::dpx, nome);
 }
 
@@ -105,10 +106,10 @@ void controlla_elemento(Byte d, const Elemento& e, std::uint64_t pixel, const st
 
 void controlla_dpx(Byte d, const std::string& nome)
 {
-    if (d.size() < TESTATA)
+    if (d.size() < GENERICA)
         tronco(Formato::dpx, nome);
     const std::uint32_t utente = u32(d, 32);
-    if (utente != INDEFINITO && utente > d.size() - TESTATA)
+    if (utente != INDEFINITO && utente > d.size() - GENERICA)
         guasto(Formato::dpx, nome, "length of user data");
     const std::uint32_t elementi = u16(d, 770);
     if (elementi < 1 || elementi > 8)
@@ -116,6 +117,29 @@ void controlla_dpx(Byte d, const std::string& nome)
     controlla_misure(u32(d, 772), u32(d, 776), nome);
     for (std::size_t i = 0; i < elementi; ++i)
         controlla_elemento(d, elemento(d, i), std::uint64_t{u32(d, 772)} * u32(d, 776), nome);
+}
+
+void completa_testata(std::vector<unsigned char>& dati)
+{
+    const bool piccolo = piccolo_prima(dati);
+    const std::size_t inizio = u32(dati, 4);
+    if (inizio < GENERICA || inizio >= TESTATA)
+        return;
+    const auto sposta = [&](std::size_t campo) {
+        std::uint32_t n = u32(dati, campo);
+        if (n >= inizio && n != INDEFINITO)
+            n += static_cast<std::uint32_t>(TESTATA - inizio);
+        for (std::size_t i = 0; i < 4; ++i, n >>= 8)
+            dati[campo + (piccolo ? i : 3 - i)] = static_cast<unsigned char>(n);
+    };
+    for (std::size_t e = 0; e < u16(dati, 770); ++e)
+        sposta(PRIMO_ELEMENTO + LUNGO_ELEMENTO * e + 28);
+    sposta(4);
+    std::vector<unsigned char> niente(TESTATA - GENERICA, 0xff);  // numbers; then the texts
+    std::fill_n(niente.begin(), 48, std::uint8_t{0});
+    std::fill_n(niente.begin() + 68, 188, std::uint8_t{0});
+    dati.insert(dati.begin() + static_cast<std::ptrdiff_t>(inizio),
+                niente.begin() + static_cast<std::ptrdiff_t>(inizio - GENERICA), niente.end());
 }
 
 std::vector<float> campioni_persi(Byte d)

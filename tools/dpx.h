@@ -11,6 +11,11 @@ namespace varno::provino {
 /// the reader behind OpenImageIO takes lengths and counts as they stand.
 void controlla_dpx(Byte d, const std::string& nome);
 
+/// Some writers end the header before its fields on film and television: for those that the file
+/// lacks, fields that say nothing go in before the pixels of a checked file, since the reader
+/// behind OpenImageIO takes the first pixels for them.
+void completa_testata(std::vector<unsigned char>& dati);
+
 /// The last sample of each line, 0 to 1, of a checked file whose lines of 10-bit samples, three to
 /// a word, end in a word with one alone: the reader behind OpenImageIO loses it. Empty for any
 /// other.

@@ -1,17 +1,22 @@
 #include "tools/immagini.h"
 
+#include "tools/argomenti.h"
 #include "tools/dpx.h"
 #include "tools/messaggi.h"
+#include "tools/profilo.h"
 #include "tools/uscita.h"
 
 #include <OpenImageIO/filesystem.h>
+#include <OpenImageIO/strutil.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <fstream>
 #include <memory>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace varno::provino {
@@ -22,6 +27,10 @@ namespace fs = std::filesystem;
 constexpr std::uintmax_t FILE_LIMITE = std::uintmax_t{4} << 30;  // bytes
 constexpr const char* SEGNO = SEGNO_IMPOSTAZIONI.data();
 
+// OpenImageIO reads the name of a colour space from an EXR, but writes no name that begins as this
+// one must: it gets its four letters when the file stands in memory.
+constexpr const char* SPAZIO_EXR = "xxxx:ColorSpace";
+
 // --- Reading -------------------------------------------------------------------------------------
 
 std::vector<unsigned char> leggi_byte(const fs::path& file)
@@ -29,6 +38,11 @@ std::vector<unsigned char> leggi_byte(const fs::path& file)
     const std::string nome = file.string();
     std::error_code e;
     const fs::file_status stato = fs::status(file, e);
+    const auto perche = [&](const std::string& motivo) {
+        fallisci("cannot read " + tra_apici(nome) + ": " + motivo);
+    };
+    if (!fs::status_known(stato))
+        perche(e.message());
     if (!fs::exists(stato))
         fallisci("there is no file " + tra_apici(nome));
     if (fs::is_directory(stato))
@@ -38,11 +52,12 @@ std::vector<unsigned char> leggi_byte(const fs::path& file)
     const std::uintmax_t lunghezza = fs::file_size(file, e);
     if (e || lunghezza > FILE_LIMITE)
         fallisci(tra_apici(nome) + " is larger than 4 GiB, too large for one picture");
+    errno = 0;
     std::ifstream f(file, std::ios::binary);
     std::vector<unsigned char> dati(static_cast<std::size_t>(lunghezza));
     if (!f ||
         !f.read(reinterpret_cast<char*>(dati.data()), static_cast<std::streamsize>(dati.size())))
-        fallisci("cannot read " + tra_apici(nome) + ": check that you may open it");
+        perche(errno != 0 ? std::generic_category().message(errno) : "its length changed");
     return dati;
 }
 
@@ -60,12 +75,39 @@ struct Lettura {
              " that is not read" + (motivo.empty() ? "" : " (" + in_una_riga(motivo) + ")"));
 }
 
-Lettura apri_foto(const fs::path& file)
+// The part of that number or name.
+void scegli_parte(Lettura& l, const std::string& nome, const std::string& parte)
+{
+    constexpr int LIMITE = 1000;
+    std::vector<std::string> parti;
+    for (int i = 0; i < LIMITE && l.ingresso->seek_subimage(i, 0); ++i)
+        parti.emplace_back(l.ingresso->spec().get_string_attribute("oiio:subimagename"));
+    static_cast<void>(l.ingresso->geterror());  // that there is no further one
+    std::string tutte;
+    int quale = parte.empty() ? 0 : -1;
+    for (std::size_t i = 0; i < parti.size(); ++i) {
+        const std::string numero = std::to_string(i);
+        if (quale < 0 && (parte == parti[i] || parte == numero))
+            quale = static_cast<int>(i);
+        tutte += (i > 0 ? ", " : "") + (parti[i].empty() ? numero : parti[i]);
+    }
+    if (quale < 0)
+        rifiuta(tra_apici(nome) + " has no part " + tra_apici(parte) + "; it has: " + tutte);
+    if (parte.empty() && parti.size() > 1)
+        nota(nome, "has " + std::to_string(parti.size()) +
+                       " parts, of which the first is read; --part chooses: " + tutte);
+    if (!l.ingresso->seek_subimage(quale, 0))
+        illeggibile(nome, l.formato, l.ingresso->geterror());
+}
+
+Lettura apri_foto(const fs::path& file, const Scelta& scelta = {})
 {
     Lettura l;
     l.dati = leggi_byte(file);
     l.formato = formato_dai_byte(l.dati, file.string());
     controlla_struttura(l.formato, l.dati, file.string());
+    if (l.formato == Formato::dpx)
+        completa_testata(l.dati);
 
     // By the format's own reader, so that nothing is guessed from the file's name.
     l.memoria = std::make_unique<OIIO::Filesystem::IOMemReader>(l.dati.data(), l.dati.size());
@@ -79,6 +121,8 @@ Lettura apri_foto(const fs::path& file)
     come.attribute("oiio:UnassociatedAlpha", 1);
     if (!l.ingresso->open(file.string(), testata, come))
         illeggibile(file, l.formato, l.ingresso->geterror());
+    scegli_parte(l, file.string(), scelta.parte);
+    testata = l.ingresso->spec();
     controlla_misure(testata.width, testata.height, file.string());
     if (testata.deep || testata.depth > 1)
         fallisci(tra_apici(file.string()) +
@@ -90,10 +134,9 @@ Lettura apri_foto(const fs::path& file)
 
 int canale(const OIIO::ImageSpec& testata, const std::string& nome)
 {
-    for (int c = 0; c < testata.nchannels; ++c)
-        if (std::string(testata.channel_name(c)) == nome)
-            return c;
-    return -1;
+    const auto& nomi = testata.channelnames;
+    const auto dove = std::find(nomi.begin(), nomi.end(), nome);
+    return dove == nomi.end() ? -1 : static_cast<int>(dove - nomi.begin());
 }
 
 // The file's channels that become R, G, B and A; -1 for an alpha that it lacks.
@@ -101,19 +144,39 @@ struct Canali {
     int c[4] = {0, 0, 0, -1};
 };
 
-Canali scegli_canali(const OIIO::ImageSpec& testata)
+Canali scegli_canali(const OIIO::ImageSpec& testata, const std::string& file,
+                     const std::string& strato)
 {
+    const std::string tutti = OIIO::Strutil::join(testata.channelnames, ", ");
+    const std::string davanti = strato.empty() ? "" : strato + ".";
     Canali k;
-    const int r = canale(testata, "R");
-    const int g = canale(testata, "G");
-    const int b = canale(testata, "B");
-    if (r >= 0 && g >= 0 && b >= 0) {
-        k = {{r, g, b, canale(testata, "A")}};
+    const auto rgb = [&](const char* r, const char* g, const char* b) {
+        k = {{canale(testata, davanti + r), canale(testata, davanti + g),
+              canale(testata, davanti + b), canale(testata, davanti + "A")}};
+        return k.c[0] >= 0 && k.c[1] >= 0 && k.c[2] >= 0;
+    };
+    if (rgb("R", "G", "B") || (!strato.empty() && rgb("X", "Y", "Z"))) {
+    } else if (!strato.empty()) {
+        const int uno = std::max(canale(testata, strato), canale(testata, davanti + "Y"));
+        if (uno < 0)
+            rifiuta(tra_apici(file) + " has no layer " + tra_apici(strato) +
+                    "; its channels are: " + in_una_riga(tutti));
+        k = {{uno, uno, uno, -1}};
     } else if (testata.nchannels >= 3) {
         k = {{0, 1, 2, testata.alpha_channel >= 3 ? testata.alpha_channel : -1}};
     } else if (testata.nchannels == 2 && testata.alpha_channel == 1) {
-        k.c[3] = 1;
+        k = {{0, 0, 0, 1}};
+    } else if (testata.nchannels == 2 || testata.z_channel == 0) {
+        rifiuta(tra_apici(file) + " holds no colours but " + tutti + ": choose with --layer");
+    } else {
+        k = {};
     }
+    std::string fuori;
+    for (int c = 0; c < testata.nchannels; ++c)
+        if (std::find(k.c, k.c + 4, c) == k.c + 4)
+            fuori += (fuori.empty() ? "" : ", ") + std::string(testata.channel_name(c));
+    if (strato.empty() && !fuori.empty())
+        nota(file, "has channels that are left out, --layer chooses: " + in_una_riga(fuori));
     return k;
 }
 
@@ -148,37 +211,59 @@ void rendi_persi(Foto& f, Byte dati)
 
 // --- Depth and compression -----------------------------------------------------------------------
 
+struct Compressione {
+    std::string_view nome;
+    int massimo = 0;  // of the level that may follow behind a colon; 0 for none
+};
+
 struct Capacita {
     Formato formato;
     std::vector<std::string_view> profondita;  // the first is the usual one
-    std::vector<std::string_view> compressioni;
+    std::vector<Compressione> compressioni;
 };
 
 const Capacita& capacita(Formato f)
 {
+    // clang-format off
     static const std::vector<Capacita> tutte = {
-        {Formato::exr,
-         {"half", "float"},
-         {"zip", "none", "rle", "zips", "piz", "pxr24", "b44", "b44a", "dwaa", "dwab"}},
-        {Formato::dpx, {"uint10", "uint8", "uint16"}, {"none"}},
-        {Formato::tiff, {"uint16", "uint8", "half", "float"}, {"zip", "none", "lzw", "packbits"}},
-        {Formato::png, {"uint16", "uint8"}, {"zip"}},
-        {Formato::jpeg, {"uint8"}, {"jpeg"}},
+        {Formato::exr,  {"half", "float"},
+         {{"zip", 9}, {"none"}, {"rle"}, {"zips", 9}, {"piz"}, {"pxr24"}, {"b44"}, {"b44a"},
+          {"dwaa", 1000}, {"dwab", 1000}}},
+        {Formato::dpx,  {"uint10", "uint8", "uint16"}, {{"none"}}},
+        {Formato::tiff, {"uint16", "uint8", "half", "float"},
+         {{"zip", 9}, {"none"}, {"lzw"}, {"packbits"}}},
+        {Formato::png,  {"uint16", "uint8"}, {{"zip", 9}}},
+        {Formato::jpeg, {"uint8"}, {{"jpeg", 100}}},
     };
+    // clang-format on
     return tutte[static_cast<std::size_t>(f)];
-}
-
-std::string elenco(const std::vector<std::string_view>& parole)
-{
-    std::string s;
-    for (const std::string_view p : parole)
-        s += (s.empty() ? "" : ", ") + std::string(p);
-    return s;
 }
 
 bool contiene(const std::vector<std::string_view>& parole, std::string_view p)
 {
     return std::find(parole.begin(), parole.end(), p) != parole.end();
+}
+
+void controlla_compressione(Formato f, const std::string& chiesta)
+{
+    const std::size_t due_punti = chiesta.find(':');
+    std::string tutte;
+    for (const Compressione& c : capacita(f).compressioni) {
+        if (c.nome == chiesta.substr(0, due_punti)) {
+            long long livello = 1;
+            if (due_punti != std::string::npos &&
+                (!leggi_intero(chiesta.substr(due_punti + 1), livello) || livello < 1 ||
+                 livello > c.massimo))
+                rifiuta("the compression " + std::string(c.nome) + " of " + nome_formato(f) +
+                        (c.massimo > 0 ? " takes a level from 1 to " + std::to_string(c.massimo)
+                                       : " takes no level") +
+                        ", not " + tra_apici(chiesta));
+            return;
+        }
+        tutte += (tutte.empty() ? "" : ", ") + std::string(c.nome);
+    }
+    rifiuta(std::string(nome_formato(f)) + " has no compression " + tra_apici(chiesta) +
+            ": it takes " + tutte);
 }
 
 std::string profondita_letta(const OIIO::ImageSpec& testata)
@@ -286,6 +371,26 @@ void sana_testata(OIIO::ImageSpec& s)
         s.erase_attribute("PixelAspectRatio");
 }
 
+// What the values are, in the words that oiiotool and ffmpeg read.
+void dichiara_colore(OIIO::ImageSpec& s, Formato f, const std::string& colore)
+{
+    const bool schermo = colore == SCHERMO;
+    s.attribute(f == Formato::exr ? SPAZIO_EXR : "oiio:ColorSpace", colore);
+    if (f == Formato::dpx) {
+        s.attribute("dpx:Transfer", schermo ? "ITU-R 709-4" : "User defined");
+        s.attribute("dpx:Colorimetric", schermo ? "ITU-R 709-4" : "User defined");
+        s.erase_attribute("oiio:ColorSpace");
+    } else if (schermo && f == Formato::exr) {
+        constexpr float REC709[] = {0.64f, 0.33f, 0.30f, 0.60f, 0.15f, 0.06f, 0.3127f, 0.3290f};
+        s.attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8), REC709);
+    } else if (schermo) {
+        const auto& profilo = profilo_schermo();
+        s.attribute("ICCProfile",
+                    OIIO::TypeDesc(OIIO::TypeDesc::UINT8, static_cast<int>(profilo.size())),
+                    profilo.data());
+    }
+}
+
 OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come,
                               const std::string& profondita, const std::string& impostazioni)
 {
@@ -317,8 +422,8 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
     s.erase_attribute(SEGNO);
     if (non_associata)
         s.attribute("oiio:UnassociatedAlpha", 1);
+    dichiara_colore(s, f, foto.colore);
     if (f == Formato::dpx) {
-        s.attribute("oiio:ColorSpace", "Rec709");
         s.attribute("oiio:BitsPerSample", profondita == "uint10"  ? 10
                                           : profondita == "uint8" ? 8
                                                                   : 16);
@@ -327,8 +432,16 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
         s.attribute("CompressionQuality", 95);
         s.attribute("jpeg:subsampling", "4:4:4");
     }
-    if (!come.compressione.empty())
+    if (f == Formato::png)
+        s.attribute("png:filter", 16);  // differences along the row: small, and fast to make
+    const std::size_t livello = come.compressione.find(':');
+    if (f == Formato::png)
+        s.attribute("png:compressionLevel",
+                    livello == std::string::npos ? 2 : come.compressione[livello + 1] - '0');
+    else if (!come.compressione.empty())
         s.attribute("compression", come.compressione);
+    if (f == Formato::tiff && s.get_string_attribute("compression", "zip") == "zip")
+        s.attribute("compression", "zip:2");  // the last percents take most of the time
     s.attribute("Software", "provino " PROVINO_VERSIONE);
     if (!impostazioni.empty())
         posa_impostazioni(s, f, impostazioni);
@@ -385,11 +498,13 @@ OIIO::ImageSpec leggi_testata(const fs::path& file)
     return apri_foto(file).ingresso->spec();
 }
 
-Foto leggi_foto(const fs::path& file)
+Foto leggi_foto(const fs::path& file, const Scelta& scelta)
 {
-    Lettura l = apri_foto(file);
+    Lettura l = apri_foto(file, scelta);
     const OIIO::ImageSpec& testata = l.ingresso->spec();
-    const Canali k = scegli_canali(testata);
+    const Canali k = scegli_canali(testata, file.string(), scelta.strato);
+    if (testata.get_int_attribute("Orientation", 1) != 1)
+        nota(file.string(), "asks to be shown turned: its pixels are developed as they lie");
     Foto f;
     f.larghezza = testata.width;
     f.altezza = testata.height;
@@ -400,16 +515,18 @@ Foto leggi_foto(const fs::path& file)
 
     const bool in_fila =
         k.c[1] == k.c[0] + 1 && k.c[2] == k.c[0] + 2 && (!f.alfa || k.c[3] == k.c[0] + 3);
+    const int parte = l.ingresso->current_subimage();
     bool letto = false;
     float* p = f.rgba.get();
     const std::size_t pixel = quanti_float(f) / 4;
     if (in_fila) {
-        letto = l.ingresso->read_image(0, 0, k.c[0], k.c[0] + (f.alfa ? 4 : 3), OIIO::TypeFloat, p,
-                                       4 * sizeof(float));
+        letto = l.ingresso->read_image(parte, 0, k.c[0], k.c[0] + (f.alfa ? 4 : 3), OIIO::TypeFloat,
+                                       p, 4 * sizeof(float));
     } else {
         const auto n = static_cast<std::size_t>(testata.nchannels);
         std::vector<float> tutti(pixel * n);
-        letto = l.ingresso->read_image(0, 0, 0, testata.nchannels, OIIO::TypeFloat, tutti.data());
+        letto =
+            l.ingresso->read_image(parte, 0, 0, testata.nchannels, OIIO::TypeFloat, tutti.data());
         for (std::size_t i = 0; i < pixel; ++i)
             for (std::size_t c = 0; c < (f.alfa ? 4u : 3u); ++c)
                 p[4 * i + c] = tutti[i * n + static_cast<std::size_t>(k.c[c])];
@@ -432,11 +549,9 @@ void controlla_scrittura(const fs::path& file, const Scrittura& come)
     const Capacita& c = capacita(f);
     if (!come.profondita.empty() && !contiene(c.profondita, come.profondita))
         rifiuta(std::string(nome_formato(f)) + " has no depth " + tra_apici(come.profondita) +
-                ": it takes " + elenco(c.profondita));
-    const std::string nome = come.compressione.substr(0, come.compressione.find(':'));
-    if (!come.compressione.empty() && !contiene(c.compressioni, nome))
-        rifiuta(std::string(nome_formato(f)) + " has no compression " +
-                tra_apici(come.compressione) + ": it takes " + elenco(c.compressioni));
+                ": it takes " + OIIO::Strutil::join(c.profondita, ", "));
+    if (!come.compressione.empty())
+        controlla_compressione(f, come.compressione);
 }
 
 void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
@@ -444,6 +559,8 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
 {
     controlla_scrittura(file, come);
     const Formato f = formato_dal_nome(file);
+    if (foto.alfa && f == Formato::jpeg)
+        nota(file.string(), "holds no alpha, as no JPEG does: it is left out");
     const std::string profondita = scegli_profondita(f, foto, come);
     OIIO::ImageSpec testata = spec_d_uscita(f, foto, come, profondita, impostazioni);
 
@@ -464,6 +581,12 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
             !scrivi_pixel(*uscita, foto, testata.nchannels, profondita) || !uscita->close())
             fallisci("cannot write " + tra_apici(file.string()) + ": " +
                      in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
+        if (f == Formato::exr) {
+            const std::string nome = std::string(SPAZIO_EXR) + '\0' + "string";
+            const auto dove = std::search(memoria.begin(), memoria.end(), nome.begin(), nome.end());
+            if (dove != memoria.end())
+                std::copy_n("oiio", 4, dove);
+        }
         if (!diretto)
             scrivi_byte(provvisorio, memoria, file.string());
     });

@@ -16,6 +16,10 @@ namespace varno::provino {
 
 /// The name of the settings in what provino writes.
 constexpr std::string_view SEGNO_IMPOSTAZIONI = "provino:settings";
+/// How oiiotool and its like call what the plug-in makes, Rec.709 at a display's gamma of 2.4, and
+/// values that are no colours for a display.
+constexpr const char* SCHERMO = "GammaCorrected2.4";
+constexpr const char* DATI = "data";
 
 /// A picture in memory: RGBA float, the file's top row first; values as in the file (integers as
 /// fractions of their range), with no conversion of colour and no multiplication by alpha.
@@ -24,7 +28,14 @@ struct Foto {
     std::unique_ptr<float[]> rgba;
     bool alfa = false;  // else alpha is 1 everywhere and is not written
     Formato formato = Formato::exr;
-    OIIO::ImageSpec testata;  // what the file told: metadata, data window, depth
+    std::string colore = SCHERMO;  // what a file written of it says its values are
+    OIIO::ImageSpec testata;       // what the file told: metadata, data window, depth
+};
+
+/// What to read of a file that holds several pictures; empty for the first, and for its RGB.
+struct Scelta {
+    std::string parte;   // a number from 0, or a name
+    std::string strato;  // what stands before ".R" in the channels' names, or one channel
 };
 
 /// How a picture is to be written.
@@ -50,8 +61,9 @@ inline unsigned codice(float v, float massimo)
 /// A picture of that size, its pixels not yet set.
 Foto foto_nuova(int larghezza, int altezza, bool alfa = false);
 
-/// Reads a whole file; grey becomes RGB, channels beyond RGBA are left out. Throws Errore.
-Foto leggi_foto(const std::filesystem::path& file);
+/// Reads a whole file; grey becomes RGB. A note tells what is left out: other parts, channels, the
+/// orientation. Throws Errore.
+Foto leggi_foto(const std::filesystem::path& file, const Scelta& scelta = {});
 
 /// Its metadata alone.
 OIIO::ImageSpec leggi_testata(const std::filesystem::path& file);
@@ -60,8 +72,8 @@ OIIO::ImageSpec leggi_testata(const std::filesystem::path& file);
 void controlla_scrittura(const std::filesystem::path& file, const Scrittura& come);
 
 /// Writes in the format that the name tells. Integers are rounded and held to 0..1, a NaN becomes
-/// 0. Metadata follows, but for what told the colours of the file that was read, which are gone;
-/// software and, unless empty, the settings are added. Throws Errore.
+/// 0. Metadata follows, but for what told the colours of the file that was read: in its place
+/// stands what they are now. Software and, unless empty, the settings are added. Throws Errore.
 void scrivi_foto(const std::filesystem::path& file, const Foto& foto, const Scrittura& come,
                  const std::string& impostazioni = {});
 

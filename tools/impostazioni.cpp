@@ -112,14 +112,14 @@ void da_json(const Plugin& plugin, const std::string& testo, const std::string& 
         }
     };
     for (const auto& [n, v] : j["parameters"].items())
-        imp.salvate[n] = valore_json(parametro(n), v, nome);
+        imp.salvate[parametro(n).nome] = valore_json(parametro(n), v, nome);
     const Json chiavi = j.value("keys", Json::object());
     for (const auto& [n, elenco] : chiavi.items()) {
         const banco::Parametro& p = parametro(n);
         for (const Json& c : elenco) {
             if (!c.is_array() || c.size() != 2 || !c[0].is_number())
                 json_errato(nome, "a key of " + n + " must be [time, value]");
-            imp.chiavi[n].emplace_back(c[0].get<double>(), valore_json(p, c[1], nome));
+            imp.chiavi[p.nome].emplace_back(c[0].get<double>(), valore_json(p, c[1], nome));
         }
     }
 }
@@ -150,7 +150,7 @@ Json valore_in_json(const banco::Parametro& p, double v)
         return scrivi_valore(p, v);
     if (interruttore(p))
         return v != 0.0;
-    return v;
+    return accorcia(v);
 }
 
 }  // namespace
@@ -196,7 +196,7 @@ Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
     for (const std::string& v : o.valori) {
         const auto [nome, testo] = dividi(v, "-p", "name=value");
         const banco::Parametro& p = trova_parametro(plugin, nome);
-        imp.modifiche.emplace_back(nome, leggi_valore(p, testo));
+        imp.modifiche.emplace_back(p.nome, leggi_valore(p, testo));
     }
     if (!o.chiavi.empty())
         for (const std::string& c : o.chiavi)
@@ -262,12 +262,23 @@ std::string in_json(const Plugin& plugin, const banco::Istanza& istanza, const I
     return compatto ? j.dump() : j.dump(2);
 }
 
-void avvisa_spenti(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp)
+void avvisa_nulla_di_fatto(const Plugin& plugin, const banco::Istanza& istanza,
+                           const Impostazioni& imp)
 {
     std::set<std::string> dati;
-    for (const auto& [nome, valore] : imp.modifiche)
-        if (valore > 0.0)
-            dati.insert(nome);
+    for (auto i = imp.modifiche.begin(); i != imp.modifiche.end(); ++i) {
+        if (i->second > 0.0)
+            dati.insert(i->first);
+        const bool ancora = std::any_of(i + 1, imp.modifiche.end(),
+                                        [&](const auto& altra) { return altra.first == i->first; });
+        if (!ancora && banco::valore(istanza, i->first) != i->second)
+            avviso(i->first +
+                   " is overwritten by the recipe of the look behind it: give the look first");
+        if (banco::nascosto(istanza, i->first))
+            avviso(i->first + " does nothing with the log format " +
+                   scrivi_valore(trova_parametro(plugin, "formato"),
+                                 banco::valore(istanza, "formato")));
+    }
     for (const auto& [nome, chiavi] : imp.chiavi)
         dati.insert(nome);
     for (const banco::Parametro& p : plugin.parametri) {

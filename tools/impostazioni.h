@@ -49,7 +49,9 @@ void spegni_effetti(const Plugin& plugin, Impostazioni& imp);
 std::string in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp,
                     bool compatto);
 
-/// Notes on amounts that were given while their effect is off.
-void avvisa_spenti(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp);
+/// Notes on what was given and does nothing: an amount while its effect is off, what a look behind
+/// it overwrites, the colour space of another log format.
+void avvisa_nulla_di_fatto(const Plugin& plugin, const banco::Istanza& istanza,
+                           const Impostazioni& imp);
 
 }  // namespace varno::provino

@@ -2,9 +2,12 @@
 
 #include "tools/errore.h"
 
+#include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <mutex>
+#include <set>
 #include <unistd.h>
 
 namespace varno::provino {
@@ -12,6 +15,7 @@ namespace {
 
 std::FILE* gErrori = stderr;
 std::mutex gMutex;
+std::atomic<bool> gMuto{false};
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool SANITIZZATO = true;  // their reports must be seen
@@ -56,14 +60,34 @@ void errore(const std::string& testo)
 }
 void avviso(const std::string& testo)
 {
-    scrivi("provino: note: " + pulito(testo) + "\n");
+    if (!gMuto)
+        scrivi("provino: note: " + pulito(testo) + "\n");
+}
+
+void nota(const std::string& file, const std::string& testo)
+{
+    static std::mutex mutex;
+    static std::set<std::string> dette;
+    const std::lock_guard<std::mutex> chiuso(mutex);
+    if (dette.insert(testo).second)
+        avviso(tra_apici(file) + " " + testo);
+}
+
+void taci()
+{
+    gMuto = true;
+}
+
+int canale_errori()
+{
+    return fileno(gErrori);
 }
 
 void riga(const std::string& testo)
 {
     const std::lock_guard<std::mutex> chiuso(gMutex);
     if (std::fputs((testo + "\n").c_str(), stdout) < 0 || std::fflush(stdout) != 0)
-        fallisci("cannot write to the standard output");
+        fallisci(errno == EPIPE ? "" : "cannot write to the standard output");
 }
 
 void barra(const std::string& testo)
@@ -72,7 +96,7 @@ void barra(const std::string& testo)
 }
 bool su_terminale()
 {
-    return isatty(fileno(gErrori)) == 1;
+    return isatty(canale_errori()) == 1;
 }
 
 std::string in_una_riga(const std::string& testo)

@@ -13,8 +13,17 @@ void apri_messaggi();
 void errore(const std::string& testo);
 void avviso(const std::string& testo);
 
+/// A note on a file, told for the first one alone of all that it fits.
+void nota(const std::string& file, const std::string& testo);
+
+/// No notes from now on.
+void taci();
+
+/// Descriptor of the error channel.
+int canale_errori();
+
 /// One line on the standard output, flushed, so that a pipe sees it at once. Throws Errore where it
-/// cannot be written.
+/// cannot be written, without a text where a reader such as `head` has had enough.
 void riga(const std::string& testo);
 
 /// Text as it stands on the error channel, for a progress bar; false from su_terminale() if that is

@@ -3,6 +3,9 @@
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
 
+#include <OpenImageIO/strutil.h>
+
+#include <cstdlib>
 #include <exception>
 #include <system_error>
 
@@ -34,9 +37,23 @@ fs::path trova_plugin(const std::string& dato)
                          ": --plugin takes a bundle or an .ofx file");
         return fs::exists(p / NOME_BUNDLE, e) ? p / NOME_BUNDLE : p;
     }
-    for (const banco::Trovato& t : banco::cerca(banco::cartelle_di_ricerca()))
-        if (t.bundle.filename() == NOME_BUNDLE && !t.binario.empty())
-            return t.bundle;
+    // OFX_PLUGIN_PATH comes first, then what lies beside this program, then the system's folders.
+    std::vector<fs::path> cartelle = banco::cartelle_di_ricerca();
+    std::vector<fs::path> del_sistema;
+    const char* detto = std::getenv("OFX_PLUGIN_PATH");
+    for (const std::string& voce : OIIO::Strutil::splits(detto != nullptr ? detto : "", ":"))
+        if (std::error_code e; !voce.empty() && !fs::is_directory(voce, e))
+            avviso("OFX_PLUGIN_PATH names " + tra_apici(voce) + ", and there is no such folder");
+    del_sistema.push_back(cartelle.back());
+    cartelle.pop_back();
+    const auto cerca = [](const std::vector<fs::path>& dove) -> fs::path {
+        for (const banco::Trovato& t : banco::cerca(dove))
+            if (t.bundle.filename() == NOME_BUNDLE && !t.binario.empty())
+                return t.bundle;
+        return {};
+    };
+    if (const fs::path p = cerca(cartelle); !p.empty())
+        return p;
     const fs::path cartella = questo_programma().parent_path();
     for (const fs::path& p :
          {cartella / NOME_BUNDLE, cartella.parent_path() / NOME_BUNDLE, fs::path(PROVINO_BUNDLE)}) {
@@ -44,6 +61,8 @@ fs::path trova_plugin(const std::string& dato)
         if (fs::exists(p, e))
             return p;
     }
+    if (const fs::path p = cerca(del_sistema); !p.empty())
+        return p;
     senza_plugin(
         std::string("found no ") + NOME_BUNDLE +
         " where hosts look: install it, set OFX_PLUGIN_PATH to its folder, or give --plugin PATH");
@@ -68,9 +87,25 @@ Plugin carica_plugin(const std::string& percorso)
         p.modulo = banco::carica(dove);
         p.parametri = banco::parametri(*p.modulo);
         banco::registro(*p.modulo).scrivi = false;
+        p.file = fs::absolute(banco::binario(*p.modulo)).lexically_normal().string();
         return p;
     } catch (const std::exception& e) {
-        senza_plugin("cannot load " + tra_apici(dove.string()) + ": " + in_una_riga(e.what()));
+        // The bench host and the system's loader each begin with the file once more.
+        std::string motivo = in_una_riga(e.what());
+        for (const std::string& capo :
+             {banco::binario_di(fs::absolute(dove)).string() + ": ",
+              banco::binario_di(dove).string() + ": ", std::string("cannot be loaded: ")})
+            motivo = OIIO::Strutil::replace(motivo, capo, "", true);
+        senza_plugin("cannot load " + tra_apici(dove.string()) + ": " + motivo);
+    }
+}
+
+std::string file_del_plugin()
+{
+    try {
+        return carica_plugin({}).file;
+    } catch (const Errore& e) {
+        return "none (" + e.testo + ")";
     }
 }
 
@@ -81,6 +116,11 @@ const banco::Parametro& trova_parametro(const Plugin& p, std::string_view nome)
         if (q.nome == nome)
             return q;
         nomi.push_back(q.nome);
+    }
+    for (const banco::Parametro& q : p.parametri) {
+        if (OIIO::Strutil::iequals(q.etichetta, std::string(nome)))
+            return q;
+        nomi.push_back(q.etichetta);
     }
     rifiuta("there is no parameter " + tra_apici(std::string(nome)) + proposta(nome, nomi) +
             " ('provino parametri' lists them all)");

@@ -13,15 +13,19 @@ namespace varno::provino {
 /// The plug-in as a host has it loaded, and the parameters that it declares.
 struct Plugin {
     banco::ModuloPtr modulo;
+    std::string file;  // the binary that was loaded, whole path
     std::vector<banco::Parametro> parametri;
 };
 
 /// From the path given (a bundle, a binary, or a folder that holds the bundle); without one from
-/// where hosts look, then from beside this program, then from where it was built. Throws Errore
-/// (plug-in) where there is none or it does not load.
+/// OFX_PLUGIN_PATH, then from beside this program or where it was built, then from the system's
+/// folder. Throws Errore (plug-in) where there is none or it does not load.
 Plugin carica_plugin(const std::string& percorso);
 
-/// Throws Errore (usage) with the nearest name for an unknown one.
+/// The file that is loaded where no path is given, or why there is none.
+std::string file_del_plugin();
+
+/// By its name or label. Throws Errore (usage) with the nearest one for an unknown one.
 const banco::Parametro& trova_parametro(const Plugin& p, std::string_view nome);
 
 /// Develops a picture at a time into another of its size. The file's top row is the highest y: rows

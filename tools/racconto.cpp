@@ -2,7 +2,10 @@
 
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
+#include "tools/uscita.h"
 
+#include <OpenImageIO/strutil.h>
+#include <OpenImageIO/sysutil.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -36,28 +39,35 @@ double al_secondo(const Racconto& r)
 
 void disegna_barra(const Racconto& r, std::size_t quanti)
 {
-    constexpr std::size_t LARGA = 30;
     const std::size_t finiti = r.fatti + r.saltati + r.falliti.size();
-    const std::size_t pieni = LARGA * finiti / quanti;
-    std::string s = PULISCI +
-                    ("[" + std::string(pieni, '=') + std::string(LARGA - pieni, ' ') + "] ") +
-                    std::to_string(finiti) + "/" + std::to_string(quanti);
+    std::string s = std::to_string(finiti) + "/" + std::to_string(quanti);
     if (r.fatti > 0) {
         const auto restano =
             static_cast<long>(std::lround(static_cast<double>(quanti - finiti) / al_secondo(r)));
-        s += sprintf("  %.2f frames a second, %d:%02d left", al_secondo(r), restano / 60,
-                     restano % 60);
+        s += sprintf("  %.2f a second, %d:%02d left", al_secondo(r), restano / 60, restano % 60);
     }
-    barra(s);
+    // What the text leaves of the line, one column of which stays free.
+    const int resto =
+        std::min(OIIO::Sysutil::terminal_columns(), 80) - static_cast<int>(s.size()) - 4;
+    if (resto >= 5) {
+        const auto larga = static_cast<std::size_t>(resto);
+        const std::size_t pieni = larga * finiti / quanti;
+        s = "[" + std::string(pieni, '=') + std::string(larga - pieni, ' ') + "] " + s;
+    }
+    barra(PULISCI + s);
+}
+
+Json numero_json(double tempo)
+{
+    if (tempo == std::floor(tempo) && std::abs(tempo) < 1e15)
+        return static_cast<std::int64_t>(tempo);
+    return tempo;
 }
 
 void in_json(const Fotogramma& f, const Resoconto& r)
 {
     Json j;
-    if (f.tempo == std::floor(f.tempo) && std::abs(f.tempo) < 1e15)
-        j["frame"] = static_cast<std::int64_t>(f.tempo);
-    else
-        j["frame"] = f.tempo;
+    j["frame"] = numero_json(f.tempo);
     j["in"] = f.ingresso;
     j["out"] = f.uscita;
     j["status"] = r.esito == Esito::fatto     ? "done"
@@ -80,13 +90,17 @@ std::string elenco_falliti(const Racconto& r, const Lavoro& lavoro)
 
 }  // namespace
 
-Racconto racconto_nuovo(bool json, bool muto, std::size_t fotogrammi)
+Racconto racconto_nuovo(bool json, bool muto, std::size_t fotogrammi, const std::string& plugin)
 {
     Racconto r;
     r.voce = json                               ? Voce::json
              : muto                             ? Voce::muta
              : su_terminale() && fotogrammi > 1 ? Voce::barra
                                                 : Voce::righe;
+    if (json)
+        di(Json{{"plugin", plugin}}.dump());
+    else if (!muto)
+        di("plug-in " + plugin);
     return r;
 }
 
@@ -99,6 +113,7 @@ void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& resoconto)
         ++r.saltati;
     else
         r.falliti.push_back(resoconto.indice);
+    conta_fotogrammi(r.fatti + r.saltati, lavoro.fotogrammi.size(), !lavoro.scrive_in_ordine);
     if (resoconto.esito == Esito::fallito) {
         if (r.voce == Voce::barra)
             barra(PULISCI);
@@ -127,7 +142,7 @@ void concludi(Racconto& r, const Lavoro& lavoro)
         j["skipped"] = r.saltati;
         j["failed"] = Json::array();
         for (const std::size_t i : r.falliti)
-            j["failed"].push_back(lavoro.fotogrammi[i].tempo);
+            j["failed"].push_back(numero_json(lavoro.fotogrammi[i].tempo));
         j["seconds"] = trascorsi(r);
         j["frames_per_second"] = al_secondo(r);
         di(j.dump());

@@ -18,8 +18,8 @@ struct Racconto {
     std::vector<std::size_t> falliti;
 };
 
-/// Lines where there are few frames or no terminal, else a bar.
-Racconto racconto_nuovo(bool json, bool muto, std::size_t fotogrammi);
+/// Lines where there are few frames or no terminal, else a bar; first the plug-in's file.
+Racconto racconto_nuovo(bool json, bool muto, std::size_t fotogrammi, const std::string& plugin);
 
 /// One frame more. A closed output is no reason to stop, and passed over.
 void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& fotogramma);

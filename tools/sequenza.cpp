@@ -49,6 +49,29 @@ std::string nome_al(const Modello& m, long long fotogramma)
     return m.prima + (fotogramma < 0 ? "-" : "") + cifre + m.dopo;
 }
 
+std::optional<long long> numero_in(const std::string& percorso)
+{
+    static const std::regex FINE("([0-9]{1,9})$");
+    const std::string radice = fs::path(percorso).stem().string();
+    std::smatch m;
+    if (!std::regex_search(radice, m, FINE))
+        return std::nullopt;
+    return std::atoll(m[1].str().c_str());
+}
+
+std::string buchi(const std::vector<long long>& fotogrammi)
+{
+    std::string s;
+    for (std::size_t i = 1; i < fotogrammi.size(); ++i) {
+        const long long da = fotogrammi[i - 1] + 1;
+        const long long a = fotogrammi[i] - 1;
+        if (da <= a)
+            s += (s.empty() ? "" : ", ") + std::to_string(da) +
+                 (da < a ? "-" + std::to_string(a) : "");
+    }
+    return s;
+}
+
 std::vector<long long> fotogrammi_esistenti(const Modello& m)
 {
     const fs::path esempio = nome_al(m, 0);

@@ -19,6 +19,12 @@ std::optional<Modello> modello_in(const std::string& percorso);
 
 std::string nome_al(const Modello& m, long long fotogramma);
 
+/// The number that a file's name ends in, before the ending; none where there is none.
+std::optional<long long> numero_in(const std::string& percorso);
+
+/// "4-5, 9": the frames that are missing between the first and the last.
+std::string buchi(const std::vector<long long>& fotogrammi);
+
 /// The frames that exist as files, in order.
 std::vector<long long> fotogrammi_esistenti(const Modello& m);
 

@@ -1,6 +1,7 @@
 #include "tools/uscita.h"
 
 #include "tools/filmato_processo.h"
+#include "tools/messaggi.h"
 
 #include <array>
 #include <atomic>
@@ -58,9 +59,15 @@ struct Provvisorio {
     }
 };
 
+// What a signal says last, in turn in one of two places, so that none is read while it changes.
+std::array<std::array<char, 96>, 2> gCommiati;
+std::atomic<const char*> gCommiato{nullptr};
+
 extern "C" void al_segnale(int segnale)
 {
     termina_processi();
+    if (const char* testo = gCommiato)
+        static_cast<void>(!write(canale_errori(), testo, std::strlen(testo)));
     for (Posto& p : gProvvisori)
         if (p.stato == 2)
             unlink(p.nome.data());
@@ -76,10 +83,21 @@ extern "C" void al_segnale(int segnale)
 
 }  // namespace
 
+void conta_fotogrammi(std::size_t fatti, std::size_t quanti, bool ripresa)
+{
+    static unsigned volta = 0;
+    auto& testo = gCommiati[++volta % 2];
+    std::snprintf(testo.data(), testo.size(), "\nprovino: stopped: %zu of %zu frames are done%s\n",
+                  fatti, quanti, ripresa ? ", --skip-existing goes on" : "");
+    gCommiato = quanti > 1 ? testo.data() : nullptr;
+}
+
 void controlla_uscita(const fs::path& finale, bool sovrascrivi)
 {
     std::error_code e;
     const fs::file_status stato = fs::status(finale, e);
+    if (!fs::status_known(stato))
+        fallisci("cannot write " + tra_apici(finale.string()) + ": " + e.message());
     if (fs::is_directory(stato))
         fallisci(tra_apici(finale.string()) + " is a folder: give the name of a file");
     if (fs::exists(stato) && !sovrascrivi)
