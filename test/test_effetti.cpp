@@ -135,46 +135,6 @@ TEST_CASE("sizes follow the frame, in steps where the reduction does")
     }
 }
 
-TEST_CASE("the chain is its effects one after the other, but for luma behind bloom")
-{
-    constexpr int W = 61;
-    constexpr int H = 40;
-    const Campioni prima = riempi(Contenuto::RAMPE, W, H, 3, 1);
-    FxRicetta tutti;
-    tutti.enhance = tutti.halation = tutti.vignetta = tutti.streak = tutti.ca = tutti.grana = 0.3f;
-    tutti.promist = tutti.mistw = tutti.glimmer = tutti.pelle = tutti.stella = 0.4f;
-    tutti.fotogramma = 12;
-
-    Immagine insieme = piano_di(prima);
-    applica_fx(insieme, W, H, tutti);
-    Immagine a_passi = piano_di(prima);
-    constexpr float FxRicetta::*ORDINE[] = {
-        &FxRicetta::enhance, &FxRicetta::pelle,   &FxRicetta::halation, &FxRicetta::bloom,
-        &FxRicetta::streak,  &FxRicetta::promist, &FxRicetta::stella,   &FxRicetta::mistw,
-        &FxRicetta::glimmer, &FxRicetta::ca,      &FxRicetta::vignetta, &FxRicetta::grana};
-    for (float FxRicetta::*campo : ORDINE) {
-        FxRicetta una;
-        una.*campo = tutti.*campo;
-        una.fotogramma = tutti.fotogramma;
-        applica_fx(a_passi, W, H, una);
-    }
-    CHECK(differenza(Campioni(insieme.begin(), insieme.end()), a_passi, W, 3) == "");
-
-    // Streak upon bloom masks by the picture before the glow, which streak upon its result does
-    // not.
-    FxRicetta r;
-    r.bloom = 0.6f;
-    Immagine a_passi_due = piano_di(prima);
-    applica_fx(a_passi_due, W, H, r);
-    FxRicetta solo;
-    solo.streak = 0.6f;
-    applica_fx(a_passi_due, W, H, solo);
-    r.streak = 0.6f;
-    Immagine catena = piano_di(prima);
-    applica_fx(catena, W, H, r);
-    CHECK(differenza(Campioni(catena.begin(), catena.end()), a_passi_due, W, 3) != "");
-}
-
 TEST_CASE("blurs, worked out by hand")
 {
     // The chain's own are the plain loops', bit for bit. Radius 5 about x = 0 of (3, 6, 12): 6
@@ -223,33 +183,6 @@ TEST_CASE("blurs, worked out by hand")
     semplici::blur_orizz_su_ridotta(luce, 41, 3, 4, 1);
     for (std::size_t i = 0; i < luce.size(); ++i)
         CHECK((luce[i] > 1e-4f) == (i >= 41 + 8 && i <= 41 + 32));
-}
-
-TEST_CASE("the blurs by themselves give the bits of the plain loops")
-{
-    Giro giro;
-    for (const auto& [w, h] :
-         {std::pair{1, 1}, {1, 40}, {40, 1}, {5, 4}, {17, 17}, {65, 33}, {320, 19}})
-        for (const int raggio : {-1, 0, 1, 3, 8, 96})
-            for (int riduzione = 1; riduzione <= 4; ++riduzione) {
-                ++giro.passo;
-                const ThreadFinti thread(giro.thread());
-                const LivelloFinto livello(giro.livello());
-                CAPTURE(w);
-                CAPTURE(raggio);
-                CAPTURE(riduzione);
-                const Campioni prima = riempi(Contenuto::LUCI, w, h, 1, 7);
-                const auto prova = [&, w = w](auto semplice, auto pronta, int come) {
-                    Campioni atteso = prima;
-                    Piano avuto = piano_di(prima);
-                    semplice(atteso, w, h, raggio, come);
-                    pronta(avuto, w, h, raggio, come);
-                    CHECK(differenza(atteso, avuto, w, 1) == "");
-                };
-                prova(semplici::box_blur, box_blur, std::min(riduzione, 3));
-                prova(semplici::blur_su_ridotta, blur_su_ridotta, riduzione);
-                prova(semplici::blur_orizz_su_ridotta, blur_orizz_su_ridotta, riduzione);
-            }
 }
 
 TEST_CASE("detail is limited to a third before its amount")
@@ -303,25 +236,6 @@ TEST_CASE("a star's rays lie where its points ask, and fade as they go")
             CHECK(static_cast<double>(rgb[0]) == Approx(caso.h).epsilon(1e-4));
             CHECK(rgb[0] == rgb[2]);
         }
-    }
-}
-
-TEST_CASE("halos keep or lose the colour of their light")
-{
-    // A saturated light, beside it black: the mists' halo is its colour, glimmer's is neutral.
-    for (const auto& [campo, neutro] :
-         {std::pair{&FxRicetta::promist, false}, std::pair{&FxRicetta::glimmer, true}}) {
-        Tavolozza t(100, 60);
-        for (int x = 48; x < 52; ++x)
-            for (int y = 28; y < 32; ++y)
-                t.rgb(x, y)[1] = 1.0f;  // luma 0.7152
-        FxRicetta r;
-        r.*campo = 0.55f;
-        applica_fx(t.img, 100, 60, r);
-        const float* vicino = t.rgb(52, 30);
-        CHECK(vicino[1] > 1e-3f);
-        CHECK((vicino[0] == vicino[1]) == neutro);
-        CHECK((vicino[0] == 0.0f) == !neutro);
     }
 }
 

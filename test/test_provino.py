@@ -167,17 +167,6 @@ class Parole(Prova):
             with self.subTest(" ".join(argomenti)):
                 self.rifiuta(uscita, re.escape(messaggio), *argomenti)
 
-    def test_help_and_version_go_to_the_output(self):
-        ambiente = {"OFX_PLUGIN_PATH": os.path.dirname(BUNDLE)}
-        self.assertRegex(self.fai("--version", ambiente=ambiente).stdout,
-                         r"\Aprovino \d+\.\d+.*\nplug-in %s/.*\.ofx\n" % re.escape(BUNDLE))
-        for comando, inglese in (("parametri", "parameters"), ("sviluppa", "develop"), ("tavola", "scene")):
-            aiuto = self.fai(comando + " --help", ambiente=ambiente).stdout
-            self.assertIn("Examples:\n  provino " + comando, aiuto)
-            self.assertIn(inglese, self.fai("--complete").stdout)
-        self.assertIn("\n--time\n", self.fai("--complete develop").stdout)
-        self.assertIn("\nlook=Amber\n", self.fai("--complete sviluppa a b -p", ambiente=ambiente).stdout)
-
     def test_the_parameters_are_listed(self):
         self.assertRegex(self.fai("parametri").stdout,
                          r"(?m)^ev +Exposure \(EV\) +number +-2 to 2, default 0$")
@@ -225,13 +214,6 @@ class Immagini(Prova):
             ritorno = sum(leggi_png(self.qui("d_%s.png" % formato))[0], [])
             self.assertEqual(ritorno[3::4], alfa, formato)
         self.fai("sviluppa varia.png v.jpg")
-
-    def test_grey_becomes_three_equal_channels_of_the_same_values(self):
-        scrivi_png(self.qui("g.png"), [[10, 100, 200]], 1)
-        scrivi_png(self.qui("c.png"), [[10] * 3 + [100] * 3 + [200] * 3], 3)
-        self.fai("sviluppa g.png og.png")
-        self.fai("sviluppa c.png oc.png")
-        self.assertEqual(leggi_png(self.qui("og.png")), leggi_png(self.qui("oc.png")))
 
     def test_a_look_brings_its_recipe_and_what_follows_overrides_it(self):
         self.scena("s.exr")
@@ -396,17 +378,6 @@ class Sequenze(Prova):
         for n in range(1, 8):
             self.assertEqual(self.byte("a%d.png" % n), self.byte("b%d.png" % n))
 
-    def test_existing_frames_are_left_or_replaced_as_told(self):
-        self.flat("f.png", 20, 10, (90, 100, 110))
-        Path(self.qui("o2.png")).write_text("mine")
-        self.rifiuta(FALLITO, "'o2.png' exists already: .*--skip-existing",
-                     "sviluppa f.png o#.png --frames 1-3")
-        r = self.fai("sviluppa f.png o#.png --frames 1-3 --skip-existing")
-        self.assertIn("o2.png: exists, skipped", r.stdout)
-        self.assertEqual(self.byte("o2.png"), b"mine")
-        self.fai("sviluppa f.png o#.png --frames 1-3 --overwrite")
-        self.assertEqual(self.byte("o2.png"), self.byte("o1.png"))
-
     def test_failed_frames_stop_the_run_or_are_listed(self):
         for n in (1, 3, 4):
             self.flat("f%d.png" % n, 20, 10, (90, 100, 110))
@@ -465,24 +436,6 @@ class Sequenze(Prova):
             with self.subTest(" ".join(argomenti)):
                 self.rifiuta(uscita, re.escape(messaggio), "sviluppa", "s.exr", *argomenti)
         self.rifiuta(FALLITO, "no file is named like 'm.#.exr'", "sviluppa m.#.exr o#.exr")
-
-    def test_saved_settings_make_the_same_picture(self):
-        self.scena("s.exr")
-        modo = "-p formato=0 -p look=Midnight -p bloom=0.33 --key ev@0=1 --key ev@10=-1".split()
-        self.fai("sviluppa s.exr a.exr", *modo, "--save-settings", "a.json", "--time", "4")
-        self.fai("sviluppa s.exr b.exr --settings a.json --time 4")
-        self.assertEqual(self.byte("a.exr"), self.byte("b.exr"))
-        casi = [
-            ('{"parameters": {"ev": 9}}', "ev goes from -2 to 2"),
-            ('{"parameters": {"evv": 0}}', "did you mean 'ev'"),
-            ('{"parameters": {"look": 77}}', "look cannot be 77"),
-            ('{"parameters": {}, "keys": {"ev": [1]}}', "must be .time, value."),
-            ('{}', "no .parameters."),
-        ]
-        for testo, messaggio in casi:
-            Path(self.qui("m.json")).write_text(testo)
-            self.rifiuta(FALLITO, messaggio, "sviluppa", "s.exr", "o.exr", "--settings", "m.json")
-
 
 class Fogli(Prova):
     def test_each_look_stands_in_its_place_with_its_recipe(self):
@@ -551,13 +504,6 @@ class Fogli(Prova):
             shutil.copy(self.qui("ab"[n - 1] + ".png"), self.qui("q%d.png" % n))
         self.rifiuta(FALLITO, "limit of 0: 2", "confronta p#.png q#.png")
         self.assertEqual(len(leggi_png(self.qui("s.png"))[0][0]), 6)
-
-    def test_frames_are_measured(self):
-        r = json.loads(self.fai("misura --size 64x36 --rounds 1 --json").stdout)
-        self.assertGreater(r["milliseconds"]["frame"], 0)
-        self.assertRegex(self.fai("misura --size 64x36 --rounds 1 --csv").stdout,
-                         r"(?m)^table rebuild,[\d.]+$")
-
 
 class Guasti(Prova):
     def rovina(self, formato, quante):
