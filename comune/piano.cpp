@@ -20,7 +20,7 @@ constexpr std::size_t MARGINE = 4;
 constexpr std::size_t GRANDE = std::size_t{4} << 20;  // bytes
 
 // A free block is not given to a plane that would leave more than this part of it idle.
-constexpr std::size_t SPRECO = 4;
+constexpr std::size_t SPRECO = 32;
 
 std::size_t byte_di(std::size_t n)
 {
