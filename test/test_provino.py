@@ -304,7 +304,7 @@ class Immagini(Prova):
                 self.assertRegex(r.stderr, r"\A(?m:^provino: note: .*%s.*$)\n\Z" % testo)
                 self.assertEqual(self.fai("sviluppa --quiet --overwrite " + argomenti).stderr, "")
         self.fai("sviluppa grey.png g.exr")
-        for scelta in ("parts.exr o.exr --part b", "parts.exr o.exr --part 1", "layers.exr o.exr --layer key"):
+        for scelta in ("parts.exr o.exr --part b", "parts.exr o.exr --part=1", "layers.exr o.exr --layer key"):
             self.assertEqual(self.fai("sviluppa --overwrite " + scelta).stderr, "")
             self.fai("confronta o.exr g.exr --limit 1e-3")
         for nome in ("z.exr", "uv.exr"):
