@@ -1,3 +1,4 @@
+// From a code value to exposed light, and the whole grade of one colour.
 #include "colore/colore.h"
 
 #include "colore/lotto.h"

@@ -1,3 +1,4 @@
+// The whole grade of one colour.
 #pragma once
 
 #include "colore/tonemap.h"

@@ -1,3 +1,4 @@
+// The cameras' transfer curves, as samples.
 #pragma once
 
 namespace varno {

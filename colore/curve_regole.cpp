@@ -1,3 +1,4 @@
+// The curves' formulas, in double.
 #include "colore/curve_regole.h"
 
 #include <cmath>

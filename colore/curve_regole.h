@@ -1,3 +1,4 @@
+// The formulas that the samples of the curves come from.
 #pragma once
 
 #include "colore/curve.h"

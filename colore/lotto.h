@@ -1,3 +1,4 @@
+// Colours worked on many at a time.
 #pragma once
 
 #include "comune/aritmetica.h"

@@ -1,3 +1,4 @@
+// The cameras: a matrix and a curve each.
 #include "colore/profili.h"
 
 #include "colore/lotto.h"

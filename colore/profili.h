@@ -1,3 +1,4 @@
+// The table of cameras, and the decoding of one channel.
 #pragma once
 
 #include "colore/curve.h"

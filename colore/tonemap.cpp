@@ -1,3 +1,4 @@
+// How a tone curve is solved.
 #include "colore/tonemap.h"
 
 #include "colore/lotto.h"

@@ -1,3 +1,4 @@
+// The tone curve.
 #pragma once
 
 #include "comune/aritmetica.h"
