@@ -137,7 +137,7 @@ void risparmia_tabella()
 }
 
 // The plug-in with one more action, which reads the settings as a render would.
-Impostazioni gLette;
+ImpostazioniQuadro gLette;
 double gTempo = 0.0;
 
 int entrata(const char* azione, const void* effetto, OfxPropertySetHandle in,
@@ -151,7 +151,7 @@ int entrata(const char* azione, const void* effetto, OfxPropertySetHandle in,
     return kOfxStatOK;
 }
 
-const Impostazioni& lette(double tempo)
+const ImpostazioniQuadro& lette(double tempo)
 {
     consegna_parametri();
     gTempo = tempo;
