@@ -314,7 +314,8 @@ TEST_CASE("amounts reach the effects as floats, four grades scaled by 0.55")
     }
     const Bit intera = prova(ricetta);
     for (const auto& [nome, valore, campo, atteso] : quantita) {
-        CAPTURE(nome);
+        const auto quale = nome;  // Clang 14 lends no binding to a lambda
+        CAPTURE(quale);
         valori[nome] = valore * 0.5;
         ricetta.*campo =
             static_cast<float>(valore * 0.5) * (atteso < static_cast<float>(valore) ? 0.55f : 1.0f);
