@@ -38,6 +38,7 @@ inline std::filesystem::path temporaneo(const char* nome)
 }
 
 using Testi = std::vector<std::string>;
+using Valori = std::map<std::string, double>;
 
 inline std::string unite(const Testi& t)
 {
@@ -116,9 +117,9 @@ constexpr const char* INTERRUTTORI[] = {"enhance_on", "halation_on", "bloom_on",
                                         "promist_on", "streak_on",   "ca_on",    "grana_on",
                                         "mistw_on",   "glimmer_on",  "pelle_on", "stella_on"};
 
-inline std::map<std::string, double> tutti_gli_effetti(double acceso)
+inline Valori tutti_gli_effetti(double acceso)
 {
-    std::map<std::string, double> v;
+    Valori v;
     for (const char* nome : INTERRUTTORI)
         v[nome] = acceso;
     return v;

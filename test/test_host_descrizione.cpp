@@ -75,49 +75,44 @@ const std::vector<Atteso> PARAMETRI = {
 };
 // clang-format on
 
-const char* tipo_ofx(char tipo)
-{
-    return tipo == 'c'   ? "OfxParamTypeChoice"
-           : tipo == 'b' ? "OfxParamTypeBoolean"
-                         : "OfxParamTypeDouble";
-}
-
 /// The calls of DescribeInContext, every one.
 std::string descrizione_attesa()
 {
-    Testi t;
-    for (const char* c : {"Source", "Output"}) {
-        t.push_back(std::string("clipDefine ") + c);
-        t.push_back(std::string("propSetString clip ") + c +
-                    ".OfxImageEffectPropSupportedComponents[0] = OfxImageComponentRGBA");
-    }
-    t.emplace_back("getParamSet");
+    std::string t;
+    for (const std::string c : {"Source", "Output"})
+        t += "clipDefine " + c + "\npropSetString clip " + c +
+             ".OfxImageEffectPropSupportedComponents[0] = OfxImageComponentRGBA\n";
+    t += "getParamSet\n";
     for (const Atteso& p : PARAMETRI) {
         const std::string nome = p.nome;
-        const auto riga = [&](const char* funzione, const char* proprieta,
+        const bool numero = p.tipo == 'd';
+        const auto riga = [&](const char* funzione, const std::string& proprieta,
                               const std::string& valore, std::size_t indice = 0) {
-            t.push_back(std::string(funzione) + " " + nome + "." + proprieta + "[" +
-                        std::to_string(indice) + "] = " + valore);
+            t += funzione + (" " + nome) + "." + proprieta + "[" + std::to_string(indice) +
+                 "] = " + valore + "\n";
         };
-        t.push_back("paramDefine " + nome + " = " + tipo_ofx(p.tipo));
+        t += "paramDefine " + nome + " = OfxParamType" +
+             (numero          ? "Double\n"
+              : p.tipo == 'c' ? "Choice\n"
+                              : "Boolean\n");
         riga("propSetString", "OfxPropLabel", p.etichetta);
         for (std::size_t i = 0; i < p.opzioni.size(); ++i)
             riga("propSetString", "OfxParamPropChoiceOption", p.opzioni[i], i);
-        riga(p.tipo == 'd' ? "propSetDouble" : "propSetInt", "OfxParamPropDefault", p.predefinito);
-        if (p.tipo == 'd') {
-            riga("propSetDouble", "OfxParamPropMin", p.minimo);
-            riga("propSetDouble", "OfxParamPropMax", p.massimo);
-            riga("propSetDouble", "OfxParamPropDisplayMin", p.minimo);
-            riga("propSetDouble", "OfxParamPropDisplayMax", p.massimo);
+        riga(numero ? "propSetDouble" : "propSetInt", "OfxParamPropDefault", p.predefinito);
+        if (numero) {
+            for (const std::string quale : {"", "Display"}) {
+                riga("propSetDouble", "OfxParamProp" + quale + "Min", p.minimo);
+                riga("propSetDouble", "OfxParamProp" + quale + "Max", p.massimo);
+            }
             riga("propSetString", "OfxParamPropDoubleType", "OfxParamDoubleTypePlain");
         }
         if (p.hint != nullptr) {
-            if (p.tipo == 'd')
-                t.push_back("paramGetHandle " + nome + " = props");
+            if (numero)
+                t += "paramGetHandle " + nome + " = props\n";
             riga("propSetString", "OfxParamPropHint", p.hint);
         }
     }
-    return unite(t);
+    return t;
 }
 
 /// The binary under another name: the system then gives it data of its own.
@@ -237,4 +232,9 @@ TEST_CASE("both contexts get two clips and the same 35 parameters, each call in 
         CHECK(parametri(*m, contesto).size() == 35);
     }
     senza_violazioni(registro(*m));
+    // A hint is written only where its parameter's handle could be had.
+    registro(*m).guasti = {{"paramGetHandle"}};
+    registro(*m).chiamate.clear();
+    CHECK(descrivi_in_contesto(*m, FILTRO) == kOfxStatOK);
+    CHECK(detto(registro(*m)).find("Filter grade") == std::string::npos);
 }

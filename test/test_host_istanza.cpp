@@ -1,6 +1,7 @@
 #include "host.h"
 #include "ofx/ofx.h"
 
+#include <algorithm>
 #include <climits>
 
 using namespace prova;
@@ -21,19 +22,11 @@ std::string in_vista(const Istanza& i)
 
 const char* attesa_in_vista(int formato)
 {
-    switch (formato) {
-    case 0:
-        return "V---";
-    case 1:
-        return "-V--";
-    case 4:
-    case 12:
-        return "--V-";
-    case 11:
-        return "---V";
-    default:
-        return "----";
-    }
+    return formato == 0                    ? "V---"
+           : formato == 1                  ? "-V--"
+           : formato == 4 || formato == 12 ? "--V-"
+           : formato == 11                 ? "---V"
+                                           : "----";
 }
 
 std::string aggiornamento(int formato)
@@ -68,17 +61,6 @@ constexpr float CONSIGLI[12][10] = {
     {0.16f, 0.14f, 0, 0.16f, 0,      0,      0,      0,     0,     0.05f},  // Olive
 };
 // clang-format on
-
-std::string numero(double v)
-{
-    char t[40];
-    for (int cifre = 15; cifre <= 17; ++cifre) {
-        std::snprintf(t, sizeof t, "%.*g", cifre, v);
-        if (std::strtod(t, nullptr) == v)
-            break;
-    }
-    return t;
-}
 
 }  // namespace
 
@@ -164,10 +146,9 @@ TEST_CASE("names that mean nothing here cost one read")
 
 TEST_CASE("selecting a look writes its ten effects in order and leaves the rest to the user")
 {
-    const std::map<std::string, double> suoi = {{"grana_on", 1}, {"grana", 0.5},  {"stella_on", 1},
-                                                {"stella", 0.9}, {"punte", 2},    {"forza", 0.25},
-                                                {"ev", -1.5},    {"temp", 0.5},   {"tinta", -0.75},
-                                                {"formato", 4},  {"cs_canon", 2}, {"enhance", 0.5}};
+    const Valori suoi = {{"grana_on", 1},  {"grana", 0.5},  {"stella_on", 1}, {"stella", 0.9},
+                         {"punte", 2},     {"forza", 0.25}, {"ev", -1.5},     {"temp", 0.5},
+                         {"tinta", -0.75}, {"formato", 4},  {"cs_canon", 2},  {"enhance", 0.5}};
     for (int look = 0; look < 12; ++look) {
         CAPTURE(look);
         const IstanzaPtr i = crea_istanza(modulo(), suoi);
@@ -182,12 +163,13 @@ TEST_CASE("selecting a look writes its ten effects in order and leaves the rest 
             const std::string nome = EFFETTI[e];
             CHECK(valore(*i, nome) == static_cast<double>(v));
             CHECK(valore(*i, nome + "_on") == (v > 0.0f ? 1 : 0));
-            attese.push_back("paramGetHandle " + nome);
-            attese.push_back("paramSetValue " + nome + " = " + numero(static_cast<double>(v)));
-            attese.push_back("paramGetHandle " + nome + "_on");
-            attese.push_back("paramSetValue " + nome + "_on = " + (v > 0.0f ? "1" : "0"));
-            annidate.push_back("propGetString inArgs.OfxPropName[0] = " + nome);
-            annidate.push_back("propGetString inArgs.OfxPropName[0] = " + nome + "_on");
+            attese.insert(attese.end(),
+                          {"paramGetHandle " + nome,
+                           "paramSetValue " + nome + " = " + testo_di(static_cast<double>(v)),
+                           "paramGetHandle " + nome + "_on",
+                           "paramSetValue " + nome + "_on = " + (v > 0.0f ? "1" : "0")});
+            for (const char* fine : {"", "_on"})
+                annidate.push_back("propGetString inArgs.OfxPropName[0] = " + nome + fine);
         }
         CHECK(detto(registro(*i), CAMBIO, 0) == unite(attese));
         CHECK(detto(registro(*i), CAMBIO, 1) == unite(annidate));
@@ -208,23 +190,21 @@ TEST_CASE("selecting a look writes its ten effects in order and leaves the rest 
 
 TEST_CASE("a write whose handle or value fails is the only one that is missing")
 {
-    for (const char* effetto : EFFETTI)
-        for (const char* fine : {"", "_on"}) {
-            const std::string nome = std::string(effetto) + fine;
-            CAPTURE(nome);
+    for (const std::string effetto : EFFETTI)
+        for (const std::string& nome : {effetto, effetto + "_on"})
             for (const char* funzione : {"paramGetHandle", "paramSetValue"}) {
+                CAPTURE(nome);
                 const IstanzaPtr i = crea_istanza(modulo(), {{nome, 0.5}});
-                registro(*i).guasti = {{funzione, nome}};
+                Registro& r = registro(*i);
+                r.guasti = {{funzione, nome}};
                 CHECK(cambia(*i, "look", 2) == kOfxStatOK);
                 CHECK(valore(*i, nome) == 0.5);
-                const bool scritta = std::string(funzione) == "paramSetValue";
-                std::size_t scritture = 0;
-                for (const Chiamata& c : registro(*i).chiamate)
-                    scritture += c.funzione == "paramSetValue";
-                CHECK(scritture == (scritta ? 20 : 19));
-                senza_violazioni(registro(*i));
+                const auto scritture =
+                    std::count_if(r.chiamate.begin(), r.chiamate.end(),
+                                  [](const Chiamata& c) { return c.funzione == "paramSetValue"; });
+                CHECK(scritture == (std::string(funzione) == "paramSetValue" ? 20 : 19));
+                senza_violazioni(r);
             }
-        }
     // Without the choice's own handle or value, the value stays at 0: the first look.
     for (const char* funzione : {"paramGetHandle", "paramGetValue"}) {
         const IstanzaPtr i = crea_istanza(modulo());
