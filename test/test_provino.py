@@ -170,8 +170,10 @@ class Parole(Prova):
     def test_the_parameters_are_listed(self):
         self.assertRegex(self.fai("parametri").stdout,
                          r"(?m)^ev +Exposure \(EV\) +number +-2 to 2, default 0$")
-        tutti = json.loads(self.fai("parametri --json").stdout)
+        detto = json.loads(self.fai("parametri --json").stdout)
+        tutti = detto["parameters"]
         self.assertEqual(len(tutti), 35)
+        self.assertTrue(detto["plugin"].startswith(BUNDLE), detto["plugin"])
         self.assertEqual(tutti[0]["options"][16], "Rec.709 (No Log)")
 
     def test_the_plugin_is_found_where_hosts_look(self):
@@ -326,16 +328,18 @@ class Immagini(Prova):
             subprocess.run(["oiiotool", da, "-o", "x.png"], cwd=self.cartella, check=True)
             self.assertIn(parola, detto("x.png"))
 
-    @unittest.skipUnless(shutil.which("ffmpeg"), "needs ffmpeg to write DPX")
-    def test_dpx_with_a_short_header_is_read(self):
-        for formato in ("gray", "rgb24", "rgba", "gbrp10be", "gbrp12le", "rgb48be"):
-            subprocess.run(["ffmpeg", "-v", "error", "-y", "-f", "lavfi", "-i", "color=0x405060:s=64x36",
-                            "-frames:v", "1", "-pix_fmt", formato, "f.dpx"], cwd=self.cartella, check=True)
-            self.assertIn(self.byte("f.dpx")[4:8], (struct.pack(">I", 1664), struct.pack("<I", 1664)))
-            self.fai("sviluppa f.dpx o.png --overwrite --depth uint8 -p forza=0", *SPENTO)
-            righe = leggi_png(self.qui("o.png"))[0]
-            self.assertEqual(righe[0], righe[35])
-            self.assertNotIn(b"TimeCode", self.byte("o.png"))
+    @unittest.skipUnless(shutil.which("ffmpeg") and shutil.which("oiiotool"), "needs both to hold against")
+    def test_dpx_of_ffmpeg_is_read_as_oiiotool_reads_it(self):
+        for formato in "gray rgb24 rgba rgb48le rgb48be gbrp10le gbrp10be gbrp12le gbrp12be".split():
+            with self.subTest(formato):
+                subprocess.run(("ffmpeg -v error -y -f lavfi -i testsrc2=s=64x36 -frames:v 1 -pix_fmt %s f.dpx"
+                                % formato).split(), cwd=self.cartella, check=True)
+                self.assertIn(self.byte("f.dpx")[4:8], (struct.pack(">I", 1664), struct.pack("<I", 1664)))
+                # Where that makes 16 bits of 10, repeating some, and of 12, repeating none.
+                scala, scarto = {"10": (1, 1), "12": (65535 / 65520, 0.01)}.get(formato[4:6], (1, 0))
+                subprocess.run(["oiiotool", "f.dpx", "-d", "float", "--mulc", repr(scala), "-o", "f.tif"],
+                               cwd=self.cartella, check=True)
+                self.fai("confronta f.dpx f.tif --limit", str(scarto / 65535))
 
     def test_labels_fractions_and_english_words_do_as_well(self):
         self.scena("s.exr")

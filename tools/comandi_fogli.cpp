@@ -42,6 +42,7 @@ CLI::App* sottocomando(CLI::App& programma, Opzioni& o, const char* nome, const 
     app->add_option("--time", o.tempo, "Render time");
     opzione_plugin(*app, o.comuni);
     opzioni_parametri(*app, o.comuni);
+    opzioni_lettura(*app, o.comuni);
     opzioni_scrittura(*app, o.comuni);
     return app;
 }
@@ -56,7 +57,7 @@ struct Inizio {
 Foto leggi_ingresso(const Opzioni& o)
 {
     if (!da_filmato(o.ingresso))
-        return leggi_foto(o.ingresso);
+        return leggi_foto(o.ingresso, o.comuni.scelta);
     const Filmato f = leggi_filmato(o.ingresso, o.colori);
     std::for_each(f.note.begin(), f.note.end(), avviso);
     const int numero = std::max(1, o.fotogramma);
@@ -72,6 +73,7 @@ Inizio inizia(const Opzioni& o)
     Impostazioni base = leggi_impostazioni(plugin, o.comuni.parametri);
     controlla_scrittura(o.uscita, o.comuni.scrittura);
     controlla_uscita(o.uscita, o.comuni.scrittura.sovrascrivi);
+    riga("plug-in " + plugin.file);
     return {std::move(plugin), std::move(base), leggi_ingresso(o)};
 }
 

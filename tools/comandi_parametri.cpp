@@ -68,10 +68,10 @@ Esecuzione comando_parametri(CLI::App& programma)
     return [o] {
         const Plugin plugin = carica_plugin(o->comuni.plugin);
         if (o->json) {
-            Json tutti = Json::array();
+            Json j = {{"plugin", plugin.file}};
             for (const banco::Parametro& p : plugin.parametri)
-                tutti.push_back(in_json(p));
-            riga(tutti.dump(2));
+                j["parameters"].push_back(in_json(p));
+            riga(j.dump(2));
         } else {
             riga("plug-in " + plugin.file);
             for (const banco::Parametro& p : plugin.parametri)

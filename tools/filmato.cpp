@@ -331,6 +331,9 @@ Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
     conta(f, traccia, testo(j.at("format"), "format_name"));
     f.inizio = std::atof(testo(traccia, "start_time").c_str()) -
                std::atof(testo(j.at("format"), "start_time").c_str());
+    if (!f.costante)
+        f.note.push_back(tra_apici(f.file) +
+                         " has a variable frame rate: its frames are numbered one by one");
     const std::string campi = testo(traccia, "field_order");
     if (!campi.empty() && campi != "progressive" && campi != "unknown")
         f.note.push_back(tra_apici(f.file) +

@@ -180,17 +180,18 @@ Canali scegli_canali(const OIIO::ImageSpec& testata, const std::string& file,
     return k;
 }
 
-// 10 and 12 bits come stretched to 16 by repeating bits; the code value is the fraction of its own
-// range.
+// 10 and 12 bits come at the top of 16, those below repeated or not; the code value is the fraction
+// of its own range.
 void raddrizza_bit(Foto& f)
 {
     const int bit = f.testata.get_int_attribute("oiio:BitsPerSample", 0);
     if (f.testata.format != OIIO::TypeUInt16 || bit <= 8 || bit >= 16)
         return;
     const auto massimo = static_cast<float>((1 << bit) - 1);
+    const auto sotto = static_cast<float>(1 << (16 - bit));
     float* p = f.rgba.get();
     for (std::size_t i = 0; i < quanti_float(f); ++i)
-        p[i] = std::floor(p[i] * massimo + 0.5f) / massimo;
+        p[i] = std::floor((p[i] * 65535.0f + 0.5f) / sotto) / massimo;
 }
 
 // Where the last sample of a line is a whole pixel's grey, or its alpha.

@@ -55,12 +55,9 @@ fs::path trova_plugin(const std::string& dato)
     if (const fs::path p = cerca(cartelle); !p.empty())
         return p;
     const fs::path cartella = questo_programma().parent_path();
-    for (const fs::path& p :
-         {cartella / NOME_BUNDLE, cartella.parent_path() / NOME_BUNDLE, fs::path(PROVINO_BUNDLE)}) {
-        std::error_code e;
-        if (fs::exists(p, e))
+    for (const fs::path& p : {cartella / NOME_BUNDLE, cartella.parent_path() / NOME_BUNDLE})
+        if (std::error_code e; fs::exists(p, e))
             return p;
-    }
     if (const fs::path p = cerca(del_sistema); !p.empty())
         return p;
     senza_plugin(

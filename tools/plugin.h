@@ -18,8 +18,8 @@ struct Plugin {
 };
 
 /// From the path given (a bundle, a binary, or a folder that holds the bundle); without one from
-/// OFX_PLUGIN_PATH, then from beside this program or where it was built, then from the system's
-/// folder. Throws Errore (plug-in) where there is none or it does not load.
+/// OFX_PLUGIN_PATH, then from this program's folder or the one above, as in a build tree, then from
+/// the system's folder. Throws Errore (plug-in) where there is none or it does not load.
 Plugin carica_plugin(const std::string& percorso);
 
 /// The file that is loaded where no path is given, or why there is none.
