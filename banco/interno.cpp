@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <exception>
 #include <utility>
 
 namespace varno::banco {
@@ -84,8 +83,7 @@ std::vector<std::string> righe(const Registro& r, std::string_view azione)
 // --- The action ----------------------------------------------------------------------------------
 
 Atto::Atto(const char* n, Modulo& m, Registro& r, Ambiente& a, Descrittore* d, Istanza* i)
-    : nome(n), modulo(m), registro(r), ambiente(a), descrittore(d), istanza(i), fuori(gAtto),
-      eccezioni(std::uncaught_exceptions())
+    : nome(n), modulo(m), registro(r), ambiente(a), descrittore(d), istanza(i), fuori(gAtto)
 {
     gAtto = this;
 }
@@ -93,13 +91,13 @@ Atto::Atto(const char* n, Modulo& m, Registro& r, Ambiente& a, Descrittore* d, I
 Atto::~Atto()
 {
     gAtto = fuori;
-    // An exception that passes leaves the images: what is counted, not held against the plug-in.
-    const bool passa = std::uncaught_exceptions() > eccezioni;
+    // An exception that passes leaves the images: what is counted, not held against the plug-in. A
+    // module with a C++ library of its own is not in this one's count of exceptions.
     for (const auto& img : immagini) {
         if (img->rilasciata)
             continue;
         ambiente.oggetti.erase(img->maniglia);
-        if (passa)
+        if (dentro)
             ++registro.immagini_aperte;
         else
             registro.violazioni.push_back(nome + ": image of " + img->clip + " not released");
@@ -122,7 +120,10 @@ OfxPropertySetHandle Atto::presta(Insieme& s)
 int Atto::chiama(std::uintptr_t handle, OfxPropertySetHandle in, OfxPropertySetHandle out)
 {
     const Lato plugin(true);
-    return modulo.plugin->mainEntry(nome.c_str(), come<const void*>(handle), in, out);
+    dentro = true;
+    const int stato = modulo.plugin->mainEntry(nome.c_str(), come<const void*>(handle), in, out);
+    dentro = false;
+    return stato;
 }
 
 // --- The call ------------------------------------------------------------------------------------

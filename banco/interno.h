@@ -182,7 +182,7 @@ struct Atto {
     bool guasto = false;  // a call was made to fail: what then goes astray is the host's doing
     std::vector<std::unique_ptr<ImmagineAperta>> immagini;
     std::vector<std::uintptr_t> prestiti;
-    int eccezioni;
+    bool dentro = false;  // mainEntry was called and has not returned
 };
 
 Atto* atto_corrente();
