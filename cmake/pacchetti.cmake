@@ -15,9 +15,9 @@ if(VARNO_TOOLS)
     set(avvisi risorse/NOTICES-provino.txt)
     set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "develop pictures with the Varno Color plug-in")
     set(descrizione "provino loads the Varno Color plug-in as an editing program does and develops
-pictures and sequences with it: EXR, DPX, TIFF, PNG and JPEG. It also draws
-sheets of the looks and effects, writes the grade as a 3D LUT, compares
-pictures and measures the plug-in.")
+pictures and sequences with it, EXR, DPX, TIFF, PNG and JPEG, and with ffmpeg
+movies. It also draws sheets of the looks and effects, writes the grade as a
+3D LUT, compares pictures and measures the plug-in.")
 endif()
 set(CPACK_PACKAGE_VENDOR "Varno Tone")
 set(CPACK_PACKAGE_CONTACT "Varno Tone <packages@varnotone.com>")
@@ -67,7 +67,7 @@ if(VARNO_TOOLS)
     set(CPACK_STRIP_FILES ON)
 else()
     # Held against the binary by the packages' own check.
-    set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6 (>= 2.28), libgcc-s1 | libgcc1")
+    set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6 (>= 2.23), libgcc-s1 | libgcc1")
 endif()
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/comprimi.cmake")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
