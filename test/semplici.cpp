@@ -3,6 +3,7 @@
 #include "comune/elementari.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
@@ -29,16 +30,18 @@ int arrotonda(double v)
 
 float tieni(float v)
 {
-    return v > 0.0f ? std::min(v, 1.0f) : 0.0f;
+    return v > 0.0f ? std::min(v, 1.0f) : 0.0f;  // not-a-number becomes 0
 }
 
 // Ramp from inizio over ampiezza, held to 0..1; not-a-number sits at 0.
 float rampa(float l, float inizio, float ampiezza)
 {
-    const float t = (l - inizio) / ampiezza;
-    if (!(t > 0.0f))
-        return 0.0f;
-    return t < 1.0f ? t : 1.0f;
+    return tieni((l - inizio) / ampiezza);
+}
+
+float luma_pixel(const float* rgb)
+{
+    return rgb[0] * 0.2126f + rgb[1] * 0.7152f + rgb[2] * 0.0722f;
 }
 
 float dettaglio(float l, float b)
@@ -51,15 +54,6 @@ float dettaglio(float l, float b)
     return ((d * d + 27.0f) * d / (d * d * 9.0f + 27.0f)) / 3.0f;
 }
 
-// Carries a new luminance n to the channels as a ratio.
-void porta_luminanza(float* rgb, float l, float n)
-{
-    const float tenuta = n > 0.000001f ? std::min(n, 1.0f) : 0.000001f;
-    const float q = tenuta / std::max(0.000001f, l);
-    for (int c = 0; c < 3; ++c)
-        rgb[c] = tieni(rgb[c] * q);
-}
-
 template <class F> Campioni maschera(const Quadro& q, F f)
 {
     Campioni m;
@@ -68,42 +62,80 @@ template <class F> Campioni maschera(const Quadro& q, F f)
     return m;
 }
 
-// Lays f(pixel, channel) over the picture as a screen.
-template <class F> void stendi(Quadro& q, F f)
-{
-    for (std::size_t i = 0; i < pixel(q); ++i)
-        for (int c = 0; c < 3; ++c) {
-            float& v = q.img[3 * i + static_cast<std::size_t>(c)];
-            v = 1.0f - (1.0f - f(i, c)) * (1.0f - v);
-        }
-    aggiorna_luma(q);
-}
-
-// The picture's channels times a squared ramp of luma, one plane a channel.
-void estrai_alone(const Quadro& q, float inizio, float ampiezza, Campioni (&alone)[3])
-{
-    for (Campioni& piano : alone)
-        piano.assign(pixel(q), 0.0f);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float t = rampa(q.luma[i], inizio, ampiezza);
-        const float peso = t * t;
-        for (std::size_t c = 0; c < 3; ++c)
-            alone[c][i] = q.img[3 * i + c] * peso;
-    }
-}
-
-}  // namespace
-
-float luma_pixel(const float* rgb)
-{
-    return rgb[0] * 0.2126f + rgb[1] * 0.7152f + rgb[2] * 0.0722f;
-}
-
 void aggiorna_luma(Quadro& q)
 {
     for (std::size_t i = 0; i < pixel(q); ++i)
         q.luma[i] = luma_pixel(&q.img[3 * i]);
 }
+
+// Lays f(pixel, channel) over the picture as a screen.
+template <class F> void stendi(Quadro& q, F f)
+{
+    for (std::size_t i = 0; i < pixel(q); ++i)
+        for (std::size_t c = 0; c < 3; ++c) {
+            float& v = q.img[3 * i + c];
+            v = 1.0f - (1.0f - f(i, c)) * (1.0f - v);
+        }
+    aggiorna_luma(q);
+}
+
+// One running-sum pass over n samples that lie passo floats apart, from da into a.
+void passata_box(const float* da, float* a, int n, int passo, int raggio)
+{
+    const auto campione = [&](int x) {
+        return da[static_cast<std::ptrdiff_t>(std::clamp(x, 0, n - 1)) * passo];
+    };
+    const float finestra = static_cast<float>(2 * raggio + 1);
+    float somma = 0.0f;
+    for (int x = -raggio; x <= raggio; ++x)
+        somma = somma + campione(x);
+    for (int x = 0; x < n; ++x) {
+        a[static_cast<std::ptrdiff_t>(x) * passo] = somma / finestra;
+        somma = somma + (campione(x + raggio + 1) - campione(x - raggio));
+    }
+}
+
+// Means of blocks; larghezza and altezza become those of the copy.
+Campioni riduci(const Campioni& piano, int& larghezza, int& altezza, int riduzione)
+{
+    const int w2 = std::max(1, larghezza / riduzione);
+    const int h2 = std::max(1, altezza / riduzione);
+    Campioni copia(static_cast<std::size_t>(w2) * static_cast<std::size_t>(h2), 0.0f);
+    for (int Y = 0; Y < h2; ++Y) {
+        for (int X = 0; X < w2; ++X) {
+            float somma = 0.0f;
+            int quanti = 0;
+            for (int y = Y * riduzione; y < (Y + 1) * riduzione && y < altezza; ++y) {
+                for (int x = X * riduzione; x < (X + 1) * riduzione && x < larghezza; ++x) {
+                    somma = somma + piano[indice(larghezza, x, y)];
+                    ++quanti;
+                }
+            }
+            copia[indice(w2, X, Y)] = somma / static_cast<float>(std::max(1, quanti));
+        }
+    }
+    larghezza = w2;
+    altezza = h2;
+    return copia;
+}
+
+// Bilinear value of a copy of w2 x h2 at (x, y) of the full plane, not centred.
+float ingrandisci(const Campioni& copia, int w2, int h2, int x, int y, int riduzione)
+{
+    const float fy = static_cast<float>(y) / static_cast<float>(riduzione);
+    const int y0 = std::min(h2 - 1, static_cast<int>(fy));
+    const int y1 = std::min(h2 - 1, y0 + 1);
+    const float ty = fy - static_cast<float>(y0);
+    const float fx = static_cast<float>(x) / static_cast<float>(riduzione);
+    const int x0 = std::min(w2 - 1, static_cast<int>(fx));
+    const int x1 = std::min(w2 - 1, x0 + 1);
+    const float tx = fx - static_cast<float>(x0);
+    const float sotto = (1.0f - tx) * copia[indice(w2, x0, y1)] + tx * copia[indice(w2, x1, y1)];
+    const float sopra = (1.0f - tx) * copia[indice(w2, x0, y0)] + tx * copia[indice(w2, x1, y0)];
+    return sotto * ty + sopra * (1.0f - ty);
+}
+
+}  // namespace
 
 Quadro quadro_di(Campioni img, int larghezza, int altezza)
 {
@@ -114,15 +146,7 @@ Quadro quadro_di(Campioni img, int larghezza, int altezza)
     q.luma.assign(pixel(q), 0.0f);
     aggiorna_luma(q);
     q.lato_max = std::max(larghezza, altezza);
-    q.raggio_enhance = arrotonda(0.012 * q.lato_max);
-    q.raggio_halation = arrotonda(0.018 * q.lato_max);
-    q.raggio_bloom = arrotonda(0.01 * q.lato_max);
-    if (q.lato_max < 1920)
-        q.riduzione = 1;
-    else if (q.lato_max < 3840)
-        q.riduzione = q.lato_max / 960;
-    else
-        q.riduzione = 4;
+    q.riduzione = q.lato_max < 1920 ? 1 : q.lato_max < 3840 ? q.lato_max / 960 : 4;
     return q;
 }
 
@@ -157,22 +181,7 @@ void campiona(const Campioni& tavola, int n, const float* rgb, float* uscita)
     }
 }
 
-void passata_box(const float* da, float* a, int n, int passo, int raggio)
-{
-    const auto campione = [&](int x) {
-        return da[static_cast<std::ptrdiff_t>(std::clamp(x, 0, n - 1)) * passo];
-    };
-    const float finestra = static_cast<float>(2 * raggio + 1);
-    float somma = 0.0f;
-    for (int x = -raggio; x <= raggio; ++x)
-        somma = somma + campione(x);
-    for (int x = 0; x < n; ++x) {
-        a[static_cast<std::ptrdiff_t>(x) * passo] = somma / finestra;
-        somma = somma + (campione(x + raggio + 1) - campione(x - raggio));
-    }
-}
-
-void box_blur(Campioni& piano, int larghezza, int altezza, int raggio, int passate)
+void box_blur(Campioni& piano, int larghezza, int altezza, int raggio, int passate, bool colonne)
 {
     if (raggio < 1)
         return;
@@ -182,112 +191,85 @@ void box_blur(Campioni& piano, int larghezza, int altezza, int raggio, int passa
             const std::size_t i = indice(larghezza, 0, y);
             passata_box(&piano[i], &appoggio[i], larghezza, 1, raggio);
         }
-        for (int x = 0; x < larghezza; ++x) {
-            const std::size_t i = indice(larghezza, x, 0);
-            passata_box(&appoggio[i], &piano[i], altezza, larghezza, raggio);
-        }
+        if (!colonne)
+            std::swap(piano, appoggio);
+        for (int x = 0; colonne && x < larghezza; ++x)
+            passata_box(&appoggio[indice(larghezza, x, 0)], &piano[indice(larghezza, x, 0)],
+                        altezza, larghezza, raggio);
     }
 }
 
-Campioni riduci(const Campioni& piano, int& larghezza, int& altezza, int riduzione)
+void blur_su_copia(Campioni& piano, int larghezza, int altezza, int raggio, int riduzione,
+                   bool colonne)
 {
-    const int w2 = std::max(1, larghezza / riduzione);
-    const int h2 = std::max(1, altezza / riduzione);
-    Campioni copia(static_cast<std::size_t>(w2) * static_cast<std::size_t>(h2), 0.0f);
-    for (int Y = 0; Y < h2; ++Y) {
-        for (int X = 0; X < w2; ++X) {
-            float somma = 0.0f;
-            int quanti = 0;
-            for (int y = Y * riduzione; y < (Y + 1) * riduzione && y < altezza; ++y) {
-                for (int x = X * riduzione; x < (X + 1) * riduzione && x < larghezza; ++x) {
-                    somma = somma + piano[indice(larghezza, x, y)];
-                    ++quanti;
-                }
-            }
-            copia[indice(w2, X, Y)] = somma / static_cast<float>(std::max(1, quanti));
-        }
-    }
-    larghezza = w2;
-    altezza = h2;
-    return copia;
-}
-
-float ingrandisci(const Campioni& copia, int w2, int h2, int x, int y, int riduzione)
-{
-    const float fy = static_cast<float>(y) / static_cast<float>(riduzione);
-    const int y0 = std::min(h2 - 1, static_cast<int>(fy));
-    const int y1 = std::min(h2 - 1, y0 + 1);
-    const float ty = fy - static_cast<float>(y0);
-    const float fx = static_cast<float>(x) / static_cast<float>(riduzione);
-    const int x0 = std::min(w2 - 1, static_cast<int>(fx));
-    const int x1 = std::min(w2 - 1, x0 + 1);
-    const float tx = fx - static_cast<float>(x0);
-    const float sotto = (1.0f - tx) * copia[indice(w2, x0, y1)] + tx * copia[indice(w2, x1, y1)];
-    const float sopra = (1.0f - tx) * copia[indice(w2, x0, y0)] + tx * copia[indice(w2, x1, y0)];
-    return sotto * ty + sopra * (1.0f - ty);
+    int w2 = larghezza;
+    int h2 = altezza;
+    Campioni copia = riduci(piano, w2, h2, riduzione);
+    box_blur(copia, w2, h2, std::max(1, raggio / riduzione), 3, colonne);
+    for (int y = 0; y < altezza; ++y)
+        for (int x = 0; x < larghezza; ++x)
+            piano[indice(larghezza, x, y)] = ingrandisci(copia, w2, h2, x, y, riduzione);
 }
 
 void blur_su_ridotta(Campioni& piano, int larghezza, int altezza, int raggio, int riduzione)
 {
-    if (riduzione < 2) {
+    if (riduzione < 2)
         box_blur(piano, larghezza, altezza, raggio, 3);
-        return;
-    }
-    int w2 = larghezza;
-    int h2 = altezza;
-    Campioni copia = riduci(piano, w2, h2, riduzione);
-    box_blur(copia, w2, h2, std::max(1, raggio / riduzione), 3);
-    for (int y = 0; y < altezza; ++y)
-        for (int x = 0; x < larghezza; ++x)
-            piano[indice(larghezza, x, y)] = ingrandisci(copia, w2, h2, x, y, riduzione);
+    else
+        blur_su_copia(piano, larghezza, altezza, raggio, riduzione, true);
 }
 
-void blur_orizz_su_ridotta(Campioni& piano, int larghezza, int altezza, int raggio, int riduzione)
+namespace {
+
+// Detail of luminance, added (or taken out) as a ratio.
+void dettagli(Quadro& q, float quantita, int raggio, float pendenza)
 {
-    int w2 = larghezza;
-    int h2 = altezza;
-    Campioni copia = riduci(piano, w2, h2, riduzione);
-    Campioni altra(copia.size(), 0.0f);
-    for (int p = 0; p < 3; ++p) {
-        for (int y = 0; y < h2; ++y) {
-            const std::size_t i = indice(w2, 0, y);
-            passata_box(&copia[i], &altra[i], w2, 1, std::max(1, raggio / riduzione));
-        }
-        std::swap(copia, altra);
+    Campioni sfocata = q.luma;
+    box_blur(sfocata, q.larghezza, q.altezza, std::max(1, raggio), 3);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float l = q.luma[i];
+        const float n = l + dettaglio(l, sfocata[i]) * quantita * pendenza;
+        const float tenuta = n > 0.000001f ? std::min(n, 1.0f) : 0.000001f;
+        const float rapporto = tenuta / std::max(0.000001f, l);
+        for (std::size_t c = 0; c < 3; ++c)
+            q.img[3 * i + c] = tieni(q.img[3 * i + c] * rapporto);
     }
-    for (int y = 0; y < altezza; ++y)
-        for (int x = 0; x < larghezza; ++x)
-            piano[indice(larghezza, x, y)] = ingrandisci(copia, w2, h2, x, y, riduzione);
+    aggiorna_luma(q);
+}
+
+// The picture's channels times a squared ramp of luma, one blurred plane a channel.
+std::array<Campioni, 3> aloni(const Quadro& q, float inizio, float ampiezza, int raggio)
+{
+    std::array<Campioni, 3> alone;
+    for (std::size_t c = 0; c < 3; ++c) {
+        for (std::size_t i = 0; i < pixel(q); ++i) {
+            const float t = rampa(q.luma[i], inizio, ampiezza);
+            alone[c].push_back(q.img[3 * i + c] * (t * t));
+        }
+        blur_su_ridotta(alone[c], q.larghezza, q.altezza, raggio, std::max(2, q.riduzione));
+    }
+    return alone;
 }
 
 void applica_enhance(Quadro& q, float quantita)
 {
-    Campioni sfocata = q.luma;
-    box_blur(sfocata, q.larghezza, q.altezza, std::max(1, q.raggio_enhance), 3);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float t = dettaglio(q.luma[i], sfocata[i]);
-        porta_luminanza(&q.img[3 * i], q.luma[i], q.luma[i] + 2.0f * (t * quantita));
-    }
-    aggiorna_luma(q);
+    dettagli(q, quantita, arrotonda(0.012 * q.lato_max), 2.0f);
 }
 
 void applica_pelle(Quadro& q, float quantita)
 {
-    Campioni sfocata = q.luma;
-    box_blur(sfocata, q.larghezza, q.altezza, std::max(1, arrotonda(0.007 * q.lato_max)), 3);
-    for (std::size_t i = 0; i < pixel(q); ++i) {
-        const float t = dettaglio(q.luma[i], sfocata[i]);
-        porta_luminanza(&q.img[3 * i], q.luma[i], q.luma[i] - t * quantita * 1.6f);
-    }
-    aggiorna_luma(q);
+    dettagli(q, quantita, arrotonda(0.007 * q.lato_max), -1.6f);
 }
 
 void applica_halation(Quadro& q, float quantita)
 {
     constexpr float PESI[3] = {1.0f, 0.36f, 0.12f};
     Campioni m = maschera(q, [](float l) { return unico::potenza(rampa(l, 0.62f, 0.38f), 1.6f); });
-    blur_su_ridotta(m, q.larghezza, q.altezza, std::max(2, q.raggio_halation), q.riduzione);
-    stendi(q, [&](std::size_t i, int c) { return std::min(PESI[c] * (m[i] * quantita), 1.0f); });
+    blur_su_ridotta(m, q.larghezza, q.altezza, std::max(2, arrotonda(0.018 * q.lato_max)),
+                    q.riduzione);
+    stendi(q, [&](std::size_t i, std::size_t c) {
+        return std::min(PESI[c] * (m[i] * quantita), 1.0f);
+    });
 }
 
 void applica_bloom(Quadro& q, float quantita)
@@ -296,9 +278,10 @@ void applica_bloom(Quadro& q, float quantita)
         const float t = rampa(l, 0.72f, 0.28f);
         return l * t * t;
     });
-    blur_su_ridotta(m, q.larghezza, q.altezza, std::max(1, q.raggio_bloom), q.riduzione);
+    blur_su_ridotta(m, q.larghezza, q.altezza, std::max(1, arrotonda(0.01 * q.lato_max)),
+                    q.riduzione);
     const Campioni prima = q.luma;
-    stendi(q, [&](std::size_t i, int) { return std::min(quantita * m[i], 1.0f); });
+    stendi(q, [&](std::size_t i, std::size_t) { return std::min(quantita * m[i], 1.0f); });
     q.luma = prima;  // it stays that of the picture before the glow
 }
 
@@ -310,19 +293,19 @@ void applica_streak(Quadro& q, float quantita)
         return t * t * l;
     });
     const int raggio_streak = std::max(4, arrotonda(0.1 * q.larghezza));
-    blur_orizz_su_ridotta(m, q.larghezza, q.altezza, raggio_streak, q.riduzione);
-    stendi(q,
-           [&](std::size_t i, int c) { return PESI[c] * std::min(m[i] * quantita * 2.2f, 1.0f); });
+    blur_su_copia(m, q.larghezza, q.altezza, raggio_streak, q.riduzione, false);
+    stendi(q, [&](std::size_t i, std::size_t c) {
+        return PESI[c] * std::min(m[i] * quantita * 2.2f, 1.0f);
+    });
 }
 
 void applica_promist(Quadro& q, float quantita)
 {
     const int raggio_promist = std::max(3, arrotonda(0.035 * q.lato_max));
-    Campioni alone[3];
-    estrai_alone(q, 0.45f, 0.55f, alone);
-    for (Campioni& piano : alone)
-        blur_su_ridotta(piano, q.larghezza, q.altezza, raggio_promist, std::max(2, q.riduzione));
-    stendi(q, [&](std::size_t i, int c) { return std::min(alone[c][i] * quantita * 1.5f, 1.0f); });
+    const auto alone = aloni(q, 0.45f, 0.55f, raggio_promist);
+    stendi(q, [&](std::size_t i, std::size_t c) {
+        return std::min(alone[c][i] * quantita * 1.5f, 1.0f);
+    });
 }
 
 void applica_stella(Quadro& q, float quantita, int punte)
@@ -374,7 +357,7 @@ void applica_stella(Quadro& q, float quantita, int punte)
         }
     }
 
-    stendi(q, [&](std::size_t i, int) {
+    stendi(q, [&](std::size_t i, std::size_t) {
         const int x = static_cast<int>(i) % q.larghezza;
         const int y = static_cast<int>(i) / q.larghezza;
         return std::min(ingrandisci(accumulo, w2, h2, x, y, q.riduzione) * quantita * 2.4f, 1.0f);
@@ -384,9 +367,8 @@ void applica_stella(Quadro& q, float quantita, int punte)
 void applica_mistw(Quadro& q, float quantita)
 {
     const int raggio_mistw = std::max(3, arrotonda(0.035 * q.lato_max));
-    const int riduzione = std::max(2, q.riduzione);
     Campioni velo = q.luma;
-    blur_su_ridotta(velo, q.larghezza, q.altezza, raggio_mistw, riduzione);
+    blur_su_ridotta(velo, q.larghezza, q.altezza, raggio_mistw, std::max(2, q.riduzione));
     double somma = 0.0;
     for (const float l : q.luma)
         somma += static_cast<double>(l);
@@ -394,10 +376,7 @@ void applica_mistw(Quadro& q, float quantita)
     for (float& v : velo)
         v = v * 0.5f + media * 0.5f;
 
-    Campioni alone[3];
-    estrai_alone(q, 0.35f, 0.65f, alone);
-    for (Campioni& piano : alone)
-        blur_su_ridotta(piano, q.larghezza, q.altezza, raggio_mistw, riduzione);
+    const auto alone = aloni(q, 0.35f, 0.65f, raggio_mistw);
     for (std::size_t i = 0; i < pixel(q); ++i) {
         for (std::size_t c = 0; c < 3; ++c) {
             const float h = std::min(alone[c][i] * quantita * 1.3f, 1.0f);
@@ -418,7 +397,7 @@ void applica_glimmer(Quadro& q, float quantita)
     });
     const int raggio_glimmer = std::max(2, arrotonda(0.008 * q.lato_max));
     blur_su_ridotta(m, q.larghezza, q.altezza, raggio_glimmer, q.riduzione);
-    stendi(q, [&](std::size_t i, int) { return std::min(m[i] * quantita * 1.4f, 1.0f); });
+    stendi(q, [&](std::size_t i, std::size_t) { return std::min(m[i] * quantita * 1.4f, 1.0f); });
 }
 
 void applica_aberrazione(Quadro& q, float quantita)
@@ -461,11 +440,11 @@ void applica_aberrazione(Quadro& q, float quantita)
     }
 }
 
+}  // namespace
+
 Campioni vignetta_mask(int larghezza, int altezza)
 {
     Campioni m(static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza), 0.0f);
-    if (altezza < 1 || larghezza < 1)
-        return m;
     const float cx = static_cast<float>(larghezza) * 0.5f;
     const float cy = static_cast<float>(altezza) * 0.5f;
     for (int y = 0; y < altezza; ++y) {
@@ -473,15 +452,22 @@ Campioni vignetta_mask(int larghezza, int altezza)
         const float a = ny * ny;
         for (int x = 0; x < larghezza; ++x) {
             const float nx = (static_cast<float>(x) - cx) / cx;
-            const float b = nx * nx;
-            const float d = std::sqrt(b + a) / 1.4142135f;
-            const float t = (d - 0.78f) / 0.22f;
-            const float base = t > 0.0f ? std::min(t, 1.0f) : 0.0f;
-            m[indice(larghezza, x, y)] = unico::potenza(base, 2.2f);
+            const float d = std::sqrt(nx * nx + a) / 1.4142135f;
+            m[indice(larghezza, x, y)] = unico::potenza(rampa(d, 0.78f, 0.22f), 2.2f);
         }
     }
     return m;
 }
+
+float hash_grana(std::uint32_t x, std::uint32_t y, std::uint32_t f)
+{
+    std::uint32_t h = x * 374761393u + y * 668265263u + f * 2246822519u + 2654435769u;
+    h = (h ^ (h >> 13)) * 1274126177u;
+    h = h ^ (h >> 16);
+    return static_cast<float>(h & 0xFFFFFFu) * 5.9604645e-8f;
+}
+
+namespace {
 
 void applica_vignetta(Quadro& q, float quantita)
 {
@@ -499,14 +485,6 @@ void applica_vignetta(Quadro& q, float quantita)
         for (std::size_t c = 0; c < 3; ++c)
             q.img[3 * i + c] = tieni(q.img[3 * i + c] * k);
     }
-}
-
-float hash_grana(std::uint32_t x, std::uint32_t y, std::uint32_t f)
-{
-    std::uint32_t h = x * 374761393u + y * 668265263u + f * 2246822519u + 2654435769u;
-    h = (h ^ (h >> 13)) * 1274126177u;
-    h = h ^ (h >> 16);
-    return static_cast<float>(h & 0xFFFFFFu) * 5.9604645e-8f;
 }
 
 void applica_grana(Quadro& q, float quantita, std::int32_t fotogramma)
@@ -535,33 +513,29 @@ void applica_grana(Quadro& q, float quantita, std::int32_t fotogramma)
     }
 }
 
-void applica_fx(Campioni& img, int larghezza, int altezza, const FxRicetta& ricetta)
+}  // namespace
+
+void applica_fx(Campioni& img, int larghezza, int altezza, const FxRicetta& r, int riduzione)
 {
     Quadro q = quadro_di(std::move(img), larghezza, altezza);
-    if (ricetta.enhance > 0.0f)
-        applica_enhance(q, ricetta.enhance);
-    if (ricetta.pelle > 0.0f)
-        applica_pelle(q, ricetta.pelle);
-    if (ricetta.halation > 0.0f)
-        applica_halation(q, ricetta.halation);
-    if (ricetta.bloom > 0.0f)
-        applica_bloom(q, ricetta.bloom);
-    if (ricetta.streak > 0.0f)
-        applica_streak(q, ricetta.streak);
-    if (ricetta.promist > 0.0f)
-        applica_promist(q, ricetta.promist);
-    if (ricetta.stella > 0.0f)
-        applica_stella(q, ricetta.stella, ricetta.punte);
-    if (ricetta.mistw > 0.0f)
-        applica_mistw(q, ricetta.mistw);
-    if (ricetta.glimmer > 0.0f)
-        applica_glimmer(q, ricetta.glimmer);
-    if (ricetta.ca > 0.0f)
-        applica_aberrazione(q, ricetta.ca);
-    if (ricetta.vignetta > 0.0f)
-        applica_vignetta(q, ricetta.vignetta);
-    if (ricetta.grana > 0.0f)
-        applica_grana(q, ricetta.grana, ricetta.fotogramma);
+    if (riduzione > 0)
+        q.riduzione = riduzione;
+    const auto effetto = [&](float quantita, auto applica, auto... altro) {
+        if (quantita > 0.0f)
+            applica(q, quantita, altro...);
+    };
+    effetto(r.enhance, applica_enhance);
+    effetto(r.pelle, applica_pelle);
+    effetto(r.halation, applica_halation);
+    effetto(r.bloom, applica_bloom);
+    effetto(r.streak, applica_streak);
+    effetto(r.promist, applica_promist);
+    effetto(r.stella, applica_stella, r.punte);
+    effetto(r.mistw, applica_mistw);
+    effetto(r.glimmer, applica_glimmer);
+    effetto(r.ca, applica_aberrazione);
+    effetto(r.vignetta, applica_vignetta);
+    effetto(r.grana, applica_grana, r.fotogramma);
     img = std::move(q.img);
 }
 

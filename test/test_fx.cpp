@@ -28,30 +28,21 @@ struct Misura {
     int larghezza, altezza;
 };
 
-// One line an effect: its field, the greatest amount that the parameters let pass, the plain form.
+// One line an effect: its field, the greatest amount that the parameters let pass.
 struct Voce {
     const char* nome;
     float FxRicetta::*campo;
     float massimo;
-    void (*semplice)(semplici::Quadro&, float);
 };
 
 // clang-format off
-const Voce EFFETTI[] = {
-    {"enhance",  &FxRicetta::enhance,  0.6f,  semplici::applica_enhance},
-    {"pelle",    &FxRicetta::pelle,    0.55f, semplici::applica_pelle},
-    {"halation", &FxRicetta::halation, 0.6f,  semplici::applica_halation},
-    {"bloom",    &FxRicetta::bloom,    0.6f,  semplici::applica_bloom},
-    {"streak",   &FxRicetta::streak,   0.6f,  semplici::applica_streak},
-    {"promist",  &FxRicetta::promist,  0.55f, semplici::applica_promist},
-    {"stella",   &FxRicetta::stella,   1.0f,
-     [](semplici::Quadro& q, float v) { semplici::applica_stella(q, v, 4); }},
-    {"mistw",    &FxRicetta::mistw,    0.55f, semplici::applica_mistw},
-    {"glimmer",  &FxRicetta::glimmer,  0.55f, semplici::applica_glimmer},
-    {"ca",       &FxRicetta::ca,       0.6f,  semplici::applica_aberrazione},
-    {"vignetta", &FxRicetta::vignetta, 0.6f,  semplici::applica_vignetta},
-    {"grana",    &FxRicetta::grana,    0.6f,
-     [](semplici::Quadro& q, float v) { semplici::applica_grana(q, v, 0); }},
+constexpr Voce EFFETTI[] = {
+    {"enhance", &FxRicetta::enhance, 0.6f },  {"pelle",    &FxRicetta::pelle,    0.55f},
+    {"halation",&FxRicetta::halation,0.6f },  {"bloom",    &FxRicetta::bloom,    0.6f },
+    {"streak",  &FxRicetta::streak,  0.6f },  {"promist",  &FxRicetta::promist,  0.55f},
+    {"stella",  &FxRicetta::stella,  1.0f },  {"mistw",    &FxRicetta::mistw,    0.55f},
+    {"glimmer", &FxRicetta::glimmer, 0.55f},  {"ca",       &FxRicetta::ca,       0.6f },
+    {"vignetta",&FxRicetta::vignetta,0.6f },  {"grana",    &FxRicetta::grana,    0.6f },
 };
 
 constexpr Misura PICCOLE[] = {
@@ -85,17 +76,29 @@ void sporca(Arena& arena, std::size_t pixel)
         }
 }
 
-std::string prova(const Campioni& prima, Misura m, const FxRicetta& ricetta)
+// A frame of this content by the chain and by the plain loops, with the next count of threads, set
+// of instructions and seed; riduzione 0: the frame's own.
+void prova(Giro& giro, int contenuto, Misura m, const FxRicetta& ricetta, int riduzione = 0)
 {
-    Campioni atteso = prima;
-    semplici::applica_fx(atteso, m.larghezza, m.altezza, ricetta);
+    if (!giro.avanti())
+        return;
+    const ThreadFinti thread(giro.thread());
+    const LivelloFinto livello(giro.livello());
+    CAPTURE(giro.passo);
+    CAPTURE(giro.thread());
+    CAPTURE(std::string(gNuclei->nome));
+    CAPTURE(m.larghezza);
+    CAPTURE(m.altezza);
+    CAPTURE(contenuto);
+    Campioni atteso = quadro(contenuto, m, static_cast<std::uint32_t>(giro.passo));
     Arena arena;
-    sporca(arena, prima.size() / 3);
-    Immagine avuto = piano_di(prima);
+    sporca(arena, atteso.size() / 3);
+    Immagine avuto = piano_di(atteso);
     esegui(programma_di(ricetta, m.larghezza, m.altezza, Strada::IN_IMMAGINE,
-                        riduzione_di(m.larghezza, m.altezza)),
+                        riduzione > 0 ? riduzione : riduzione_di(m.larghezza, m.altezza)),
            avuto, {}, arena);
-    return differenza(atteso, avuto, m.larghezza, 3);
+    semplici::applica_fx(atteso, m.larghezza, m.altezza, ricetta, riduzione);
+    CHECK(differenza(atteso, avuto, m.larghezza, 3) == "");
 }
 
 FxRicetta ricetta_a_caso(std::uint32_t seme)
@@ -119,72 +122,50 @@ FxRicetta tutti(float parte)
     return r;
 }
 
+FxRicetta uno(const Voce& e, float quantita, int punte = 4)
+{
+    FxRicetta r;
+    r.*e.campo = quantita;
+    r.punte = punte;
+    return r;
+}
+
 }  // namespace
 
 TEST_CASE("each effect by itself gives the bits of the plain loops, on copies of any reduction")
 {
     // The reduction is a large frame's, which small ones reach too.
     Giro giro;
-    for (const Voce& e : EFFETTI) {
-        for (const Misura m : PICCOLE) {
-            for (int k = 0; k < CONTENUTI; ++k) {
+    for (const Voce& e : EFFETTI)
+        for (const Misura m : PICCOLE)
+            for (int k = 0; k < CONTENUTI; ++k)
                 for (const float quantita : {1e-6f, e.massimo * 0.25f, e.massimo, 5.0f, INFINITO}) {
                     if (quantita == INFINITO && e.campo == &FxRicetta::ca)
                         continue;  // a displacement without a place
-                    if (!giro.avanti())
-                        continue;
-                    const ThreadFinti thread(giro.thread());
-                    const LivelloFinto livello(giro.livello());
                     CAPTURE(std::string(e.nome));
-                    CAPTURE(m.larghezza);
-                    CAPTURE(m.altezza);
-                    CAPTURE(k);
                     CAPTURE(quantita);
-                    CAPTURE(giro.thread());
-                    CAPTURE(std::string(gNuclei->nome));
-                    const auto seme = static_cast<std::uint32_t>(giro.passo);
-                    const Campioni prima = quadro(k, m, seme);
-                    semplici::Quadro q = semplici::quadro_di(prima, m.larghezza, m.altezza);
-                    q.riduzione = 1 + static_cast<int>(giro.passo / 3 % 4);
-                    e.semplice(q, quantita);
-                    FxRicetta r;
-                    r.*e.campo = quantita;
-                    Immagine img = piano_di(prima);
-                    Arena arena;
-                    esegui(
-                        programma_di(r, m.larghezza, m.altezza, Strada::IN_IMMAGINE, q.riduzione),
-                        img, {}, arena);
-                    CHECK(differenza(q.img, img, m.larghezza, 3) == "");
+                    prova(giro, k, m, uno(e, quantita), 1 + static_cast<int>(giro.passo / 3 % 4));
                 }
-            }
-        }
-    }
 }
 
 TEST_CASE("frames of all steps of the reduction and recipes of several effects likewise")
 {
-    struct Caso {
-        Misura misura;
-        FxRicetta ricetta;
-    };
-    std::vector<Caso> casi;
-    const auto una = [](const Voce& e, int punte) {
-        FxRicetta r;
-        r.*e.campo = e.massimo;
-        r.punte = punte;
-        return r;
-    };
+    Giro giro;
     for (const Misura m : LUNGHE)
         for (const Voce& e : EFFETTI)
-            casi.push_back({m, una(e, 8)});
+            prova(giro, static_cast<int>(giro.passo % CONTENUTI), m, uno(e, e.massimo, 8));
+    int contenuto = 0;
+    for (const Misura m : {Misura{641, 163}, {163, 641}, {1919, 23}, {1919, 19}})
+        prova(giro, contenuto++, m, tutti(0.5f));
+
     // Every effect behind every other: luma as the first leaves it, stale behind bloom.
     std::vector<FxRicetta> ricette = {tutti(0.2f), tutti(1.0f), tutti(4.0f)};
     for (const Voce* primo = std::begin(EFFETTI); primo != std::end(EFFETTI); ++primo)
         for (const Voce* poi = primo + 1; poi != std::end(EFFETTI); ++poi) {
-            ricette.push_back(una(*primo, 4));
+            ricette.push_back(uno(*primo, primo->massimo));
             ricette.back().*poi->campo = poi->massimo;
         }
-    ricette.push_back(una(EFFETTI[3], 4));
+    ricette.push_back(uno(EFFETTI[3], 0.6f));
     ricette.back().streak = ricette.back().promist = 0.5f;
     for (std::uint32_t s = 0; s < 40; ++s)
         ricette.push_back(ricetta_a_caso(s));
@@ -192,31 +173,14 @@ TEST_CASE("frames of all steps of the reduction and recipes of several effects l
     constexpr std::int32_t MAX = std::numeric_limits<std::int32_t>::max();
     for (const auto& [punte, fotogramma] :
          {std::pair{-4, 1}, {0, -1}, {3, MIN}, {7, MAX}, {100, 0}}) {
-        FxRicetta r;
-        r.stella = r.grana = 0.6f;
-        r.punte = punte;
-        r.fotogramma = fotogramma;
-        ricette.push_back(r);
+        ricette.push_back({.grana = 0.6f, .stella = 0.6f});
+        ricette.back().punte = punte;
+        ricette.back().fotogramma = fotogramma;
     }
     for (const FxRicetta& r : ricette)
         for (const Misura m : {Misura{1, 1}, {17, 9}, {47, 33}})
-            casi.push_back({m, r});
-    for (const Misura m : {Misura{641, 163}, {163, 641}, {1919, 41}})
-        casi.push_back({m, tutti(0.5f)});
-
-    Giro giro;
-    for (const Caso& caso : casi)
-        for (int k = static_cast<int>(giro.passo % 3); k < CONTENUTI; k += 3) {
-            if (!giro.avanti())
-                continue;
-            const ThreadFinti thread(giro.thread());
-            const LivelloFinto livello(giro.livello());
-            CAPTURE(giro.passo);
-            CAPTURE(caso.misura.larghezza);
-            CAPTURE(k);
-            CHECK(prova(quadro(k, caso.misura, static_cast<std::uint32_t>(giro.passo)), caso.misura,
-                        caso.ricetta) == "");
-        }
+            for (int k = static_cast<int>(giro.passo % 3); k < CONTENUTI; k += 3)
+                prova(giro, k, m, r);
 }
 
 TEST_CASE("the mean luminance is one sum in index order, to the last bit")
