@@ -10,6 +10,7 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -200,39 +201,25 @@ TEST_CASE("formats: every choice leads to its row, others to the nearest")
         const char* tendina;
         std::vector<int> righe;
     };
-    const Caso casi[] = {{"cs_sony3", {0, 11, 15, 16, 17, 13, 14}},
-                         {"cs_sony2", {12, 18, 19}},
-                         {"", {1}},
-                         {"", {2}},
-                         {"cs_canon", {3, 22, 23}},
-                         {"", {4}},
-                         {"", {5}},
-                         {"", {6}},
-                         {"", {7}},
-                         {"", {8}},
-                         {"", {9}},
-                         {"cs_apple", {10, 20, 21}},
-                         {"cs_canon", {24, 25, 26}},
-                         {"", {27}},
-                         {"", {28}},
-                         {"", {29}},
-                         {"", {30}},
-                         {"", {31}}};
+    // clang-format off
+    const Caso casi[] = {
+        {"cs_sony3", {0, 11, 15, 16, 17, 13, 14}}, {"cs_sony2", {12, 18, 19}},
+        {"", {1}}, {"", {2}}, {"cs_canon", {3, 22, 23}}, {"", {4}}, {"", {5}}, {"", {6}}, {"", {7}},
+        {"", {8}}, {"", {9}}, {"cs_apple", {10, 20, 21}}, {"cs_canon", {24, 25, 26}}, {"", {27}},
+        {"", {28}}, {"", {29}}, {"", {30}}, {"", {31}}};
+    // clang-format on
     constexpr int MINIMO = std::numeric_limits<std::int32_t>::min();
     constexpr int MASSIMO = std::numeric_limits<std::int32_t>::max();
-    int f = 0;
-    for (const Caso& caso : casi) {
+    for (int f = 0; f < static_cast<int>(std::size(casi)); ++f) {
         CAPTURE(f);
+        const Caso& caso = casi[f];
         const char* tendina = tendina_colorspace(f);
         CHECK(std::string(tendina != nullptr ? tendina : "") == caso.tendina);
         const int quante = static_cast<int>(caso.righe.size());
-        for (int scelta = 0; scelta < quante; ++scelta)
-            CHECK(riga_profilo(f, scelta) == caso.righe[static_cast<std::size_t>(scelta)]);
-        for (const int sotto : {-1, MINIMO})
-            CHECK(riga_profilo(f, sotto) == caso.righe.front());
-        for (const int sopra : {quante, 9, MASSIMO})
-            CHECK(riga_profilo(f, sopra) == caso.righe.back());
-        ++f;
+        for (const int scelta : {MINIMO, -1, 0, 1, 2, 3, 4, 5, 6, 7, 9, MASSIMO}) {
+            const int vicina = std::clamp(scelta, 0, quante - 1);
+            CHECK(riga_profilo(f, scelta) == caso.righe[static_cast<std::size_t>(vicina)]);
+        }
     }
     for (const int fuori : {-1, 18, 40, MASSIMO}) {
         CHECK(tendina_colorspace(fuori) == nullptr);
@@ -325,10 +312,10 @@ TEST_CASE("looks: what each makes of seven S-Log3 code values")
     const auto controlla = [&](const Contesto& ctx, const Caso& caso) {
         for (int k = 0; k < 7; ++k) {
             CAPTURE(k);
-            const RGB c = applica_colore(codici[k], ctx);
-            CHECK(std::abs(c.r - caso.v[k][0]) < 1.5e-5);
-            CHECK(std::abs(c.g - caso.v[k][1]) < 1.5e-5);
-            CHECK(std::abs(c.b - caso.v[k][2]) < 1.5e-5);
+            const auto [r, g, b] = applica_colore(codici[k], ctx);
+            const auto& [vr, vg, vb] = caso.v[k];
+            CHECK((std::abs(r - vr) < 1.5e-5 && std::abs(g - vg) < 1.5e-5 &&
+                   std::abs(b - vb) < 1.5e-5));
         }
     };
     for (std::size_t i = 0; i < looks.size(); ++i) {

@@ -44,13 +44,17 @@ struct Blocco {
     float atteso[BLOCCO];
 };
 
-// Not inlined: GCC 12 warns of a remainder that a known length does not have.
-template <class Nostra> [[gnu::noinline]] void calcola(Blocco& k, const Nostra& nostra)
+// What either side makes of a block's arguments. Not inlined: GCC 12 warns of a remainder that a
+// known length does not have.
+template <class Nostra, class Loro>
+[[gnu::noinline]] void calcola(Blocco& k, const Nostra& nostra, const Loro& loro)
 {
     per_vettori(k.n, [&](auto v, ptrdiff_t i) {
         using V = decltype(v);
         scrivi<V>(k.nostro + i, nostra(carica<V>(k.a + i), carica<V>(k.b + i)));
     });
+    for (int i = 0; i < k.n; ++i)
+        k.atteso[i] = loro(k.a[i], k.b[i]);
 }
 
 struct Conto {
@@ -77,14 +81,6 @@ struct Conto {
         casi += k.n;
         somma += s;
     }
-
-    void aggiungi(const Conto& altro)
-    {
-        casi += altro.casi;
-        diversi += altro.diversi;
-        passi = std::max(passi, altro.passi);
-        somma += altro.somma;
-    }
 };
 
 double gAmmessi = 0.0;  // of a hundred million
@@ -109,8 +105,12 @@ template <class Fai> void prova(const std::string& nome, std::uint64_t quanti, c
     for (std::thread& t : thread)
         t.join();
     Conto c;
-    for (const Conto& altro : conti)
-        c.aggiungi(altro);
+    for (const Conto& altro : conti) {
+        c.casi += altro.casi;
+        c.diversi += altro.diversi;
+        c.passi = std::max(c.passi, altro.passi);
+        c.somma += altro.somma;
+    }
     std::printf("%-28s %11llu cases, %llu differ, by %llu steps at most\n", nome.c_str(),
                 static_cast<unsigned long long>(c.casi), static_cast<unsigned long long>(c.diversi),
                 static_cast<unsigned long long>(c.passi));
@@ -132,9 +132,7 @@ void prova_tratto(const std::string& nome, std::uint64_t da, std::uint64_t a, st
             k.a[i] = bit_di<float>(static_cast<std::uint32_t>(da + (inizio + i) * passo));
             k.b[i] = 0.0f;
         }
-        calcola(k, nostra);
-        for (int i = 0; i < k.n; ++i)
-            k.atteso[i] = loro(k.a[i]);
+        calcola(k, nostra, loro);
     });
 }
 
@@ -148,7 +146,8 @@ void prova_potenze(std::uint64_t passo)
     for (const float e : esponenti)
         prova_tratto(
             "x^" + std::to_string(e) + ", x from 0 to 16", 0, 0x41800001u, passo,
-            [=](auto x, auto) { return potenza(x, e); }, [=](float x) { return powf(x, e); });
+            [=](auto x, auto) { return potenza(x, e); },
+            [=](float x, float) { return powf(x, e); });
     const volatile float due = 2.0f;  // of a literal, compilers make other functions
     const volatile float dieci = 10.0f;
     const auto alla = [=](float base) {
@@ -158,19 +157,18 @@ void prova_potenze(std::uint64_t passo)
     for (const std::uint32_t segno : {0u, MENO}) {
         prova_tratto(segno ? "2^x, x from -0 to -2" : "2^x, x from 0 to 2", segno,
                      segno + std::uint64_t{0x40000001u}, passo, alla(2.0f),
-                     [&](float x) { return powf(due, x); });
+                     [&](float x, float) { return powf(due, x); });
         prova_tratto(segno ? "10^x, x from -0 to -2.5" : "10^x, x from 0 to 2.5", segno,
                      segno + std::uint64_t{0x40200001u}, passo, alla(10.0f),
-                     [&](float x) { return powf(dieci, x); });
+                     [&](float x, float) { return powf(dieci, x); });
     }
 }
 
 void prova_angoli(std::uint64_t passo)
 {
-    const auto nostra = [](auto y, auto x) { return arcotangente(y, x); };
-    const auto loro = [](Blocco& k) {
-        for (int i = 0; i < k.n; ++i)
-            k.atteso[i] = atan2f(k.a[i], k.b[i]);
+    const auto calcola_angoli = [](Blocco& k) {
+        calcola(
+            k, [](auto y, auto x) { return arcotangente(y, x); }, atan2f);
     };
     // Hues of the colours of 8 bits.
     prova("hues", 256 * 256 / (passo > 1 ? 64 : 1), [&](Blocco& k, std::uint64_t blocco) {
@@ -182,8 +180,7 @@ void prova_angoli(std::uint64_t passo)
             k.a[i] = (g - b) * 1.7320508f;
             k.b[i] = ((r + r) - g) - b;
         }
-        calcola(k, nostra);
-        loro(k);
+        calcola_angoli(k);
     });
     // Anywhere in a square, of any bits, and within a few powers of two of each other.
     for (const int modo : {0, 1, 2})
@@ -207,8 +204,7 @@ void prova_angoli(std::uint64_t passo)
                           k.b[i] = bit_di<float>(modo == 1 ? x : vicino) + 0.0f;
                       }
                   }
-                  calcola(k, nostra);
-                  loro(k);
+                  calcola_angoli(k);
               });
 }
 
@@ -235,21 +231,20 @@ void prova_speciali()
     prova("special powers", n * n, [&](Blocco& k, std::uint64_t i) {
         riempi(k, i);
         const float e = segnati[i % n];
-        calcola(k, [=](auto x, auto) { return potenza(x, e); });
-        for (int j = 0; j < k.n; ++j)
-            k.atteso[j] = powf(k.a[j], e);
+        calcola(
+            k, [=](auto x, auto) { return potenza(x, e); },
+            [=](float x, float) { return powf(x, e); });
     });
     prova("special exponentials", n * n, [&](Blocco& k, std::uint64_t i) {
         riempi(k, i);
-        calcola(k, [](auto x, auto) { return esponenziale(x); });
-        for (int j = 0; j < k.n; ++j)
-            k.atteso[j] = expf(k.a[j]);
+        calcola(
+            k, [](auto x, auto) { return esponenziale(x); },
+            [](float x, float) { return expf(x); });
     });
     prova("special angles", n * n, [&](Blocco& k, std::uint64_t i) {
         riempi(k, i);
-        calcola(k, [](auto y, auto x) { return arcotangente(y, x); });
-        for (int j = 0; j < k.n; ++j)
-            k.atteso[j] = atan2f(k.a[j], k.b[j]);
+        calcola(
+            k, [](auto y, auto x) { return arcotangente(y, x); }, atan2f);
     });
 }
 
@@ -287,7 +282,7 @@ int main(int argc, char** argv)
     prova_potenze(passo);
     prova_tratto(
         "e^x, x any float", 0, std::uint64_t{1} << 32, passo,
-        [](auto x, auto) { return esponenziale(x); }, [](float x) { return expf(x); });
+        [](auto x, auto) { return esponenziale(x); }, [](float x, float) { return expf(x); });
     prova_angoli(passo);
     std::printf("checksum %016llx\n", static_cast<unsigned long long>(gSomma));
     if (!metro()) {
