@@ -95,6 +95,16 @@ template <class V> void vicini(const float* riga, ptrdiff_t X, ptrdiff_t ridotta
     v1 = carica<V>(f);
 }
 
+// How far into its block the column X * R + k stands, for as many blocks from X on as a vector has
+// samples. Halves and quarters are exact; a third of a column rounds.
+template <int R> Vf parte_di_blocco(int X, int k)
+{
+    if constexpr (R == 3)
+        return da_intero<Vf>(X * R + k, R) / 3.0f - da_intero<Vf>(X);
+    else
+        return tutti<Vf>(static_cast<float>(k) / R);
+}
+
 template <int R>
 void ingrandisci_di(const float* sopra, const float* sotto, float ty, float* riga, const Blocchi& b)
 {
@@ -113,13 +123,10 @@ void ingrandisci_di(const float* sopra, const float* sotto, float ty, float* rig
             Vf sotto1;
             vicini(sopra, X, b.ridotta, sopra0, sopra1);
             vicini(sotto, X, b.ridotta, sotto0, sotto1);
-            const auto x = static_cast<int>(X);
             Vf v[R];
-            for (int k = 0; k < R; ++k) {
-                const Vf tx =
-                    da_intero<Vf>(x * R + k, R) / static_cast<float>(R) - da_intero<Vf>(x, 1);
-                v[k] = bilineare(sopra0, sopra1, sotto0, sotto1, tx, ty);
-            }
+            for (int k = 0; k < R; ++k)
+                v[k] = bilineare(sopra0, sopra1, sotto0, sotto1,
+                                 parte_di_blocco<R>(static_cast<int>(X), k), ty);
             intreccia<R>(v);
             for (ptrdiff_t j = 0; j < R; ++j)
                 scrivi_corsie<Vf>(riga + X * R + j * C, R * C, v[j]);

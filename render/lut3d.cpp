@@ -4,6 +4,7 @@
 #include "colore/colore.h"
 #include "colore/lotto.h"
 #include "colore/profili.h"
+#include "comune/vettore.h"
 #include "render/parallel_for.h"
 
 #include <algorithm>
@@ -27,9 +28,10 @@ TabellaCondivisa gLut;
 
 void Lut3D::costruisci(const Contesto& contesto, int n)
 {
+    using namespace VARNO_LIVELLO;
     N = n;
     const auto lato = static_cast<std::size_t>(n);
-    dati.azzera(lato * lato * lato * 3);
+    dati = piano_di_lavoro(lato * lato * lato * 3, nullptr);
     // A channel's decoding depends on its own axis value alone, the exposure on no value at all.
     const float passo = 1.0f / static_cast<float>(N - 1);
     Piano asse(lato);
@@ -38,7 +40,7 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
     const float fattore = fattore_esposizione(contesto.ev);
 
     parallel_for(lato * lato, [&](std::uint64_t i) {
-        float* uscita = &dati[i * lato * 3];
+        float* const uscita = &dati[i * lato * 3];
         Lotto lotto;
         for (int R = 0; R < n; R += lotto.n) {
             lotto.n = std::min(n - R, Lotto::CAPIENZA);
@@ -48,11 +50,11 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
             applica_matrice(lotto, contesto.profilo);
             esponi(lotto, fattore, contesto.guadagno);
             grada(lotto, contesto);
-            for (int k = 0; k < lotto.n; ++k) {
-                *uscita++ = lotto.r[k];
-                *uscita++ = lotto.g[k];
-                *uscita++ = lotto.b[k];
-            }
+            per_vettori(lotto.n, [&](auto v, std::ptrdiff_t k) {
+                using V = decltype(v);
+                scrivi_rgb<V>(uscita + 3 * (R + k), {carica<V>(lotto.r + k), carica<V>(lotto.g + k),
+                                                     carica<V>(lotto.b + k)});
+            });
         }
     });
     regolare = bordi_regolari(*this);
