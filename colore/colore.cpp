@@ -1,4 +1,4 @@
-// From a code value to exposed light, and the whole grade of one colour.
+// From a code value to the final colour.
 #include "colore/colore.h"
 
 #include "colore/lotto.h"
@@ -9,27 +9,18 @@
 
 namespace varno {
 
-float fattore_esposizione(float ev)
+Grado grado_di(const Contesto& ctx)
 {
-    return VARNO_LIVELLO::potenza(2.0f, ev);
+    return {.ctx = ctx,
+            .matrice = matrice_di(ctx.profilo).data(),
+            .fattore = VARNO_LIVELLO::potenza(2.0f, ctx.ev),
+            .bianco_look = bianco_di(ctx.curva_look),
+            .bianco_neutro = bianco_di(ctx.curva_neutra)};
 }
 
-void esponi(Lotto& luce, float fattore, RGB guadagno)
+void grada(Lotto& luce, const Grado& grado)
 {
-    const auto canale = [&](float* c, float g) {
-        for (int i = 0; i < luce.n; ++i) {
-            const float v = (fattore * c[i]) * g;
-            c[i] = v < 0.0f ? 0.0f : v;
-        }
-    };
-    canale(luce.r, guadagno.r);
-    canale(luce.g, guadagno.g);
-    canale(luce.b, guadagno.b);
-}
-
-void grada(Lotto& c, const Contesto& ctx)
-{
-    gNuclei->colore.grada(c, ctx);
+    gNuclei->colore.grada(luce, grado);
 }
 
 RGB applica_colore(RGB codice, const Contesto& ctx)
@@ -39,9 +30,7 @@ RGB applica_colore(RGB codice, const Contesto& ctx)
     uno.r[0] = decodifica_canale(codice.r, ctx.profilo);
     uno.g[0] = decodifica_canale(codice.g, ctx.profilo);
     uno.b[0] = decodifica_canale(codice.b, ctx.profilo);
-    applica_matrice(uno, ctx.profilo);
-    esponi(uno, fattore_esposizione(ctx.ev), ctx.guadagno);
-    grada(uno, ctx);
+    grada(uno, grado_di(ctx));
     return {uno.r[0], uno.g[0], uno.b[0]};
 }
 

@@ -1,12 +1,9 @@
 // Colours worked on many at a time.
 #pragma once
 
-#include "comune/aritmetica.h"
-
 namespace varno {
 
 struct Contesto;
-struct Curva;
 
 /// Colours worked on together, one array a channel, so that the loops over them vectorise. Samples
 /// from n on are unspecified.
@@ -18,22 +15,20 @@ struct Lotto {
     float b[CAPIENZA];
 };
 
-// The steps that applica_colore consists of, each in place; the decoding of the channels comes
-// before (colore/profili.h). A colour's result does not depend on its neighbours.
+/// What the colours of one frame share, worked out once from its context, which must outlive it.
+struct Grado {
+    const Contesto& ctx;
+    const float* matrice;  // row-major, linear camera RGB to linear Rec.709
+    float fattore;         // of the exposure: 2 to the power ev
+    float bianco_look;     // bianco_di of the look's curve
+    float bianco_neutro;   // and of the neutral one
+};
 
-/// Linear camera light to linear Rec.709, by the matrix of the row; no clamp.
-void applica_matrice(Lotto& luce, int profilo);
+Grado grado_di(const Contesto& ctx);
 
-/// The exposure as a factor, 2 to the power ev.
-float fattore_esposizione(float ev);
-
-/// Exposure and white balance; negatives become 0, not-a-number passes.
-void esponi(Lotto& luce, float fattore, RGB guadagno);
-
-/// tonemap_ratio of each colour.
-void tonemap_ratio(Lotto& c, const Curva& k, float miscela);
-
-/// Exposed light to the final colour: the look at its strength over the neutral rendering.
-void grada(Lotto& c, const Contesto& ctx);
+/// Decoded camera light to the final colour, in place: matrix, exposure, white balance, and the
+/// look at its strength over the neutral rendering. A colour's result does not depend on its
+/// neighbours.
+void grada(Lotto& luce, const Grado& grado);
 
 }  // namespace varno

@@ -98,22 +98,16 @@ inline Colori codifica(const Colori& v, Ricordo<Vf> (&ricordi)[3])
 // A curve at work.
 struct Toni {
     const Curva& k;
-    float bianco;  // from here on, as a multiple of grey, a value leads to 1 and above
+    float bianco;  // bianco_di(k)
     Ricordo<Vf> luma;
     Ricordo<Vf> canali[3];
     Ricordo<Vf> codificati[3];
 };
 
-inline Toni toni_di(const Curva& k)
+inline Toni toni_di(const Curva& k, float bianco)
 {
-    constexpr float MARGINE = 1.0001f;  // the power's and the product's rounding, many times
-    const bool sale = k.contrasto > 0.1f && k.gamma > 0.1f;
     const Ricordo<Vf> vuoto = {tutti<Vf>(NULLA), {}};
-    return {k,
-            sale ? potenza(1.0f / k.grigio, 1.0f / k.contrasto) * MARGINE : NULLA,
-            vuoto,
-            {vuoto, vuoto, vuoto},
-            {vuoto, vuoto, vuoto}};
+    return {k, bianco, vuoto, {vuoto, vuoto, vuoto}, {vuoto, vuoto, vuoto}};
 }
 
 // Display-linear values of scalars, held to 0..1.
@@ -316,18 +310,33 @@ template <class Passo> inline void per_lotto(Lotto& c, const Passo& passo)
     }
 }
 
-void tonemap(Lotto& c, const Curva& k, float miscela)
+void tonemap(Lotto& c, const Curva& k, float bianco, float miscela)
 {
-    Toni toni = toni_di(k);
+    Toni toni = toni_di(k, bianco);
     per_lotto(c, [&](const Colori& v) { return comprimi_toni(v, toni, miscela); });
 }
 
-void grada(Lotto& c, const Contesto& ctx)
+// No clamp: a gamut wider than Rec.709 leaves negatives.
+inline Colori in_rec709(const Colori& v, const float* m)
 {
+    return {m[0] * v.r + m[1] * v.g + m[2] * v.b, m[3] * v.r + m[4] * v.g + m[5] * v.b,
+            m[6] * v.r + m[7] * v.g + m[8] * v.b};
+}
+
+// Exposure and white balance; negatives become 0, not-a-number passes.
+inline Vf esponi(Vf c, float fattore, float guadagno)
+{
+    const Vf v = (fattore * c) * guadagno;
+    return v < 0.0f ? Vf{} : v;
+}
+
+void grada(Lotto& c, const Grado& g)
+{
+    const Contesto& ctx = g.ctx;
     const LookDef& look = *ctx.look;
     const float f = ctx.forza;
-    Toni toni = toni_di(ctx.curva_look);
-    Toni neutri = toni_di(ctx.curva_neutra);
+    Toni toni = toni_di(ctx.curva_look, g.bianco_look);
+    Toni neutri = toni_di(ctx.curva_neutra, g.bianco_neutro);
     const Vf nulla = tutti<Vf>(NULLA);
     Ricordo<Colori> stampa = {{nulla, nulla, nulla}, {}};
     const auto resa = [&](const Colori& luce) {
@@ -336,7 +345,11 @@ void grada(Lotto& c, const Contesto& ctx)
         return ricorda(stampa, diafonia(luce, look.pal),
                        [&](const Colori& v) { return resa_stampa(v, ctx, toni); });
     };
-    per_lotto(c, [&](const Colori& luce) {
+    per_lotto(c, [&](const Colori& decodificata) {
+        const Colori lineare = in_rec709(decodificata, g.matrice);
+        const Colori luce = {esponi(lineare.r, g.fattore, ctx.guadagno.r),
+                             esponi(lineare.g, g.fattore, ctx.guadagno.g),
+                             esponi(lineare.b, g.fattore, ctx.guadagno.b)};
         // Both renderings end in 0..1 whatever comes in, and neither is -0: a share of exactly 0
         // of one would add +0 to the other.
         if (f == 1.0f)

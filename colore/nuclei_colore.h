@@ -3,15 +3,15 @@
 
 namespace varno {
 
-struct Contesto;
 struct Curva;
+struct Grado;
 struct Lotto;
 
 struct NucleiColore {
-    /// Exposed light to the final colour: the look at its strength over the neutral rendering.
-    void (*grada)(Lotto& c, const Contesto& ctx);
-    /// tonemap_ratio of each colour.
-    void (*tonemap)(Lotto& c, const Curva& k, float miscela);
+    /// Decoded camera light to the final colour.
+    void (*grada)(Lotto& luce, const Grado& grado);
+    /// tonemap_ratio of each colour; bianco: bianco_di of the curve.
+    void (*tonemap)(Lotto& c, const Curva& k, float bianco, float miscela);
 };
 
 }  // namespace varno

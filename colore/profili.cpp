@@ -1,13 +1,10 @@
 // The cameras: a matrix and a curve each.
 #include "colore/profili.h"
 
-#include "colore/lotto.h"
 #include "comune/elementari.h"
 
 namespace varno {
 namespace {
-
-using Matrice = std::array<float, 9>;
 
 // Linear camera RGB to linear Rec.709, row after row, one for each camera gamut; the white of all
 // is D65. The residues of order 1e-16 come from a product in double and stay.
@@ -159,17 +156,9 @@ float decodifica_canale(float codice, int profilo)
     return (1.0f - f) * curva[i] + f * curva[i + 1];
 }
 
-void applica_matrice(Lotto& luce, int profilo)
+const Matrice& matrice_di(int profilo)
 {
-    const Matrice& m = profilo == 0 ? ANALITICA : PROFILI[profilo].matrice;
-    for (int i = 0; i < luce.n; ++i) {
-        const float r = luce.r[i];
-        const float g = luce.g[i];
-        const float b = luce.b[i];
-        luce.r[i] = m[0] * r + m[1] * g + m[2] * b;
-        luce.g[i] = m[3] * r + m[4] * g + m[5] * b;
-        luce.b[i] = m[6] * r + m[7] * g + m[8] * b;
-    }
+    return profilo == 0 ? ANALITICA : PROFILI[profilo].matrice;
 }
 
 }  // namespace varno

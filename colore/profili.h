@@ -8,11 +8,14 @@
 
 namespace varno {
 
+/// Row-major, linear camera RGB to linear Rec.709.
+using Matrice = std::array<float, 9>;
+
 /// One row of the camera table: how a code value becomes linear Rec.709.
 struct ProfiloCamera {
     const char* nome;
-    std::array<float, 9> matrice;  // row-major, linear camera RGB to linear Rec.709
-    const float* curva;            // CAMPIONI_CURVA samples; rows with one curve share them
+    Matrice matrice;
+    const float* curva;  // CAMPIONI_CURVA samples; rows with one curve share them
 };
 
 constexpr int NUMERO_PROFILI = 32;
@@ -24,5 +27,8 @@ extern const ProfiloCamera PROFILI[NUMERO_PROFILI];
 /// Row 0 follows the S-Log3 formula beyond 0..1 too; the others hold at their ends and send
 /// not-a-number to the first sample.
 float decodifica_canale(float codice, int profilo);
+
+/// The matrix that follows the decoding of row profilo; that of row 0 belongs to its formula.
+const Matrice& matrice_di(int profilo);
 
 }  // namespace varno

@@ -3,10 +3,12 @@
 
 #include "colore/lotto.h"
 #include "colore/nuclei_colore.h"
+#include "comune/elementari.h"
 #include "comune/nuclei.h"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace varno {
 namespace {
@@ -40,9 +42,12 @@ Curva normalizza_curva(float spalla, float bianco, float contrasto, float gamma)
             .gamma = gamma};
 }
 
-void tonemap_ratio(Lotto& c, const Curva& k, float miscela)
+float bianco_di(const Curva& k)
 {
-    gNuclei->colore.tonemap(c, k, miscela);
+    constexpr float MARGINE = 1.0001f;  // the power's and the product's rounding, many times
+    if (!(k.contrasto > 0.1f && k.gamma > 0.1f))
+        return std::numeric_limits<float>::quiet_NaN();
+    return VARNO_LIVELLO::potenza(1.0f / k.grigio, 1.0f / k.contrasto) * MARGINE;
 }
 
 RGB tonemap_ratio(RGB c, const Curva& k, float miscela)
@@ -52,7 +57,7 @@ RGB tonemap_ratio(RGB c, const Curva& k, float miscela)
     uno.r[0] = c.r;
     uno.g[0] = c.g;
     uno.b[0] = c.b;
-    tonemap_ratio(uno, k, miscela);
+    gNuclei->colore.tonemap(uno, k, bianco_di(k), miscela);
     return {uno.r[0], uno.g[0], uno.b[0]};
 }
 

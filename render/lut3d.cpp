@@ -32,12 +32,12 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
     N = n;
     const auto lato = static_cast<std::size_t>(n);
     dati = piano_di_lavoro(lato * lato * lato * 3, nullptr);
-    // A channel's decoding depends on its own axis value alone, the exposure on no value at all.
+    // A channel's decoding depends on its own axis value alone.
     const float passo = 1.0f / static_cast<float>(N - 1);
     Piano asse(lato);
     for (std::size_t i = 0; i < lato; ++i)
         asse[i] = decodifica_canale(static_cast<float>(i) * passo, contesto.profilo);
-    const float fattore = fattore_esposizione(contesto.ev);
+    const Grado grado = grado_di(contesto);
 
     parallel_for(lato * lato, [&](std::uint64_t i) {
         float* const uscita = &dati[i * lato * 3];
@@ -47,9 +47,7 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
             std::copy_n(&asse[R], lotto.n, lotto.r);
             std::fill_n(lotto.g, lotto.n, asse[i % lato]);
             std::fill_n(lotto.b, lotto.n, asse[i / lato]);
-            applica_matrice(lotto, contesto.profilo);
-            esponi(lotto, fattore, contesto.guadagno);
-            grada(lotto, contesto);
+            grada(lotto, grado);
             per_vettori(lotto.n, [&](auto v, std::ptrdiff_t k) {
                 using V = decltype(v);
                 scrivi_rgb<V>(uscita + 3 * (R + k), {carica<V>(lotto.r + k), carica<V>(lotto.g + k),

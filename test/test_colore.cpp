@@ -50,13 +50,12 @@ bool entro_un_passo(float a, float b)
 
 RGB luce(RGB codice, int profilo)
 {
-    Lotto l;
-    l.n = 1;
-    l.r[0] = decodifica_canale(codice.r, profilo);
-    l.g[0] = decodifica_canale(codice.g, profilo);
-    l.b[0] = decodifica_canale(codice.b, profilo);
-    applica_matrice(l, profilo);
-    return {l.r[0], l.g[0], l.b[0]};
+    const Matrice& m = matrice_di(profilo);
+    const float r = decodifica_canale(codice.r, profilo);
+    const float g = decodifica_canale(codice.g, profilo);
+    const float b = decodifica_canale(codice.b, profilo);
+    return {m[0] * r + m[1] * g + m[2] * b, m[3] * r + m[4] * g + m[5] * b,
+            m[6] * r + m[7] * g + m[8] * b};
 }
 
 // What the published encodings give; samples within one float step.
