@@ -14,26 +14,39 @@
 namespace varno {
 
 #if defined(__linux__)
-// Whole huge pages: what lies before and behind them goes back at once.
+namespace {
+
+constexpr std::size_t PAGINA_GRANDE = std::size_t{2} << 20;  // bytes
+
+std::size_t in_pagine_grandi(std::size_t byte)
+{
+    return (byte + PAGINA_GRANDE - 1) / PAGINA_GRANDE * PAGINA_GRANDE;
+}
+
+}  // namespace
+
+// From one huge page's start to another's: what lies before and behind goes back at once. What
+// does not fill the last one takes small pages as it is touched, not a whole one.
 void* prendi_pagine(std::size_t byte)
 {
-    const std::size_t preso = byte + PAGINA_GRANDE;
+    const std::size_t tenuti = in_pagine_grandi(byte);
+    const std::size_t preso = tenuti + PAGINA_GRANDE;
     void* p = mmap(nullptr, preso, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (p == MAP_FAILED)
         return nullptr;
     const auto da = reinterpret_cast<std::uintptr_t>(p);
-    const std::uintptr_t inizio = (da + PAGINA_GRANDE - 1) / PAGINA_GRANDE * PAGINA_GRANDE;
+    const std::uintptr_t inizio = in_pagine_grandi(da);
     if (inizio > da)
         munmap(p, inizio - da);
-    if (inizio + byte < da + preso)
-        munmap(reinterpret_cast<void*>(inizio + byte), da + preso - inizio - byte);
-    madvise(reinterpret_cast<void*>(inizio), byte, MADV_HUGEPAGE);
+    if (inizio + tenuti < da + preso)
+        munmap(reinterpret_cast<void*>(inizio + tenuti), da + preso - inizio - tenuti);
+    madvise(reinterpret_cast<void*>(inizio), byte / PAGINA_GRANDE * PAGINA_GRANDE, MADV_HUGEPAGE);
     return reinterpret_cast<void*>(inizio);
 }
 
 void rendi_pagine(void* p, std::size_t byte)
 {
-    munmap(p, byte);
+    munmap(p, in_pagine_grandi(byte));
 }
 #elif defined(__APPLE__)
 void* prendi_pagine(std::size_t byte)

@@ -37,17 +37,10 @@ float* o_errore(void* p)
     return static_cast<float*>(p);
 }
 
-// Whole huge pages, or the end of each block would be small ones.
-std::size_t byte_blocco(std::size_t n)
-{
-    const std::size_t byte = byte_di(n);
-    return byte < GRANDE ? byte : (byte + PAGINA_GRANDE - 1) / PAGINA_GRANDE * PAGINA_GRANDE;
-}
-
 // The free block that fits best, or a new one; null where the arena holds no more blocks.
 Arena::Blocco* prendi_blocco(Arena& arena, std::size_t n)
 {
-    const std::size_t byte = byte_blocco(n);
+    const std::size_t byte = byte_di(n);
     Arena::Blocco* scelto = nullptr;
     for (int i = 0; i < arena.quanti; ++i) {
         Arena::Blocco& b = arena.blocchi[i];

@@ -34,6 +34,18 @@ struct Ripiano {
     float* anello;    // scratch of the blur along rows
 };
 
+// How many floats to ask for where a stage's planes begin. All that are as large as the frame ask
+// for what the most numerous of them need, so that they follow each other in one block: what is
+// not touched costs nothing.
+std::size_t posto_per(const Programma& p, const Stadio& s)
+{
+    std::size_t n = campioni_di(s.forma);
+    for (int i = 0; s.forma.riduzione == 1 && i < p.numero_stadi; ++i)
+        if (p.stadi[i].forma.riduzione == 1)
+            n = std::max(n, campioni_di(p.stadi[i].forma));
+    return n;
+}
+
 bool sfoca_le_righe(const Stadio& s)
 {
     return s.effetto->lavoro == Lavoro::SFOCA || s.effetto->lavoro == Lavoro::SFOCA_RIGHE;
@@ -173,7 +185,7 @@ void esegui_passata(Corsa& c, const Passata& passata)
                sul_posto(c.programma.stadi[passata.dopo - 1], *nutrito.stadio);
         Piano& piani = c.piani[cede ? passata.dopo - 1 : passata.alimenta];
         if (!cede)
-            piani = piano_di_lavoro(campioni_di(nutrito.stadio->forma), &c.arena);
+            piani = piano_di_lavoro(posto_per(c.programma, *nutrito.stadio), &c.arena);
         nutrito.piani = piani.data();
     }
 
