@@ -55,33 +55,6 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
             });
         }
     });
-    regolare = bordi_regolari(*this);
-}
-
-// The kernels take the end of an axis for the far side of its last cell: 0 * S + 1 * T. That is T
-// to the bit where the samples of the last cells are finite and not negative, as a grade leaves
-// them; a strength out of range, or not-a-number, may leave others.
-bool bordi_regolari(const Lut3D& lut)
-{
-    constexpr int MASSIMO = 177;      // points: places in the table are exact as floats
-    constexpr float OLTRE = 1.0e30f;  // far enough from what overflows
-    if (lut.N < 2 || lut.N > MASSIMO)
-        return false;
-    // As bits, what is negative or not a number stands above every number from 0 on.
-    const auto bit = [](float v) {
-        std::uint32_t b;
-        std::memcpy(&b, &v, sizeof b);
-        return b;
-    };
-    const auto N = static_cast<std::size_t>(lut.N);
-    std::uint32_t sommo = 0;
-    for (std::size_t riga = 0; riga < N * N; ++riga) {
-        const bool intera = riga % N + 2 >= N || riga / N + 2 >= N;
-        const float* fine = &lut.dati[riga * N * 3] + N * 3;
-        for (const float* s = intera ? fine - N * 3 : fine - 6; s < fine; ++s)
-            sommo = sommo < bit(*s) ? bit(*s) : sommo;
-    }
-    return sommo < bit(OLTRE);
 }
 
 std::shared_ptr<const Lut3D> aggiorna_tabella(const Contesto& contesto, const Chiave& chiave)

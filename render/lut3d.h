@@ -19,17 +19,11 @@ constexpr int PUNTI_TABELLA = 81;
 struct Lut3D {
     std::int32_t N = 0;  // points per axis; 0 while nothing has been built
     Piano dati;          // N * N * N * 3 floats
-    /// Whether vector code may sample it, as bordi_regolari told.
-    bool regolare = false;
 
-    /// Evaluates applica_colore at all grid points, on the threads of parallel_for. Throws
-    /// std::bad_alloc.
+    /// Evaluates applica_colore at all points of a grid of n an axis, 1 to 894, on the threads of
+    /// parallel_for. Throws std::bad_alloc.
     void costruisci(const Contesto& contesto, int n);
 };
-
-/// Whether the kernels give the table's samples to the bit: 2 to 177 points an axis, and in the
-/// last cells nothing negative, from 1e30 up, or not a number.
-bool bordi_regolari(const Lut3D& lut);
 
 /// The settings that a table was built from, as the host gave them. The start values match none.
 struct Chiave {

@@ -10,39 +10,48 @@ namespace varno {
 namespace VARNO_LIVELLO {
 namespace {
 
+// Floats from the first sample of a cell to the next one along each axis.
+struct Passi {
+    ptrdiff_t rosso;
+    ptrdiff_t verde;
+    ptrdiff_t blu;
+};
+
 struct Assi {
     const float* tavola;
-    float punti;
-    float ultimo;     // position of the last point
-    float cella;      // index of the last whole cell
-    ptrdiff_t verde;  // floats from one point of the axis to the next
-    ptrdiff_t blu;
+    float ultimo;  // position of the last point
+    int32_t passi[3];
 };
 
 inline Assi assi_di(const float* tavola, int N)
 {
-    const auto punti = static_cast<float>(N);
-    return {tavola, punti, punti - 1.0f, punti - 2.0f, ptrdiff_t{3} * N, ptrdiff_t{3} * N * N};
+    return {tavola, static_cast<float>(N - 1), {3, 3 * N, 3 * N * N}};
 }
 
-// Where pixels lie in the table: the first sample of their cells and the fractions of the axes.
+// Where pixels lie in the table: the first sample of their cells and the fractions of the axes. A
+// pixel at the end of an axis has no next sample there: the last one is both.
 template <class V> struct Posto {
-    V origine;  // floats, exact: the table has fewer than 2^24
+    using I = decltype(a_intero(V{}));
+    I origine;  // floats
+    I passi[3];
+    bool alla_fine;  // whether one of the pixels stands at the end of an axis
     V t[3];
 };
 
-// Not-a-number falls to 0. The index is held to the last whole cell, with a fraction of 1 at the
-// end of the axis, so that the corners of every pixel lie at the same distances.
+// Not-a-number falls to 0.
 template <class V> inline Posto<V> posto_di(const V (&rgb)[3], const Assi& a)
 {
-    Posto<V> p;
-    V i[3];
+    using I = typename Posto<V>::I;
+    Posto<V> p = {};
+    V ultima = {};
     for (int c = 0; c < 3; ++c) {
         const V posizione = minimo(massimo(V{}, rgb[c]), 1.0f) * a.ultimo;
-        i[c] = tronca(minimo(posizione, a.cella));
-        p.t[c] = posizione - i[c];
+        p.origine += a_intero(posizione) * a.passi[c];
+        p.passi[c] = posizione < a.ultimo ? I{} + a.passi[c] : I{};
+        p.t[c] = posizione - tronca(posizione);
+        ultima = massimo(ultima, posizione);
     }
-    p.origine = ((i[2] * a.punti + i[1]) * a.punti + i[0]) * 3.0f;
+    p.alla_fine = qualcuno(ultima >= a.ultimo);
     return p;
 }
 
@@ -54,45 +63,51 @@ struct Frazione {
 
 // Red and green of the cell at s. The second lane, where there is one, is the cell's other end on
 // the blue axis.
-template <class V> inline V rosso_e_verde(const float* s, const Assi& a, const Frazione (&f)[3])
+template <class V> inline V rosso_e_verde(const float* s, const Passi& p, const Frazione (&f)[3])
 {
     const V r = tutti<V>(f[0].t);
     const V meno_r = tutti<V>(f[0].meno_t);
-    const V c0 = carica_corsie<V>(s, a.blu) * meno_r + carica_corsie<V>(s + 3, a.blu) * r;
-    s += a.verde;
-    const V c1 = carica_corsie<V>(s, a.blu) * meno_r + carica_corsie<V>(s + 3, a.blu) * r;
+    const V c0 = carica_corsie<V>(s, p.blu) * meno_r + carica_corsie<V>(s + p.rosso, p.blu) * r;
+    s += p.verde;
+    const V c1 = carica_corsie<V>(s, p.blu) * meno_r + carica_corsie<V>(s + p.rosso, p.blu) * r;
     return c0 * tutti<V>(f[1].meno_t) + c1 * tutti<V>(f[1].t);
 }
 
 // V is four channels or one.
-template <class V> inline V campione(const float* s, const Assi& a, const Frazione (&f)[3])
+template <class V> inline V campione(const float* s, const Passi& p, const Frazione (&f)[3])
 {
 #if defined(__AVX2__)
     if constexpr (CAMPIONI<V> == 4) {
-        const V8 c = rosso_e_verde<V8>(s, a, f);
+        const V8 c = rosso_e_verde<V8>(s, p, f);
         return prima_corsia(c) * f[2].meno_t + seconda_corsia(c) * f[2].t;
     }
 #endif
-    return rosso_e_verde<V>(s, a, f) * f[2].meno_t + rosso_e_verde<V>(s + a.blu, a, f) * f[2].t;
+    return rosso_e_verde<V>(s, p, f) * f[2].meno_t + rosso_e_verde<V>(s + p.blu, p, f) * f[2].t;
 }
 
-// The pixels of one vector, CANALI floats apart in uscita; four floats are written for each.
+// The pixels of one vector, CANALI floats apart in uscita; four floats are written for each. Away
+// from the ends of the axes the samples lie at the same distances for all.
 template <int CANALI> inline void campiona_vettore(const Assi& a, const Vf (&rgb)[3], float* uscita)
 {
     const Posto<Vf> p = posto_di(rgb, a);
     constexpr int N = CAMPIONI<Vf>;
     float t[3][N];
     float meno_t[3][N];
-    const Vi origine = a_intero(p.origine);
     for (int c = 0; c < 3; ++c) {
         scrivi<Vf>(t[c], p.t[c]);
         scrivi<Vf>(meno_t[c], 1.0f - p.t[c]);
     }
-    for (int k = 0; k < N; ++k) {
+    const auto pixel = [&](int k, const Passi& passi) {
         const Frazione f[3] = {
             {t[0][k], meno_t[0][k]}, {t[1][k], meno_t[1][k]}, {t[2][k], meno_t[2][k]}};
-        scrivi(uscita + CANALI * k, campione<V4>(a.tavola + origine[k], a, f));
-    }
+        scrivi(uscita + CANALI * k, campione<V4>(a.tavola + p.origine[k], passi, f));
+    };
+    if (!p.alla_fine)
+        for (int k = 0; k < N; ++k)
+            pixel(k, {3, a.passi[1], a.passi[2]});
+    else
+        for (int k = 0; k < N; ++k)
+            pixel(k, {p.passi[0][k], p.passi[1][k], p.passi[2][k]});
 }
 
 // One pixel, three floats.
@@ -100,11 +115,11 @@ inline void campiona_uno(const Assi& a, const float* rgba, float* uscita)
 {
     const float rgb[3] = {rgba[0], rgba[1], rgba[2]};
     const Posto<float> p = posto_di(rgb, a);
-    const float* const s = a.tavola + static_cast<ptrdiff_t>(p.origine);
+    const float* const s = a.tavola + p.origine;
     const Frazione f[3] = {
         {p.t[0], 1.0f - p.t[0]}, {p.t[1], 1.0f - p.t[1]}, {p.t[2], 1.0f - p.t[2]}};
     for (int c = 0; c < 3; ++c)
-        uscita[c] = campione<float>(s + c, a, f);
+        uscita[c] = campione<float>(s + c, {p.passi[0], p.passi[1], p.passi[2]}, f);
 }
 
 // RGBA of neighbouring pixels, a channel each.

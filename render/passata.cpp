@@ -13,51 +13,6 @@
 namespace varno {
 namespace {
 
-// Position on an axis of the table; written so that not-a-number falls to 0.
-float posizione(float v, float f)
-{
-    if (v > 0.0f && v < 1.0f)
-        return v * f;
-    return v >= 1.0f ? f : 0.0f;
-}
-
-// Any table, whatever stands in it.
-void campiona_riga(const Lut3D& lut, const float* rgba, float* uscita, int canali,
-                   std::size_t larghezza)
-{
-    const float* dati = lut.dati.data();
-    const int N = lut.N;
-    const int ultimo = N - 1;
-    const auto f = static_cast<float>(ultimo);
-    for (std::size_t x = 0; x < larghezza; ++x, rgba += 4, uscita += canali) {
-        int i0[3];
-        int i1[3];
-        float t[3];
-        for (int c = 0; c < 3; ++c) {
-            const float p = posizione(rgba[c], f);
-            i0[c] = static_cast<int>(p);
-            i1[c] = std::min(i0[c] + 1, ultimo);
-            t[c] = p - static_cast<float>(i0[c]);
-        }
-        for (int c = 0; c < 3; ++c) {
-            const auto S = [&](int r, int g, int b) {
-                return dati[((static_cast<std::size_t>(b) * N + g) * N + r) * 3 + c];
-            };
-            const float c00 =
-                S(i0[0], i0[1], i0[2]) * (1.0f - t[0]) + S(i1[0], i0[1], i0[2]) * t[0];
-            const float c10 =
-                S(i0[0], i1[1], i0[2]) * (1.0f - t[0]) + S(i1[0], i1[1], i0[2]) * t[0];
-            const float c01 =
-                S(i0[0], i0[1], i1[2]) * (1.0f - t[0]) + S(i1[0], i0[1], i1[2]) * t[0];
-            const float c11 =
-                S(i0[0], i1[1], i1[2]) * (1.0f - t[0]) + S(i1[0], i1[1], i1[2]) * t[0];
-            const float c0 = c00 * (1.0f - t[1]) + c10 * t[1];
-            const float c1 = c01 * (1.0f - t[1]) + c11 * t[1];
-            uscita[c] = c0 * (1.0f - t[2]) + c1 * t[2];
-        }
-    }
-}
-
 const float* riga_di(const Finestra& f, std::uint64_t y)
 {
     return reinterpret_cast<const float*>(f.inizio + static_cast<std::ptrdiff_t>(y) * f.passo);
@@ -84,14 +39,7 @@ void passata_colore(const Lut3D& lut, const Finestra& sorgente, int larghezza, s
     const auto n = static_cast<std::size_t>(larghezza);
     float* a = &alfa.valori[y * n];
     Alfa::Riga& stato = alfa.righe[y];
-    if (lut.regolare) {
-        stato.unica = gNuclei->tabella.campiona(lut.dati.data(), lut.N, rgba, rgb, a, larghezza);
-    } else {
-        campiona_riga(lut, rgba, rgb, 3, n);
-        for (std::size_t x = 0; x < n; ++x)
-            std::memcpy(a + x, rgba + 4 * x + 3, sizeof(float));
-        stato.unica = false;
-    }
+    stato.unica = gNuclei->tabella.campiona(lut.dati.data(), lut.N, rgba, rgb, a, larghezza);
     if (stato.unica)
         std::memcpy(&stato.valore, rgba + 3, sizeof(float));
 }
@@ -99,15 +47,8 @@ void passata_colore(const Lut3D& lut, const Finestra& sorgente, int larghezza, s
 void passata_diretta(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita,
                      int larghezza, std::uint64_t y)
 {
-    const float* rgba = riga_di(sorgente, y);
-    float* a = riga_da_scrivere(uscita, y);
-    if (lut.regolare) {
-        gNuclei->tabella.campiona_rgba(lut.dati.data(), lut.N, rgba, a, larghezza);
-        return;
-    }
-    campiona_riga(lut, rgba, a, 4, static_cast<std::size_t>(larghezza));
-    for (int x = 0; x < larghezza; ++x)
-        std::memcpy(a + 4 * x + 3, rgba + 4 * x + 3, sizeof(float));
+    gNuclei->tabella.campiona_rgba(lut.dati.data(), lut.N, riga_di(sorgente, y),
+                                   riga_da_scrivere(uscita, y), larghezza);
 }
 
 bool separate(const Finestra& a, const Finestra& b, int larghezza, int altezza)
