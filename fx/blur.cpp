@@ -115,7 +115,7 @@ std::size_t appoggio_righe(const Forma& f)
 
 void sfoca_righe(float* righe, std::int64_t quante, const Forma& f, float* appoggio)
 {
-    gNuclei->piani.orizzontale(righe, righe, appoggio, posti_di(f), f.larghezza, quante, f.raggio);
+    gNuclei->piani.orizzontale(righe, appoggio, posti_di(f), f.larghezza, quante, f.raggio);
 }
 
 void sfoca(float* piani, const Forma& f, int passate, bool righe_fatte, Arena* arena)

@@ -12,19 +12,19 @@ namespace varno {
 constexpr int MASSIMO_PIANI = 4;
 
 /// Columns of a row of the vignette's mask that are 0 throughout: inizio to before fine.
-struct Centro {
+struct Intatta {
     int inizio;
     int fine;
 };
 
 /// What the rows of a frame share.
 struct Quadro {
-    ptrdiff_t larghezza = 0;          // pixels
-    ptrdiff_t altezza = 0;            // pixels
-    int32_t fotogramma = 0;           // frame number
-    float media = 0.0f;               // mean luminance, for the veil of the white mist
-    const float* vignetta = nullptr;  // larghezza * altezza weights
-    const Centro* centro = nullptr;   // one for each row of them
+    ptrdiff_t larghezza = 0;           // pixels
+    ptrdiff_t altezza = 0;             // pixels
+    int32_t fotogramma = 0;            // frame number
+    float media = 0.0f;                // mean luminance, for the veil of the white mist
+    const float* vignetta = nullptr;   // larghezza * altezza weights
+    const Intatta* intatta = nullptr;  // one for each row of them
 };
 
 /// Rows of the picture that follow each other, interleaved RGB.

@@ -115,12 +115,12 @@ struct Spazio {
     std::size_t totale() const { return righe + luma + campioni + anello; }
 };
 
-Spazio spazio_di(const Corsa& c, const Passata& passata, const Stadio* nutrito)
+Spazio spazio_di(const Corsa& c, const Spazzata& spazzata, const Stadio* nutrito)
 {
     const auto riga = static_cast<std::size_t>(c.quadro.larghezza);
-    const std::size_t righe = static_cast<std::size_t>(passata.insieme) * riga;
-    return {.righe = passata.fuori ? righe * 3 : 0,
-            .luma = passata.luma_prima || passata.media ? righe : 0,
+    const std::size_t righe = static_cast<std::size_t>(spazzata.insieme) * riga;
+    return {.righe = spazzata.fuori ? righe * 3 : 0,
+            .luma = spazzata.luma_prima || spazzata.media ? righe : 0,
             .campioni = MASSIMO_PIANI * riga,
             .anello = nutrito != nullptr && sfoca_le_righe(*nutrito)
                           ? appoggio_righe(nutrito->forma)
@@ -142,54 +142,54 @@ struct Nutrito {
 };
 
 // The rows of one block through all of the sweep.
-void passa_blocco(const Corsa& c, const Passata& passata, const Nutrito& nutrito, std::int64_t b,
+void passa_blocco(const Corsa& c, const Spazzata& spazzata, const Nutrito& nutrito, std::int64_t b,
                   const Ripiano& ripiano)
 {
     const std::ptrdiff_t W = c.quadro.larghezza;
-    const std::ptrdiff_t y = b * passata.insieme;
-    const std::ptrdiff_t righe = std::min<std::ptrdiff_t>(passata.insieme, c.quadro.altezza - y);
+    const std::ptrdiff_t y = b * spazzata.insieme;
+    const std::ptrdiff_t righe = std::min<std::ptrdiff_t>(spazzata.insieme, c.quadro.altezza - y);
     float* const posto = c.immagine == nullptr ? nullptr : c.immagine + y * W * 3;
-    Righe r = {posto, passata.fuori ? ripiano.righe : posto, y, righe};
-    if (passata.da_fuori) {
+    Righe r = {posto, spazzata.fuori ? ripiano.righe : posto, y, righe};
+    if (spazzata.da_fuori) {
         for (std::ptrdiff_t i = 0; i < righe; ++i)
             c.porte.entra(r.a + 3 * W * i, static_cast<std::uint64_t>(y + i));
         r.da = r.a;
     }
-    if (passata.luma_prima)
+    if (spazzata.luma_prima)
         gNuclei->piani.luminanza(r.da, ripiano.luma, righe * W);
-    for (int i = passata.primo; i < passata.dopo; ++i) {
+    for (int i = spazzata.primo; i < spazzata.dopo; ++i) {
         cambia_righe(c, c.programma.stadi[i], c.piani[i].data(), r, ripiano);
         r.da = r.a;
     }
     if (nutrito.stadio != nullptr && b < nutrito.stadio->forma.altezza)
-        nutri(*nutrito.stadio, nutrito.piani, r.da, passata.luma_prima ? ripiano.luma : nullptr, b,
+        nutri(*nutrito.stadio, nutrito.piani, r.da, spazzata.luma_prima ? ripiano.luma : nullptr, b,
               ripiano);
-    for (std::ptrdiff_t i = 0; passata.media && i < righe; ++i) {
+    for (std::ptrdiff_t i = 0; spazzata.media && i < righe; ++i) {
         gNuclei->piani.luminanza(r.da + 3 * W * i, ripiano.luma, W);
         nutrito.somme.aggiungi(ripiano.luma, y + i);
     }
-    for (std::ptrdiff_t i = 0; passata.fuori && i < righe; ++i)
+    for (std::ptrdiff_t i = 0; spazzata.fuori && i < righe; ++i)
         c.porte.esce(r.da + 3 * W * i, static_cast<std::uint64_t>(y + i));
 }
 
-void esegui_passata(Corsa& c, const Passata& passata)
+void esegui_spazzata(Corsa& c, const Spazzata& spazzata)
 {
     const std::int64_t H = c.quadro.altezza;
-    const std::int64_t insieme = passata.insieme;
-    SommeDiRiga somme(c.quadro.larghezza, passata.media ? H : 0);
+    const std::int64_t insieme = spazzata.insieme;
+    SommeDiRiga somme(c.quadro.larghezza, spazzata.media ? H : 0);
     Nutrito nutrito = {nullptr, nullptr, somme};
     bool cede = false;  // whether the planes in use become those that are fed
-    if (passata.alimenta >= 0) {
-        nutrito.stadio = &c.programma.stadi[passata.alimenta];
-        cede = passata.primo < passata.dopo &&
-               sul_posto(c.programma.stadi[passata.dopo - 1], *nutrito.stadio);
-        Piano& piani = c.piani[cede ? passata.dopo - 1 : passata.alimenta];
+    if (spazzata.alimenta >= 0) {
+        nutrito.stadio = &c.programma.stadi[spazzata.alimenta];
+        cede = spazzata.primo < spazzata.dopo &&
+               sul_posto(c.programma.stadi[spazzata.dopo - 1], *nutrito.stadio);
+        Piano& piani = c.piani[cede ? spazzata.dopo - 1 : spazzata.alimenta];
         if (!cede)
             piani = piano_di_lavoro(posto_per(c.programma, *nutrito.stadio), &c.arena);
         nutrito.piani = piani.data();
     }
 
-    const Spazio spazio = spazio_di(c, passata, nutrito.stadio);
+    const Spazio spazio = spazio_di(c, spazzata, nutrito.stadio);
     const Parti parti = parti_di(static_cast<std::uint64_t>((H + insieme - 1) / insieme));
     Piano memoria = piano_di_lavoro(spazio.totale() * parti.quante, &c.arena);
     parallel_for_parti(parti, [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
@@ -200,18 +200,18 @@ void esegui_passata(Corsa& c, const Passata& passata)
         const std::int64_t piene =
             spazio.anello > 0 ? std::min<std::int64_t>(dopo, nutrito.stadio->forma.altezza) : 0;
         for (std::int64_t b = prima; b < dopo; ++b) {
-            passa_blocco(c, passata, nutrito, b, ripiano);
+            passa_blocco(c, spazzata, nutrito, b, ripiano);
             const std::int64_t fresche = (b - prima) % RIGHE_INSIEME + 1;
             if (b < piene && (fresche == RIGHE_INSIEME || b + 1 == piene))
                 sfoca_gruppo(*nutrito.stadio, nutrito.piani, b + 1 - fresche, fresche, ripiano);
         }
     });
 
-    if (passata.media)
+    if (spazzata.media)
         c.quadro.media = media_di(c.immagine, somme);
     if (cede)
-        c.piani[passata.alimenta] = std::move(c.piani[passata.dopo - 1]);
-    for (int i = passata.primo; i < passata.dopo; ++i)
+        c.piani[spazzata.alimenta] = std::move(c.piani[spazzata.dopo - 1]);
+    for (int i = spazzata.primo; i < spazzata.dopo; ++i)
         c.piani[i] = {};
 }
 
@@ -229,7 +229,7 @@ void prepara(Corsa& c, int i)
     case Lavoro::VIGNETTA:
         c.vignetta = vignetta_mask(c.programma.larghezza, c.programma.altezza);
         c.quadro.vignetta = c.vignetta->valori.data();
-        c.quadro.centro = c.vignetta->centro.data();
+        c.quadro.intatta = c.vignetta->intatte.data();
         break;
     case Lavoro::SFOCA_RIGHE:
     case Lavoro::NESSUNO:
@@ -255,11 +255,11 @@ void esegui(const Programma& p, Immagine& immagine, const Porte& porte, Arena& a
         .vignetta = nullptr,
         .piani = {},
     };
-    for (int i = 0; i < p.numero_passate; ++i) {
-        const Passata& passata = p.passate[i];
-        for (int k = passata.primo; k < passata.dopo; ++k)
+    for (int i = 0; i < p.numero_spazzate; ++i) {
+        const Spazzata& spazzata = p.spazzate[i];
+        for (int k = spazzata.primo; k < spazzata.dopo; ++k)
             prepara(c, k);
-        esegui_passata(c, passata);
+        esegui_spazzata(c, spazzata);
     }
 }
 

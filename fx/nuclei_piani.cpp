@@ -218,13 +218,13 @@ struct Anello {
     }
 };
 
-void righe_insieme(const float* da, float* a, float* memoria, ptrdiff_t posti, ptrdiff_t larghezza,
+void righe_insieme(float* piano, float* memoria, ptrdiff_t posti, ptrdiff_t larghezza,
                    ptrdiff_t righe, ptrdiff_t raggio)
 {
     constexpr ptrdiff_t C = Gruppo::C;
     constexpr ptrdiff_t N = Gruppo::N;
     const Gruppo gruppo(larghezza, righe);
-    Anello anello = {gruppo, da, memoria, posti, larghezza};
+    Anello anello = {gruppo, piano, memoria, posti, larghezza};
     const auto finestra = static_cast<float>(2 * raggio + 1);
 
     Vf somma = {};
@@ -241,24 +241,23 @@ void righe_insieme(const float* da, float* a, float* memoria, ptrdiff_t posti, p
         if (x + C <= larghezza) {
             separa<C>(medie);
             for (ptrdiff_t i = 0; i < C; ++i)
-                gruppo.scrivi_righe(a, i, x, medie[i]);
+                gruppo.scrivi_righe(piano, i, x, medie[i]);
         } else {
             for (ptrdiff_t i = 0; x + i < larghezza; ++i) {
                 float f[N];
                 scrivi<Vf>(f, medie[i]);
                 for (ptrdiff_t k = 0; k < N; ++k)
-                    a[gruppo.riga[k] + x + i] = f[k];
+                    piano[gruppo.riga[k] + x + i] = f[k];
             }
         }
     }
 }
 
-void orizzontale(const float* da, float* a, float* anello, ptrdiff_t posti, ptrdiff_t larghezza,
-                 ptrdiff_t righe, ptrdiff_t raggio)
+void orizzontale(float* piano, float* anello, ptrdiff_t posti, ptrdiff_t larghezza, ptrdiff_t righe,
+                 ptrdiff_t raggio)
 {
     for (ptrdiff_t y = 0; y < righe; y += Gruppo::N)
-        righe_insieme(da + y * larghezza, a + y * larghezza, anello, posti, larghezza, righe - y,
-                      raggio);
+        righe_insieme(piano + y * larghezza, anello, posti, larghezza, righe - y, raggio);
 }
 
 // Row by row over all columns: every access runs along memory.
@@ -344,7 +343,8 @@ void somma_pesata(float* somma, const float* campioni, ptrdiff_t n, float peso)
 
 }  // namespace
 
-Centro pesi_vignetta(float* pesi, int larghezza, float a);  // fx/vignetta.cpp
+// Its kernel stands with the effect, in fx/vignetta.cpp.
+Intatta pesi_vignetta(float* pesi, int larghezza, float a);
 
 extern const NucleiPiani PIANI;
 const NucleiPiani PIANI = {

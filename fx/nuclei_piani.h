@@ -13,7 +13,7 @@ struct Blocchi {
     ptrdiff_t righe;      // of a block, that lie inside the frame: riduzione, or a lower frame
 };
 
-struct Centro;
+struct Intatta;
 
 struct NucleiPiani {
     /// Luminance of n pixels of interleaved RGB.
@@ -27,11 +27,10 @@ struct NucleiPiani {
     void (*ingrandisci)(const float* sopra, const float* sotto, float ty, float* riga,
                         const Blocchi& b);
     /// Running sum over 2 * raggio + 1 samples with replicated edges along rows, righe of larghezza
-    /// samples that follow each other, in place or from da into a. anello: 8 * posti floats of
-    /// scratch, where posti is a power of two that a window and 8 samples more fit in, or the whole
-    /// row.
-    void (*orizzontale)(const float* da, float* a, float* anello, ptrdiff_t posti,
-                        ptrdiff_t larghezza, ptrdiff_t righe, ptrdiff_t raggio);
+    /// samples that follow each other, in place. anello: 8 * posti floats of scratch, where posti
+    /// is a power of two that a window and 8 samples more fit in, or the whole row.
+    void (*orizzontale)(float* piano, float* anello, ptrdiff_t posti, ptrdiff_t larghezza,
+                        ptrdiff_t righe, ptrdiff_t raggio);
     /// The same along the columns inizio to fine - 1 of a plane of larghezza x altezza, in place.
     /// anello: min(raggio + 1, altezza) + 1 rows of larghezza floats of scratch, of which the same
     /// columns are used.
@@ -44,7 +43,7 @@ struct NucleiPiani {
     void (*somma_pesata)(float* somma, const float* campioni, ptrdiff_t n, float peso);
     /// Weights of the vignette along a row; a: square of its distance from the middle, of half the
     /// height. The middle that the answer names is left as it is, or written with 0.
-    Centro (*pesi_vignetta)(float* pesi, int larghezza, float a);
+    Intatta (*pesi_vignetta)(float* pesi, int larghezza, float a);
 };
 
 }  // namespace varno

@@ -50,8 +50,8 @@ Programma programma_di(const FxRicetta& ricetta, int larghezza, int altezza, Str
     p.altezza = altezza;
     p.fotogramma = ricetta.fotogramma;
     p.punte = ricetta.punte;
-    Passata* passata = &p.passate[0];
-    passata->da_fuori = strada != Strada::IN_IMMAGINE;
+    Spazzata* spazzata = &p.spazzate[0];
+    spazzata->da_fuori = strada != Strada::IN_IMMAGINE;
     for (const Effetto* const* c = gNuclei->catena; *c != nullptr; ++c) {
         const Effetto& e = **c;
         const float quantita = ricetta.*e.quantita;
@@ -62,39 +62,39 @@ Programma programma_di(const FxRicetta& ricetta, int larghezza, int altezza, Str
             e.piani > 0 ? forma_dei_piani(e, larghezza, altezza, riduzione) : Forma{};
         p.stadi[i] = {&e, quantita, forma, ingrandita(e, forma)};
         if (e.piani > 0) {
-            passata->alimenta = i;
+            spazzata->alimenta = i;
             // Of the effects that are followed by a mask, bloom alone leaves luminance as it was.
-            passata->luma_prima = passata->primo < passata->dopo &&
-                                  !p.stadi[passata->dopo - 1].effetto->rinfresca_luma;
-            passata->insieme = forma.riduzione;
+            spazzata->luma_prima = spazzata->primo < spazzata->dopo &&
+                                   !p.stadi[spazzata->dopo - 1].effetto->rinfresca_luma;
+            spazzata->insieme = forma.riduzione;
             // The mean belongs to the luminance of the mask.
             if (e.legge_media)
-                (passata->luma_prima ? passata - 1 : passata)->media = true;
-            ++passata;
-            passata->primo = passata->dopo = i;
+                (spazzata->luma_prima ? spazzata - 1 : spazzata)->media = true;
+            ++spazzata;
+            spazzata->primo = spazzata->dopo = i;
         }
-        passata->dopo = i + 1;
+        spazzata->dopo = i + 1;
     }
     // One sweep would write what others still have to read: the first only fetches.
-    if (strada == Strada::TUTTE_PRIMA && passata == &p.passate[0]) {
-        ++passata;
-        passata->dopo = p.passate[0].dopo;
-        p.passate[0].dopo = 0;
+    if (strada == Strada::TUTTE_PRIMA && spazzata == &p.spazzate[0]) {
+        ++spazzata;
+        spazzata->dopo = p.spazzate[0].dopo;
+        p.spazzate[0].dopo = 0;
     }
-    passata->fuori = strada != Strada::IN_IMMAGINE;
-    passata->insieme = CELLA_GRANA;
-    p.numero_passate = static_cast<int>(passata - p.passate) + 1;
+    spazzata->fuori = strada != Strada::IN_IMMAGINE;
+    spazzata->insieme = CELLA_GRANA;
+    p.numero_spazzate = static_cast<int>(spazzata - p.spazzate) + 1;
     return p;
 }
 
 bool tiene_immagine(const Programma& p)
 {
-    return p.numero_passate > 1;
+    return p.numero_spazzate > 1;
 }
 
 bool solo_passaggio(const Programma& p)
 {
-    return p.numero_passate == 1 && p.numero_stadi == 0;
+    return p.numero_spazzate == 1 && p.numero_stadi == 0;
 }
 
 }  // namespace varno

@@ -19,7 +19,7 @@ struct Stadio {
 
 /// One sweep: rows come in, pass some effects while the cache holds them, feed the planes of the
 /// next effect and go out.
-struct Passata {
+struct Spazzata {
     bool da_fuori = false;    // rows come graded from outside; else from the picture
     bool fuori = false;       // rows go out finished; else they stay in the picture
     int primo = 0;            // of the stages that change the rows
@@ -36,9 +36,9 @@ struct Programma {
     std::int32_t fotogramma = 0;
     std::int32_t punte = 4;
     int numero_stadi = 0;
-    int numero_passate = 0;
+    int numero_spazzate = 0;
     Stadio stadi[MASSIMO_STADI];
-    Passata passate[MASSIMO_STADI + 2];
+    Spazzata spazzate[MASSIMO_STADI + 2];
 };
 
 /// Where the rows of a frame come from and go to: the picture's memory, or another's, outside.

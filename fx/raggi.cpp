@@ -170,14 +170,16 @@ Piano raggi_di(const Piano& luci, const Forma& forma, std::int32_t punte, Arena*
 
     const auto riga = static_cast<std::size_t>(forma.larghezza);
     Piano raggi = piano_di_lavoro(campioni_di(forma), arena);
-    Piano somme = piano_di_lavoro(campioni_di(forma), arena);
-    parallel_for(static_cast<std::uint64_t>(forma.altezza), [&](std::uint64_t y) {
-        float* accumulo = &raggi[y * riga];
-        float* somma = &somme[y * riga];
-        std::fill(accumulo, accumulo + riga, 0.0f);
-        std::fill(somma, somma + riga, 0.0f);
-        for (const Linea& linea : linee)
-            riga_linea(luci.data(), forma, tratti, linea, static_cast<int>(y), somma, accumulo);
+    const Parti parti = parti_di(static_cast<std::uint64_t>(forma.altezza));
+    Piano somme = piano_di_lavoro(riga * parti.quante, arena);
+    parallel_for_parti(parti, [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
+        float* const somma = &somme[parte * riga];
+        std::fill_n(somma, riga, 0.0f);
+        std::fill(&raggi[inizio * riga], raggi.data() + fine * riga, 0.0f);
+        for (std::uint64_t y = inizio; y < fine; ++y)
+            for (const Linea& linea : linee)
+                riga_linea(luci.data(), forma, tratti, linea, static_cast<int>(y), somma,
+                           &raggi[y * riga]);
     });
     return raggi;
 }

@@ -56,8 +56,8 @@ void vignetta(const Quadro& q, const Righe& r, const float*, float quantita)
         const float* const da = r.da + 3 * W * i;
         float* const a = r.a + 3 * W * i;
         const float* const maschera = q.vignetta + (r.y + i) * W;
-        const ptrdiff_t inizio = finita ? q.centro[r.y + i].inizio : W;
-        const ptrdiff_t fine = finita ? q.centro[r.y + i].fine : W;
+        const ptrdiff_t inizio = finita ? q.intatta[r.y + i].inizio : W;
+        const ptrdiff_t fine = finita ? q.intatta[r.y + i].fine : W;
         scurisci(da, a, maschera, 0, inizio, quantita);
         limita(da + 3 * inizio, a + 3 * inizio, 3 * (fine - inizio));
         scurisci(da, a, maschera, fine, W, quantita);
@@ -68,7 +68,7 @@ void vignetta(const Quadro& q, const Righe& r, const float*, float quantita)
 
 // Along a row the weight sinks to the middle and rises again: vectors from either end to the first
 // that is 0 throughout are all that has to be written.
-Centro pesi_vignetta(float* pesi, int larghezza, float a)
+Intatta pesi_vignetta(float* pesi, int larghezza, float a)
 {
     constexpr int N = CAMPIONI<Vf>;
     const float centro = static_cast<float>(larghezza) * 0.5f;
@@ -77,7 +77,7 @@ Centro pesi_vignetta(float* pesi, int larghezza, float a)
         scrivi(pesi + x, v);
         return qualcuno(v > 0.0f);
     };
-    Centro c{0, larghezza};
+    Intatta c{0, larghezza};
     while (c.inizio + N <= larghezza && scuri(c.inizio))
         c.inizio += N;
     while (c.fine - N >= c.inizio && scuri(c.fine - N))

@@ -36,10 +36,10 @@ std::shared_ptr<const MascheraVignetta> costruisci(int larghezza, int altezza)
         return m;
     const auto riga = static_cast<std::size_t>(larghezza);
     const float cy = static_cast<float>(altezza) * 0.5f;
-    m->centro.resize(static_cast<std::size_t>(altezza));
-    parallel_for(m->centro.size(), [&](std::uint64_t y) {
+    m->intatte.resize(static_cast<std::size_t>(altezza));
+    parallel_for(m->intatte.size(), [&](std::uint64_t y) {
         const float a = distanza_quadra(static_cast<int>(y), cy);
-        m->centro[y] = gNuclei->piani.pesi_vignetta(&m->valori[y * riga], larghezza, a);
+        m->intatte[y] = gNuclei->piani.pesi_vignetta(&m->valori[y * riga], larghezza, a);
     });
     return m;
 }

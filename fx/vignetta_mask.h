@@ -11,8 +11,8 @@ namespace varno {
 
 /// The weights for frames of one size. Never changed once built.
 struct MascheraVignetta {
-    Piano valori;                // larghezza * altezza weights: 0 in the middle, 1 at pixel (0, 0)
-    std::vector<Centro> centro;  // one for each row
+    Piano valori;  // larghezza * altezza weights: 0 in the middle, 1 at pixel (0, 0)
+    std::vector<Intatta> intatte;  // one for each row
 };
 
 /// The mask for a frame of this size, the same object for as long as no other size is asked for;

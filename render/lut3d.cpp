@@ -10,7 +10,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <memory>
+#include <utility>
 
 namespace varno {
 namespace {

@@ -244,8 +244,8 @@ std::string racconta(const FxRicetta& ricetta, Strada strada)
         return std::string("?");
     };
     std::string testo;
-    for (int i = 0; i < p.numero_passate; ++i) {
-        const Passata& s = p.passate[i];
+    for (int i = 0; i < p.numero_spazzate; ++i) {
+        const Spazzata& s = p.spazzate[i];
         testo += i > 0 ? "; " : "";
         testo += s.da_fuori ? "window" : "picture";
         for (int k = s.primo; k < s.dopo; ++k)

@@ -73,8 +73,8 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
         dati[p] = Piano(4 * N, 0.9f);
         piani[p] = dati[p].data();
     }
-    const std::vector<Centro> centro(H, {W / 3, W / 2});
-    const Quadro q = {W, H, 7, 0.4f, piani[0], centro.data()};
+    const std::vector<Intatta> intatte(H, {W / 3, W / 2});
+    const Quadro q = {W, H, 7, 0.4f, piani[0], intatte.data()};
     const Blocchi blocchi = {W, W / 2, 2, 2};
     const std::vector<LookDef> looks = catalogo();
     const Curva curva = normalizza_curva(0.9f, 18.0f, 1.1f, 1.0f);
@@ -116,7 +116,7 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
         pulito("luminanza", [&] { k.luminanza(rgba.data(), piani[0], W); });
         pulito("riduci", [&] { k.riduci(piani[0], piani[1], blocchi, 0); });
         pulito("ingrandisci", [&] { k.ingrandisci(piani[1], piani[1], 0.5f, piani[0], blocchi); });
-        pulito("orizzontale", [&] { k.orizzontale(piani[0], piani[0], piani[1], 128, W, 11, 5); });
+        pulito("orizzontale", [&] { k.orizzontale(piani[0], piani[1], 128, W, 11, 5); });
         pulito("verticale", [&] { k.verticale(piani[0], piani[1], W, H, 0, W, 5); });
         pulito("somma_intera", [&] { k.somma_intera(piani[2], W, 0x1p+30f); });
         pulito("somma_pesata", [&] { k.somma_pesata(piani[0], piani[1], W, 0.5f); });
@@ -131,10 +131,10 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
         for (const LookDef& look : looks) {
             riempi_lotto();
             const Contesto ctx = {&look, curva, 0.5f, 0.0f, {1.0f, 1.0f, 1.0f}, curva, 0};
-            pulito("grada", [&] { (*l)->colore.grada(lotto, ctx); });
+            pulito("grada", [&] { (*l)->colore.grada(lotto, grado_di(ctx)); });
         }
         riempi_lotto();
-        pulito("tonemap", [&] { (*l)->colore.tonemap(lotto, curva, 0.5f); });
+        pulito("tonemap", [&] { (*l)->colore.tonemap(lotto, curva, bianco_di(curva), 0.5f); });
     }
 }
 #endif
