@@ -34,6 +34,14 @@ int gDaTabella = RARO;
 
 unsigned gThread = 1;
 
+void pretendi(bool vero, const char* testo)
+{
+    if (!vero) {
+        std::fprintf(stderr, "fuzz_ospite: %s\n", testo);
+        std::abort();
+    }
+}
+
 // Bytes in order, or from the end on for what must not push the rest aside; zeroes when they are
 // used up, so that every input is a session.
 struct Lettore {
@@ -123,16 +131,22 @@ void consegna_parametri()
 constexpr std::size_t CHIAVE = 10;  // the first parameters: formats, look and grade
 double gChiave[CHIAVE];
 
+// A key with not-a-number rebuilds on every frame.
+bool chiave_da_numeri()
+{
+    return std::none_of(gValori.begin(), gValori.begin() + CHIAVE,
+                        [](double x) { return std::isnan(x); });
+}
+
 void risparmia_tabella()
 {
     double* v = gValori.data();
-    const bool vale = std::none_of(v, v + CHIAVE, [](double x) { return std::isnan(x); });
     if (std::equal(v, v + CHIAVE, gChiave) || gDaTabella++ < RARO) {
         std::copy_n(gChiave, CHIAVE, v);
         return;
     }
     gDaTabella = 0;
-    if (vale)  // not-a-number rebuilds on every frame
+    if (chiave_da_numeri())
         std::copy_n(v, CHIAVE, gChiave);
 }
 
@@ -151,21 +165,15 @@ int entrata(const char* azione, const void* effetto, OfxPropertySetHandle in,
     return kOfxStatOK;
 }
 
-const ImpostazioniQuadro& lette(double tempo)
+// What a rebuild would do with these settings, at a few points.
+void prova_colore(Lettore& l, double tempo)
 {
     consegna_parametri();
     gTempo = tempo;
     banco::azione(*gIstanza, "leggi");
-    return gLette;
-}
-
-// What a rebuild would do with these settings, at a few points.
-void prova_colore(Lettore& l, double tempo)
-{
-    const Contesto& contesto = lette(tempo).contesto;
     Lut3D lut;
-    lut.costruisci(contesto, static_cast<int>(2 + l.fino_a(3)));
-    applica_colore({l.grezzo<float>(), l.grezzo<float>(), l.grezzo<float>()}, contesto);
+    lut.costruisci(gLette.contesto, static_cast<int>(2 + l.fino_a(3)));
+    applica_colore({l.grezzo<float>(), l.grezzo<float>(), l.grezzo<float>()}, gLette.contesto);
 }
 
 // --- Images -------------------------------------------------------------------------------------
@@ -179,15 +187,8 @@ struct Geometria {
 struct Tela {
     std::vector<unsigned char> memoria;
     banco::Figura figura;
-    std::size_t passo = 0;
-    std::size_t finestra = 0;  // byte of the window's first pixel
-    int larghezza = 0, altezza = 0;
-    bool capovolta = false;
-
-    unsigned char* riga(int y)
-    {
-        return memoria.data() + finestra + (capovolta ? -1 : 1) * y * static_cast<long>(passo);
-    }
+    unsigned char* finestra = nullptr;  // the window's first pixel
+    unsigned char* riga(int y) const { return finestra + long{y} * figura.byte_riga; }
 };
 
 float campione(Lettore& l, unsigned modo, std::uint32_t& caso)
@@ -208,31 +209,27 @@ float campione(Lettore& l, unsigned modo, std::uint32_t& caso)
 Tela tela(Lettore& l, const Geometria& g, int righe_in_piu)
 {
     Tela t;
-    t.larghezza = g.larghezza;
-    t.altezza = g.altezza;
     const int sinistra = static_cast<int>(l.fino_a(3));
     const int sotto = static_cast<int>(l.fino_a(3));
     const int larghezza = sinistra + g.larghezza + static_cast<int>(l.fino_a(3));
     const int altezza = sotto + g.altezza + static_cast<int>(l.fino_a(3));
-    t.passo = static_cast<std::size_t>(larghezza) * 16 + 4 * l.fino_a(9);
-    t.capovolta = l.fino_a(1) != 0;
-    const std::size_t ultima = static_cast<std::size_t>(altezza + righe_in_piu - 1) * t.passo;
-    t.memoria.resize(ultima + static_cast<std::size_t>(larghezza) * 16);
+    const int passo = larghezza * 16 + 4 * static_cast<int>(l.fino_a(9));
+    const bool capovolta = l.fino_a(1) != 0;
+    const long ultima = long{altezza + righe_in_piu - 1} * passo;
+    t.memoria.resize(static_cast<std::size_t>(ultima + larghezza * 16));
     const unsigned modo = l.fino_a(3);
     std::uint32_t caso = l.byte();
     for (std::size_t b = 0; b + 4 <= t.memoria.size(); b += 4) {
         const float f = campione(l, modo, caso);
         std::memcpy(&t.memoria[b], &f, sizeof f);
     }
-    const std::size_t prima = t.capovolta ? ultima : 0;
     const int x = g.x - sinistra;
     const int y = g.y - sotto;
-    t.figura = {t.memoria.data() + prima,
-                (t.capovolta ? -1 : 1) * static_cast<int>(t.passo),
+    t.figura = {t.memoria.data() + (capovolta ? ultima : 0),
+                capovolta ? -passo : passo,
                 {x, y, x + larghezza, y + altezza}};
-    t.finestra = prima + static_cast<std::size_t>(sinistra) * 16;
-    t.finestra = t.capovolta ? t.finestra - static_cast<std::size_t>(sotto) * t.passo
-                             : t.finestra + static_cast<std::size_t>(sotto) * t.passo;
+    t.finestra = static_cast<unsigned char*>(t.figura.dati) + sinistra * 16;
+    t.finestra = t.riga(sotto);
     return t;
 }
 
@@ -254,26 +251,14 @@ Geometria geometria(Lettore& l)
     return g;
 }
 
-[[noreturn]] void difetto(const char* testo)
+bool stessi_bit_o_nan(const std::vector<unsigned char>& a, const std::vector<unsigned char>& b)
 {
-    std::fprintf(stderr, "fuzz_ospite: %s\n", testo);
-    std::abort();
-}
-
-void pretendi(bool vero, const char* testo)
-{
-    if (!vero)
-        difetto(testo);
-}
-
-bool stessi_bit_o_nan(const unsigned char* a, const unsigned char* b, std::size_t byte)
-{
-    for (std::size_t i = 0; i < byte; i += 4) {
+    for (std::size_t i = 0; i + 4 <= a.size(); i += 4) {
         float x;
         float y;
-        std::memcpy(&x, a + i, 4);
-        std::memcpy(&y, b + i, 4);
-        if (std::memcmp(a + i, b + i, 4) != 0 && !(std::isnan(x) && std::isnan(y)))
+        std::memcpy(&x, &a[i], 4);
+        std::memcpy(&y, &b[i], 4);
+        if (std::memcmp(&x, &y, 4) != 0 && !(std::isnan(x) && std::isnan(y)))
             return false;
     }
     return true;
@@ -285,11 +270,10 @@ void scegli_macchina(Lettore& l)
 {
     constexpr unsigned thread[] = {1, 1, 1, 1, 1, 2, 3, 7};
     gThread = thread[l.fino_a(7)];
-    const Nuclei* const* livelli = livelli_disponibili();
     unsigned quanti = 0;
-    while (livelli[quanti] != nullptr)
+    while (livelli_disponibili()[quanti] != nullptr)
         ++quanti;
-    gNuclei = livelli[l.fino_a(quanti - 1)];
+    gNuclei = livelli_disponibili()[l.fino_a(quanti - 1)];
 }
 
 int rendi(double tempo, const banco::Rettangolo& finestra, const banco::Figura& da,
@@ -314,18 +298,12 @@ void prova_quadro(Lettore& l)
     int finestra[4] = {g.x, g.y, g.x + g.larghezza, g.y + g.altezza};
     std::vector<banco::Guasto>& guasti = banco::registro(*gIstanza).guasti;
     guasti.clear();
-    bool riesce = false;
-    switch (l.fino_a(31)) {
-    case 1:
-        guasti = {{"clipGetImage", "Source"}};
-        break;
-    case 2:
-        guasti = {{"clipGetImage", "Output"}};
-        break;
-    case 3:
+    const unsigned disturbo = l.fino_a(31);
+    if (disturbo == 1 || disturbo == 2) {
+        guasti = {{"clipGetImage", disturbo == 1 ? "Source" : "Output"}};
+    } else if (disturbo == 3) {
         (l.fino_a(1) != 0 ? sorgente : uscita).dati = nullptr;
-        break;
-    case 4: {
+    } else if (disturbo == 4) {
         const unsigned asse = l.fino_a(1);
         finestra[asse] = limite<int>(l.byte());
         finestra[asse + 2] = limite<int>(l.byte());
@@ -333,12 +311,8 @@ void prova_quadro(Lettore& l)
                                                     static_cast<std::uint32_t>(finestra[asse]));
         if (lato > 0)
             finestra[asse + 2] = finestra[asse];
-        break;
     }
-    default:
-        riesce = true;
-        break;
-    }
+    const bool riesce = disturbo < 1 || disturbo > 4;
     const banco::Rettangolo f{finestra[0], finestra[1], finestra[2], finestra[3]};
     const double tempo = l.fino_a(1) != 0 ? numero(l, -1000.0, 100000.0) : l.byte();
     prova_colore(l, tempo);
@@ -367,13 +341,10 @@ void prova_quadro(Lettore& l)
 
     if (riesce && l.fino_a(2) == 0) {
         scegli_macchina(l);
-        // A key with not-a-number would rebuild once more.
-        if (std::none_of(gValori.begin(), gValori.begin() + CHIAVE,
-                         [](double x) { return std::isnan(x); })) {
-            pretendi(rendi(tempo, f, sorgente, uscita) == 0, "status of the second time");
-            pretendi(stessi_bit_o_nan(a.memoria.data(), attesa.data(), attesa.size() & ~3u),
-                     "another machine made another picture");
-        }
+        if (!chiave_da_numeri())
+            return;
+        pretendi(rendi(tempo, f, sorgente, uscita) == 0, "status of the second time");
+        pretendi(stessi_bit_o_nan(a.memoria, attesa), "another machine made another picture");
     }
 }
 
@@ -381,8 +352,12 @@ void una_azione(Lettore& l)
 {
     constexpr const char* nomi[] = {"formato", "look",     "halation", "Source",
                                     "",        "formatoo", nullptr};
-    constexpr const char* ignote[] = {"", "OfxActionUnload", "OfxActionPurgeCaches",
-                                      "OfxImageEffectActionIsIdentity", "OfxActionLoad "};
+    constexpr const char* ignote[] = {"",
+                                      "OfxActionUnload",
+                                      "OfxActionPurgeCaches",
+                                      "OfxImageEffectActionIsIdentity",
+                                      "OfxActionLoad ",
+                                      "OfxImageEffectActionGetClipPreferences"};
     consegna_parametri();
     switch (l.fino_a(15)) {
     case 8:
@@ -395,10 +370,7 @@ void una_azione(Lettore& l)
         pretendi(banco::avvisa(*gIstanza, nomi[l.fino_a(6)]) == 0, "changed");
         break;
     case 3:
-        pretendi(banco::azione(*gIstanza, ignote[l.fino_a(4)]) == 14, "unknown action");
-        break;
-    case 4:
-        pretendi(banco::azione(*gIstanza, "OfxImageEffectActionGetClipPreferences") == 14, "clip");
+        pretendi(banco::azione(*gIstanza, ignote[l.fino_a(5)]) == 14, "unknown action");
         break;
     case 5:  // a suite short, or no host at all; then a whole one, since only Load looks
         if (l.fino_a(1) != 0)

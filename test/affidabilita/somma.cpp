@@ -18,6 +18,7 @@
 #include "scena.h"
 
 #include "comune/nuclei.h"
+#include "fx/effetto.h"
 #include "fx/fx.h"
 
 #include <cmath>
@@ -28,6 +29,7 @@
 #include <filesystem>
 #include <limits>
 #include <new>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -78,9 +80,7 @@ constexpr Misura PICCOLE[] = {{1, 1}, {16, 15}, {97, 61}, {1920, 17}};
 Quadri per_ospite(banco::ModuloPtr m, bool piccola, bool tieni)
 {
     Quadri q;
-    for (int look = 0; look < 12; ++look) {
-        if (piccola && look % 4 != 0)
-            continue;
+    for (int look = 0; look < 12; look += piccola ? 4 : 1) {
         const banco::IstanzaPtr i = banco::crea_istanza(*m, {{"look", look},
                                                              {"formato", look * 5 % 18},
                                                              {"ev", look % 3 - 1},
@@ -97,10 +97,12 @@ Quadri per_ospite(banco::ModuloPtr m, bool piccola, bool tieni)
                                solo == nullptr || solo == effetto ? 1 : 0);
         };
         accendi(nullptr);
-        const int misure = static_cast<int>(piccola ? std::size(PICCOLE) : std::size(GRANDI));
-        for (int n = 0; n < misure; ++n)
+        int n = 0;
+        for (const Misura misura : piccola ? std::span<const Misura>(PICCOLE) : GRANDI) {
             if (piccola || look == 0 || n % 3 == look % 3)
-                rendi(piccola ? PICCOLE[n] : GRANDI[n], look + n);
+                rendi(misura, look + n);
+            ++n;
+        }
         if (look != 0 && look != 8)
             continue;
         for (const char* solo : scena::EFFETTI) {
@@ -118,10 +120,8 @@ Quadri per_catena(bool tieni)
     for (const Misura m : PICCOLE)
         for (int n = 0; n <= 12; ++n) {
             FxRicetta r;
-            float* campi[] = {&r.enhance, &r.pelle, &r.halation, &r.bloom, &r.streak,   &r.promist,
-                              &r.stella,  &r.mistw, &r.glimmer,  &r.ca,    &r.vignetta, &r.grana};
             for (int c = 0; c < 12; ++c)
-                *campi[c] = n == 12 || n == c ? 0.4f : 0.0f;
+                r.*gNuclei->catena[c]->quantita = n == 12 || n == c ? 0.4f : 0.0f;
             r.fotogramma = n;
             banco::Tela quadro = scena::disegno(m.larghezza, m.altezza, 1);
             float* rgba = banco::pixel(quadro, 0, 0);
@@ -159,13 +159,13 @@ int confronta(const Quadri& q, const char* file, float concessa)
     float massima = 0.0f;
     long diversi = 0;
     for (std::size_t k = 0; k < altri.size(); ++k) {
-        if (std::memcmp(&altri[k], &q.campioni[k], sizeof(float)) == 0 ||
-            (std::isnan(altri[k]) && std::isnan(q.campioni[k])))
+        const float a = altri[k];
+        const float b = q.campioni[k];
+        if (std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b)))
             continue;
         ++diversi;
-        const float d = std::abs(altri[k] - q.campioni[k]);
-        if (!(d <= massima))
-            massima = d;
+        if (!(std::abs(a - b) <= massima))
+            massima = std::abs(a - b);
     }
     std::printf("%zu samples, %ld differ, the largest difference is %g\n", altri.size(), diversi,
                 static_cast<double>(massima));
