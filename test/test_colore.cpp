@@ -234,7 +234,7 @@ TEST_CASE("tone curve: grey and white stand where they are set, ratios stay, bri
     for (const LookDef& look : catalogo()) {
         CAPTURE(look.nome);
         const Curva k = normalizza_curva(look.spalla, look.bianco, look.contrasto, 1.0f);
-        CHECK(k.grigio == Approx(std::pow(0.409, 2.4)).epsilon(1e-5));
+        CHECK(std::abs(k.grigio - std::pow(0.409, 2.4)) < 5e-8);
         CHECK(tonemap_ratio({0.18f, 0.18f, 0.18f}, k, 0.0f).g == Approx(k.grigio).epsilon(1e-5));
         // White comes out at grigio to the power 1 - contrasto, cut at 1: only a contrast below 1
         // keeps it from full white.

@@ -1,6 +1,7 @@
 #include "fx/fx.h"
 
 #include "fx/media.h"
+#include "fx/nuclei_piani.h"
 #include "quadri.h"
 #include "thread_finti.h"
 
@@ -209,6 +210,24 @@ TEST_CASE("the mean luminance is one sum in index order, to the last bit")
                 CHECK((media == static_cast<float>(attesa / (W * H)) || std::isnan(attesa)));
             }
         }
+    // A sum of its own in the widest rows; what does not add up without rounding is refused: above
+    // 1, negative, finer than the unit.
+    const Campioni molti(400000, 0x1.fffffep-1f);
+    for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
+        const auto somma = [&](const Campioni& v) {
+            return (*l)->piani.somma_intera(v.data(), std::ssize(v), 0x1p+30f);
+        };
+        CHECK(somma(molti) == 400000 * 0x1.fffffep-1);
+        for (std::size_t dove = 0; dove < 19; ++dove) {
+            Campioni v(19, 0.25f);
+            for (const float strano : {1.0000001f, -0.25f, 0x1.000002p-9f, NAN}) {
+                v[dove] = strano;
+                CHECK(somma(v) == -1.0);
+            }
+            v[dove] = 0x1.000002p-7f;
+            CHECK(somma(v) == 18 * 0.25 + 0x1.000002p-7);
+        }
+    }
 }
 
 TEST_CASE("effects that are off leave every bit and take no memory")
