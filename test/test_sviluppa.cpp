@@ -1,5 +1,6 @@
 #include "render/passata.h"
 
+#include "banco/tela.h"
 #include "quadri.h"
 #include "thread_finti.h"
 
@@ -28,25 +29,10 @@ Lut3D tavola(int n, std::uint32_t seme, Contenuto contenuto)
     return lut;
 }
 
-/// An RGBA picture with padding behind each row, bottom row first or last.
-struct Memoria {
-    std::vector<float> dati;
-    Finestra finestra;
-
-    Memoria(int larghezza, int altezza, int imbottitura, bool capovolta, float pieno)
-    {
-        const int passo = larghezza * 4 + imbottitura;
-        dati.assign(static_cast<std::size_t>(passo) * static_cast<std::size_t>(altezza), pieno);
-        auto* inizio = reinterpret_cast<unsigned char*>(dati.data());
-        const auto byte = static_cast<std::ptrdiff_t>(passo) * 4;
-        finestra =
-            capovolta ? Finestra{inizio + byte * (altezza - 1), -byte} : Finestra{inizio, byte};
-    }
-    float* pixel(int x, int y) const
-    {
-        return reinterpret_cast<float*>(finestra.inizio + y * finestra.passo) + 4 * x;
-    }
-};
+Finestra finestra_di(banco::Tela& t)
+{
+    return {reinterpret_cast<unsigned char*>(pixel(t, 0, 0)), t.byte_riga};
+}
 
 }  // namespace
 
@@ -90,7 +76,6 @@ TEST_CASE("a frame is its passes one after the other, whichever way the rows go"
     const float nan = std::numeric_limits<float>::signaling_NaN();  // arithmetic changes its bits
     const float scelti[] = {0.5f, 0.99999994f, 1.0f, 0.0f,  -0.0f, 1e-42f, 0.0125f,
                             nan,  inf,         -inf, 0.25f, 1.5f,  -0.2f};
-    constexpr float FUORI = -77.0f;  // what lies beside the windows, and in the output before
     const Lut3D tavole[] = {tavola(9, 4, Contenuto::CASO), tavola(2, 4, Contenuto::OLTRE),
                             tavola(PUNTI_TABELLA, 4, Contenuto::CASO),
                             tavola(1, 4, Contenuto::OLTRE), tavola(9, 4, Contenuto::OLTRE)};
@@ -120,7 +105,7 @@ TEST_CASE("a frame is its passes one after the other, whichever way the rows go"
                     const Campioni pixel =
                         riempi(giro.passo % 3 == 0 ? Contenuto::GUASTI : Contenuto::OLTRE,
                                m.larghezza, m.altezza, 4, static_cast<std::uint32_t>(giro.passo));
-                    Memoria sorgente(m.larghezza, m.altezza, 4, true, FUORI);
+                    banco::Tela sorgente = banco::tela({0, 0, m.larghezza, m.altezza}, 16, true);
                     Campioni rgb(static_cast<std::size_t>(m.larghezza * m.altezza) * 3);
                     const auto per_pixel = [&](const auto& f) {
                         for (int y = 0; y < m.altezza; ++y)
@@ -128,7 +113,7 @@ TEST_CASE("a frame is its passes one after the other, whichever way the rows go"
                                 f(x, y, static_cast<std::size_t>(y * m.larghezza + x));
                     };
                     per_pixel([&](int x, int y, std::size_t i) {
-                        float* p = sorgente.pixel(x, y);
+                        float* p = banco::pixel(sorgente, x, y);
                         std::memcpy(p, &pixel[4 * i], 16);
                         if (i % 4 == 0)
                             p[i % 3] = scelti[i / 4 % std::size(scelti)];
@@ -142,37 +127,38 @@ TEST_CASE("a frame is its passes one after the other, whichever way the rows go"
                     });
                     semplici::applica_fx(rgb, m.larghezza, m.altezza, ricetta);
 
-                    const auto esatta = [&](const Memoria& uscita, int imbottitura,
-                                            const Memoria& alfa) {
+                    // The rows from prima on, with the alpha of the other; nothing beside them.
+                    const auto esatta = [&](const banco::Tela& uscita, int prima,
+                                            const banco::Tela& alfa) {
                         Piano avuto(rgb.size());
                         int diversi = 0;
                         per_pixel([&](int x, int y, std::size_t i) {
-                            std::memcpy(&avuto[3 * i], uscita.pixel(x, y), 12);
-                            diversi +=
-                                std::memcmp(&uscita.pixel(x, y)[3], &alfa.pixel(x, y)[3], 4) != 0;
+                            const float* p = banco::pixel(uscita, x, y + prima);
+                            std::memcpy(&avuto[3 * i], p, 12);
+                            diversi += std::memcmp(p + 3, banco::pixel(alfa, x, y) + 3, 4) != 0;
                         });
-                        for (int y = 0; y < m.altezza; ++y)
-                            for (int k = 0; k < imbottitura; ++k)
-                                diversi += uscita.pixel(m.larghezza, y)[k] != FUORI;
                         CHECK(differenza(rgb, avuto, m.larghezza, 3) == "");
                         CHECK(diversi == 0);
+                        CHECK(banco::intatta(uscita));
                     };
-                    const Memoria uscita(m.larghezza, m.altezza, 8, false, FUORI);
-                    sviluppa(lut, sorgente.finestra, uscita.finestra, m.larghezza, m.altezza,
-                             ricetta);
-                    esatta(uscita, 8, sorgente);
+                    const auto rendi = [&](const Finestra& da, const Finestra& a) {
+                        sviluppa(lut, da, a, m.larghezza, m.altezza, ricetta);
+                    };
+                    const Finestra da = finestra_di(sorgente);
+                    banco::Tela uscita = banco::tela({0, 0, m.larghezza, m.altezza}, 32);
+                    rendi(da, finestra_di(uscita));
+                    esatta(uscita, 0, sorgente);
                     // In place, and shifted by a row: no row may go out before all have come in.
-                    Memoria sopra(m.larghezza, m.altezza + 1, 0, giro.passo % 2 == 0, FUORI);
+                    banco::Tela sopra =
+                        banco::tela({0, 0, m.larghezza, m.altezza + 1}, 0, giro.passo % 2 == 0);
                     per_pixel([&](int x, int y, std::size_t) {
-                        std::memcpy(sopra.pixel(x, y), sorgente.pixel(x, y), 16);
+                        std::memcpy(banco::pixel(sopra, x, y), banco::pixel(sorgente, x, y), 16);
                     });
-                    const Finestra da = sopra.finestra;
-                    sopra.finestra.inizio += da.passo;
-                    sviluppa(lut, da, sopra.finestra, m.larghezza, m.altezza, ricetta);
-                    esatta(sopra, 0, sorgente);
-                    sviluppa(lut, sorgente.finestra, sorgente.finestra, m.larghezza, m.altezza,
-                             ricetta);
-                    esatta(sorgente, 4, uscita);
+                    const Finestra sotto = finestra_di(sopra);
+                    rendi(sotto, {sotto.inizio + sotto.passo, sotto.passo});
+                    esatta(sopra, 1, sorgente);
+                    rendi(da, da);
+                    esatta(sorgente, 0, uscita);
                 }
 }
 
