@@ -33,6 +33,12 @@ float tieni(float v)
     return v > 0.0f ? std::min(v, 1.0f) : 0.0f;  // not-a-number becomes 0
 }
 
+// a at t = 0, b at t = 1.
+float mescola(float a, float b, float t)
+{
+    return a * (1.0f - t) + b * t;
+}
+
 // Ramp from inizio over ampiezza, held to 0..1; not-a-number sits at 0.
 float rampa(float l, float inizio, float ampiezza)
 {
@@ -130,9 +136,10 @@ float ingrandisci(const Campioni& copia, int w2, int h2, int x, int y, int riduz
     const int x0 = std::min(w2 - 1, static_cast<int>(fx));
     const int x1 = std::min(w2 - 1, x0 + 1);
     const float tx = fx - static_cast<float>(x0);
-    const float sotto = (1.0f - tx) * copia[indice(w2, x0, y1)] + tx * copia[indice(w2, x1, y1)];
-    const float sopra = (1.0f - tx) * copia[indice(w2, x0, y0)] + tx * copia[indice(w2, x1, y0)];
-    return sotto * ty + sopra * (1.0f - ty);
+    const auto riga = [&](int Y) {
+        return mescola(copia[indice(w2, x0, Y)], copia[indice(w2, x1, Y)], tx);
+    };
+    return mescola(riga(y0), riga(y1), ty);
 }
 
 }  // namespace
@@ -152,32 +159,25 @@ Quadro quadro_di(Campioni img, int larghezza, int altezza)
 
 void campiona(const Campioni& tavola, int n, const float* rgb, float* uscita)
 {
-    const int ultimo = n - 1;
-    const float f = static_cast<float>(ultimo);
+    const float f = static_cast<float>(n - 1);
     int i0[3];
     int i1[3];
     float t[3];
     for (int a = 0; a < 3; ++a) {
-        float p = 0.0f;
-        if (rgb[a] > 0.0f && rgb[a] < 1.0f)
-            p = rgb[a] * f;
-        else if (rgb[a] >= 1.0f)
-            p = f;
+        const float p = rgb[a] > 0.0f && rgb[a] < 1.0f ? rgb[a] * f : rgb[a] >= 1.0f ? f : 0.0f;
         i0[a] = static_cast<int>(p);
-        i1[a] = std::min(i0[a] + 1, ultimo);
+        i1[a] = std::min(i0[a] + 1, n - 1);
         t[a] = p - static_cast<float>(i0[a]);
     }
     for (int c = 0; c < 3; ++c) {
-        const auto S = [&](int r, int g, int b) {
-            return tavola[static_cast<std::size_t>(((b * n + g) * n + r) * 3 + c)];
+        const auto rosso = [&](int g, int b) {
+            const auto S = [&](int r) {
+                return tavola[static_cast<std::size_t>(((b * n + g) * n + r) * 3 + c)];
+            };
+            return mescola(S(i0[0]), S(i1[0]), t[0]);
         };
-        const float c00 = S(i0[0], i0[1], i0[2]) * (1.0f - t[0]) + S(i1[0], i0[1], i0[2]) * t[0];
-        const float c10 = S(i0[0], i1[1], i0[2]) * (1.0f - t[0]) + S(i1[0], i1[1], i0[2]) * t[0];
-        const float c01 = S(i0[0], i0[1], i1[2]) * (1.0f - t[0]) + S(i1[0], i0[1], i1[2]) * t[0];
-        const float c11 = S(i0[0], i1[1], i1[2]) * (1.0f - t[0]) + S(i1[0], i1[1], i1[2]) * t[0];
-        const float c0 = c00 * (1.0f - t[1]) + c10 * t[1];
-        const float c1 = c01 * (1.0f - t[1]) + c11 * t[1];
-        uscita[c] = c0 * (1.0f - t[2]) + c1 * t[2];
+        uscita[c] = mescola(mescola(rosso(i0[1], i0[2]), rosso(i1[1], i0[2]), t[1]),
+                            mescola(rosso(i0[1], i1[2]), rosso(i1[1], i1[2]), t[1]), t[2]);
     }
 }
 
@@ -430,8 +430,8 @@ void applica_aberrazione(Quadro& q, float quantita)
                                             std::min(py, q.altezza - 1)) +
                                  static_cast<std::size_t>(c)];
                 };
-                return (C(ix, iy) * (1.0f - tx) + C(ix + 1, iy) * tx) * (1.0f - ty) +
-                       (C(ix, iy + 1) * (1.0f - tx) + C(ix + 1, iy + 1) * tx) * ty;
+                return mescola(mescola(C(ix, iy), C(ix + 1, iy), tx),
+                               mescola(C(ix, iy + 1), C(ix + 1, iy + 1), tx), ty);
             };
             float* rgb = &q.img[3 * indice(q.larghezza, x, y)];
             rgb[0] = presa(1.0f - k, 0);

@@ -20,7 +20,6 @@ constexpr const char* EFFETTI[] = {"enhance", "pelle", "halation", "bloom", "str
 struct Caso {
     std::uint32_t stato;
     std::uint32_t prossimo() { return stato = stato * 1664525u + 1013904223u; }
-    unsigned fino_a(unsigned massimo) { return (prossimo() >> 8) % (massimo + 1); }
     float uno() { return static_cast<float>(prossimo() >> 8) * 0x1p-24f; }
 };
 
@@ -78,22 +77,16 @@ inline std::uint64_t somma(const banco::Tela& t, std::uint64_t s = 1469598103934
     return s;
 }
 
-/// Settings from a seed, each within its range: those of the table (grado) or the effects'.
-inline void sorteggia(banco::Modulo& m, banco::Istanza& i, unsigned seme, bool grado)
+/// Every setting at the upper or at the lower end of its range.
+inline void estremi(banco::Modulo& m, banco::Istanza& i, bool alti)
 {
-    Caso caso{seme * 2654435761u + 97u};
-    bool del_grado = true;  // those up to the tint come first
     for (const banco::Parametro& p : banco::parametri(m)) {
-        if (del_grado == grado) {
-            const bool numero = p.tipo == "OfxParamTypeDouble";
-            const unsigned ultimo =
-                p.opzioni.empty() ? 1 : static_cast<unsigned>(p.opzioni.size() - 1);
-            banco::imposta(i, p.nome,
-                           numero
-                               ? p.minimo + (p.massimo - p.minimo) * static_cast<double>(caso.uno())
-                               : caso.fino_a(ultimo));
-        }
-        del_grado = del_grado && p.nome != "tinta";
+        const double ultimo =
+            p.opzioni.empty() ? p.massimo : static_cast<double>(p.opzioni.size()) - 1.0;
+        banco::imposta(i, p.nome,
+                       p.tipo == "OfxParamTypeBoolean" ? alti
+                       : alti                          ? ultimo
+                                                       : p.minimo);
     }
 }
 

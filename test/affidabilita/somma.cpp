@@ -222,8 +222,9 @@ int cicli(const char* modulo, int quanti)
             const banco::ModuloPtr m = banco::carica(modulo);
             const banco::IstanzaPtr i = banco::crea_istanza(*m);
             banco::avvisa(*i, "look");
-            for (unsigned k = 0; k < 5; ++k) {
-                scena::sorteggia(*m, *i, k, false);
+            for (int k = 0; k < 5; ++k) {
+                for (const char* effetto : scena::EFFETTI)
+                    banco::imposta(*i, std::string(effetto) + "_on", k % 2);
                 scena::rendi(*i, k, sorgente);
             }
         }
@@ -266,9 +267,8 @@ int confine(const char* modulo)
         const banco::IstanzaPtr i = banco::crea_istanza(*m);
         banco::avvisa(*i, "formato");
         banco::avvisa(*i, "look");
-        for (const unsigned seme : {1u, 2u}) {
-            for (const bool grado : {true, false})
-                scena::sorteggia(*m, *i, seme, grado);
+        for (const bool alti : {true, false}) {
+            scena::estremi(*m, *i, alti);
             scena::rendi(*i, 1.0, sorgente);
         }
     }
