@@ -1,7 +1,7 @@
 #pragma once
 
-#include "comune/piano.h"
 #include "comune/nuclei.h"
+#include "comune/piano.h"
 #include "semplici.h"
 
 #include <cstddef>
