@@ -58,11 +58,10 @@ bool leggi_intero(std::string_view testo, long long& numero)
 
 std::pair<int, int> leggi_misura(const std::string& testo)
 {
-    const std::size_t x = testo.find('x');
+    const std::vector<std::string> lati = OIIO::Strutil::splits(testo, "x");
     long long l = 0;
     long long a = 0;
-    if (x == std::string::npos || !leggi_intero(testo.substr(0, x), l) ||
-        !leggi_intero(testo.substr(x + 1), a))
+    if (lati.size() != 2 || !leggi_intero(lati[0], l) || !leggi_intero(lati[1], a))
         rifiuta("a size is written WIDTHxHEIGHT, as in 1920x1080, not " + tra_apici(testo));
     if (l < 1 || a < 1 || l > LATO_LIMITE || a > LATO_LIMITE || l * a > PIXEL_LIMITE)
         rifiuta("the size " + tra_apici(testo) +

@@ -8,10 +8,10 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <limits>
 #include <optional>
@@ -31,8 +31,7 @@ struct Differenza {
 // Floats in the order of their values as integers, both zeros at 0.
 std::int64_t gradino(float v)
 {
-    std::int32_t bit = 0;
-    std::memcpy(&bit, &v, sizeof bit);
+    const auto bit = std::bit_cast<std::int32_t>(v);
     return bit >= 0 ? bit : std::int64_t{std::numeric_limits<std::int32_t>::min()} - bit;
 }
 
@@ -71,15 +70,12 @@ Foto affianca(const Foto& a, const Foto& b)
     Foto f = foto_nuova(a.larghezza, a.altezza);
     f.colore = a.testata.get_string_attribute("oiio:ColorSpace", DATI);
     const int meta = a.larghezza / 2;
-    const int linea = std::max(1, a.larghezza / 960);
-    for (int y = 0; y < a.altezza; ++y)
-        for (int x = 0; x < a.larghezza; ++x) {
-            const auto i = 4 * (static_cast<std::size_t>(y) * a.larghezza + x);
-            const Foto& da = x < meta ? a : b;
-            const bool riga_bianca = x >= meta - linea && x < meta + linea && a.larghezza > 8;
-            for (std::size_t c = 0; c < 4; ++c)
-                f.rgba[i + c] = riga_bianca || c == 3 ? 1.0f : da.rgba[i + c];
-        }
+    const int linea = a.larghezza > 8 ? std::max(1, a.larghezza / 960) : 0;
+    for (std::size_t i = 0; i < quanti_float(f); ++i) {
+        const int x = static_cast<int>(i / 4 % static_cast<std::size_t>(a.larghezza));
+        const bool bianco = i % 4 == 3 || (x >= meta - linea && x < meta + linea);
+        f.rgba[i] = bianco ? 1.0f : (x < meta ? a : b).rgba[i];
+    }
     return f;
 }
 
@@ -122,16 +118,15 @@ void stampa(const Opzioni& o, const std::string& davanti, const Foto& a, const D
                             {"psnr_db", psnr}};
         if (!davanti.empty())
             j["in"] = davanti;
-        riga(j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
-    } else {
-        riga((davanti.empty() ? "" : davanti + ": ") +
-             (d.diversi == 0 ? "equal: every value of both pictures is the same"
-                             : OIIO::Strutil::sprintf(
-                                   "largest difference %s at x %d, y %d in %s, %d float steps at "
-                                   "most, %d values differ, PSNR %s dB",
-                                   testo_di(d.massima), x, y, CANALI[d.dove % 4], d.ulp, d.diversi,
-                                   testo_di(std::round(psnr * 100.0) / 100.0))));
+        return riga(j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
     }
+    const std::string capo = davanti.empty() ? "" : davanti + ": ";
+    if (d.diversi == 0)
+        return riga(capo + "equal: every value of both pictures is the same");
+    riga(OIIO::Strutil::sprintf("%slargest difference %s at x %d, y %d in %s, %d float steps at "
+                                "most, %d values differ, PSNR %s dB",
+                                capo, testo_di(d.massima), x, y, CANALI[d.dove % 4], d.ulp,
+                                d.diversi, testo_di(std::round(psnr * 100.0) / 100.0)));
 }
 
 // Two pictures; `davanti` names them where they are two of many. Returns whether they pass.

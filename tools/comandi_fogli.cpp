@@ -102,13 +102,8 @@ std::string piede(const Opzioni& o, Inizio& inizio, bool look, bool effetti)
     std::string s = std::filesystem::path(o.ingresso).filename().string();
     for (const banco::Parametro& p : inizio.plugin.parametri) {
         const double v = banco::valore(*istanza, p.nome);
-        const std::string interruttore = p.nome + "_on";
-        const bool di_effetto =
-            interruttore_di_effetto(p) ||
-            std::any_of(inizio.plugin.parametri.begin(), inizio.plugin.parametri.end(),
-                        [&](const banco::Parametro& q) { return q.nome == interruttore; });
         const bool sempre = p.nome == "formato" || p.nome == "look";
-        if ((v != p.predefinito || sempre) && (effetti || !di_effetto) &&
+        if ((v != p.predefinito || sempre) && (effetti || !di_effetto(inizio.plugin, p)) &&
             (look || p.nome != "look") && !banco::nascosto(*istanza, p.nome))
             s += "   " + p.nome + "=" + scrivi_valore(p, v);
     }

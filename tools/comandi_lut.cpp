@@ -13,8 +13,6 @@
 namespace varno::provino {
 namespace {
 
-constexpr const char* ORDINE_CUBO = "red fastest, then green, then blue";
-
 // A picture whose pixels are the grid points: one row a green-blue pair.
 Foto griglia(int lato)
 {
@@ -37,21 +35,18 @@ Foto griglia(int lato)
 // What a grading program makes of the cube: trilinear, held to its edges.
 std::array<double, 3> campiona(const Foto& cubo, int lato, const float* codice)
 {
-    int i[3];
-    double t[3];
-    for (int c = 0; c < 3; ++c) {
-        const double p = std::clamp(static_cast<double>(codice[c]), 0.0, 1.0) * (lato - 1);
-        i[c] = std::min(static_cast<int>(p), lato - 2);
-        t[c] = p - i[c];
-    }
     std::array<double, 3> somma{};
     for (int angolo = 0; angolo < 8; ++angolo) {
-        const int d[3] = {angolo & 1, (angolo >> 1) & 1, angolo >> 2};
         double peso = 1.0;
-        for (int c = 0; c < 3; ++c)
-            peso *= d[c] != 0 ? t[c] : 1.0 - t[c];
-        const auto punto = (static_cast<std::size_t>(i[2] + d[2]) * lato + (i[1] + d[1])) * lato +
-                           static_cast<std::size_t>(i[0] + d[0]);
+        std::size_t punto = 0;
+        for (int c = 2; c >= 0; --c) {
+            const double p = std::clamp(static_cast<double>(codice[c]), 0.0, 1.0) * (lato - 1);
+            const int sotto = std::min(static_cast<int>(p), lato - 2);
+            const int sopra = angolo >> c & 1;
+            peso *= sopra != 0 ? p - sotto : 1.0 - (p - sotto);
+            punto =
+                punto * static_cast<std::size_t>(lato) + static_cast<std::size_t>(sotto + sopra);
+        }
         for (std::size_t c = 0; c < 3; ++c)
             somma[c] += peso * static_cast<double>(cubo.rgba[4 * punto + c]);
     }
@@ -68,8 +63,9 @@ std::string testo_cubo(const Foto& cubo, int lato, const std::string& ingresso,
                     "# Output: Rec.709 primaries, display-encoded with gamma 2.4, 0 to 1\n"
                     "# Settings: " +
                     impostazioni + "\nTITLE \"" + titolo + "\"\nLUT_3D_SIZE " +
-                    std::to_string(lato) + "\nDOMAIN_MIN 0 0 0\nDOMAIN_MAX 1 1 1\n# " +
-                    ORDINE_CUBO + "\n";
+                    std::to_string(lato) +
+                    "\nDOMAIN_MIN 0 0 0\nDOMAIN_MAX 1 1 1\n"
+                    "# red fastest, then green, then blue\n";
     for (std::size_t p = 0; p < quanti_float(cubo); p += 4) {
         const float* v = &cubo.rgba[p];
         for (int c = 0; c < 3; ++c)
@@ -99,11 +95,7 @@ std::string titolo(const Plugin& plugin, const banco::Istanza& i)
         ", " + nome_ingresso(plugin, i);
     for (const banco::Parametro& p : plugin.parametri) {
         const double v = banco::valore(i, p.nome);
-        const bool effetto = std::any_of(
-            plugin.parametri.begin(), plugin.parametri.end(), [&](const banco::Parametro& q) {
-                return interruttore_di_effetto(q) && (q.nome == p.nome || quantita_di(q) == p.nome);
-            });
-        if (p.opzioni.empty() && !effetto && v != p.predefinito)
+        if (p.opzioni.empty() && !di_effetto(plugin, p) && v != p.predefinito)
             s += ", " + p.nome + " " + scrivi_valore(p, accorcia(v));
     }
     return s;

@@ -9,15 +9,11 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace varno::provino {
 namespace {
-
-struct Voce {
-    std::string nome;
-    double ms = 0.0;
-};
 
 // The test scene drawn small and blown up: content for the effects without the wait.
 Foto soggetto(int larghezza, int altezza)
@@ -80,10 +76,10 @@ Esecuzione comando_misura(CLI::App& programma)
             return bench::mediana(tempi);
         };
 
-        std::vector<Voce> voci;
-        voci.push_back({"first frame", fotogramma()});
+        std::vector<std::pair<std::string, double>> voci;  // milliseconds
+        voci.emplace_back("first frame", fotogramma());
         const double intero = piu_volte();
-        voci.push_back({"frame", intero});
+        voci.emplace_back("frame", intero);
 
         // A frame with another exposure rebuilds the table; what it takes beyond a plain one is
         // that.
@@ -95,7 +91,7 @@ Esecuzione comando_misura(CLI::App& programma)
         }
         banco::imposta(*istanza, "ev", ev);
         fotogramma();
-        voci.push_back({"table rebuild", std::max(0.0, bench::mediana(rifatte))});
+        voci.emplace_back("table rebuild", std::max(0.0, bench::mediana(rifatte)));
 
         // Each effect that is on, by itself, over the frame without any.
         std::vector<const banco::Parametro*> accesi;
@@ -105,10 +101,10 @@ Esecuzione comando_misura(CLI::App& programma)
                 banco::imposta(*istanza, p.nome, 0.0);
             }
         const double nudo = piu_volte();
-        voci.push_back({"grade alone", nudo});
+        voci.emplace_back("grade alone", nudo);
         for (const banco::Parametro* p : accesi) {
             banco::imposta(*istanza, p->nome, 1.0);
-            voci.push_back({p->etichetta, std::max(0.0, piu_volte() - nudo)});
+            voci.emplace_back(p->etichetta, std::max(0.0, piu_volte() - nudo));
             banco::imposta(*istanza, p->nome, 0.0);
         }
 
@@ -116,8 +112,8 @@ Esecuzione comando_misura(CLI::App& programma)
             nlohmann::ordered_json j;
             j["plugin"] = plugin.file;
             j["size"] = o->misura;
-            for (const Voce& v : voci)
-                j["milliseconds"][v.nome] = v.ms;
+            for (const auto& [nome, ms] : voci)
+                j["milliseconds"][nome] = ms;
             j["frames_a_second"] = 1000.0 / intero;
             riga(j.dump());
             return;
@@ -128,8 +124,8 @@ Esecuzione comando_misura(CLI::App& programma)
             riga(o->csv ? sprintf("%s,%.3f", nome, v) : sprintf("%-24s %9.2f%s", nome, v, unita));
         };
         riga(o->csv ? "name,milliseconds" : "plug-in " + plugin.file);
-        for (const Voce& v : voci)
-            di(v.nome, v.ms, " ms");
+        for (const auto& [nome, ms] : voci)
+            di(nome, ms, " ms");
         di("frames a second", 1000.0 / intero, "");
     };
 }

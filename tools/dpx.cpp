@@ -1,10 +1,9 @@
 #include "tools/dpx.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
+#include <map>
 
 namespace varno::provino {
 namespace {
@@ -29,35 +28,21 @@ std::uint32_t u16(Byte d, std::size_t p)
 }
 
 struct Elemento {
-    unsigned descrittore = 0, bit = 0, componenti = 0;  // no components: an unknown descriptor
+    unsigned bit = 0, componenti = 0;
     std::uint32_t imballo = 0, codifica = 0;
     std::uint64_t inizio = 0;
     std::uint32_t dopo_riga = 0, dopo_immagine = 0;  // bytes
 };
 
-// Single planes, RGB, RGBA, ABGR and the four forms of CbYCr.
+// Single planes, RGB, RGBA, ABGR and the four forms of CbYCr; none for any other descriptor.
 unsigned componenti(unsigned descrittore)
 {
-    switch (descrittore) {
-    case 1:
-    case 2:
-    case 3:
-    case 4:
-    case 6:
-        return 1;
-    case 100:
-        return 2;
-    case 50:
-    case 101:
-    case 102:
-        return 3;
-    case 51:
-    case 52:
-    case 103:
-        return 4;
-    default:
-        return 0;
-    }
+    static const std::map<unsigned, unsigned> TUTTI = {
+        {1, 1},  {2, 1},  {3, 1},   {4, 1},   {6, 1},   {50, 3},
+        {51, 4}, {52, 4}, {100, 2}, {101, 3}, {102, 3}, {103, 4},
+    };
+    const auto quale = TUTTI.find(descrittore);
+    return quale == TUTTI.end() ? 0 : quale->second;
 }
 
 Elemento elemento(Byte d, std::size_t quale)
@@ -65,8 +50,7 @@ Elemento elemento(Byte d, std::size_t quale)
     const std::size_t qui = PRIMO_ELEMENTO + LUNGO_ELEMENTO * quale;
     const auto o_niente = [](std::uint32_t n) { return n == INDEFINITO ? 0u : n; };
     Elemento e;
-    e.descrittore = d[qui + 20];
-    e.componenti = componenti(e.descrittore);
+    e.componenti = componenti(d[qui + 20]);
     e.bit = d[qui + 23];
     e.imballo = u16(d, qui + 24);
     e.codifica = u16(d, qui + 26);
@@ -79,10 +63,10 @@ Elemento elemento(Byte d, std::size_t quale)
 
 void controlla_elemento(Byte d, const Elemento& e, std::uint64_t pixel, const std::string& nome)
 {
-    constexpr std::array<unsigned, 6> BIT = {8, 10, 12, 16, 32, 64};
+    constexpr unsigned BIT[] = {8, 10, 12, 16, 32, 64};
     if (e.componenti == 0)
         guasto(Formato::dpx, nome, "kind of element");
-    if (std::find(BIT.begin(), BIT.end(), e.bit) == BIT.end())
+    if (std::ranges::count(BIT, e.bit) == 0)
         guasto(Formato::dpx, nome, "bit depth");
     if (e.imballo > 2)
         guasto(Formato::dpx, nome, "packing");
@@ -142,23 +126,26 @@ void completa_testata(std::vector<unsigned char>& dati)
                 niente.begin() + static_cast<std::ptrdiff_t>(inizio - GENERICA), niente.end());
 }
 
-std::vector<float> campioni_persi(Byte d)
+void rendi_persi(Byte d, Foto& f)
 {
     const Elemento e = elemento(d, 0);
     const std::uint64_t campioni = std::uint64_t{u32(d, 772)} * e.componenti;
-    const std::uint32_t altezza = u32(d, 776);
-    std::vector<float> persi;
-    if (e.bit != 10 || e.imballo == 0 || campioni % 3 != 1)
-        return persi;
     const std::uint64_t riga = (campioni + 2) / 3 * 4 + e.dopo_riga;
+    const std::uint64_t primo = e.inizio + campioni / 3 * 4;
+    const auto altezza = static_cast<std::uint64_t>(f.altezza);
+    if (e.bit != 10 || e.imballo == 0 || campioni % 3 != 1 ||
+        primo + (altezza - 1) * riga + 4 > d.size())
+        return;
     const int scarto = e.imballo == 1 ? 22 : 20;  // the two unused bits stand below or above
-    for (std::uint32_t y = 0; y < altezza; ++y) {
-        const std::uint64_t parola = e.inizio + y * riga + campioni / 3 * 4;
-        if (parola + 4 > d.size())
-            return {};
-        persi.push_back(static_cast<float>(u32(d, parola) >> scarto & 1023) / 1023.0f);
+    float* p = f.rgba.get();
+    for (std::uint64_t y = 0; y < altezza; ++y) {
+        p += std::ptrdiff_t{4} * f.larghezza;
+        const float v = static_cast<float>(u32(d, primo + y * riga) >> scarto & 1023) / 1023.0f;
+        if (f.testata.nchannels == 4)
+            p[-1] = v;
+        else if (f.testata.nchannels == 1)
+            std::fill(p - 4, p - 1, v);
     }
-    return persi;
 }
 
 }  // namespace varno::provino

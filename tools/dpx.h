@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/formati.h"
+#include "tools/immagini.h"
 
 #include <string>
 #include <vector>
@@ -16,9 +16,8 @@ void controlla_dpx(Byte d, const std::string& nome);
 /// behind OpenImageIO takes the first pixels for them.
 void completa_testata(std::vector<unsigned char>& dati);
 
-/// The last sample of each line, 0 to 1, of a checked file whose lines of 10-bit samples, three to
-/// a word, end in a word with one alone: the reader behind OpenImageIO loses it. Empty for any
-/// other.
-std::vector<float> campioni_persi(Byte d);
+/// Where lines of 10-bit samples, three to a word, end in a word with one alone, the reader behind
+/// OpenImageIO loses that one: it goes into the picture that was read of a checked file.
+void rendi_persi(Byte d, Foto& f);
 
 }  // namespace varno::provino

@@ -5,16 +5,16 @@
 #include "tools/filmato_processo.h"
 #include "tools/immagini.h"
 
+#include <OpenImageIO/filesystem.h>
+#include <OpenImageIO/strutil.h>
+
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <regex>
-#include <sstream>
 
 namespace varno::provino {
 namespace {
@@ -33,13 +33,6 @@ constexpr std::pair<std::string_view, const char*> MATRICI[] = {
 constexpr std::string_view DEL_FILE[] = {"major_brand", "minor_version", "compatible_brands",
                                          "encoder",     "timecode",      "duration"};
 
-std::string minuscolo(std::string s)
-{
-    std::transform(s.begin(), s.end(), s.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return s;
-}
-
 std::string testo(const Json& j, const char* nome)
 {
     return j.contains(nome) && j[nome].is_string() ? j[nome].get<std::string>() : std::string();
@@ -47,25 +40,28 @@ std::string testo(const Json& j, const char* nome)
 
 [[noreturn]] void illeggibile(const Filmato& f, const std::string& motivo)
 {
-    std::string s = motivo;
     const std::string davanti = "file:" + f.file + ": ";
-    if (s.rfind(davanti, 0) == 0)
-        s.erase(0, davanti.size());
-    fallisci("cannot read " + tra_apici(f.file) + " as a movie: " + s);
+    fallisci("cannot read " + tra_apici(f.file) + " as a movie: " +
+             (motivo.starts_with(davanti) ? motivo.substr(davanti.size()) : motivo));
+}
+
+Risposta sonda(const Filmato& f, const std::string& cosa)
+{
+    Comando c = parole("ffprobe -v error -protocol_whitelist file " + cosa);
+    c.push_back("file:" + f.file);
+    return chiedi(c);
 }
 
 Json interroga(const Filmato& f)
 {
-    const Risposta r =
-        chiedi({"ffprobe", "-v", "error", "-protocol_whitelist", "file", "-show_streams",
-                "-show_format", "-show_pixel_formats", "-of", "json", "file:" + f.file});
+    const Risposta r = sonda(f, "-show_streams -show_format -show_pixel_formats -of json");
     if (!r.motivo.empty())
         illeggibile(f, r.motivo);
     Json j = Json::parse(r.testo, nullptr, false);
     const std::string tipo = j.is_object() ? testo(j["format"], "format_name") : "";
     // Any text is taken for a page of a terminal, and pictures of other kinds for a movie.
-    if (tipo.empty() || tipo == "tty" || tipo.find("image2") == 0 ||
-        tipo.find("_pipe") != tipo.npos)
+    if (tipo.empty() || tipo == "tty" || tipo.starts_with("image2") ||
+        OIIO::Strutil::contains(tipo, "_pipe"))
         fallisci(tra_apici(f.file) +
                  " is nothing that provino reads: it takes EXR, DPX, TIFF, PNG, "
                  "JPEG, and movies");
@@ -140,7 +136,7 @@ std::string scegli_colori(Filmato& f, const Json& traccia, const ColoriFilmato& 
 // The layout in planes that has the same samples; alpha aside.
 std::string in_piani(const std::string& nome, const Json& formato, int bit)
 {
-    if (nome.rfind("yuvj", 0) == 0)  // which tells of its range, too
+    if (nome.starts_with("yuvj"))  // which tells of its range, too
         return nome;
     constexpr const char* PARTI[3][3] = {
         {"444", "440", "440"}, {"422", "420", "420"}, {"411", "410", "410"}};
@@ -164,7 +160,7 @@ void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const Co
     const auto ha = [&](const char* segno) { return formato.at("flags").value(segno, 0) != 0; };
     const bool rgb = ha("rgb") || ha("palette");
     const bool grigio = !rgb && formato.value("nb_components", 0) < 3;
-    if (f.bit == 0 || minimi < 8 || nome.rfind("xyz", 0) == 0 || (grigio && f.bit > 16))
+    if (f.bit == 0 || minimi < 8 || nome.starts_with("xyz") || (grigio && f.bit > 16))
         illeggibile(f, "its samples (" + (nome.empty() ? "unknown" : nome) + ") are not read");
     f.alfa = ha("alpha");
     const std::string matrice = scegli_colori(f, traccia, c, rgb, grigio);
@@ -173,9 +169,7 @@ void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const Co
         // Laid out in planes and nothing else: their values are left to us.
         f.formato = (f.alfa ? "gbrap" : "gbrp") +
                     (f.bit == 8 ? "" : (f.bit == 32 ? "f" : "") + std::to_string(f.bit) + "le");
-        f.campioni = f.bit == 8    ? Campioni::interi8
-                     : f.bit == 32 ? Campioni::virgola
-                                   : Campioni::interi16;
+        f.byte = f.bit == 8 ? 1 : f.bit == 32 ? 4 : 2;
         f.grafo = "setparams=range=full,scale,format=" + f.formato + girato;
         return;
     }
@@ -196,21 +190,18 @@ void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const Co
 // The times of all frames in order, seconds; a raw stream has none, and frames without count too.
 std::vector<double> tempi(const Filmato& f, std::size_t& quanti)
 {
-    const Risposta r = chiedi({"ffprobe", "-v", "error", "-protocol_whitelist", "file",
-                               "-select_streams", std::to_string(f.traccia), "-show_entries",
-                               "packet=pts_time,flags", "-of", "csv=p=0", "file:" + f.file});
+    const Risposta r = sonda(f, "-select_streams " + std::to_string(f.traccia) +
+                                    " -show_entries packet=pts_time,flags -of csv=p=0");
     if (!r.motivo.empty() || !r.detto.empty())
         illeggibile(f, r.motivo.empty() ? r.detto : r.motivo);
     std::vector<double> t;
     quanti = 0;
-    std::istringstream righe(r.testo);
-    for (std::string riga; std::getline(righe, riga);) {
-        const std::size_t virgola = riga.find(',');
-        if (virgola == std::string::npos || riga.find('D', virgola) != std::string::npos)
+    for (const std::string& riga : OIIO::Strutil::splits(r.testo, "\n")) {
+        const std::vector<std::string> campi = OIIO::Strutil::splits(riga, ",");
+        if (campi.size() < 2 || OIIO::Strutil::contains(campi[1], "D"))
             continue;  // left out by the file itself
         ++quanti;
-        double v = 0.0;
-        if (leggi_numero(riga.substr(0, virgola), v))
+        if (double v = 0.0; leggi_numero(campi[0], v))
             t.push_back(v);
     }
     std::sort(t.begin(), t.end());
@@ -235,8 +226,8 @@ void conta(Filmato& f, const Json& traccia, const std::string& tipo)
     const double durata = std::atof(testo(traccia, "duration").c_str());
     const std::string detti = testo(traccia, "nb_frames");
     f.quanti = std::llround(durata * al_secondo);
-    const bool indice = tipo.find("mov") == 0 || tipo == "mxf";
-    f.si_cerca = indice || tipo.find("matroska") == 0;
+    const bool indice = tipo.starts_with("mov") || tipo == "mxf";
+    f.si_cerca = indice || tipo.starts_with("matroska");
     if (indice && f.cadenza == media && f.quanti > 0 &&
         (detti.empty() || std::atoll(detti.c_str()) == f.quanti))
         return;
@@ -245,13 +236,10 @@ void conta(Filmato& f, const Json& traccia, const std::string& tipo)
     f.quanti = static_cast<long long>(quanti);
     if (quanti == 0)
         illeggibile(f, "it holds no frame");
-    f.costante = t.size() < quanti || in_cadenza(t, al_secondo);
-    if (!f.costante && in_cadenza(t, numero_cadenza(media))) {
-        f.costante = true;
-        f.cadenza = media;
-    }
-    if (!f.costante)
-        f.cadenza = media;
+    if (t.size() < quanti || in_cadenza(t, al_secondo))
+        return;
+    f.cadenza = media;
+    f.costante = in_cadenza(t, numero_cadenza(media));
 }
 
 // Of the file or of any stream in it, such as the one that holds nothing else.
@@ -262,7 +250,7 @@ std::string trova_timecode(const Json& j)
     for (const Json& p : portatori) {
         const Json etichette = p.value("tags", Json::object());
         for (const auto& [nome, valore] : etichette.items())
-            if (minuscolo(nome) == "timecode" && valore.is_string())
+            if (OIIO::Strutil::lower(nome) == "timecode" && valore.is_string())
                 return valore;
     }
     return {};
@@ -272,14 +260,8 @@ std::string trova_timecode(const Json& j)
 
 double numero_cadenza(const std::string& cadenza)
 {
-    const std::size_t p = cadenza.find('/');
-    double sopra = 0.0;
-    double sotto = 1.0;
-    if (!leggi_numero(cadenza.substr(0, p), sopra) ||
-        (p != std::string::npos && !leggi_numero(cadenza.substr(p + 1), sotto)) || !(sopra > 0.0) ||
-        !(sotto > 0.0))
-        return 0.0;
-    return sopra / sotto;
+    double n = 0.0;
+    return leggi_numero(cadenza, n) ? std::max(n, 0.0) : 0.0;
 }
 
 std::string timecode_dopo(const std::string& timecode, const std::string& cadenza,
@@ -308,11 +290,11 @@ std::string timecode_dopo(const std::string& timecode, const std::string& cadenz
 bool da_filmato(const fs::path& file)
 {
     std::error_code e;
-    std::array<char, 16> primi{};
-    std::ifstream f(file, std::ios::binary);
-    if (!fs::is_regular_file(file, e) || !f.read(primi.data(), primi.size()))
-        return false;
-    return !sembra_immagine({reinterpret_cast<unsigned char*>(primi.data()), primi.size()}, file);
+    std::array<unsigned char, 16> primi{};
+    return fs::is_regular_file(file, e) &&
+           OIIO::Filesystem::read_bytes(file.string(), primi.data(), primi.size()) ==
+               primi.size() &&
+           !sembra_immagine(primi, file);
 }
 
 Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
@@ -341,13 +323,13 @@ Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
 
     const Json etichette = j.at("format").value("tags", Json::object());
     for (const auto& [nome, valore] : etichette.items()) {
-        const std::string n = minuscolo(nome);
+        const std::string n = OIIO::Strutil::lower(nome);
         const std::string v = valore.is_string() ? valore.get<std::string>() : "";
-        if (v.find(SEGNO_IMPOSTAZIONI) == 0)
+        if (v.starts_with(SEGNO_IMPOSTAZIONI))
             f.impostazioni = v.substr(SEGNO_IMPOSTAZIONI.size());
         else if (n == SEGNO_IMPOSTAZIONI)
             f.impostazioni = v;
-        else if (std::find(std::begin(DEL_FILE), std::end(DEL_FILE), n) == std::end(DEL_FILE))
+        else if (std::ranges::count(DEL_FILE, n) == 0)
             f.etichette[nome] = v;
     }
     f.timecode = trova_timecode(j);

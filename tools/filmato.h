@@ -14,9 +14,6 @@ struct ColoriFilmato {
     std::string gamma;    // "legal" or "full"
 };
 
-/// How samples come out of the decoder.
-enum class Campioni { interi8, interi16, virgola };
-
 /// A movie, as ffprobe tells of it.
 struct Filmato {
     std::string file;
@@ -29,8 +26,8 @@ struct Filmato {
     double inizio = 0.0;             // seconds from the file's start to the first frame
     std::string grafo;               // ffmpeg's filters from the stream to full-range RGB
     std::string formato;             // ffmpeg's name of what comes out of them
-    Campioni campioni = Campioni::virgola;
-    int bit = 0;  // of an integer
+    int byte = 4;                    // of one of its samples; 4: a float
+    int bit = 0;                     // of an integer
     bool alfa = false;
     bool alfa_sotto = false;  // below the picture, as a second one
     bool legale = false;      // what comes out is of legal range still

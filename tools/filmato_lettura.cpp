@@ -8,26 +8,18 @@ namespace {
 
 constexpr long long VICINO = 48;  // frames that are sooner read over than sought
 
-int piani(const Filmato& f)
-{
-    return f.alfa && !f.alfa_sotto ? 4 : 3;
-}
-
 std::size_t byte_per_fotogramma(const Filmato& f)
 {
-    const std::size_t campione = f.campioni == Campioni::interi8    ? 1
-                                 : f.campioni == Campioni::interi16 ? 2
-                                                                    : 4;
-    return campione * static_cast<std::size_t>(piani(f)) * static_cast<std::size_t>(f.larghezza) *
-           static_cast<std::size_t>(f.altezza) * (f.alfa_sotto ? 2 : 1);
+    const std::size_t piani = f.alfa_sotto ? 6 : f.alfa ? 4 : 3;
+    return piani * static_cast<std::size_t>(f.byte) * static_cast<std::size_t>(f.larghezza) *
+           static_cast<std::size_t>(f.altezza);
 }
 
 void apri(LetturaFilmato& l, long long numero)
 {
     const Filmato& f = l.filmato;
-    std::vector<std::string> c = {"ffmpeg",    "-nostdin",     "-v",
-                                  "error",     "-xerror",      "-protocol_whitelist",
-                                  "file,pipe", "-noautorotate"};
+    Comando c = parole("ffmpeg -nostdin -v error -xerror -protocol_whitelist file,pipe "
+                       "-noautorotate");
     std::string grafo = f.grafo;
     if (numero > 1 && f.costante && f.si_cerca) {
         // Half a frame early: times are rounded, and never by so much.
@@ -69,16 +61,12 @@ template <class Campione> void intreccia(const Filmato& f, const unsigned char* 
     if constexpr (sizeof(Campione) < 4)
         scala /= static_cast<float>((1 << f.bit) - 1);
     float* p = foto.rgba.get();
-    for (std::size_t i = 0; i < n; ++i, p += 4) {
-        p[0] = static_cast<float>(r[i]) * scala;
-        p[1] = static_cast<float>(g[i]) * scala;
-        p[2] = static_cast<float>(b[i]) * scala;
-        p[3] = 1.0f;
+    for (std::size_t i = 0; i < n; ++i) {
+        p[4 * i + 0] = static_cast<float>(r[i]) * scala;
+        p[4 * i + 1] = static_cast<float>(g[i]) * scala;
+        p[4 * i + 2] = static_cast<float>(b[i]) * scala;
+        p[4 * i + 3] = f.alfa ? static_cast<float>(a[i]) * scala : 1.0f;
     }
-    p = foto.rgba.get();
-    if (f.alfa)
-        for (std::size_t i = 0; i < n; ++i)
-            p[4 * i + 3] = static_cast<float>(a[i]) * scala;
     if (f.legale) {
         // 16 to 235 of 255, with as many bits more behind the point as there are.
         const float codici =
@@ -132,12 +120,10 @@ Foto leggi_fotogramma(LetturaFilmato& l, long long numero)
         if (leggi_da(*l.decodifica, l.campioni.data(), l.campioni.size()) != l.campioni.size())
             interrotta(l);
     Foto foto = foto_nuova(f.larghezza, f.altezza, f.alfa);
-    if (f.campioni == Campioni::interi8)
-        intreccia<std::uint8_t>(f, l.campioni.data(), foto);
-    else if (f.campioni == Campioni::interi16)
-        intreccia<std::uint16_t>(f, l.campioni.data(), foto);
-    else
-        intreccia<float>(f, l.campioni.data(), foto);
+    const auto intreccia_di = f.byte == 1   ? intreccia<std::uint8_t>
+                              : f.byte == 2 ? intreccia<std::uint16_t>
+                                            : intreccia<float>;
+    intreccia_di(f, l.campioni.data(), foto);
     posa_testata(f, numero, foto.testata);
     l.fallita = false;
     return foto;

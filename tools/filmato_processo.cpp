@@ -3,11 +3,12 @@
 #include "tools/errore.h"
 #include "tools/messaggi.h"
 
+#include <OpenImageIO/strutil.h>
+
+#include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/mman.h>
@@ -20,18 +21,6 @@ extern char** environ;
 namespace varno::provino {
 namespace {
 
-// What runs, where a signal handler can read it.
-std::array<std::atomic<pid_t>, 32> gFigli{};
-
-void segna(pid_t da, pid_t a)
-{
-    for (std::atomic<pid_t>& f : gFigli) {
-        pid_t atteso = da;
-        if (f.compare_exchange_strong(atteso, a))
-            return;
-    }
-}
-
 void chiudi(int& fd)
 {
     if (fd >= 0)
@@ -43,7 +32,6 @@ void chiudi(int& fd)
 int raccogli(Processo& p)
 {
     int stato = 0;
-    segna(p.id, 0);
     while (waitpid(p.id, &stato, 0) < 0 && errno == EINTR) {
     }
     p.id = -1;
@@ -63,7 +51,12 @@ Processo::~Processo()
     chiudi(errori);
 }
 
-ProcessoPtr avvia(std::vector<std::string> comando, Tubi tubi)
+Comando parole(const std::string& testo)
+{
+    return OIIO::Strutil::splits(testo);
+}
+
+ProcessoPtr avvia(Comando comando, Tubi tubi)
 {
     auto p = std::make_unique<Processo>();
     p->nome = comando.front();
@@ -83,14 +76,18 @@ ProcessoPtr avvia(std::vector<std::string> comando, Tubi tubi)
     posix_spawn_file_actions_adddup2(&canali, scrive ? suo : nulla, 0);
     posix_spawn_file_actions_adddup2(&canali, scrive ? nulla : suo, 1);
     posix_spawn_file_actions_adddup2(&canali, p->errori, 2);
-    // A group of its own: a ctrl-C is ours alone to answer.
+    // A group of its own: a ctrl-C is ours alone to answer, and it ends with its pipe.
     sigset_t usuali;
-    sigemptyset(&usuali);
+    sigset_t fermi;
+    sigemptyset(&fermi);
+    usuali = fermi;
     sigaddset(&usuali, SIGPIPE);
     posix_spawnattr_init(&modo);
     posix_spawnattr_setpgroup(&modo, 0);
     posix_spawnattr_setsigdefault(&modo, &usuali);
-    posix_spawnattr_setflags(&modo, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setsigmask(&modo, &fermi);
+    posix_spawnattr_setflags(&modo, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF |
+                                        POSIX_SPAWN_SETSIGMASK);
     std::vector<char*> argomenti;
     for (std::string& a : comando)
         argomenti.push_back(a.data());
@@ -102,13 +99,11 @@ ProcessoPtr avvia(std::vector<std::string> comando, Tubi tubi)
     chiudi(suo);
     if (esito != 0) {
         p->id = -1;
-        fallisci(esito == ENOENT
-                     ? "movies need " + p->nome +
-                           ", which is not installed: 'apt install "
-                           "ffmpeg' (Debian's package ffmpeg)"
-                     : "cannot start " + p->nome + ": " + std::generic_category().message(esito));
+        if (esito == ENOENT)
+            fallisci("movies need " + p->nome +
+                     ", which is not installed: 'apt install ffmpeg' (Debian's package ffmpeg)");
+        fallisci("cannot start " + p->nome + ": " + std::generic_category().message(esito));
     }
-    segna(0, p->id);
     return p;
 }
 
@@ -119,7 +114,7 @@ std::size_t leggi_da(Processo& p, void* dati, std::size_t byte)
         const ssize_t n = read(p.uscita, static_cast<char*>(dati) + letti, byte - letti);
         if (n == 0 || (n < 0 && errno != EINTR))
             break;
-        letti += static_cast<std::size_t>(n > 0 ? n : 0);
+        letti += static_cast<std::size_t>(std::max<ssize_t>(n, 0));
     }
     return letti;
 }
@@ -131,7 +126,7 @@ bool scrivi_a(Processo& p, const void* dati, std::size_t byte)
             write(p.ingresso, static_cast<const char*>(dati) + scritti, byte - scritti);
         if (n < 0 && errno != EINTR)
             return false;
-        scritti += static_cast<std::size_t>(n > 0 ? n : 0);
+        scritti += static_cast<std::size_t>(std::max<ssize_t>(n, 0));
     }
     return true;
 }
@@ -159,7 +154,7 @@ std::string attendi(Processo& p)
                            : p.nome + " ended with code " + std::to_string(WEXITSTATUS(stato));
 }
 
-Risposta chiedi(std::vector<std::string> comando)
+Risposta chiedi(Comando comando)
 {
     const ProcessoPtr p = avvia(std::move(comando), Tubi::uscita);
     Risposta r;
@@ -169,13 +164,6 @@ Risposta chiedi(std::vector<std::string> comando)
     r.motivo = attendi(*p);
     r.detto = detto(*p);
     return r;
-}
-
-void termina_processi()
-{
-    for (const std::atomic<pid_t>& f : gFigli)
-        if (const pid_t id = f; id > 0)
-            kill(id, SIGKILL);
 }
 
 }  // namespace varno::provino

@@ -24,10 +24,16 @@ struct Processo {
 };
 using ProcessoPtr = std::unique_ptr<Processo>;
 
+/// A program and its arguments.
+using Comando = std::vector<std::string>;
+
+/// The words of a text, none of which holds a blank.
+Comando parole(const std::string& testo);
+
 enum class Tubi { ingresso, uscita };
 
 /// Starts ffmpeg or ffprobe with one pipe to us. Throws Errore where it is not installed.
-ProcessoPtr avvia(std::vector<std::string> comando, Tubi tubi);
+ProcessoPtr avvia(Comando comando, Tubi tubi);
 
 /// How many bytes came until so many were read or the other end closed.
 std::size_t leggi_da(Processo& p, void* dati, std::size_t byte);
@@ -46,9 +52,6 @@ struct Risposta {
 };
 
 /// Runs a program to its end.
-Risposta chiedi(std::vector<std::string> comando);
-
-/// Kills what was started. For a signal handler.
-void termina_processi();
+Risposta chiedi(Comando comando);
 
 }  // namespace varno::provino

@@ -1,6 +1,8 @@
 #include "tools/argomenti.h"
 #include "tools/filmato_flussi.h"
 
+#include <OpenImageIO/strutil.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -26,25 +28,21 @@ constexpr Contenitore CONTENITORI[] = {
 struct Codec {
     const char* nome;
     const char* ffmpeg;
-    std::vector<std::string> opzioni;
+    const char* opzioni;
     const char* formato;
     const char* formato_con_alfa;
 };
 
-const std::vector<Codec>& codec_noti()
-{
-    // clang-format off
-    static const std::vector<Codec> TUTTI = {
-        {"prores",     "prores_ks", {"-profile:v", "3", "-vendor", "apl0"},   "yuv422p10le", ""},
-        {"prores4444", "prores_ks", {"-profile:v", "4", "-vendor", "apl0"},   "yuv444p10le", "yuva444p10le"},
-        {"dnxhr",      "dnxhd",     {"-profile:v", "dnxhr_hqx"},              "yuv422p10le", ""},
-        {"h264",       "libx264",   {"-crf", "16"},                           "yuv420p",     ""},
-        {"h265",       "libx265",   {"-crf", "18", "-x265-params", "log-level=error"}, "yuv420p10le", ""},
-        {"ffv1",       "ffv1",      {"-level", "3", "-g", "1", "-slices", "16", "-slicecrc", "1"}, "gbrp16le", "gbrap16le"},
-    };
-    // clang-format on
-    return TUTTI;
-}
+// clang-format off
+constexpr Codec CODEC[] = {
+    {"prores",     "prores_ks", "-profile:v 3 -vendor apl0",                  "yuv422p10le", ""},
+    {"prores4444", "prores_ks", "-profile:v 4 -vendor apl0",                  "yuv444p10le", "yuva444p10le"},
+    {"dnxhr",      "dnxhd",     "-profile:v dnxhr_hqx",                       "yuv422p10le", ""},
+    {"h264",       "libx264",   "-crf 16",                                    "yuv420p",     ""},
+    {"h265",       "libx265",   "-crf 18 -x265-params log-level=error",       "yuv420p10le", ""},
+    {"ffv1",       "ffv1",      "-level 3 -g 1 -slices 16 -slicecrc 1",       "gbrp16le",    "gbrap16le"},
+};
+// clang-format on
 
 // Of those that another encoder takes, the first of these.
 constexpr std::string_view PREFERITI[] = {"yuv422p10le", "yuv420p10le", "yuv444p10le", "yuv422p",
@@ -52,34 +50,40 @@ constexpr std::string_view PREFERITI[] = {"yuv422p10le", "yuv420p10le", "yuv444p
 
 const Contenitore* contenitore(const fs::path& file)
 {
-    std::string fine = file.extension().string();
-    std::transform(fine.begin(), fine.end(), fine.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    for (const Contenitore& c : CONTENITORI)
-        if (c.desinenza == fine)
-            return &c;
-    return nullptr;
+    const std::string fine = OIIO::Strutil::lower(file.extension().string());
+    const auto* c = std::ranges::find(CONTENITORI, fine, &Contenitore::desinenza);
+    return c == std::end(CONTENITORI) ? nullptr : c;
 }
+
+using OIIO::Strutil::contains;
 
 bool in_rgb(const std::string& formato)
 {
-    return formato.find("rgb") != formato.npos || formato.find("bgr") != formato.npos ||
-           formato.find("gbr") == 0;
+    return contains(formato, "rgb") || contains(formato, "bgr") || formato.starts_with("gbr");
+}
+
+bool piena(const std::string& formato)
+{
+    return in_rgb(formato) || formato.starts_with("yuvj");
 }
 
 std::string grafo(const ModoFilmato& m, const std::string& tubo, const std::string& formato)
 {
     const bool rgb = in_rgb(formato);
-    const bool pieno = rgb || formato.find("yuvj") == 0;
     std::string s = "setparams=color_primaries=bt709:color_trc=bt709";
     if (!rgb)
         s += std::string(",zscale=filter=spline36:matrix=bt709:range=") +
-             (pieno ? "full" : "limited");
+             (piena(formato) ? "full" : "limited");
     else if (formato != tubo)
         s += ",zscale";
-    return s + ",format=" + formato + ",setparams=range=" + (pieno ? "pc" : "tv") +
+    return s + ",format=" + formato + ",setparams=range=" + (piena(formato) ? "pc" : "tv") +
            ":colorspace=" + (rgb ? "gbr" : "bt709") +
            ",setsar=" + (m.forma.empty() ? "1:1" : m.forma);
+}
+
+std::string misure(int larghezza, int altezza)
+{
+    return std::to_string(larghezza) + "x" + std::to_string(altezza);
 }
 
 void comincia(ScritturaFilmato& s, const Foto& foto)
@@ -89,57 +93,48 @@ void comincia(ScritturaFilmato& s, const Foto& foto)
     s.altezza = foto.altezza;
     s.alfa = foto.alfa && !m.formato_con_alfa.empty();
     const std::string& formato = s.alfa ? m.formato_con_alfa : m.formato;
-    const bool pari_l = formato.find("420") != formato.npos || formato.find("422") != formato.npos;
-    const bool pari_a = formato.find("420") != formato.npos;
+    const bool pari_a = contains(formato, "420");
+    const bool pari_l = pari_a || contains(formato, "422");
     if ((pari_l && s.larghezza % 2 != 0) || (pari_a && s.altezza % 2 != 0))
-        fallisci("a picture of " + std::to_string(s.larghezza) + "x" + std::to_string(s.altezza) +
-                 " does not go into " + formato +
+        fallisci("a picture of " + misure(s.larghezza, s.altezza) + " does not go into " + formato +
                  ", which halves it: give another --codec, such as "
                  "prores4444 or ffv1");
     const std::string tubo = s.alfa ? "gbrap16le" : "gbrp16le";
-    const std::string gamma = in_rgb(formato) || formato.find("yuvj") == 0 ? "pc" : "tv";
-    std::vector<std::string> c = {"ffmpeg",
-                                  "-nostdin",
-                                  "-v",
-                                  "error",
-                                  "-xerror",
-                                  "-y",
-                                  "-thread_queue_size",
-                                  "2",
-                                  "-f",
-                                  "rawvideo",
-                                  "-pix_fmt",
-                                  tubo,
-                                  "-s",
-                                  std::to_string(s.larghezza) + "x" + std::to_string(s.altezza),
-                                  "-framerate",
-                                  m.cadenza};
+    Comando c = parole("ffmpeg -nostdin -v error -xerror -y -thread_queue_size 2 -f rawvideo "
+                       "-pix_fmt " +
+                       tubo + " -s " + misure(s.larghezza, s.altezza) + " -framerate " + m.cadenza);
+    const auto aggiungi = [&c](const Comando& altre) {
+        c.insert(c.end(), altre.begin(), altre.end());
+    };
     if (!m.audio_da.empty() && m.inizio != 0.0)
-        c.insert(c.end(), {"-itsoffset", testo_di(m.inizio)});
-    c.insert(c.end(), {"-i", "pipe:0"});
-    if (!m.audio_da.empty())
-        c.insert(c.end(), {"-vn", "-sn", "-dn", "-protocol_whitelist", "file", "-i",
-                           "file:" + m.audio_da, "-map", "0:v", "-map", "1:a", "-c:a", "copy"});
-    else
-        c.insert(c.end(), {"-map", "0:v"});
-    c.insert(c.end(), {"-map_metadata", "-1", "-vf", grafo(m, tubo, formato), "-c:v", m.codec,
-                       "-color_primaries", "bt709", "-color_trc", "bt709", "-colorspace",
-                       in_rgb(formato) ? "rgb" : "bt709", "-color_range", gamma});
-    c.insert(c.end(), m.opzioni.begin(), m.opzioni.end());
+        aggiungi({"-itsoffset", testo_di(m.inizio)});
+    aggiungi({"-i", "pipe:0"});
+    if (!m.audio_da.empty()) {
+        aggiungi(parole("-vn -sn -dn -protocol_whitelist file -i"));
+        aggiungi({"file:" + m.audio_da});
+        aggiungi(parole("-map 0:v -map 1:a -c:a copy"));
+    } else {
+        aggiungi({"-map", "0:v"});
+    }
+    aggiungi({"-map_metadata", "-1", "-vf", grafo(m, tubo, formato), "-c:v", m.codec});
+    aggiungi(parole(std::string("-color_primaries bt709 -color_trc bt709 -colorspace ") +
+                    (in_rgb(formato) ? "rgb" : "bt709") + " -color_range " +
+                    (piena(formato) ? "pc" : "tv")));
+    aggiungi(m.opzioni);
     for (const auto& [nome, valore] : m.etichette)
-        if (nome.find('=') == nome.npos && valore.size() < VALORE_LIMITE)
-            c.insert(c.end(), {"-metadata", nome + "=" + valore});
+        if (!contains(nome, "=") && valore.size() < VALORE_LIMITE)
+            aggiungi({"-metadata", nome + "=" + valore});
     // Few containers take any name.
-    const bool liberi =
-        m.contenitore == "mov" || m.contenitore == "mp4" || m.contenitore == "matroska";
+    const bool mov = m.contenitore == "mov" || m.contenitore == "mp4";
     const std::string segno(SEGNO_IMPOSTAZIONI);
-    c.insert(c.end(),
-             {"-metadata", (liberi ? segno + "=" : "comment=" + segno + " ") + m.impostazioni});
-    if (m.contenitore == "mov" || m.contenitore == "mp4")
-        c.insert(c.end(), {"-movflags", "+use_metadata_tags+write_colr"});
+    aggiungi({"-metadata",
+              (mov || m.contenitore == "matroska" ? segno + "=" : "comment=" + segno + " ") +
+                  m.impostazioni});
+    if (mov)
+        aggiungi({"-movflags", "+use_metadata_tags+write_colr"});
     if (!m.timecode.empty())
-        c.insert(c.end(), {"-timecode", m.timecode});
-    c.insert(c.end(), {"-f", m.contenitore, "file:" + s.file.string()});
+        aggiungi({"-timecode", m.timecode});
+    aggiungi({"-f", m.contenitore, "file:" + s.file.string()});
     s.codifica = avvia(c, Tubi::ingresso);
 }
 
@@ -179,11 +174,11 @@ ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const st
     const std::string nome = codec.empty() ? contenitore(file)->codec : codec.substr(0, due_punti);
     m.codec = nome;
     std::vector<std::string> nomi;
-    for (const Codec& c : codec_noti()) {
+    for (const Codec& c : CODEC) {
         nomi.emplace_back(c.nome);
         if (nome == c.nome) {
             m.codec = c.ffmpeg;
-            m.opzioni = c.opzioni;
+            m.opzioni = parole(c.opzioni);
             m.formato = c.formato;
             m.formato_con_alfa = c.formato_con_alfa;
         }
@@ -191,7 +186,7 @@ ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const st
     if (nome == "h265" && (m.contenitore == "mov" || m.contenitore == "mp4"))
         m.opzioni.insert(m.opzioni.end(), {"-tag:v", "hvc1"});  // which players of these want
     const std::string aiuto = chiedi({"ffmpeg", "-hide_banner", "-h", "encoder=" + m.codec}).testo;
-    if (aiuto.find("Encoder ") == aiuto.npos)
+    if (!contains(aiuto, "Encoder "))
         rifiuta("ffmpeg has no encoder " + tra_apici(m.codec) + proposta(nome, nomi) +
                 " (prores, prores4444, dnxhr, h264, h265, ffv1, or a name of 'ffmpeg -encoders')");
     const std::string presi = aiuto.substr(std::min(aiuto.size(), aiuto.find("pixel formats:")));
@@ -215,8 +210,7 @@ ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const st
     if (!qualita.empty() && !leggi_numero(qualita, v))
         rifiuta("--quality takes a number, not " + tra_apici(qualita));
     if (!qualita.empty())
-        m.opzioni.insert(m.opzioni.end(),
-                         {aiuto.find(" -crf ") != aiuto.npos ? "-crf" : "-q:v", qualita});
+        m.opzioni.insert(m.opzioni.end(), {contains(aiuto, " -crf ") ? "-crf" : "-q:v", qualita});
     return m;
 }
 
@@ -229,12 +223,15 @@ bool segui(ModoFilmato& modo, const Filmato& da, long long saltati, bool intero)
     if (!da.audio || !intero)
         return true;
     modo.inizio = da.inizio;
-    const Risposta prova = chiedi({"ffmpeg", "-nostdin", "-v", "error", "-y", "-vn", "-sn", "-dn",
-                                   "-i", "file:" + da.file, "-map", "0:a", "-c", "copy", "-t",
-                                   "0.1", "-f", modo.contenitore, "/dev/null"});
-    if (prova.motivo.empty())
+    Comando prova =
+        parole("ffmpeg -nostdin -v error -y -vn -sn -dn -i FILE -map 0:a -c copy -t 0.1 "
+               "-f " +
+               modo.contenitore + " /dev/null");
+    *std::ranges::find(prova, "FILE") = "file:" + da.file;
+    const bool riesce = chiedi(prova).motivo.empty();
+    if (riesce)
         modo.audio_da = da.file;
-    return prova.motivo.empty();
+    return riesce;
 }
 
 bool segui(ModoFilmato& modo, const OIIO::ImageSpec& testata)
@@ -270,9 +267,8 @@ void scrivi_fotogramma(ScritturaFilmato& s, const Foto& foto)
     if (!s.codifica)
         comincia(s, foto);
     if (foto.larghezza != s.larghezza || foto.altezza != s.altezza)
-        interrotta(s, "a picture of " + std::to_string(foto.larghezza) + "x" +
-                          std::to_string(foto.altezza) + " follows others of " +
-                          std::to_string(s.larghezza) + "x" + std::to_string(s.altezza));
+        interrotta(s, "a picture of " + misure(foto.larghezza, foto.altezza) +
+                          " follows others of " + misure(s.larghezza, s.altezza));
     separa(foto, s.alfa, s.campioni);
     if (!scrivi_a(*s.codifica, s.campioni.data(), s.campioni.size() * sizeof(s.campioni[0])))
         interrotta(s, attendi(*s.codifica));

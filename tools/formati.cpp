@@ -10,47 +10,46 @@
 namespace varno::provino {
 namespace {
 
-struct Descrizione {
-    Formato formato;
-    const char* oiio;
-    const char* persone;
-};
-
-constexpr Descrizione DESCRIZIONI[] = {
-    {Formato::exr, "openexr", "EXR"}, {Formato::dpx, "dpx", "DPX"},
-    {Formato::tiff, "tiff", "TIFF"},  {Formato::png, "png", "PNG"},
-    {Formato::jpeg, "jpeg", "JPEG"},
-};
-
-const Descrizione& descrizione(Formato f)
-{
-    return DESCRIZIONI[static_cast<int>(f)];
-}
-
-struct Firma {
-    std::string_view byte;
-    Formato formato;
-};
-
 using namespace std::string_view_literals;
 
-constexpr Firma FIRME[] = {
-    {"\x76\x2f\x31\x01"sv, Formato::exr},
-    {"SDPX"sv, Formato::dpx},
-    {"XPDS"sv, Formato::dpx},
-    {"II*\0"sv, Formato::tiff},
-    {"MM\0*"sv, Formato::tiff},
-    {"II+\0"sv, Formato::tiff},  // more than 4 GiB
-    {"MM\0+"sv, Formato::tiff},
-    {"\x89PNG\r\n\x1a\n"sv, Formato::png},
-    {"\xff\xd8\xff"sv, Formato::jpeg},
+// In the order of Formato.
+// clang-format off
+const Descrizione DESCRIZIONI[] = {
+    {"openexr", "EXR", {"\x76\x2f\x31\x01"}, {".exr"},
+     {"half", "float"},
+     {{"zip", 9}, {"none"}, {"rle"}, {"zips", 9}, {"piz"}, {"pxr24"}, {"b44"}, {"b44a"},
+      {"dwaa", 1000}, {"dwab", 1000}}},
+    {"dpx", "DPX", {"SDPX", "XPDS"}, {".dpx"},
+     {"uint10", "uint8", "uint16"}, {{"none"}}},
+    {"tiff", "TIFF", {"II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv}, {".tif", ".tiff"},
+     {"uint16", "uint8", "half", "float"}, {{"zip", 9}, {"none"}, {"lzw"}, {"packbits"}}},
+    {"png", "PNG", {"\x89PNG\r\n\x1a\n"}, {".png"},
+     {"uint16", "uint8"}, {{"zip", 9}}},
+    {"jpeg", "JPEG", {"\xff\xd8\xff"}, {".jpg", ".jpeg"},
+     {"uint8"}, {{"jpeg", 100}}},
 };
+// clang-format on
 
-constexpr std::pair<std::string_view, Formato> DESINENZE[] = {
-    {".exr", Formato::exr},   {".dpx", Formato::dpx}, {".tif", Formato::tiff},
-    {".tiff", Formato::tiff}, {".png", Formato::png}, {".jpg", Formato::jpeg},
-    {".jpeg", Formato::jpeg},
-};
+template <class Prova> std::optional<Formato> trova(const Prova& prova)
+{
+    const auto* d = std::ranges::find_if(DESCRIZIONI, prova);
+    return d == std::end(DESCRIZIONI) ? std::nullopt
+                                      : std::optional(static_cast<Formato>(d - DESCRIZIONI));
+}
+
+std::optional<Formato> dalla_firma(Byte dati)
+{
+    const std::string_view testo(reinterpret_cast<const char*>(dati.data()), dati.size());
+    return trova([&](const Descrizione& d) {
+        return std::ranges::any_of(d.firme, [&](auto firma) { return testo.starts_with(firma); });
+    });
+}
+
+std::optional<Formato> dalla_desinenza(const std::filesystem::path& p)
+{
+    const std::string fine = OIIO::Strutil::lower(p.extension().string());
+    return trova([&](const Descrizione& d) { return std::ranges::count(d.desinenze, fine) > 0; });
+}
 
 void controlla_png(Byte d, const std::string& nome)
 {
@@ -69,14 +68,10 @@ void controlla_jpeg(Byte d, const std::string& nome)
 {
     bool scansione = false;  // between a start of scan and the next marker stand coded pixels
     for (std::size_t p = 2; p + 1 < d.size();) {
-        if (d[p] != 0xff) {
-            if (!scansione)
-                guasto(Formato::jpeg, nome, "marker");
-            ++p;
-            continue;
-        }
         const unsigned char m = d[p + 1];
-        if (m == 0xff) {  // filling
+        if (d[p] != 0xff && !scansione)
+            guasto(Formato::jpeg, nome, "marker");
+        if (d[p] != 0xff || m == 0xff) {  // coded, or filling
             ++p;
             continue;
         }
@@ -86,49 +81,22 @@ void controlla_jpeg(Byte d, const std::string& nome)
             p += 2;
             continue;
         }
-        if (p + 4 > d.size())
+        const bool misure = m >= 0xc0 && m <= 0xcf && m != 0xc4 && m != 0xc8 && m != 0xcc;
+        if (p + (misure ? 9 : 4) > d.size())
             break;
-        const std::uint32_t lunghezza = numero(d, p + 2, 2, false);
-        const bool inizio = m >= 0xc0 && m <= 0xcf && m != 0xc4 && m != 0xc8 && m != 0xcc;
-        if (inizio) {
-            if (p + 9 > d.size())
-                break;
+        if (misure)
             controlla_misure(numero(d, p + 7, 2, false), numero(d, p + 5, 2, false), nome);
-        }
         scansione = m == 0xda;
-        p += std::size_t{2} + lunghezza;
+        p += std::size_t{2} + numero(d, p + 2, 2, false);
     }
     tronco(Formato::jpeg, nome);
 }
 
-std::optional<Formato> dalla_firma(Byte dati)
-{
-    for (const Firma& f : FIRME)
-        if (dati.size() >= f.byte.size() &&
-            std::equal(f.byte.begin(), f.byte.end(), dati.begin(),
-                       [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; }))
-            return f.formato;
-    return std::nullopt;
-}
-
-std::optional<Formato> dalla_desinenza(const std::filesystem::path& p)
-{
-    const std::string fine = OIIO::Strutil::lower(p.extension().string());
-    for (const auto& [desinenza, formato] : DESINENZE)
-        if (fine == desinenza)
-            return formato;
-    return std::nullopt;
-}
-
 }  // namespace
 
-const char* nome_oiio(Formato f)
+const Descrizione& descrizione(Formato f)
 {
-    return descrizione(f).oiio;
-}
-const char* nome_formato(Formato f)
-{
-    return descrizione(f).persone;
+    return DESCRIZIONI[static_cast<int>(f)];
 }
 
 Formato formato_dai_byte(Byte dati, const std::string& nome)
@@ -156,31 +124,23 @@ bool sembra_immagine(Byte primi, const std::filesystem::path& p)
 
 void controlla_struttura(Formato f, Byte dati, const std::string& nome)
 {
-    switch (f) {
-    case Formato::png:
+    if (f == Formato::png)
         controlla_png(dati, nome);
-        break;
-    case Formato::jpeg:
+    if (f == Formato::jpeg)
         controlla_jpeg(dati, nome);
-        break;
-    case Formato::dpx:
+    if (f == Formato::dpx)
         controlla_dpx(dati, nome);
-        break;
-    case Formato::exr:
-    case Formato::tiff:
-        break;
-    }
 }
 
 void tronco(Formato f, const std::string& nome)
 {
-    fallisci(tra_apici(nome) + " is cut short or damaged: the " + nome_formato(f) +
+    fallisci(tra_apici(nome) + " is cut short or damaged: the " + descrizione(f).nome +
              " data ends before its end mark; copy the file again");
 }
 
 void guasto(Formato f, const std::string& nome, const char* dove)
 {
-    fallisci(tra_apici(nome) + " is damaged: its " + nome_formato(f) +
+    fallisci(tra_apici(nome) + " is damaged: its " + descrizione(f).nome +
              " header holds an impossible " + dove);
 }
 

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace varno::provino {
 
@@ -18,10 +19,19 @@ using Byte = std::span<const unsigned char>;
 constexpr std::int64_t LATO_LIMITE = 65536;
 constexpr std::int64_t PIXEL_LIMITE = std::int64_t{1} << 27;
 
-/// The name that OpenImageIO knows the format by.
-const char* nome_oiio(Formato f);
-/// The name for people.
-const char* nome_formato(Formato f);
+struct Compressione {
+    std::string nome;
+    int massimo = 0;  // of the level that may follow behind a colon; 0 for none
+};
+
+/// What there is to know of a format.
+struct Descrizione {
+    const char *oiio, *nome;  // as OpenImageIO and as people call it
+    std::vector<std::string_view> firme, desinenze;
+    std::vector<std::string> profondita;  // the first is the usual one
+    std::vector<Compressione> compressioni;
+};
+const Descrizione& descrizione(Formato f);
 
 /// By the first bytes of the file, whatever its name. Throws Errore for any other kind.
 Formato formato_dai_byte(Byte dati, const std::string& nome);

@@ -10,12 +10,11 @@
 #include <OpenImageIO/strutil.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <fstream>
 #include <memory>
-#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -35,29 +34,25 @@ constexpr const char* SPAZIO_EXR = "xxxx:ColorSpace";
 
 std::vector<unsigned char> leggi_byte(const fs::path& file)
 {
-    const std::string nome = file.string();
+    const std::string nome = tra_apici(file.string());
     std::error_code e;
     const fs::file_status stato = fs::status(file, e);
-    const auto perche = [&](const std::string& motivo) {
-        fallisci("cannot read " + tra_apici(nome) + ": " + motivo);
-    };
+    if (stato.type() == fs::file_type::not_found)
+        fallisci("there is no file " + nome);
     if (!fs::status_known(stato))
-        perche(e.message());
-    if (!fs::exists(stato))
-        fallisci("there is no file " + tra_apici(nome));
+        fallisci("cannot read " + nome + ": " + e.message());
     if (fs::is_directory(stato))
-        fallisci(tra_apici(nome) + " is a folder: give the name of a picture");
+        fallisci(nome + " is a folder: give the name of a picture");
     if (!fs::is_regular_file(stato))
-        fallisci(tra_apici(nome) + " is no regular file");
+        fallisci(nome + " is no regular file");
     const std::uintmax_t lunghezza = fs::file_size(file, e);
     if (e || lunghezza > FILE_LIMITE)
-        fallisci(tra_apici(nome) + " is larger than 4 GiB, too large for one picture");
-    errno = 0;
-    std::ifstream f(file, std::ios::binary);
+        fallisci(nome + " is larger than 4 GiB, too large for one picture");
     std::vector<unsigned char> dati(static_cast<std::size_t>(lunghezza));
-    if (!f ||
-        !f.read(reinterpret_cast<char*>(dati.data()), static_cast<std::streamsize>(dati.size())))
-        perche(errno != 0 ? std::generic_category().message(errno) : "its length changed");
+    errno = 0;
+    if (OIIO::Filesystem::read_bytes(file.string(), dati.data(), dati.size()) != dati.size())
+        fallisci("cannot read " + nome + ": " +
+                 (errno != 0 ? std::generic_category().message(errno) : "its length changed"));
     return dati;
 }
 
@@ -71,7 +66,7 @@ struct Lettura {
 
 [[noreturn]] void illeggibile(const fs::path& file, Formato f, const std::string& motivo)
 {
-    fallisci(tra_apici(file.string()) + " is damaged, or a kind of " + nome_formato(f) +
+    fallisci(tra_apici(file.string()) + " is damaged, or a kind of " + descrizione(f).nome +
              " that is not read" + (motivo.empty() ? "" : " (" + in_una_riga(motivo) + ")"));
 }
 
@@ -79,18 +74,17 @@ struct Lettura {
 void scegli_parte(Lettura& l, const std::string& nome, const std::string& parte)
 {
     constexpr int LIMITE = 1000;
-    std::vector<std::string> parti;
-    for (int i = 0; i < LIMITE && l.ingresso->seek_subimage(i, 0); ++i)
-        parti.emplace_back(l.ingresso->spec().get_string_attribute("oiio:subimagename"));
-    static_cast<void>(l.ingresso->geterror());  // that there is no further one
-    std::string tutte;
+    std::vector<std::string> parti;  // by name, or by number
     int quale = parte.empty() ? 0 : -1;
-    for (std::size_t i = 0; i < parti.size(); ++i) {
+    for (int i = 0; i < LIMITE && l.ingresso->seek_subimage(i, 0); ++i) {
         const std::string numero = std::to_string(i);
-        if (quale < 0 && (parte == parti[i] || parte == numero))
-            quale = static_cast<int>(i);
-        tutte += (i > 0 ? ", " : "") + (parti[i].empty() ? numero : parti[i]);
+        const std::string suo = l.ingresso->spec().get_string_attribute("oiio:subimagename");
+        if (quale < 0 && (parte == suo || parte == numero))
+            quale = i;
+        parti.push_back(suo.empty() ? numero : suo);
     }
+    static_cast<void>(l.ingresso->geterror());  // that there is no further one
+    const std::string tutte = OIIO::Strutil::join(parti, ", ");
     if (quale < 0)
         rifiuta(tra_apici(nome) + " has no part " + tra_apici(parte) + "; it has: " + tutte);
     if (parte.empty() && parti.size() > 1)
@@ -111,9 +105,9 @@ Lettura apri_foto(const fs::path& file, const Scelta& scelta = {})
 
     // By the format's own reader, so that nothing is guessed from the file's name.
     l.memoria = std::make_unique<OIIO::Filesystem::IOMemReader>(l.dati.data(), l.dati.size());
-    l.ingresso = OIIO::ImageInput::create(nome_oiio(l.formato));
+    l.ingresso = OIIO::ImageInput::create(descrizione(l.formato).oiio);
     if (!l.ingresso)
-        fallisci(std::string("this OpenImageIO cannot read ") + nome_formato(l.formato));
+        fallisci(std::string("this OpenImageIO cannot read ") + descrizione(l.formato).nome);
     OIIO::ImageSpec come;
     OIIO::ImageSpec testata;
     OIIO::Filesystem::IOProxy* da = l.memoria.get();
@@ -132,51 +126,43 @@ Lettura apri_foto(const fs::path& file, const Scelta& scelta = {})
     return l;
 }
 
-int canale(const OIIO::ImageSpec& testata, const std::string& nome)
-{
-    const auto& nomi = testata.channelnames;
-    const auto dove = std::find(nomi.begin(), nomi.end(), nome);
-    return dove == nomi.end() ? -1 : static_cast<int>(dove - nomi.begin());
-}
-
 // The file's channels that become R, G, B and A; -1 for an alpha that it lacks.
-struct Canali {
-    int c[4] = {0, 0, 0, -1};
-};
+using Canali = std::array<int, 4>;
 
 Canali scegli_canali(const OIIO::ImageSpec& testata, const std::string& file,
                      const std::string& strato)
 {
     const std::string tutti = OIIO::Strutil::join(testata.channelnames, ", ");
     const std::string davanti = strato.empty() ? "" : strato + ".";
-    Canali k;
+    Canali k{0, 0, 0, -1};
+    const auto canale = [&](const std::string& nome) { return testata.channelindex(nome); };
     const auto rgb = [&](const char* r, const char* g, const char* b) {
-        k = {{canale(testata, davanti + r), canale(testata, davanti + g),
-              canale(testata, davanti + b), canale(testata, davanti + "A")}};
-        return k.c[0] >= 0 && k.c[1] >= 0 && k.c[2] >= 0;
+        k = {canale(davanti + r), canale(davanti + g), canale(davanti + b), canale(davanti + "A")};
+        return std::min({k[0], k[1], k[2]}) >= 0;
     };
     if (rgb("R", "G", "B") || (!strato.empty() && rgb("X", "Y", "Z"))) {
     } else if (!strato.empty()) {
-        const int uno = std::max(canale(testata, strato), canale(testata, davanti + "Y"));
+        const int uno = std::max(canale(strato), canale(davanti + "Y"));
         if (uno < 0)
             rifiuta(tra_apici(file) + " has no layer " + tra_apici(strato) +
                     "; its channels are: " + in_una_riga(tutti));
-        k = {{uno, uno, uno, -1}};
+        k = {uno, uno, uno, -1};
     } else if (testata.nchannels >= 3) {
-        k = {{0, 1, 2, testata.alpha_channel >= 3 ? testata.alpha_channel : -1}};
+        k = {0, 1, 2, testata.alpha_channel >= 3 ? testata.alpha_channel : -1};
     } else if (testata.nchannels == 2 && testata.alpha_channel == 1) {
-        k = {{0, 0, 0, 1}};
+        k = {0, 0, 0, 1};
     } else if (testata.nchannels == 2 || testata.z_channel == 0) {
         rifiuta(tra_apici(file) + " holds no colours but " + tutti + ": choose with --layer");
     } else {
-        k = {};
+        k = {0, 0, 0, -1};
     }
-    std::string fuori;
+    std::vector<std::string> fuori;
     for (int c = 0; c < testata.nchannels; ++c)
-        if (std::find(k.c, k.c + 4, c) == k.c + 4)
-            fuori += (fuori.empty() ? "" : ", ") + std::string(testata.channel_name(c));
+        if (std::ranges::count(k, c) == 0)
+            fuori.emplace_back(testata.channel_name(c));
     if (strato.empty() && !fuori.empty())
-        nota(file, "has channels that are left out, --layer chooses: " + in_una_riga(fuori));
+        nota(file, "has channels that are left out, --layer chooses: " +
+                       in_una_riga(OIIO::Strutil::join(fuori, ", ")));
     return k;
 }
 
@@ -194,91 +180,38 @@ void raddrizza_bit(Foto& f)
         p[i] = std::floor((p[i] * 65535.0f + 0.5f) / sotto) / massimo;
 }
 
-// Where the last sample of a line is a whole pixel's grey, or its alpha.
-void rendi_persi(Foto& f, Byte dati)
-{
-    const std::vector<float> persi = campioni_persi(dati);
-    if (persi.size() != static_cast<std::size_t>(f.altezza))
-        return;
-    const std::size_t riga = std::size_t{4} * static_cast<std::size_t>(f.larghezza);
-    for (std::size_t y = 0; y < persi.size(); ++y) {
-        float* p = &f.rgba[(y + 1) * riga - 4];
-        if (f.testata.nchannels == 4)
-            p[3] = persi[y];
-        else if (f.testata.nchannels == 1)
-            p[0] = p[1] = p[2] = persi[y];
-    }
-}
-
 // --- Depth and compression -----------------------------------------------------------------------
-
-struct Compressione {
-    std::string_view nome;
-    int massimo = 0;  // of the level that may follow behind a colon; 0 for none
-};
-
-struct Capacita {
-    Formato formato;
-    std::vector<std::string_view> profondita;  // the first is the usual one
-    std::vector<Compressione> compressioni;
-};
-
-const Capacita& capacita(Formato f)
-{
-    // clang-format off
-    static const std::vector<Capacita> tutte = {
-        {Formato::exr,  {"half", "float"},
-         {{"zip", 9}, {"none"}, {"rle"}, {"zips", 9}, {"piz"}, {"pxr24"}, {"b44"}, {"b44a"},
-          {"dwaa", 1000}, {"dwab", 1000}}},
-        {Formato::dpx,  {"uint10", "uint8", "uint16"}, {{"none"}}},
-        {Formato::tiff, {"uint16", "uint8", "half", "float"},
-         {{"zip", 9}, {"none"}, {"lzw"}, {"packbits"}}},
-        {Formato::png,  {"uint16", "uint8"}, {{"zip", 9}}},
-        {Formato::jpeg, {"uint8"}, {{"jpeg", 100}}},
-    };
-    // clang-format on
-    return tutte[static_cast<std::size_t>(f)];
-}
-
-bool contiene(const std::vector<std::string_view>& parole, std::string_view p)
-{
-    return std::find(parole.begin(), parole.end(), p) != parole.end();
-}
 
 void controlla_compressione(Formato f, const std::string& chiesta)
 {
-    const std::size_t due_punti = chiesta.find(':');
-    std::string tutte;
-    for (const Compressione& c : capacita(f).compressioni) {
-        if (c.nome == chiesta.substr(0, due_punti)) {
-            long long livello = 1;
-            if (due_punti != std::string::npos &&
-                (!leggi_intero(chiesta.substr(due_punti + 1), livello) || livello < 1 ||
-                 livello > c.massimo))
-                rifiuta("the compression " + std::string(c.nome) + " of " + nome_formato(f) +
-                        (c.massimo > 0 ? " takes a level from 1 to " + std::to_string(c.massimo)
-                                       : " takes no level") +
-                        ", not " + tra_apici(chiesta));
-            return;
-        }
-        tutte += (tutte.empty() ? "" : ", ") + std::string(c.nome);
+    const std::string nome = chiesta.substr(0, chiesta.find(':'));
+    std::vector<std::string> tutte;
+    for (const Compressione& c : descrizione(f).compressioni) {
+        tutte.push_back(c.nome);
+        long long livello = 0;
+        if (c.nome != nome || nome == chiesta)
+            continue;
+        if (!leggi_intero(chiesta.substr(nome.size() + 1), livello) || livello < 1 ||
+            livello > c.massimo)
+            rifiuta("the compression " + nome + " of " + descrizione(f).nome +
+                    (c.massimo > 0 ? " takes a level from 1 to " + std::to_string(c.massimo)
+                                   : " takes no level") +
+                    ", not " + tra_apici(chiesta));
     }
-    rifiuta(std::string(nome_formato(f)) + " has no compression " + tra_apici(chiesta) +
-            ": it takes " + tutte);
+    if (std::ranges::count(tutte, nome) == 0)
+        rifiuta(std::string(descrizione(f).nome) + " has no compression " + tra_apici(chiesta) +
+                ": it takes " + OIIO::Strutil::join(tutte, ", "));
 }
 
 std::string profondita_letta(const OIIO::ImageSpec& testata)
 {
-    switch (testata.format.basetype) {
-    case OIIO::TypeDesc::UINT8:
-        return "uint8";
-    case OIIO::TypeDesc::UINT16:
-        return testata.get_int_attribute("oiio:BitsPerSample", 16) == 10 ? "uint10" : "uint16";
-    case OIIO::TypeDesc::HALF:
-        return "half";
-    default:
-        return "float";
-    }
+    const int bit = testata.get_int_attribute("oiio:BitsPerSample", 16);
+    if (testata.format == OIIO::TypeUInt16 && bit == 10)
+        return "uint10";
+    for (const char* nome : {"uint8", "uint16", "half"})
+        if (testata.format == OIIO::TypeDesc(nome))
+            return nome;
+    return "float";
 }
 
 // As asked for, else as it was read where the kind of file is the same, else the usual one.
@@ -287,8 +220,8 @@ std::string scegli_profondita(Formato f, const Foto& foto, const Scrittura& come
     if (!come.profondita.empty())
         return come.profondita;
     const std::string letta = profondita_letta(foto.testata);
-    const bool stesso = f == foto.formato && contiene(capacita(f).profondita, letta);
-    return stesso ? letta : std::string(capacita(f).profondita.front());
+    const std::vector<std::string>& tutte = descrizione(f).profondita;
+    return f == foto.formato && std::ranges::count(tutte, letta) > 0 ? letta : tutte.front();
 }
 
 // --- Metadata ------------------------------------------------------------------------------------
@@ -310,6 +243,11 @@ std::string senza_impostazioni(const std::string& testo)
                                   : testo.substr(0, testo.find_last_not_of('\n', p - 1) + 1);
 }
 
+OIIO::TypeDesc byte_di(std::size_t quanti)
+{
+    return {OIIO::TypeDesc::UINT8, static_cast<int>(quanti)};
+}
+
 std::string blocco_utente(const OIIO::ImageSpec& testata)
 {
     const OIIO::ParamValue* v = testata.find_attribute("dpx:UserData");
@@ -322,31 +260,21 @@ std::string blocco_utente(const OIIO::ImageSpec& testata)
 // description and a block of user data, to which ours is added behind what stands there.
 void posa_impostazioni(OIIO::ImageSpec& testata, Formato f, const std::string& impostazioni)
 {
+    const std::string riga = std::string(SEGNO) + " " + impostazioni;
     const auto in_coda = [&](const std::string& prima) {
-        std::string s = senza_impostazioni(prima);
-        if (!s.empty())
-            s += '\n';
-        return s + SEGNO + " " + impostazioni;
+        const std::string s = senza_impostazioni(prima);
+        return s.empty() ? riga : s + '\n' + riga;
     };
-    switch (f) {
-    case Formato::exr:
-    case Formato::png:
+    if (f == Formato::exr || f == Formato::png)
         testata.attribute(SEGNO, impostazioni);
-        break;
-    case Formato::jpeg:
-        testata.attribute("Exif:ImageHistory", std::string(SEGNO) + " " + impostazioni);
-        break;
-    case Formato::tiff:
+    if (f == Formato::jpeg)
+        testata.attribute("Exif:ImageHistory", riga);
+    if (f == Formato::tiff)
         testata.attribute("ImageDescription",
                           in_coda(testata.get_string_attribute("ImageDescription")));
-        break;
-    case Formato::dpx: {
+    if (f == Formato::dpx) {
         const std::string s = in_coda(blocco_utente(testata));
-        testata.attribute("dpx:UserData",
-                          OIIO::TypeDesc(OIIO::TypeDesc::UINT8, static_cast<int>(s.size())),
-                          s.data());
-        break;
-    }
+        testata.attribute("dpx:UserData", byte_di(s.size()), s.data());
     }
 }
 
@@ -364,8 +292,8 @@ void sana_testata(OIIO::ImageSpec& s)
 {
     constexpr int LONTANO = 1 << 24;  // pixels
     const auto vicino = [](int v) { return v > -LONTANO && v < LONTANO; };
-    if (!vicino(s.x) || !vicino(s.y) || !vicino(s.full_x) || !vicino(s.full_y) ||
-        s.full_width < 1 || !vicino(s.full_width) || s.full_height < 1 || !vicino(s.full_height))
+    const int numeri[] = {s.x, s.y, s.full_x, s.full_y, s.full_width, s.full_height};
+    if (!std::ranges::all_of(numeri, vicino) || s.full_width < 1 || s.full_height < 1)
         senza_finestra(s);
     const float forma = s.get_float_attribute("PixelAspectRatio", 1.0f);
     if (!(forma >= 1e-6f && forma <= 1e6f))
@@ -386,9 +314,7 @@ void dichiara_colore(OIIO::ImageSpec& s, Formato f, const std::string& colore)
         s.attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8), REC709);
     } else if (schermo) {
         const auto& profilo = profilo_schermo();
-        s.attribute("ICCProfile",
-                    OIIO::TypeDesc(OIIO::TypeDesc::UINT8, static_cast<int>(profilo.size())),
-                    profilo.data());
+        s.attribute("ICCProfile", byte_di(profilo.size()), profilo.data());
     }
 }
 
@@ -406,10 +332,7 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
     s.z_channel = -1;
     s.tile_width = s.tile_height = s.tile_depth = 0;
     s.channelformats.clear();
-    s.set_format(profondita == "float"   ? OIIO::TypeFloat
-                 : profondita == "half"  ? OIIO::TypeHalf
-                 : profondita == "uint8" ? OIIO::TypeUInt8
-                                         : OIIO::TypeUInt16);
+    s.set_format(OIIO::TypeDesc(profondita == "uint10" ? "uint16" : profondita));
     // The others know no window, or none left of or above the frame's.
     if (f != Formato::exr && (f != Formato::tiff || s.x < 0 || s.y < 0))
         senza_finestra(s);
@@ -424,25 +347,28 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
     if (non_associata)
         s.attribute("oiio:UnassociatedAlpha", 1);
     dichiara_colore(s, f, foto.colore);
-    if (f == Formato::dpx) {
-        s.attribute("oiio:BitsPerSample", profondita == "uint10"  ? 10
-                                          : profondita == "uint8" ? 8
-                                                                  : 16);
-    }
-    if (f == Formato::jpeg) {
+    const std::size_t livello = come.compressione.find(':');
+    if (!come.compressione.empty() && f != Formato::png)
+        s.attribute("compression", come.compressione);
+    switch (f) {
+    case Formato::exr:
+        break;
+    case Formato::dpx:
+        s.attribute("oiio:BitsPerSample", std::stoi(profondita.substr(4)));
+        break;
+    case Formato::tiff:
+        if (s.get_string_attribute("compression", "zip") == "zip")
+            s.attribute("compression", "zip:2");  // the last percents take most of the time
+        break;
+    case Formato::png:
+        s.attribute("png:filter", 16);  // differences along the row: small, and fast to make
+        s.attribute("png:compressionLevel",
+                    livello == std::string::npos ? 2 : come.compressione[livello + 1] - '0');
+        break;
+    case Formato::jpeg:
         s.attribute("CompressionQuality", 95);
         s.attribute("jpeg:subsampling", "4:4:4");
     }
-    if (f == Formato::png)
-        s.attribute("png:filter", 16);  // differences along the row: small, and fast to make
-    const std::size_t livello = come.compressione.find(':');
-    if (f == Formato::png)
-        s.attribute("png:compressionLevel",
-                    livello == std::string::npos ? 2 : come.compressione[livello + 1] - '0');
-    else if (!come.compressione.empty())
-        s.attribute("compression", come.compressione);
-    if (f == Formato::tiff && s.get_string_attribute("compression", "zip") == "zip")
-        s.attribute("compression", "zip:2");  // the last percents take most of the time
     s.attribute("Software", "provino " PROVINO_VERSIONE);
     if (!impostazioni.empty())
         posa_impostazioni(s, f, impostazioni);
@@ -451,7 +377,8 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
 
 // --- Writing -------------------------------------------------------------------------------------
 
-template <class Intero> std::vector<Intero> in_interi(const Foto& f, int canali, float massimo)
+template <class Intero>
+bool scrivi_interi(OIIO::ImageOutput& uscita, const Foto& f, int canali, float massimo)
 {
     const std::size_t pixel = quanti_float(f) / 4;
     std::vector<Intero> v(pixel * static_cast<std::size_t>(canali));
@@ -464,20 +391,17 @@ template <class Intero> std::vector<Intero> in_interi(const Foto& f, int canali,
             // them.
             *q++ = static_cast<Intero>(massimo == 1023.0f ? n << 6 | n >> 4 : n);
         }
-    return v;
+    return uscita.write_image(OIIO::BaseTypeFromC<Intero>::value, v.data());
 }
 
 bool scrivi_pixel(OIIO::ImageOutput& uscita, const Foto& foto, int canali,
                   const std::string& profondita)
 {
     if (profondita == "uint8")
-        return uscita.write_image(OIIO::TypeUInt8,
-                                  in_interi<std::uint8_t>(foto, canali, 255.0f).data());
+        return scrivi_interi<std::uint8_t>(uscita, foto, canali, 255.0f);
     if (profondita == "uint10" || profondita == "uint16")
-        return uscita.write_image(
-            OIIO::TypeUInt16,
-            in_interi<std::uint16_t>(foto, canali, profondita == "uint10" ? 1023.0f : 65535.0f)
-                .data());
+        return scrivi_interi<std::uint16_t>(uscita, foto, canali,
+                                            profondita == "uint10" ? 1023.0f : 65535.0f);
     return uscita.write_image(OIIO::TypeFloat, foto.rgba.get(), 4 * sizeof(float));
 }
 
@@ -506,31 +430,28 @@ Foto leggi_foto(const fs::path& file, const Scelta& scelta)
     const Canali k = scegli_canali(testata, file.string(), scelta.strato);
     if (testata.get_int_attribute("Orientation", 1) != 1)
         nota(file.string(), "asks to be shown turned: its pixels are developed as they lie");
-    Foto f;
-    f.larghezza = testata.width;
-    f.altezza = testata.height;
+    Foto f = foto_nuova(testata.width, testata.height, k[3] >= 0);
     f.formato = l.formato;
-    f.alfa = k.c[3] >= 0;
     f.testata = testata;
-    f.rgba.reset(new float[quanti_float(f)]);
 
-    const bool in_fila =
-        k.c[1] == k.c[0] + 1 && k.c[2] == k.c[0] + 2 && (!f.alfa || k.c[3] == k.c[0] + 3);
+    // RGB or RGBA one beside the other go straight to their places.
+    const int quanti = f.alfa ? 4 : 3;
+    const bool in_fila = k[1] == k[0] + 1 && k[2] == k[0] + 2 && (!f.alfa || k[3] == k[0] + 3);
     const int parte = l.ingresso->current_subimage();
     bool letto = false;
     float* p = f.rgba.get();
     const std::size_t pixel = quanti_float(f) / 4;
     if (in_fila) {
-        letto = l.ingresso->read_image(parte, 0, k.c[0], k.c[0] + (f.alfa ? 4 : 3), OIIO::TypeFloat,
-                                       p, 4 * sizeof(float));
+        letto = l.ingresso->read_image(parte, 0, k[0], k[0] + quanti, OIIO::TypeFloat, p,
+                                       4 * sizeof(float));
     } else {
         const auto n = static_cast<std::size_t>(testata.nchannels);
         std::vector<float> tutti(pixel * n);
         letto =
             l.ingresso->read_image(parte, 0, 0, testata.nchannels, OIIO::TypeFloat, tutti.data());
         for (std::size_t i = 0; i < pixel; ++i)
-            for (std::size_t c = 0; c < (f.alfa ? 4u : 3u); ++c)
-                p[4 * i + c] = tutti[i * n + static_cast<std::size_t>(k.c[c])];
+            for (int c = 0; c < quanti; ++c)
+                p[4 * i + c] = tutti[i * n + k[c]];
     }
     // Some readers fill what is missing, call that a success and leave only a message.
     if (!letto || l.ingresso->has_error())
@@ -540,17 +461,17 @@ Foto leggi_foto(const fs::path& file, const Scelta& scelta)
             p[4 * i + 3] = 1.0f;
     raddrizza_bit(f);
     if (f.formato == Formato::dpx)
-        rendi_persi(f, l.dati);
+        rendi_persi(l.dati, f);
     return f;
 }
 
 void controlla_scrittura(const fs::path& file, const Scrittura& come)
 {
     const Formato f = formato_dal_nome(file);
-    const Capacita& c = capacita(f);
-    if (!come.profondita.empty() && !contiene(c.profondita, come.profondita))
-        rifiuta(std::string(nome_formato(f)) + " has no depth " + tra_apici(come.profondita) +
-                ": it takes " + OIIO::Strutil::join(c.profondita, ", "));
+    const std::vector<std::string>& tutte = descrizione(f).profondita;
+    if (!come.profondita.empty() && std::ranges::count(tutte, come.profondita) == 0)
+        rifiuta(std::string(descrizione(f).nome) + " has no depth " + tra_apici(come.profondita) +
+                ": it takes " + OIIO::Strutil::join(tutte, ", "));
     if (!come.compressione.empty())
         controlla_compressione(f, come.compressione);
 }
@@ -577,7 +498,7 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
                         file.string());  // tells the system's reason where it cannot
         else
             testata.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &proxy);
-        const auto uscita = OIIO::ImageOutput::create(nome_oiio(f));
+        const auto uscita = OIIO::ImageOutput::create(descrizione(f).oiio);
         if (!uscita || !uscita->open(provvisorio.string(), testata) ||
             !scrivi_pixel(*uscita, foto, testata.nchannels, profondita) || !uscita->close())
             fallisci("cannot write " + tra_apici(file.string()) + ": " +
@@ -598,14 +519,11 @@ std::optional<std::string> impostazioni_in(const OIIO::ImageSpec& testata)
     const std::string proprio = testata.get_string_attribute(SEGNO);
     if (!proprio.empty())
         return proprio;
-    const std::string luoghi[] = {testata.get_string_attribute("ImageDescription"),
-                                  testata.get_string_attribute("Exif:ImageHistory"),
-                                  blocco_utente(testata)};
-    for (const std::string& testo : luoghi) {
-        const std::size_t p = testo.find(SEGNO);
-        if (p != std::string::npos)
-            return testo.substr(p + std::string_view(SEGNO).size());
-    }
+    for (const std::string& testo :
+         {std::string(testata.get_string_attribute("ImageDescription")),
+          std::string(testata.get_string_attribute("Exif:ImageHistory")), blocco_utente(testata)})
+        if (const std::size_t p = testo.find(SEGNO); p != std::string::npos)
+            return testo.substr(p + SEGNO_IMPOSTAZIONI.size());
     return std::nullopt;
 }
 

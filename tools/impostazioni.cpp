@@ -51,12 +51,11 @@ double leggi_scelta(const banco::Parametro& p, const std::string& testo)
 
 double leggi_interruttore(const banco::Parametro& p, const std::string& testo)
 {
-    for (const char* si : {"1", "on", "true", "yes"})
-        if (OIIO::Strutil::iequals(testo, si))
-            return 1.0;
-    for (const char* no : {"0", "off", "false", "no"})
-        if (OIIO::Strutil::iequals(testo, no))
-            return 0.0;
+    const std::string t = OIIO::Strutil::lower(testo);
+    if (t == "1" || t == "on" || t == "true" || t == "yes")
+        return 1.0;
+    if (t == "0" || t == "off" || t == "false" || t == "no")
+        return 0.0;
     rifiuta(p.nome + " is a switch: give on or off (1 or 0), not " + tra_apici(testo));
 }
 
@@ -124,14 +123,6 @@ void da_json(const Plugin& plugin, const std::string& testo, const std::string& 
     }
 }
 
-std::string leggi_testo(const std::string& file)
-{
-    std::string testo;
-    if (!OIIO::Filesystem::read_text_file(file, testo))
-        fallisci("cannot read the settings " + tra_apici(file));
-    return testo;
-}
-
 void leggi_chiave(const Plugin& plugin, const std::string& testo, Impostazioni& imp)
 {
     constexpr const char* FORMA = "name@time=value";
@@ -191,16 +182,19 @@ Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
                      " carries no settings: it was not written by 'provino sviluppa'");
         da_json(plugin, *testo, o.da_foto, imp);
     }
-    if (!o.da_file.empty())
-        da_json(plugin, leggi_testo(o.da_file), o.da_file, imp);
+    if (!o.da_file.empty()) {
+        std::string testo;
+        if (!OIIO::Filesystem::read_text_file(o.da_file, testo))
+            fallisci("cannot read the settings " + tra_apici(o.da_file));
+        da_json(plugin, testo, o.da_file, imp);
+    }
     for (const std::string& v : o.valori) {
         const auto [nome, testo] = dividi(v, "-p", "name=value");
         const banco::Parametro& p = trova_parametro(plugin, nome);
         imp.modifiche.emplace_back(p.nome, leggi_valore(p, testo));
     }
-    if (!o.chiavi.empty())
-        for (const std::string& c : o.chiavi)
-            leggi_chiave(plugin, c, imp);
+    for (const std::string& c : o.chiavi)
+        leggi_chiave(plugin, c, imp);
     for (auto& [nome, chiavi] : imp.chiavi) {
         std::stable_sort(chiavi.begin(), chiavi.end(),
                          [](const auto& a, const auto& b) { return a.first < b.first; });
@@ -237,6 +231,18 @@ std::string quantita_di(const banco::Parametro& interruttore)
     return interruttore.nome.substr(0, interruttore.nome.size() - ACCESO.size());
 }
 
+const banco::Parametro* interruttore_di(const Plugin& plugin, const std::string& quantita)
+{
+    const auto p = std::ranges::find(plugin.parametri, quantita + std::string(ACCESO),
+                                     &banco::Parametro::nome);
+    return p == plugin.parametri.end() ? nullptr : &*p;
+}
+
+bool di_effetto(const Plugin& plugin, const banco::Parametro& p)
+{
+    return interruttore_di_effetto(p) || interruttore_di(plugin, p.nome) != nullptr;
+}
+
 void spegni_effetti(const Plugin& plugin, Impostazioni& imp)
 {
     for (const banco::Parametro& p : plugin.parametri)
@@ -249,9 +255,7 @@ void spegni_effetti(const Plugin& plugin, Impostazioni& imp)
 std::string in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp,
                     bool compatto)
 {
-    Json j;
-    j["provino"] = PROVINO_VERSIONE;
-    j["plugin"] = IDENTIFICATORE;
+    Json j = {{"provino", PROVINO_VERSIONE}, {"plugin", IDENTIFICATORE}};
     for (const banco::Parametro& p : plugin.parametri) {
         j["parameters"][p.nome] = valore_in_json(p, banco::valore(istanza, p.nome));
         const auto chiavi = imp.chiavi.find(p.nome);
@@ -282,13 +286,11 @@ void avvisa_nulla_di_fatto(const Plugin& plugin, const banco::Istanza& istanza,
     for (const auto& [nome, chiavi] : imp.chiavi)
         dati.insert(nome);
     for (const banco::Parametro& p : plugin.parametri) {
-        const std::string acceso = p.nome + "_on";
-        const bool ha_interruttore =
-            std::any_of(plugin.parametri.begin(), plugin.parametri.end(),
-                        [&](const banco::Parametro& q) { return q.nome == acceso; });
-        if (dati.count(p.nome) != 0 && ha_interruttore && imp.chiavi.count(acceso) == 0 &&
-            banco::valore(istanza, acceso) == 0.0)
-            avviso(p.nome + " shows nothing while " + acceso + " is off: add -p " + acceso + "=on");
+        const banco::Parametro* acceso = interruttore_di(plugin, p.nome);
+        if (dati.contains(p.nome) && acceso != nullptr && !imp.chiavi.contains(acceso->nome) &&
+            banco::valore(istanza, acceso->nome) == 0.0)
+            avviso(p.nome + " shows nothing while " + acceso->nome + " is off: add -p " +
+                   acceso->nome + "=on");
     }
 }
 

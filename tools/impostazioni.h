@@ -42,6 +42,10 @@ banco::IstanzaPtr istanza_con(Plugin& plugin, const Impostazioni& imp);
 bool interruttore_di_effetto(const banco::Parametro& p);
 std::string quantita_di(const banco::Parametro& interruttore);
 
+/// The switch of that amount, if it is an effect's; and whether a parameter is either.
+const banco::Parametro* interruttore_di(const Plugin& plugin, const std::string& quantita);
+bool di_effetto(const Plugin& plugin, const banco::Parametro& p);
+
 /// Switches all effects off, also where keys switch them on.
 void spegni_effetti(const Plugin& plugin, Impostazioni& imp);
 

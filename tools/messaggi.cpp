@@ -2,6 +2,7 @@
 
 #include "tools/errore.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -25,9 +26,9 @@ constexpr bool SANITIZZATO = false;
 
 std::string pulito(const std::string& testo)
 {
-    std::string s;
-    for (const char c : testo)
-        s += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? ' ' : c;
+    std::string s = testo;
+    std::ranges::replace_if(
+        s, [](unsigned char c) { return c < 0x20 || c == 0x7f; }, ' ');
     return s;
 }
 
@@ -94,21 +95,14 @@ void barra(const std::string& testo)
 {
     scrivi(testo);
 }
-bool su_terminale()
-{
-    return isatty(canale_errori()) == 1;
-}
 
 std::string in_una_riga(const std::string& testo)
 {
     constexpr std::size_t LUNGHEZZA = 160;
-    const std::size_t inizio = testo.find_first_not_of(" \t\r\n");
-    if (inizio == std::string::npos)
-        return {};
-    std::string s = pulito(testo.substr(inizio, testo.find_first_of("\r\n", inizio) - inizio));
-    if (s.size() > LUNGHEZZA)
-        s = s.substr(0, LUNGHEZZA) + "...";
-    return s;
+    const std::size_t inizio = std::min(testo.find_first_not_of(" \t\r\n"), testo.size());
+    const std::string s =
+        pulito(testo.substr(inizio, testo.find_first_of("\r\n", inizio) - inizio));
+    return s.size() > LUNGHEZZA ? s.substr(0, LUNGHEZZA) + "..." : s;
 }
 
 }  // namespace varno::provino

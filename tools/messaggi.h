@@ -26,10 +26,8 @@ int canale_errori();
 /// cannot be written, without a text where a reader such as `head` has had enough.
 void riga(const std::string& testo);
 
-/// Text as it stands on the error channel, for a progress bar; false from su_terminale() if that is
-/// none.
+/// Text as it stands on the error channel, for a progress bar.
 void barra(const std::string& testo);
-bool su_terminale();
 
 /// First line of a library's message, shortened, without control characters.
 std::string in_una_riga(const std::string& testo);

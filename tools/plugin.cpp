@@ -21,12 +21,6 @@ constexpr const char* NOME_BUNDLE = "VarnoColor.ofx.bundle";
     throw Errore{SENZA_PLUGIN, testo};
 }
 
-fs::path questo_programma()
-{
-    std::error_code e;
-    return fs::read_symlink("/proc/self/exe", e);
-}
-
 fs::path trova_plugin(const std::string& dato)
 {
     if (!dato.empty()) {
@@ -37,15 +31,13 @@ fs::path trova_plugin(const std::string& dato)
                          ": --plugin takes a bundle or an .ofx file");
         return fs::exists(p / NOME_BUNDLE, e) ? p / NOME_BUNDLE : p;
     }
-    // OFX_PLUGIN_PATH comes first, then what lies beside this program, then the system's folders.
     std::vector<fs::path> cartelle = banco::cartelle_di_ricerca();
-    std::vector<fs::path> del_sistema;
+    const std::vector<fs::path> del_sistema = {cartelle.back()};
+    cartelle.pop_back();
     const char* detto = std::getenv("OFX_PLUGIN_PATH");
     for (const std::string& voce : OIIO::Strutil::splits(detto != nullptr ? detto : "", ":"))
         if (std::error_code e; !voce.empty() && !fs::is_directory(voce, e))
             avviso("OFX_PLUGIN_PATH names " + tra_apici(voce) + ", and there is no such folder");
-    del_sistema.push_back(cartelle.back());
-    cartelle.pop_back();
     const auto cerca = [](const std::vector<fs::path>& dove) -> fs::path {
         for (const banco::Trovato& t : banco::cerca(dove))
             if (t.bundle.filename() == NOME_BUNDLE && !t.binario.empty())
@@ -54,7 +46,8 @@ fs::path trova_plugin(const std::string& dato)
     };
     if (const fs::path p = cerca(cartelle); !p.empty())
         return p;
-    const fs::path cartella = questo_programma().parent_path();
+    std::error_code ignorato;
+    const fs::path cartella = fs::read_symlink("/proc/self/exe", ignorato).parent_path();
     for (const fs::path& p : {cartella / NOME_BUNDLE, cartella.parent_path() / NOME_BUNDLE})
         if (std::error_code e; fs::exists(p, e))
             return p;

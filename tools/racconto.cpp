@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdint>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 namespace varno::provino {
 namespace {
@@ -40,10 +41,9 @@ double al_secondo(const Racconto& r)
 void disegna_barra(const Racconto& r, std::size_t quanti)
 {
     const std::size_t finiti = r.fatti + r.saltati + r.falliti.size();
-    std::string s = std::to_string(finiti) + "/" + std::to_string(quanti);
+    std::string s = sprintf("%d/%d", finiti, quanti);
     if (r.fatti > 0) {
-        const auto restano =
-            static_cast<long>(std::lround(static_cast<double>(quanti - finiti) / al_secondo(r)));
+        const long restano = std::lround(static_cast<double>(quanti - finiti) / al_secondo(r));
         s += sprintf("  %.2f a second, %d:%02d left", al_secondo(r), restano / 60, restano % 60);
     }
     // What the text leaves of the line, one column of which stays free.
@@ -66,13 +66,11 @@ Json numero_json(double tempo)
 
 void in_json(const Fotogramma& f, const Resoconto& r)
 {
-    Json j;
-    j["frame"] = numero_json(f.tempo);
-    j["in"] = f.ingresso;
-    j["out"] = f.uscita;
-    j["status"] = r.esito == Esito::fatto     ? "done"
-                  : r.esito == Esito::saltato ? "skipped"
-                                              : "failed";
+    constexpr const char* ESITI[] = {"done", "skipped", "failed"};
+    Json j = {{"frame", numero_json(f.tempo)},
+              {"in", f.ingresso},
+              {"out", f.uscita},
+              {"status", ESITI[static_cast<int>(r.esito)]}};
     if (r.esito == Esito::fatto)
         j["seconds"] = r.secondi;
     if (!r.motivo.empty())
@@ -80,23 +78,13 @@ void in_json(const Fotogramma& f, const Resoconto& r)
     di(j.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
-std::string elenco_falliti(const Racconto& r, const Lavoro& lavoro)
-{
-    std::string s;
-    for (const std::size_t i : r.falliti)
-        s += " " + testo_di(lavoro.fotogrammi[i].tempo);
-    return s;
-}
-
 }  // namespace
 
 Racconto racconto_nuovo(bool json, bool muto, std::size_t fotogrammi, const std::string& plugin)
 {
     Racconto r;
-    r.voce = json                               ? Voce::json
-             : muto                             ? Voce::muta
-             : su_terminale() && fotogrammi > 1 ? Voce::barra
-                                                : Voce::righe;
+    const bool con_barra = fotogrammi > 1 && isatty(canale_errori()) == 1;
+    r.voce = json ? Voce::json : muto ? Voce::muta : con_barra ? Voce::barra : Voce::righe;
     if (json)
         di(Json{{"plugin", plugin}}.dump());
     else if (!muto)
@@ -137,24 +125,25 @@ void concludi(Racconto& r, const Lavoro& lavoro)
     if (r.voce == Voce::barra)
         barra("\n");
     if (r.voce == Voce::json) {
-        Json j;
-        j["done"] = r.fatti;
-        j["skipped"] = r.saltati;
-        j["failed"] = Json::array();
+        Json falliti = Json::array();
         for (const std::size_t i : r.falliti)
-            j["failed"].push_back(numero_json(lavoro.fotogrammi[i].tempo));
-        j["seconds"] = trascorsi(r);
-        j["frames_per_second"] = al_secondo(r);
-        di(j.dump());
+            falliti.push_back(numero_json(lavoro.fotogrammi[i].tempo));
+        di(Json({{"done", r.fatti},
+                 {"skipped", r.saltati},
+                 {"failed", falliti},
+                 {"seconds", trascorsi(r)},
+                 {"frames_per_second", al_secondo(r)}})
+               .dump());
     } else if (r.voce != Voce::muta && quanti > 1) {
         di(sprintf("%d of %d frames in %.1f s, %.2f a second", r.fatti, quanti, trascorsi(r),
                    al_secondo(r)) +
            (r.saltati > 0 ? ", " + std::to_string(r.saltati) + " skipped" : ""));
     }
-    const bool in_ordine = lavoro.legge_in_ordine || lavoro.scrive_in_ordine;
-    if (!r.falliti.empty() && quanti > 1 && !in_ordine)
-        errore(std::to_string(r.falliti.size()) + " of " + std::to_string(quanti) +
-               " frames failed:" + elenco_falliti(r, lavoro));
+    std::string elenco;
+    for (const std::size_t i : r.falliti)
+        elenco += " " + testo_di(lavoro.fotogrammi[i].tempo);
+    if (!elenco.empty() && quanti > 1 && !lavoro.legge_in_ordine && !lavoro.scrive_in_ordine)
+        errore(sprintf("%d of %d frames failed:%s", r.falliti.size(), quanti, elenco));
 }
 
 }  // namespace varno::provino

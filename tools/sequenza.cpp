@@ -3,7 +3,8 @@
 #include "tools/argomenti.h"
 #include "tools/errore.h"
 
-#include <algorithm>
+#include <OpenImageIO/strutil.h>
+
 #include <cstdlib>
 #include <regex>
 #include <set>
@@ -95,9 +96,7 @@ std::vector<long long> leggi_fotogrammi(const std::string& testo)
 {
     static const std::regex TRATTO("(-?[0-9]{1,10})(?:-(-?[0-9]{1,10})(?:x([0-9]{1,10}))?)?");
     std::set<long long> fotogrammi;
-    for (std::size_t da = 0; da <= testo.size();) {
-        const std::size_t a = std::min(testo.find(',', da), testo.size());
-        const std::string pezzo = testo.substr(da, a - da);
+    for (const std::string& pezzo : OIIO::Strutil::splits(testo, ",")) {
         std::smatch m;
         if (!std::regex_match(pezzo, m, TRATTO))
             rifiuta("frames are written as in 1-10,20-30x2, not " + tra_apici(testo));
@@ -115,7 +114,6 @@ std::vector<long long> leggi_fotogrammi(const std::string& testo)
                     " are too many or too far out: 10 million at most, up to 1000000000");
         for (long long n = primo; n <= ultimo; n += passo)
             fotogrammi.insert(n);
-        da = a + 1;
     }
     return {fotogrammi.begin(), fotogrammi.end()};
 }

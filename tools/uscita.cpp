@@ -1,16 +1,14 @@
 #include "tools/uscita.h"
 
-#include "tools/filmato_processo.h"
 #include "tools/messaggi.h"
 
-#include <array>
-#include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
-#include <cstring>
-#include <memory>
+#include <fstream>
+#include <mutex>
+#include <set>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace varno::provino {
@@ -18,34 +16,32 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Unfinished files, where a signal handler can read them: it may neither allocate nor lock.
-struct Posto {
-    std::atomic<int> stato{0};  // 0 free, 1 being filled in, 2 to be removed
-    std::array<char, 4096> nome{};
+// What a signal that ends the program has to look after. It stays to the last, whoever waits for
+// it.
+struct Sospeso {
+    std::mutex mutex;
+    std::set<fs::path> file;
+    std::string commiato;
 };
-std::array<Posto, 64> gProvvisori;
-std::atomic<unsigned> gConto{0};
+
+Sospeso& sospeso()
+{
+    static Sospeso& s = *new Sospeso;
+    return s;
+}
 
 // A name beside the final one, removed when this goes unless it was handed over.
 struct Provvisorio {
     fs::path file;
-    Posto* posto = nullptr;
     bool consegnato = false;
 
     explicit Provvisorio(const fs::path& finale)
-        : file(finale.parent_path() /
-               (".provino-" + std::to_string(getpid()) + "-" + std::to_string(gConto++) + ".tmp"))
     {
-        const std::string testo = file.string();
-        for (Posto& p : gProvvisori) {
-            int libero = 0;
-            if (testo.size() < p.nome.size() && p.stato.compare_exchange_strong(libero, 1)) {
-                std::memcpy(p.nome.data(), testo.c_str(), testo.size() + 1);
-                p.stato = 2;
-                posto = &p;
-                break;
-            }
-        }
+        static unsigned conto = 0;
+        const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+        file = finale.parent_path() /
+               (".provino-" + std::to_string(getpid()) + "-" + std::to_string(conto++) + ".tmp");
+        sospeso().file.insert(file);
     }
     Provvisorio(const Provvisorio&) = delete;
     Provvisorio& operator=(const Provvisorio&) = delete;
@@ -54,24 +50,23 @@ struct Provvisorio {
         std::error_code ignorato;
         if (!consegnato)
             fs::remove(file, ignorato);
-        if (posto != nullptr)
-            posto->stato = 0;
+        const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+        sospeso().file.erase(file);
     }
 };
 
-// What a signal says last, in turn in one of two places, so that none is read while it changes.
-std::array<std::array<char, 96>, 2> gCommiati;
-std::atomic<const char*> gCommiato{nullptr};
-
-extern "C" void al_segnale(int segnale)
+// In a thread of its own, which may wait and allocate as a signal's handler may not.
+void aspetta_segnale(const sigset_t& quali)
 {
-    termina_processi();
-    if (const char* testo = gCommiato)
-        static_cast<void>(!write(canale_errori(), testo, std::strlen(testo)));
-    for (Posto& p : gProvvisori)
-        if (p.stato == 2)
-            unlink(p.nome.data());
+    int segnale = 0;
+    sigwait(&quali, &segnale);
+    const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+    const std::string& testo = sospeso().commiato;
+    static_cast<void>(!write(canale_errori(), testo.data(), testo.size()));
+    for (const fs::path& f : sospeso().file)
+        unlink(f.c_str());
     std::signal(segnale, SIG_DFL);
+    pthread_sigmask(SIG_UNBLOCK, &quali, nullptr);
     std::raise(segnale);
 }
 
@@ -85,11 +80,11 @@ extern "C" void al_segnale(int segnale)
 
 void conta_fotogrammi(std::size_t fatti, std::size_t quanti, bool ripresa)
 {
-    static unsigned volta = 0;
-    auto& testo = gCommiati[++volta % 2];
-    std::snprintf(testo.data(), testo.size(), "\nprovino: stopped: %zu of %zu frames are done%s\n",
-                  fatti, quanti, ripresa ? ", --skip-existing goes on" : "");
-    gCommiato = quanti > 1 ? testo.data() : nullptr;
+    const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+    if (quanti > 1)
+        sospeso().commiato = "\nprovino: stopped: " + std::to_string(fatti) + " of " +
+                             std::to_string(quanti) + " frames are done" +
+                             (ripresa ? ", --skip-existing goes on" : "") + "\n";
 }
 
 void controlla_uscita(const fs::path& finale, bool sovrascrivi)
@@ -142,19 +137,12 @@ void scrivi_intero(const fs::path& dato, bool sovrascrivi,
 
 void scrivi_byte(const fs::path& file, Byte dati, const std::string& nome)
 {
-    struct Chiudi {
-        void operator()(std::FILE* f) const { std::fclose(f); }
-    };
-    const auto perche = [&] {
-        fallisci("cannot write " + tra_apici(nome) + ": " + std::generic_category().message(errno));
-    };
-    std::unique_ptr<std::FILE, Chiudi> f(std::fopen(file.c_str(), "wb"));
+    errno = 0;
+    std::ofstream f(file, std::ios::binary);
+    f.write(reinterpret_cast<const char*>(dati.data()), static_cast<std::streamsize>(dati.size()));
+    f.close();
     if (!f)
-        perche();
-    if (std::fwrite(dati.data(), 1, dati.size(), f.get()) != dati.size())
-        perche();
-    if (std::fclose(f.release()) != 0)
-        perche();
+        fallisci("cannot write " + tra_apici(nome) + ": " + std::generic_category().message(errno));
 }
 
 void scrivi_testo(const fs::path& finale, bool sovrascrivi, const std::string& testo)
@@ -167,9 +155,16 @@ void scrivi_testo(const fs::path& finale, bool sovrascrivi, const std::string& t
 
 void prepara_segnali()
 {
-    for (const int s : {SIGINT, SIGTERM, SIGHUP})
-        if (std::signal(s, al_segnale) == SIG_IGN)  // as nohup leaves it
-            std::signal(s, SIG_IGN);
+    sigset_t fine;
+    sigemptyset(&fine);
+    for (const int s : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction prima {};
+        if (sigaction(s, nullptr, &prima) == 0 &&
+            prima.sa_handler != SIG_IGN)  // as nohup leaves it
+            sigaddset(&fine, s);
+    }
+    pthread_sigmask(SIG_BLOCK, &fine, nullptr);  // here and in all threads to come
+    std::thread(aspetta_segnale, fine).detach();
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
 }

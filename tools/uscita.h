@@ -27,7 +27,7 @@ void scrivi_byte(const std::filesystem::path& file, Byte dati, const std::string
 void scrivi_testo(const std::filesystem::path& finale, bool sovrascrivi, const std::string& testo);
 
 /// How many frames of how many are done, as a signal that ends the program tells, and whether
-/// another run can go on. One call at a time.
+/// another run can go on.
 void conta_fotogrammi(std::size_t fatti, std::size_t quanti, bool ripresa);
 
 /// Makes the signals that end a program remove unfinished files first, and writing beyond a size
