@@ -102,54 +102,55 @@ class Filmati(Prova):
 
     def test_a_movie_is_its_pictures_to_the_last_bit_of_16(self):
         for n in range(1, 4):
-            self.fai("tavola q%d.exr --size 96x54" % n)
-            self.fai("sviluppa q%d.exr p%d.png -p ev=%d --depth uint16" % (n, n, n - 2))
+            self.fai("sviluppa s.exr p%d.png -p ev=%d --depth uint16" % (n, n - 2))
         # Alpha varies too.
         self.ffmpeg("-i p%d.png -vf \"format=gbrap16le,geq=r='r(X,Y)':g='g(X,Y)':b='b(X,Y)':"
                     "a='X*600+Y'\" s%d.png")
         self.ffmpeg("-framerate 25 -i s%d.png -c:v ffv1 -pix_fmt gbrap16le in.mkv")
-        for modo in (NEUTRO, ["-p", "formato=0", "-p", "grana_on=1", "--key", "ev@1=-1", "--key", "ev@3=1"]):
-            self.fai("sviluppa s#.png o#.png --overwrite", *modo)
-            self.fai("sviluppa in.mkv out.mkv --overwrite", *modo)
-            self.fai("sviluppa in.mkv m#.png --overwrite", *modo)
-            self.fai("sviluppa o#.png seq.mkv --rate 25 --overwrite", *modo)
-            attesi = b"".join(self.pixel("o%d.png" % n) for n in (1, 2, 3))
-            self.assertEqual(self.pixel("out.mkv"), attesi)
-            self.assertEqual(b"".join(self.pixel("m%d.png" % n) for n in (1, 2, 3)), attesi)
+        modo = ["-p", "formato=0", "-p", "grana_on=1", "--key", "ev@1=-1", "--key", "ev@3=1"]
+        for quale in (NEUTRO, modo):
+            self.fai("sviluppa s#.png o#.png --overwrite", *quale)
+            self.fai("sviluppa in.mkv out.mkv --overwrite", *quale)
+            self.assertEqual(self.pixel("out.mkv"), self.pixel("o%d.png"))
+        self.fai("sviluppa in.mkv m#.png", *modo)
+        self.assertEqual(self.pixel("m%d.png"), self.pixel("o%d.png"))
+        self.fai("sviluppa s#.png seq.mkv --rate 25", *modo)
+        self.assertEqual(self.pixel("seq.mkv"), self.pixel("o%d.png"))
         # Numbers are times, wherever the first stands and whichever are picked.
         self.fai("sviluppa in.mkv t##.png --start 10 --frames 11-12", *modo)
-        self.fai("sviluppa s#.png u#.png --frames 2-3", "-p", "formato=0", "-p", "grana_on=1",
-                 "--key", "ev@1=-1", "--key", "ev@3=1")
         self.assertEqual(self.nomi("t"), ["t11.png", "t12.png"])
         self.rifiuta(USO, "has the frames 1 to 3", "sviluppa in.mkv v#.png --frames 2-4")
-        for foglio in ("looks", "effetti"):
-            self.fai(foglio + " in.mkv a.png --width 400 --frame 2 --overwrite")
-            self.fai(foglio + " s2.png b.png --width 400 --time 2 --overwrite")
-            a, b = self.pixel("a.png"), self.pixel("b.png")
-            self.assertEqual(a[:len(a) // 2], b[:len(b) // 2])  # the foot names the file
+        self.fai("looks in.mkv a.png --width 400 --frame 2")
+        self.fai("looks s2.png b.png --width 400 --time 2")
+        a, b = self.pixel("a.png"), self.pixel("b.png")
+        self.assertEqual(a[:len(a) // 2], b[:len(b) // 2])  # the foot names the file
 
     def test_codes_become_the_light_that_their_tags_say(self):
         righe = [
             # samples, bits, chroma's share, tags; what overrules; matrix and range that count
             ("yuv422p10le", 10, 2, 1, "bt709", "tv", "", "bt709", True),
             ("yuv444p10le", 10, 1, 1, "bt2020nc", "pc", "", "bt2020nc", False),
-            ("yuv420p10le", 10, 2, 2, "smpte170m", "tv", "", "smpte170m", True),
             ("yuv420p", 8, 2, 2, "unknown", "unknown", "", "bt709", True),
             ("yuv444p12le", 12, 1, 1, "bt709", "tv", "--range full", "bt709", False),
             ("yuv444p16le", 16, 1, 1, "bt709", "pc", "--matrix 601 --range legal", "smpte170m", True),
             ("yuva444p10le", 10, 1, 1, "bt709", "pc", "", "bt709", False),
             ("uyvy422", 8, 2, 1, "bt709", "unknown", "--range full --matrix 709", "bt709", False),
             ("gray10le", 10, 0, 0, "unknown", "pc", "", None, False),
-            ("gray10le", 10, 0, 0, "unknown", "tv", "", None, True),
             ("gbrp10le", 10, 0, 0, "unknown", "unknown", "", None, False),
             ("gbrp12le", 12, 0, 0, "unknown", "unknown", "--range legal", None, True),
         ]
-        for formato, bit, sx, sy, matrice, gamma, opzioni, vale, legale in righe:
+        tutti = []
+        for n, (formato, bit, _, _, _, _, _, vale, legale) in enumerate(righe):
+            codici = [tuple(c << bit - 8 >> 2 for c in k) for k in CODICI]
+            if vale is None:  # the first sample is all there is
+                codici = [(k[0], 128 << bit - 8, 128 << bit - 8) for k in codici]
+            tutti.append(codici)
+            luci = [rgb(k, vale or "bt709", legale, bit) for k in codici]
+            scrivi_tiff(self.qui("a%02d.tif" % n), sum(([k] * 16 for k in luci), []))
+        self.fai("sviluppa a##.tif oa##.tif --depth float --compression none", *NEUTRO)
+        for n, (formato, bit, sx, sy, matrice, gamma, opzioni, vale, legale) in enumerate(righe):
             with self.subTest(formato=formato, gamma=gamma, opzioni=opzioni):
-                codici = [tuple(c << bit - 8 >> 2 for c in k) for k in CODICI]
-                if vale is None:  # the first sample is all there is
-                    codici = [(k[0], 128 << bit - 8, 128 << bit - 8) for k in codici]
-                luci = [rgb(k, vale or "bt709", legale, bit) for k in codici]
+                codici = tutti[n]
 
                 def piano(p, volte, righe):
                     return b"".join(struct.pack("<H" if bit > 8 else "B", k[p]) * volte for k in codici) * righe
@@ -165,13 +166,11 @@ class Filmati(Prova):
                 self.ffmpeg("-f rawvideo -pix_fmt %s -s %dx8 -i c.raw -vf setparams=range=%s:colorspace=%s "
                             "-c:v %s %s" % (formato, 16 * len(codici), gamma, matrice,
                                             "rawvideo" if nome == "c.mov" else "ffv1", nome))
-                scrivi_tiff(self.qui("a.tif"), sum(([k] * 16 for k in luci), []))
-                self.fai("sviluppa a.tif oa.tif --depth float --compression none --overwrite", *NEUTRO)
                 r = self.fai("sviluppa %s oc.tif --frames 1 --depth float --compression none --overwrite %s"
                              % (nome, opzioni), *NEUTRO)
                 self.assertEqual("taken as" in r.stderr, "unknown" in (matrice, gamma) and vale is not None
                                  and not opzioni)
-                (a, _), (c, canali) = leggi_tiff(self.qui("oa.tif")), leggi_tiff(self.qui("oc.tif"))
+                (a, _), (c, canali) = leggi_tiff(self.qui("oa%02d.tif" % n)), leggi_tiff(self.qui("oc.tif"))
                 # In the middle of each patch, free of the neighbours' colour.
                 for p in range(3):
                     for i, k in enumerate(codici):
@@ -191,7 +190,6 @@ class Filmati(Prova):
             ("o.mov", "--codec v210", "v210", "yuv422p10le", 10, 2, 0.51),
             ("o.mkv", "--codec ffv1:yuv444p16le", "ffv1", "yuv444p16le", 16, 1, 2.0),
             ("o.mov", "", "prores", "yuv422p10le", 10, 2, 2.5),
-            ("o.mov", "--codec prores4444", "prores", "yuv444p12le", 12, 1, 8.0),
             ("o.mov", "--codec dnxhr", "dnxhd", "yuv422p10le", 10, 2, 2.5),
             ("o.mp4", "", "h264", "yuv420p", 8, 2, 1.6),
             ("o.mp4", "--codec h265 --quality 8", "hevc", "yuv420p10le", 10, 2, 3.0),
@@ -241,10 +239,9 @@ class Filmati(Prova):
         self.fai("sviluppa o3.exr diretto.png -p look=Brass -p promist_on=1")
         for nome in ("o.mov", "o.mkv"):
             self.fai("sviluppa o3.exr con.png --overwrite --settings-from", nome)
-            self.assertEqual(self.pixel("con.png"), self.pixel("diretto.png"))
+            self.assertEqual(self.byte("con.png"), self.byte("diretto.png"))
         if shutil.which("oiiotool"):
-            detto = subprocess.run(["oiiotool", "--info", "-v", "o3.exr"], cwd=self.cartella,
-                                   capture_output=True, text=True, check=True).stdout
+            detto = self.altri("oiiotool --info -v o3.exr")
             self.assertRegex(detto, r"(?s)FramesPerSecond: 30000/1001.*smpte:TimeCode: 00:00:59.29")
             self.fai("sviluppa o3.exr s.mov --frames 1-2")
             self.assertEqual(self.ffprobe("s.mov", "stream")["streams"][0]["r_frame_rate"], "30000/1001")
@@ -253,7 +250,7 @@ class Filmati(Prova):
         self.clip("a.mkv", "-c:v ffv1 -pix_fmt yuv422p10le -an", 0.2)
         self.ffmpeg("-i a.mkv -c:v libx264 -qp 0 a.mp4")
         self.fai("sviluppa a.mp4 dritto.png --frames 2", *NEUTRO)
-        for gradi, giro in ((90, "transpose=cclock"), (180, "hflip,vflip"), (270, "transpose=clock")):
+        for gradi, giro in ((90, "transpose=cclock"), (180, "hflip,vflip")):
             self.ffmpeg("-i a.mp4 -c copy -metadata:s:v rotate=%d r.mp4" % gradi)
             self.assertEqual(self.ffprobe("r.mp4", "stream_side_data=rotation")["streams"][0]["side_data_list"][0]
                              ["rotation"] % 360, gradi)
@@ -268,13 +265,12 @@ class Filmati(Prova):
             self.ffmpeg("-f lavfi -i color=gray:s=64x64:r=25:d=4,geq=lum='16+2*N':cb=128:cr=128 -f lavfi "
                         "-i sine=d=4:r=48000 %s -pix_fmt yuv420p -color_range tv -colorspace bt709 %s" % (modo, nome))
             self.fai("sviluppa %s tutti.mkv --overwrite" % nome, *NEUTRO)
-            tutti = self.pixel("tutti.mkv", "gray")[::64 * 64]
-            self.assertGreater(len(set(tutti)), 20)
-            self.assertEqual(len(tutti), 100, nome)
+            interi, uno = self.pixel("tutti.mkv", "gray"), 64 * 64
+            self.assertEqual(len(interi), 100 * uno, nome)
+            self.assertGreater(len(set(interi[::uno])), 20)
             self.fai("sviluppa %s scelti.mkv --frames 3,60,62,99-100 --overwrite" % nome, *NEUTRO)
-            interi, scelti = self.pixel("tutti.mkv"), self.pixel("scelti.mkv")
-            self.assertEqual(scelti, b"".join(interi[8 * 64 * 64 * (n - 1):][:8 * 64 * 64]
-                                              for n in (3, 60, 62, 99, 100)), nome)
+            self.assertEqual(self.pixel("scelti.mkv", "gray"),
+                             b"".join(interi[uno * (n - 1):][:uno] for n in (3, 60, 62, 99, 100)), nome)
 
     def test_frames_of_any_length_go_into_pictures_alone(self):
         self.ffmpeg("-f lavfi -i testsrc2=s=64x48:r=30:d=2 -vf select='not(mod(n\\,3))+gt(n\\,40)' "
@@ -288,7 +284,7 @@ class Filmati(Prova):
         self.assertEqual(len(self.nomi("o")), 1 + 33)
 
     def test_what_goes_wrong_is_said_in_one_line_and_leaves_nothing(self):
-        self.clip("in.mov", "-c:v prores_ks", 2, "320x180")
+        self.clip("in.mov", "-c:v prores_ks", 1, "320x180")
         intero = self.byte("in.mov")
         Path(self.qui("testo.mov")).write_text("no movie at all, but a text of some length")
         Path(self.qui("mozzo.mov")).write_bytes(intero[:len(intero) // 2])
@@ -302,7 +298,6 @@ class Filmati(Prova):
         os.mkdir(vuota)
         casi = [
             (FALLITO, "apt install ffmpeg", "in.mov o.mov", {"ambiente": {"PATH": vuota}}),
-            (FALLITO, "", "testo.mov o.mov", {}),
             (FALLITO, "moov atom not found", "mozzo.mov o.mov", {}),
             (FALLITO, "cannot decode 'corto.mov' at frame", "corto.mov o.mov", {}),
             (FALLITO, "cannot decode 'rotto.mov' at frame", "rotto.mov o.mov", {}),
@@ -327,7 +322,7 @@ class Filmati(Prova):
                 self.nessuno_resta()
 
     def test_a_killed_program_takes_the_others_with_it(self):
-        self.clip("in.mkv", "-c:v ffv1", 20, "320x180")
+        self.clip("in.mkv", "-c:v ffv1", 8, "640x360")
         for chi, segno in (("passthrough", signal.SIGKILL), ("thread_queue_size", signal.SIGKILL),
                            ("", signal.SIGINT), ("", signal.SIGTERM), ("", signal.SIGKILL)):
             with self.subTest(chi=chi, segno=segno):

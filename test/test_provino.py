@@ -53,24 +53,29 @@ def leggi_png(file):
         p += 12 + lungo
     canali = {0: 1, 2: 3, 4: 2, 6: 4}[tipo]
     passo, crudi = canali * bit // 8, zlib.decompress(compressi)
-    riga, prima, righe = larghezza * passo, bytearray(larghezza * passo), []
+    riga, righe = larghezza * passo, []
     for y in range(altezza):
         filtro = crudi[y * (riga + 1)]
+        assert filtro in (0, 1)  # provino writes none but differences along the row
         r = bytearray(crudi[y * (riga + 1) + 1:(y + 1) * (riga + 1)])
         for i in range(riga):
-            a, b, c = (r[i - passo], prima[i], prima[i - passo]) if i >= passo else (0, prima[i], 0)
-            pa, pb, pc = abs(b - c), abs(a - c), abs(a + b - 2 * c)
-            paeth = a if pa <= pb and pa <= pc else b if pb <= pc else c
-            r[i] = (r[i] + (0, a, b, (a + b) // 2, paeth)[filtro]) & 255
+            r[i] = (r[i] + (r[i - passo] if filtro == 1 and i >= passo else 0)) & 255
         righe.append(list(struct.unpack(">%dH" % (riga // 2), r)) if bit == 16 else list(r))
-        prima = r
     return righe, canali
 
 
 class Prova(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        """One scene for all: a program takes a third of a second to begin."""
+        cls.comune = tempfile.mkdtemp(prefix="provino-")
+        cls.addClassCleanup(shutil.rmtree, cls.comune)
+        subprocess.run([PROVINO, "tavola", "s.exr", "--size", "96x54"], cwd=cls.comune, check=True)
+
     def setUp(self):
         self.cartella = tempfile.mkdtemp(prefix="provino-")
         self.addCleanup(shutil.rmtree, self.cartella)
+        shutil.copy(os.path.join(self.comune, "s.exr"), self.cartella)
 
     def qui(self, nome):
         return os.path.join(self.cartella, nome)
@@ -106,9 +111,10 @@ class Prova(unittest.TestCase):
         self.assertRegex(r.stderr, r"\Aprovino: [^\n]*" + messaggio + r"[^\n]*\n\Z", argomenti)
         self.assertEqual(set(os.listdir(self.cartella)), prima, argomenti)
 
-    def scena(self, nome, misura="96x54"):
-        self.fai("tavola", nome, "--size", misura)
-        return nome
+    def altri(self, *comando):
+        """Another program, such as oiiotool; what it tells."""
+        return subprocess.run(shlex.split(" ".join(comando)), cwd=self.cartella, check=True, capture_output=True,
+                              text=True, errors="replace").stdout
 
     def flat(self, nome, larghezza, altezza, colore, alfa=None):
         pixel = list(colore) + ([] if alfa is None else [alfa])
@@ -118,7 +124,6 @@ class Prova(unittest.TestCase):
 
 class Parole(Prova):
     def test_refusals_say_what_to_do(self):
-        self.scena("s.exr")
         Path(self.qui("vuoto.png")).touch()
         Path(self.qui("testo.png")).write_text("no picture at all")
         Path(self.qui("rotto.ofx")).write_text("no library")
@@ -128,16 +133,12 @@ class Parole(Prova):
         casi = [
             (USO, "give a command"),
             (USO, "did you mean 'sviluppa'", "svilupa"),
-            (USO, "OUT is required", "sviluppa", "s.exr"),
             (USO, "did you mean '--overwrite'", *sviluppa, "--overwrit"),
-            (USO, "'extra' was not expected", *sviluppa, "extra"),
             (USO, "must end in .exr", "sviluppa", "s.exr", "o.bmp"),
             (USO, "no parameter 'promst'; did you mean 'promist'", *sviluppa, "-p", "promst=1"),
             (USO, "did you mean 'Sony S-Log3'", *sviluppa, "-p", "formato=Sony SLog3"),
             (USO, "options 0 to 17, not 18", *sviluppa, "-p", "formato=18"),
             (USO, "ev goes from -2 to 2, not 2.5", *sviluppa, "-p", "ev=2.5"),
-            (USO, "ev takes a number from -2 to 2, not 'nan'", *sviluppa, "-p", "ev=nan"),
-            (USO, "name=value, not 'ev'", *sviluppa, "-p", "ev"),
             (USO, "did you mean 'Exposure (EV)'", *sviluppa, "-p", "exposure=1"),
             (USO, "did you mean '-p look=Amber'", *sviluppa, "--look", "Amber"),
             (USO, "give -p before each, as in -p ev=1", *sviluppa, "-p", "look=Amber", "ev=1"),
@@ -149,20 +150,28 @@ class Parole(Prova):
             (FALLITO, "File name too long", "sviluppa", "s.exr", 300 * "o" + ".exr"),
             (USO, "on or off", *sviluppa, "-p", "halation_on=2"),
             (USO, "name@time=value", *sviluppa, "--key", "ev=1"),
-            (USO, "WIDTHxHEIGHT", "tavola", "o.exr", "--size", "96"),
             (USO, "out of range", "tavola", "o.exr", "--size", "65537x1"),
             (USO, "JPEG has no depth 'half'", "tavola", "o.jpg", "--depth", "half"),
             (USO, "EXR has no compression 'lzw'", "tavola", "o.exr", "--compression", "lzw"),
             (FALLITO, "no file 'manca.exr'", "sviluppa", "manca.exr", "o.exr"),
-            (FALLITO, "is a folder", "sviluppa", "cartella.exr", "o.exr"),
             (FALLITO, "is empty", "sviluppa", "vuoto.png", "o.exr"),
             (FALLITO, "takes EXR, DPX, TIFF, PNG and JPEG", "sviluppa", "testo.png", "o.exr"),
-            (FALLITO, "give --overwrite", "sviluppa", "s.exr", "s.exr"),
-            (FALLITO, "no folder 'manca'", "sviluppa", "s.exr", "manca/o.exr"),
             (FALLITO, "is a folder", "tavola", "cartella.exr", "--overwrite"),
             (SENZA_PLUGIN, "no plug-in 'manca'", *sviluppa, "--plugin", "manca"),
             (SENZA_PLUGIN, "cannot load 'rotto.ofx': file too short", *sviluppa, "--plugin", "rotto.ofx"),
         ]
+        for uscita, messaggio, *argomenti in (
+                (USO, "3 frames would go into the one file", "o.png", "--frames", "1-3"),
+                (USO, "more than one place", "o#@.png", "--frames", "1-3"),
+                (USO, "end before they begin", "o#.png", "--frames", "3-1"),
+                (USO, "written as in 1-10,20-30x2", "o#.png", "--frames", "1,,3"),
+                (USO, "step", "o#.png", "--frames", "1-3x0"),
+                (USO, "--time is for a single picture", "o#.png", "--frames", "1", "--time", "2"),
+                (USO, "contradict", "o#.png", "--frames", "1", "--overwrite", "--skip-existing"),
+                (USO, "two keys at time 1", "o.png", "--key", "ev@1=0", "--key", "ev@1=1"),
+                (FALLITO, "no JSON object", "o.png", "--settings", "s.exr")):
+            casi.append((uscita, messaggio, "sviluppa", "s.exr", *argomenti))
+        casi.append((FALLITO, "no file is named like 'm.#.exr'", "sviluppa", "m.#.exr", "o#.exr"))
         for uscita, messaggio, *argomenti in casi:
             with self.subTest(" ".join(argomenti)):
                 self.rifiuta(uscita, re.escape(messaggio), *argomenti)
@@ -210,52 +219,42 @@ class Immagini(Prova):
         for c in range(3):
             self.assertEqual(varia[c::4], piena[c::4])
         # Through every format that holds alpha, and back.
-        for formato in ("exr", "tif", "dpx"):
-            self.fai("sviluppa varia.png", "v." + formato)
-            self.fai("sviluppa", "v." + formato, "d_%s.png" % formato, "--depth", "uint8")
-            ritorno = sum(leggi_png(self.qui("d_%s.png" % formato))[0], [])
-            self.assertEqual(ritorno[3::4], alfa, formato)
-        self.fai("sviluppa varia.png v.jpg")
+        for da, a in (("varia.png", "v.exr"), ("v.exr", "v.tif"), ("v.tif", "v.dpx"), ("v.dpx", "v.png")):
+            self.fai("sviluppa", da, a, "-p", "forza=0")
+        self.assertEqual([round(a / 257) for a in sum(leggi_png(self.qui("v.png"))[0], [])[3::4]], alfa)
 
     def test_a_look_brings_its_recipe_and_what_follows_overrides_it(self):
-        self.scena("s.exr")
         self.fai("sviluppa s.exr a.exr -p look=Amber")
         self.fai("sviluppa s.exr b.exr -p look=5 -p mistw_on=0")
         self.fai("sviluppa s.exr c.exr -p mistw_on=0 -p look=5")
-        a, b, c = (Path(self.qui(n)).read_bytes() for n in ("a.exr", "b.exr", "c.exr"))
-        self.assertEqual(a, c)
-        self.assertNotEqual(a, b)
+        self.assertEqual(self.byte("a.exr"), self.byte("c.exr"))
+        self.assertNotEqual(self.byte("a.exr"), self.byte("b.exr"))
 
     def test_integer_outputs_are_rounded_to_the_nearest_code(self):
-        self.scena("s.exr")
-        casi = [("s.png", "uint8", 255), ("t.png", "uint16", 65535), ("s.dpx", "uint10", 1023),
-                ("t.dpx", "uint8", 255), ("s.tif", "uint16", 65535)]
-        for nome, profondita, massimo in casi:
+        for nome, profondita, massimo in (("s.png", "uint8", 255), ("t.png", "uint16", 65535),
+                                          ("s.dpx", "uint10", 1023), ("s.tif", "uint16", 65535)):
             self.fai("tavola", nome, "--size", "96x54", "--depth", profondita)
-            self.fai("confronta s.exr", nome, "--limit", str(0.5001 / massimo))
-            self.rifiuta(FALLITO, "limit", "confronta s.exr", nome, "--limit", str(0.45 / massimo))
+            detto = json.loads(self.fai("confronta s.exr %s --limit 1 --json" % nome).stdout)
+            self.assertGreater(detto["largest"], 0.45 / massimo, nome)
+            self.assertLess(detto["largest"], 0.5001 / massimo, nome)
         self.fai("tavola f.tif --size 96x54 --depth float --compression lzw")
         self.fai("confronta s.exr f.tif")
 
     @unittest.skipUnless(shutil.which("oiiotool"), "needs oiiotool to make and read metadata")
     def test_metadata_and_data_window_are_kept(self):
-        def oiio(argomenti):
-            return subprocess.run(["oiiotool", *shlex.split(argomenti)], cwd=self.cartella, check=True,
-                                  capture_output=True, text=True).stdout
-        oiio("--create 32x18+4-3 4 --fullsize 64x36+0+0 --attrib:type=timecode smpte:TimeCode 01:02:03:04"
-             " --attrib Copyright somebody --attrib camera 'number nine' -d half -o m.exr")
+        self.altri("oiiotool --create 32x18+4-3 4 --fullsize 64x36+0+0 --attrib:type=timecode smpte:TimeCode "
+                   "01:02:03:04 --attrib Copyright somebody --attrib camera 'number nine' -d half -o m.exr")
         self.fai("sviluppa m.exr o.exr --compression piz")
-        detto = oiio("--info -v o.exr")
-        for cosa in ("x=4, y=-3", "display size: 64 x 36", "01:02:03:04", "somebody", "number nine",
-                     "piz", "provino 1", "half"):
-            self.assertIn(cosa, detto)
         self.fai("sviluppa m.exr o.dpx")
-        self.assertIn("01:02:03:04", oiio("--info -v o.dpx"))
         self.fai("sviluppa o.dpx p.dpx")
-        self.assertIn("uint10", oiio("--info -v p.dpx"))
+        exr, *dpx = self.altri("oiiotool --info -v o.exr o.dpx p.dpx").split("Reading ")[1:]
+        for cosa in ("x=4, y=-3", "display size: 64 x 36", "01:02:03:04", "somebody", "number nine", "piz",
+                     "provino 1", "half"):
+            self.assertIn(cosa, exr)
+        for detto in dpx:
+            self.assertRegex(detto, "(?s)uint10.*01:02:03:04")
 
     def test_outputs_are_replaced_only_when_told(self):
-        self.scena("s.exr")
         Path(self.qui("o.png")).write_text("mine")
         self.rifiuta(FALLITO, "--overwrite", "sviluppa s.exr o.png")
         self.assertEqual(Path(self.qui("o.png")).read_text(), "mine")
@@ -264,8 +263,7 @@ class Immagini(Prova):
         self.assertTrue(os.path.islink(self.qui("link.png")))
         self.assertEqual(len(leggi_png(self.qui("o.png"))[0]), 54)
 
-    def test_settings_come_back_from_every_format(self):
-        self.scena("s.exr")
+    def test_files_carry_their_settings_and_say_what_their_colours_are(self):
         modo = ["-p", "formato=0", "-p", "look=Brass", "-p", "halation=0.4", "-p", "promist_on=1",
                 "--key", "promist@1=0", "--key", "promist@5=0.3"]
         self.fai("sviluppa s.exr diretto.exr", *modo, "--time", "3")
@@ -274,75 +272,56 @@ class Immagini(Prova):
             self.fai("sviluppa s.exr con_%s.exr --settings-from da.%s --time 3" % (formato, formato))
             self.assertEqual(self.byte("con_%s.exr" % formato), self.byte("diretto.exr"), formato)
         self.rifiuta(FALLITO, "carries no settings", "sviluppa s.exr o.exr --settings-from s.exr")
-
+        if not shutil.which("oiiotool"):
+            return
+        self.altri("oiiotool da.exr -o x.png s.exr -o y.png")
+        detti = self.altri("oiiotool --info -v", *("da." + f for f in FORMATI), "x.png y.png").split("Reading ")[1:]
+        parole = ['"GammaCorrected2.4"', 'dpx:Transfer: "ITU-R 709-4"', "gamma 2.4", "oiio:Gamma: 2.4", "gamma 2.4",
+                  "oiio:Gamma: 2.4", 'ColorSpace: "data"']
+        for detto, parola in zip(detti, parole, strict=True):
+            self.assertIn(parola, detto)
 
     @unittest.skipUnless(shutil.which("oiiotool"), "needs oiiotool to make and read pictures")
     def test_what_is_left_out_is_said(self):
-        def oiio(argomenti):
-            return subprocess.run(["oiiotool", *shlex.split(argomenti)], cwd=self.cartella, check=True,
-                                  capture_output=True, text=True).stdout
-        self.scena("s.exr")
         self.flat("grey.png", 96, 54, (118, 118, 118))
         self.flat("c2.png", 9, 9, (1, 2, 3))
         self.flat("c5.png", 9, 9, (1, 2, 3))
-        oiio("s.exr --attrib oiio:subimagename a grey.png --attrib oiio:subimagename b --siappend -o parts.exr")
-        oiio("s.exr grey.png --chnames key.R,key.G,key.B --chappend -o layers.exr")
-        oiio("s.exr --ch R --chnames Z -o z.exr")
-        oiio("s.exr --ch R,G --chnames u,v -o uv.exr")
-        oiio("s.exr --ch R,G,B,A=0.5 -o alpha.exr")
-        oiio("s.exr -d uint8 --attrib Orientation 6 -o turned.jpg")
-        note = [
-            ("has 2 parts, .*: a, b$", "parts.exr o.exr"),
-            ("left out, .*: key.R, key.G, key.B$", "layers.exr o.exr"),
-            ("holds no alpha", "alpha.exr o.jpg"),
-            ("asks to be shown turned", "turned.jpg o.exr"),
-            ("has no frames 3-4$", "c#.png o#.exr"),
-            ("halation is overwritten by the recipe", "s.exr o.exr -p halation=0.1 -p look=Amber"),
-            ("cs_canon does nothing with .* Sony S-Log3", "s.exr o.exr -p formato=0 -p cs_canon=1"),
-        ]
-        for testo, argomenti in note:
+        self.altri("oiiotool s.exr --attrib oiio:subimagename a grey.png --attrib oiio:subimagename b --siappend "
+                   "-o parts.exr --pop s.exr grey.png --chnames key.R,key.G,key.B --chappend -o layers.exr "
+                   "s.exr --ch R --chnames Z -o z.exr s.exr --ch R,G --chnames u,v -o uv.exr "
+                   "s.exr --ch R,G,B,A=0.5 -o alpha.exr s.exr -d uint8 --attrib Orientation 6 -o turned.jpg")
+        for testo, argomenti in (
+                ("has 2 parts, .*: a, b$", "parts.exr o.exr"),
+                ("left out, .*: key.R, key.G, key.B$", "layers.exr o.exr"),
+                ("holds no alpha", "alpha.exr o.jpg"),
+                ("asks to be shown turned", "turned.jpg o.exr"),
+                ("has no frames 3-4$", "c#.png o#.exr"),
+                ("halation is overwritten by the recipe", "s.exr o.exr -p halation=0.1 -p look=Amber"),
+                ("cs_canon does nothing with .* Sony S-Log3", "s.exr o.exr -p formato=0 -p cs_canon=1")):
             with self.subTest(argomenti):
                 r = self.fai("sviluppa --overwrite " + argomenti)
                 self.assertRegex(r.stderr, r"\A(?m:^provino: note: .*%s.*$)\n\Z" % testo)
-                self.assertEqual(self.fai("sviluppa --quiet --overwrite " + argomenti).stderr, "")
+        self.assertEqual(self.fai("sviluppa --quiet --overwrite " + argomenti).stderr, "")
         self.fai("sviluppa grey.png g.exr")
-        for scelta in ("parts.exr o.exr --part b", "parts.exr o.exr --part=1", "layers.exr o.exr --layer key"):
-            self.assertEqual(self.fai("sviluppa --overwrite " + scelta).stderr, "")
+        for scelta in ("parts.exr --part b", "parts.exr --part=1", "layers.exr --layer key"):
+            self.assertEqual(self.fai("sviluppa %s o.exr --overwrite" % scelta).stderr, "")
             self.fai("confronta o.exr g.exr --limit 1e-3")
         for nome in ("z.exr", "uv.exr"):
             self.rifiuta(FALLITO, "choose with --layer", "sviluppa", nome, "p.exr")
-        self.fai("sviluppa z.exr p.exr --layer Z")
-
-    @unittest.skipUnless(shutil.which("oiiotool"), "needs oiiotool to read what files say")
-    def test_files_say_what_their_colours_are(self):
-        def detto(file):
-            return subprocess.run(["oiiotool", "--info", "-v", file], cwd=self.cartella, check=True,
-                                  capture_output=True, text=True).stdout
-        self.scena("s.exr")
-        for formato, parola in (("exr", '"GammaCorrected2.4"'), ("png", "oiio:Gamma: 2.4"),
-                                ("png", "gamma 2.4"), ("tif", "gamma 2.4"), ("jpg", "gamma 2.4"),
-                                ("dpx", 'dpx:Transfer: "ITU-R 709-4"')):
-            self.fai("sviluppa s.exr o.%s --overwrite" % formato)
-            self.assertIn(parola, detto("o." + formato))
-        for da, parola in (("o.exr", "oiio:Gamma: 2.4"), ("s.exr", 'ColorSpace: "data"')):
-            subprocess.run(["oiiotool", da, "-o", "x.png"], cwd=self.cartella, check=True)
-            self.assertIn(parola, detto("x.png"))
+        self.fai("looks z.exr p.png --layer Z")
 
     @unittest.skipUnless(shutil.which("ffmpeg") and shutil.which("oiiotool"), "needs both to hold against")
     def test_dpx_of_ffmpeg_is_read_as_oiiotool_reads_it(self):
-        for formato in "gray rgb24 rgba rgb48le rgb48be gbrp10le gbrp10be gbrp12le gbrp12be".split():
+        for formato in "gray rgb24 rgb48le rgb48be gbrp10le gbrp10be gbrp12le".split():
             with self.subTest(formato):
-                subprocess.run(("ffmpeg -v error -y -f lavfi -i testsrc2=s=64x36 -frames:v 1 -pix_fmt %s f.dpx"
-                                % formato).split(), cwd=self.cartella, check=True)
+                self.altri("ffmpeg -v error -y -f lavfi -i testsrc2=s=64x36 -frames:v 1 -pix_fmt", formato, "f.dpx")
                 self.assertIn(self.byte("f.dpx")[4:8], (struct.pack(">I", 1664), struct.pack("<I", 1664)))
                 # Where that makes 16 bits of 10, repeating some, and of 12, repeating none.
                 scala, scarto = {"10": (1, 1), "12": (65535 / 65520, 0.01)}.get(formato[4:6], (1, 0))
-                subprocess.run(["oiiotool", "f.dpx", "-d", "float", "--mulc", repr(scala), "-o", "f.tif"],
-                               cwd=self.cartella, check=True)
+                self.altri("oiiotool f.dpx -d float --mulc %r -o f.tif" % scala)
                 self.fai("confronta f.dpx f.tif --limit", str(scarto / 65535))
 
     def test_labels_fractions_and_english_words_do_as_well(self):
-        self.scena("s.exr")
         self.fai("sviluppa s.exr a.exr -p ev=0.25 -p promist_on=1 -p promist=0.25")
         self.fai("develop s.exr b.exr -p 'exposure (ev)=1/4' -p promist_on=1 -p promist=1/4")
         self.assertEqual(self.byte("a.exr"), self.byte("b.exr"))
@@ -354,9 +333,8 @@ class Sequenze(Prova):
     def test_the_frame_number_is_the_time(self):
         self.flat("f.png", 40, 30, (90, 100, 110))
         self.fai("sviluppa f.png o.###.png --frames 2-6x2", *self.GRANA)
-        for n in (2, 4, 6):
-            self.fai("sviluppa f.png uno.png --time", str(n), "--overwrite", *self.GRANA)
-            self.assertEqual(self.byte("uno.png"), self.byte("o.00%d.png" % n))
+        self.fai("sviluppa f.png uno.png --time 4", *self.GRANA)
+        self.assertEqual(self.byte("uno.png"), self.byte("o.004.png"))
         self.assertNotEqual(self.byte("o.002.png"), self.byte("o.004.png"))
         # Alone it has the number that its name ends in.
         shutil.copy(self.qui("f.png"), self.qui("n.004.png"))
@@ -367,7 +345,6 @@ class Sequenze(Prova):
         self.assertEqual(self.nomi("q"), ["q2.png", "q4.png", "q6.png"])
 
     def test_keys_are_drawn_linearly(self):
-        self.scena("s.exr")
         acceso = ["-p", "formato=0", "-p", "bloom_on=1"]
         self.fai("sviluppa s.exr k#.png --frames 1-5 --key bloom@5=0.5 --key bloom@1=0", *acceso)
         self.fai("sviluppa s.exr p.png --time 3", *acceso, "-p", "bloom=0.25")
@@ -375,7 +352,6 @@ class Sequenze(Prova):
         self.rifiuta(FALLITO, "limit", "confronta k1.png k5.png")
 
     def test_jobs_change_no_bit(self):
-        self.scena("s.exr")
         modo = ("--frames 1-7 -p formato=0 -p look=Velvet -p grana_on=1 --key ev@1=-1 --key ev@7=1").split()
         self.fai("sviluppa s.exr a#.png", *modo)
         self.fai("sviluppa s.exr b#.png", *modo, "--jobs", "4")
@@ -396,7 +372,7 @@ class Sequenze(Prova):
         self.assertEqual(self.nomi("p"), ["p1.png", "p3.png", "p4.png"])
 
     def test_a_killed_run_is_finished_by_the_next(self):
-        self.scena("s.exr", "320x180")
+        self.fai("tavola s.exr --size 320x180 --overwrite")
         modo = ["--frames", "1-12", "-p", "formato=0", "-p", "grana_on=1"]
         self.fai("sviluppa s.exr a##.png", *modo)
         p = subprocess.Popen([PROVINO, "sviluppa", "s.exr", "b##.png", *modo, "--plugin", BUNDLE],
@@ -422,24 +398,6 @@ class Sequenze(Prova):
         self.assertEqual([x["frame"] for x in detto[1:4]], [1, 2, 3])
         self.assertEqual((detto[4]["done"], detto[4]["failed"]), (3, []))
 
-    def test_refusals(self):
-        self.scena("s.exr")
-        casi = [
-            (USO, "3 frames would go into the one file", "o.png", "--frames", "1-3"),
-            (USO, "more than one place", "o#@.png", "--frames", "1-3"),
-            (USO, "end before they begin", "o#.png", "--frames", "3-1"),
-            (USO, "written as in 1-10,20-30x2", "o#.png", "--frames", "1,,3"),
-            (USO, "step", "o#.png", "--frames", "1-3x0"),
-            (USO, "--time is for a single picture", "o#.png", "--frames", "1", "--time", "2"),
-            (USO, "contradict", "o#.png", "--frames", "1", "--overwrite", "--skip-existing"),
-            (USO, "two keys at time 1", "o.png", "--key", "ev@1=0", "--key", "ev@1=1"),
-            (FALLITO, "cannot read the settings", "o.png", "--settings", "manca.json"),
-            (FALLITO, "no JSON object", "o.png", "--settings", "s.exr"),
-        ]
-        for uscita, messaggio, *argomenti in casi:
-            with self.subTest(" ".join(argomenti)):
-                self.rifiuta(uscita, re.escape(messaggio), "sviluppa", "s.exr", *argomenti)
-        self.rifiuta(FALLITO, "no file is named like 'm.#.exr'", "sviluppa m.#.exr o#.exr")
 
 class Fogli(Prova):
     def test_each_look_stands_in_its_place_with_its_recipe(self):
@@ -449,7 +407,7 @@ class Fogli(Prova):
         self.assertEqual(len(righe[0]), 3 * 400)
         # Light strokes of the large one's label.
         self.assertGreater(max(max(r) for r in righe[2 + 2 * 55 + 14:2 + 2 * 55 + 14 + 12]), 150)
-        for look, colonna, riga in ((0, 2, 0), (1, 3, 0), (3, 3, 1), (4, 0, 2), (11, 3, 3)):
+        for look, colonna, riga in ((0, 2, 0), (4, 0, 2), (11, 3, 3)):
             self.fai("sviluppa f.png o.png -p", "look=%d" % look, "--overwrite", "--depth", "uint8")
             x, y = 2 + colonna * 99 + 48, 2 + riga * 69 + 27
             centro = leggi_png(self.qui("o.png"))[0][18][3 * 32:3 * 32 + 3]
@@ -465,8 +423,6 @@ class Fogli(Prova):
         scrivi_png(self.qui("f.png"), campo, 3)
         self.fai("effetti f.png foglio.png --width 400 --depth uint8")
         righe, _ = leggi_png(self.qui("foglio.png"))
-        self.fai("effetti f.png stesso.png --width 400 --depth uint8")
-        self.assertEqual(self.byte("foglio.png"), self.byte("stesso.png"))
         for nome, x in (("halation", 2), ("bloom", 2 + 132)):
             senza, con = ([r[3 * (x + d):3 * (x + d + 64)] for r in righe[2:50]] for d in (0, 66))
             self.assertEqual(sum(max(p) > 200 for r in senza for p in zip(*[iter(r)] * 3)), 256)
@@ -510,57 +466,57 @@ class Fogli(Prova):
         self.assertEqual(len(leggi_png(self.qui("s.png"))[0][0]), 6)
 
 class Guasti(Prova):
-    def rovina(self, formato, quante):
-        """Broken pictures are refused in one line or read, but nothing else happens."""
-        intero = Path(self.qui(self.scena("s." + formato, "40x30"))).read_bytes()
-        caso = random.Random(formato)
-        for i in range(quante):
-            dati = bytearray(intero)
-            if i % 4 == 0:
-                del dati[caso.randrange(len(dati)):]
-            else:
-                for _ in range(caso.choice([1, 1, 4, 16])):
-                    dove = caso.randrange(min(len(dati), caso.choice([64, 512, 2048, len(dati)])))
-                    dati[dove] = caso.choice([0, 255, 128, caso.randrange(256)])
-            Path(self.qui("m." + formato)).write_bytes(dati)
-            r = self.lancia("sviluppa", "m." + formato, "o.exr")
-            with self.subTest(formato=formato, quale=i):
-                self.assertIn(r.returncode, (FATTO, FALLITO) if i % 4 else (FALLITO,), r.stderr)
-                if r.returncode == FALLITO:
-                    self.assertRegex(r.stderr, r"\Aprovino: '[^\n]{10,400}\n\Z")
-                self.assertEqual(os.path.exists(self.qui("o.exr")), r.returncode == FATTO)
-            for f in os.listdir(self.cartella):
-                self.assertNotIn(".tmp", f)
-            if os.path.exists(self.qui("o.exr")):
-                os.remove(self.qui("o.exr"))
+    def rendi_sequenza(self, formato, quadri):
+        """Developed one by one in one run: what each came to, in words."""
+        for i, dati in enumerate(quadri):
+            Path(self.qui("m%04d.%s" % (i, formato))).write_bytes(dati)
+        r = self.lancia("sviluppa m####.%s o####.%s.exr --continue-on-error --json" % (formato, formato))
+        self.assertIn(r.returncode, (FATTO, FALLITO), r.stderr)
+        detti = [json.loads(x) for x in r.stdout.splitlines()][1:-1]
+        self.assertEqual(len(detti), len(quadri))
+        for d in detti:
+            self.assertEqual(os.path.exists(self.qui(d["out"])), d["status"] == "done")
+            if d["status"] != "done":
+                self.assertRegex(d["error"], r"\A'[^\n]{10,400}\Z")
+        self.assertEqual(self.nomi(".provino"), [])
+        return [d.get("error", "done") for d in detti]
+
+    def intero(self, nome, misura="40x30"):
+        self.fai("tavola", nome, "--size", misura)
+        return bytearray(self.byte(nome))
 
     def test_no_broken_picture_brings_it_down(self):
         for formato in FORMATI:
-            self.rovina(formato, 1000 if LUNGO else 12)
+            intero, caso, rotti = self.intero("i." + formato), random.Random(formato), []
+            for i in range(1000 if LUNGO else 24):
+                dati = bytearray(intero)
+                if i % 4 == 0:
+                    del dati[caso.randrange(len(dati)):]
+                else:
+                    for _ in range(caso.choice([1, 1, 4, 16])):
+                        dove = caso.randrange(min(len(dati), caso.choice([64, 512, 2048, len(dati)])))
+                        dati[dove] = caso.choice([0, 255, 128, caso.randrange(256)])
+                rotti.append(dati)
+            self.assertNotIn("done", self.rendi_sequenza(formato, rotti)[::4], formato)  # cut short
 
     def test_absurd_headers_are_refused(self):
-        png = bytearray(Path(self.qui(self.scena("s.png"))).read_bytes())
+        png = self.intero("i.png")
         png[16:29] = struct.pack(">IIBBBBB", 60000, 60000, 16, 2, 0, 0, 0)
         png[29:33] = struct.pack(">I", zlib.crc32(bytes(png[12:29])))
-        Path(self.qui("grande.png")).write_bytes(png)
-        self.rifiuta(FALLITO, "60000x60000", "sviluppa grande.png o.exr")
-        dpx = bytearray(Path(self.qui(self.scena("s.dpx"))).read_bytes())
-        for dove, cosa in ((32, "user data"), (770, "count of elements"), (800, "kind of element")):
-            rotto = bytearray(dpx)
-            rotto[dove:dove + 2] = b"\x7f\x7f"
-            Path(self.qui("m.dpx")).write_bytes(rotto)
-            self.rifiuta(FALLITO, "impossible .*" + cosa, "sviluppa m.dpx o.exr")
-
-    def test_a_header_of_nonsense_does_not_keep_a_good_picture(self):
-        intero = Path(self.qui(self.scena("s.dpx", "40x30"))).read_bytes()
-        # Display window and its place, then the shape of a pixel: too large, negative, none.
+        self.assertIn("60000x60000", self.rendi_sequenza("png", [png])[0])
+        dpx, rotti = self.intero("i.dpx"), []
+        casi = ((32, "user data"), (770, "count of elements"), (800, "kind of element"))
+        for dove, _ in casi:
+            rotti.append(dpx[:dove] + b"\x7f\x7f" + dpx[dove + 2:])
+        # Display window and its place, then the shape of a pixel: too large, negative, none. A good
+        # picture is not kept by them.
         for dove in (1408, 1424, 1628):
             for valori in ((0x7fffffff, 0x7fffffff), (0x80000000, 2), (0, 1), (0xfffffffe, 0)):
-                rotto = bytearray(intero)
-                rotto[dove:dove + 8] = struct.pack(">II", *valori)
-                Path(self.qui("m.dpx")).write_bytes(rotto)
-                with self.subTest(dove=dove, valori=valori):
-                    self.fai("sviluppa m.dpx o.exr --overwrite")
+                rotti.append(dpx[:dove] + struct.pack(">II", *valori) + dpx[dove + 8:])
+        esiti = self.rendi_sequenza("dpx", rotti)
+        for (_, cosa), esito in zip(casi, esiti):
+            self.assertRegex(esito, "impossible .*" + cosa)
+        self.assertEqual(set(esiti[3:]), {"done"})
 
     def test_a_picture_is_not_filled_up_where_its_data_ends(self):
         # A TIFF whose directory comes first: everything but the last rows can be read.
@@ -574,10 +530,8 @@ class Guasti(Prova):
 
     @unittest.skipUnless(shutil.which("oiiotool"), "needs oiiotool to make a progressive JPEG")
     def test_a_jpeg_of_many_passes_is_measured_before_memory_is_taken(self):
-        self.scena("s.png")
-        subprocess.run("oiiotool s.png --attrib jpeg:progressive 1 -o p.jpg".split(), cwd=self.cartella,
-                       check=True, capture_output=True)
-        dati = bytearray(Path(self.qui("p.jpg")).read_bytes())
+        self.altri("oiiotool s.exr --attrib jpeg:progressive 1 -o p.jpg")
+        dati = bytearray(self.byte("p.jpg"))
         p = dati.index(b"\xff\xc2")
         dati[p + 5:p + 9] = b"\xff\xdc\xff\xdc"
         Path(self.qui("p.jpg")).write_bytes(dati)
@@ -587,16 +541,16 @@ class Guasti(Prova):
     def test_a_full_target_leaves_nothing(self):
         def poco():
             resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096))
-        for formato in FORMATI:
+        for formato in ("exr", "tif"):  # through memory, and by the library itself
             self.rifiuta(FALLITO, "cannot write 'o." + formato, "tavola --size 200x200 o." + formato,
                          preexec_fn=poco)
 
     def test_killed_runs_leave_no_half_file(self):
         caso = random.Random(3)
-        self.fai("tavola intero.tif --size 640x360")
+        self.fai("tavola intero.tif --size 320x180")
         intero = Path(self.qui("intero.tif")).read_bytes()[:64]
-        for i in range(100 if LUNGO else 8):
-            p = subprocess.Popen([PROVINO, "tavola", "o.tif", "--size", "640x360"], cwd=self.cartella,
+        for i in range(100 if LUNGO else 6):
+            p = subprocess.Popen([PROVINO, "tavola", "o.tif", "--size", "320x180"], cwd=self.cartella,
                                  stderr=subprocess.DEVNULL)
             time.sleep(caso.uniform(0.0, 1.2))
             p.send_signal(signal.SIGKILL if i % 2 else signal.SIGTERM)
