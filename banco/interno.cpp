@@ -1,3 +1,4 @@
+// Handles, actions under way, and what the plug-in did wrong.
 #include "banco/interno.h"
 
 #include <algorithm>

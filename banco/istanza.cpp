@@ -1,3 +1,4 @@
+// Instances as a host keeps them: made, changed, rendered, destroyed.
 #include "banco/interno.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The plug-in's binary: found in its bundle, loaded, described, unloaded.
 #include "banco/interno.h"
 
 #include <algorithm>

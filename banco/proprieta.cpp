@@ -1,3 +1,4 @@
+// Property sets: what each holds, and what may be written into it.
 #include "banco/interno.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Where bundles are looked for, and which binary in them is this system's.
 #include "banco/banco.h"
 
 #include <algorithm>

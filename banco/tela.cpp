@@ -1,3 +1,4 @@
+// Images in the host's memory, with bounds and rows of their own.
 #include "banco/tela.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// A clock for the benchmarks.
 #pragma once
 
 #include <algorithm>

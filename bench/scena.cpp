@@ -1,3 +1,4 @@
+// What the benchmarks render, and what they compare it with.
 #include "scena.h"
 
 #include "looks/catalogo.h"

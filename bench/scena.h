@@ -1,3 +1,4 @@
+// What the benchmarks render, and what they compare it with.
 #pragma once
 
 #include "colore/colore.h"

@@ -1,3 +1,4 @@
+// Pictures for the tests of the chain, and how they are compared.
 #include "quadri.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Pictures for the tests of the chain, and how they are compared.
 #pragma once
 
 #include "comune/nuclei.h"

@@ -1,3 +1,4 @@
+// The effects in plain serial loops.
 #include "semplici.h"
 
 #include "comune/elementari.h"

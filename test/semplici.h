@@ -1,3 +1,4 @@
+// The effects in plain serial loops.
 #pragma once
 
 #include "fx/ricetta.h"

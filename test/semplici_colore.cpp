@@ -1,3 +1,4 @@
+// The grade in plain lines, one colour at a time.
 #include "semplici_colore.h"
 
 #include "colore/profili.h"

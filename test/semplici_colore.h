@@ -1,3 +1,4 @@
+// The grade in plain lines, one colour at a time.
 #pragma once
 
 #include "colore/colore.h"

@@ -1,3 +1,4 @@
+// What can be worked out by hand about each effect, and what must hold between runs.
 #include "fx/fx.h"
 
 #include "quadri.h"
@@ -18,8 +19,6 @@
 #include <thread>
 #include <utility>
 #include <vector>
-
-// What can be worked out by hand about each effect, and what must hold between runs.
 
 using namespace varno;
 using doctest::Approx;

@@ -1,3 +1,5 @@
+// The chain against the plain loops: every output bit, whatever the size, the picture, the recipe,
+// the number of threads and the instruction set.
 #include "fx/fx.h"
 
 #include "fx/media.h"
@@ -15,9 +17,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-// The chain against the plain loops: every output bit, whatever the size, the picture, the recipe,
-// the number of threads and the instruction set.
 
 using namespace varno;
 

@@ -1,3 +1,4 @@
+// What the plug-in declares: names, texts, ranges, defaults, and the calls that tell them.
 #include "host.h"
 #include "ofx/ofx.h"
 

@@ -1,3 +1,4 @@
+// What an instance does when parameters change.
 #include "host.h"
 #include "ofx/ofx.h"
 

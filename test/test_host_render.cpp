@@ -1,3 +1,4 @@
+// What a render asks of the host, gives it, and answers when something is missing.
 #include "colore/colore.h"
 #include "host.h"
 #include "looks/catalogo.h"

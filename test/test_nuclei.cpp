@@ -1,3 +1,4 @@
+// What each kernel leaves in the vector registers.
 #include "comune/nuclei.h"
 
 #include "colore/colore.h"

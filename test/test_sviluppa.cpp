@@ -1,3 +1,4 @@
+// Frames from window to window: table, alpha, strides, overlap, memory.
 #include "render/passata.h"
 
 #include "banco/tela.h"

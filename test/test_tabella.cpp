@@ -1,3 +1,4 @@
+// The table: its points, and when it is built anew.
 #include "colore/colore.h"
 #include "looks/catalogo.h"
 #include "render/lut3d.h"

@@ -1,3 +1,4 @@
+// Another count of hardware threads for a while.
 #pragma once
 
 #include "render/parallel_for.h"

@@ -1,3 +1,4 @@
+// Values of options: numbers and sizes, and what was perhaps meant.
 #pragma once
 
 #include "banco/banco.h"

@@ -1,3 +1,4 @@
+// Many frames at once: workers that read, render and write one each.
 #include "tools/catena.h"
 
 #include "tools/messaggi.h"

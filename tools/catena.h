@@ -1,3 +1,4 @@
+// Many frames at once: workers that read, render and write one each.
 #pragma once
 
 #include "tools/immagini.h"

@@ -1,3 +1,4 @@
+// The sub-commands, a file each.
 #pragma once
 
 #include "tools/filmato.h"

@@ -1,3 +1,4 @@
+// provino confronta: two pictures or sequences, compared.
 #include "tools/argomenti.h"
 #include "tools/comandi.h"
 #include "tools/messaggi.h"

@@ -1,3 +1,4 @@
+// provino looks and effetti: the sheets.
 #include "tools/comandi.h"
 
 #include "tools/argomenti.h"

@@ -1,3 +1,4 @@
+// provino lut: the grade as a .cube file.
 #include "tools/argomenti.h"
 #include "tools/comandi.h"
 #include "tools/messaggi.h"

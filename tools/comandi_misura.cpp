@@ -1,3 +1,4 @@
+// provino misura: how long frames take.
 #include "bench/orologio.h"
 #include "tools/argomenti.h"
 #include "tools/comandi.h"

@@ -1,3 +1,4 @@
+// provino parametri: what the plug-in declares.
 #include "tools/comandi.h"
 
 #include "tools/argomenti.h"

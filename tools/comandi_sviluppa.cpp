@@ -1,3 +1,4 @@
+// provino sviluppa: pictures, sequences and movies through the plug-in.
 #include "tools/catena.h"
 #include "tools/comandi.h"
 #include "tools/filmato_flussi.h"

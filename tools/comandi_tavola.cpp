@@ -1,3 +1,4 @@
+// provino tavola: the test scene.
 #include "tools/comandi.h"
 
 #include "tools/argomenti.h"

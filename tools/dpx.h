@@ -1,3 +1,4 @@
+// DPX files, as far as the reader behind OpenImageIO has to be helped.
 #pragma once
 
 #include "tools/immagini.h"

@@ -1,3 +1,4 @@
+// Failures: a line for the user, and a status for the shell.
 #pragma once
 
 #include <string>

@@ -1,3 +1,4 @@
+// Movies: what ffprobe tells of one, colours, times, names of codecs.
 #pragma once
 
 #include <filesystem>

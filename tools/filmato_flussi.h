@@ -1,3 +1,4 @@
+// Frames out of a movie and into one, through pipes.
 #pragma once
 
 #include "tools/filmato.h"

@@ -1,3 +1,4 @@
+// Frames out of a movie, decoded by ffmpeg.
 #include "tools/argomenti.h"
 #include "tools/filmato_flussi.h"
 

@@ -1,3 +1,4 @@
+// Other programs, started without a shell.
 #include "tools/filmato_processo.h"
 
 #include "tools/errore.h"

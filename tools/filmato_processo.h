@@ -1,3 +1,4 @@
+// Other programs, started without a shell.
 #pragma once
 
 #include <cstddef>

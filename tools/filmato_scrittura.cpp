@@ -1,3 +1,4 @@
+// Frames into a movie, encoded by ffmpeg.
 #include "tools/argomenti.h"
 #include "tools/filmato_flussi.h"
 

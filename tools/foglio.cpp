@@ -1,3 +1,4 @@
+// Sheets of pictures with text.
 #include "tools/foglio.h"
 
 #include "tools/argomenti.h"

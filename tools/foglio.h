@@ -1,3 +1,4 @@
+// Sheets of pictures with text.
 #pragma once
 
 #include "tools/immagini.h"

@@ -1,3 +1,4 @@
+// The picture formats: how they are recognised, what they can hold, whether a file is whole.
 #pragma once
 
 #include "tools/errore.h"

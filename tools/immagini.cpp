@@ -1,3 +1,4 @@
+// Picture files in and out, through OpenImageIO.
 #include "tools/immagini.h"
 
 #include "tools/argomenti.h"

@@ -1,3 +1,4 @@
+// Picture files in and out, through OpenImageIO.
 #pragma once
 
 #include "tools/formati.h"

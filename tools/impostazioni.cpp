@@ -1,3 +1,4 @@
+// The plug-in's parameters as text: from options, files and metadata, to instances.
 #include "tools/impostazioni.h"
 
 #include "tools/argomenti.h"

@@ -1,3 +1,4 @@
+// The plug-in's parameters as text: from options, files and metadata, to instances.
 #pragma once
 
 #include "tools/plugin.h"

@@ -1,3 +1,4 @@
+// Lines for the user, on the two output channels.
 #include "tools/messaggi.h"
 
 #include "tools/errore.h"

@@ -1,3 +1,4 @@
+// Lines for the user, on the two output channels.
 #pragma once
 
 #include <string>

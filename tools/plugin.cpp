@@ -1,3 +1,4 @@
+// The plug-in, found and loaded in the bench host, and pictures through it.
 #include "tools/plugin.h"
 
 #include "tools/argomenti.h"

@@ -1,3 +1,4 @@
+// The ICC profile of what the plug-in makes.
 #pragma once
 
 #include <vector>

@@ -1,3 +1,4 @@
+// The command line: options, help, and which sub-command runs.
 #include "tools/argomenti.h"
 #include "tools/comandi.h"
 #include "tools/messaggi.h"

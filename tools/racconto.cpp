@@ -1,3 +1,4 @@
+// How a run goes on, told to people or machines.
 #include "tools/racconto.h"
 
 #include "tools/argomenti.h"

@@ -1,3 +1,4 @@
+// How a run goes on, told to people or machines.
 #pragma once
 
 #include "tools/catena.h"

@@ -1,3 +1,4 @@
+// The test scene, drawn.
 #include "tools/scena.h"
 
 #include <OpenImageIO/Imath.h>

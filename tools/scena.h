@@ -1,3 +1,4 @@
+// The test scene, drawn.
 #pragma once
 
 #include "tools/immagini.h"

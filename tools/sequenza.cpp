@@ -1,3 +1,4 @@
+// Names of numbered pictures.
 #include "tools/sequenza.h"
 
 #include "tools/argomenti.h"

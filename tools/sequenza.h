@@ -1,3 +1,4 @@
+// Names of numbered pictures.
 #pragma once
 
 #include <filesystem>

@@ -1,3 +1,4 @@
+// Outputs that appear whole under their names, or not at all.
 #include "tools/uscita.h"
 
 #include "tools/messaggi.h"

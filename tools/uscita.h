@@ -1,3 +1,4 @@
+// Outputs that appear whole under their names, or not at all.
 #pragma once
 
 #include "tools/formati.h"
