@@ -1,47 +1,54 @@
-// The sub-commands, a file each.
+// What the command line says, and the sub-commands that it is said to, a file each.
 #pragma once
 
 #include "tools/filmato.h"
 #include "tools/impostazioni.h"
 
-#include <CLI/CLI.hpp>
-
-#include <functional>
-#include <memory>
+#include <optional>
 #include <string>
 
 namespace varno::provino {
 
-/// What a sub-command does once its options are read.
-using Esecuzione = std::function<void()>;
-
-/// Options that most sub-commands share.
-struct Comuni {
-    std::string plugin;
+/// Options of all sub-commands; each reads those that are its own. Empty texts were not given.
+struct Opzioni {
+    std::string ingresso, uscita, plugin;
+    std::string misura = "1920x1080";
     OpzioniParametri parametri;
-    Scrittura scrittura;
     Scelta scelta;
+    ColoriFilmato colori;
+    Scrittura scrittura;
+    std::optional<double> tempo;
+    bool json = false, csv = false, muto = false;
+
+    // Of sviluppa.
+    std::string fotogrammi, salva, codec, qualita, cadenza;
+    std::optional<long long> inizio;
+    int lavori = 2;
+    bool salta = false, continua = false;
+
+    // Of the sheets.
+    std::string ritaglio;
+    int larghezza = 1920;
+    int fotogramma = 0;  // of a movie; 0: a picture, or a movie's first
+    double quantita = 1.0;
+
+    int lato = 33;  // of lut
+
+    // Of confronta.
+    std::string altro, affiancati, differenza;
+    double limite = 0.0, guadagno = 1.0;
+
+    int giri = 9;  // of misura
 };
 
-/// --plugin.
-void opzione_plugin(CLI::App& app, Comuni& c);
-/// -p, --key, --settings, --settings-from.
-void opzioni_parametri(CLI::App& app, Comuni& c);
-/// --matrix, --range of a movie that is read.
-void opzioni_filmato(CLI::App& app, ColoriFilmato& c);
-/// --part, --layer.
-void opzioni_lettura(CLI::App& app, Comuni& c);
-/// --depth, --compression, --overwrite.
-void opzioni_scrittura(CLI::App& app, Comuni& c);
-
-// Each adds its sub-command to the program.
-Esecuzione comando_parametri(CLI::App& programma);
-Esecuzione comando_sviluppa(CLI::App& programma);
-Esecuzione comando_looks(CLI::App& programma);
-Esecuzione comando_effetti(CLI::App& programma);
-Esecuzione comando_tavola(CLI::App& programma);
-Esecuzione comando_lut(CLI::App& programma);
-Esecuzione comando_confronta(CLI::App& programma);
-Esecuzione comando_misura(CLI::App& programma);
+// The sub-commands. They throw Errore where they cannot go on.
+void comando_parametri(const Opzioni& o);
+void comando_sviluppa(const Opzioni& o);
+void comando_looks(const Opzioni& o);
+void comando_effetti(const Opzioni& o);
+void comando_tavola(const Opzioni& o);
+void comando_lut(const Opzioni& o);
+void comando_confronta(const Opzioni& o);
+void comando_misura(const Opzioni& o);
 
 }  // namespace varno::provino

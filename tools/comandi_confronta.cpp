@@ -92,13 +92,6 @@ Foto scarto(const Foto& a, const Foto& b, float guadagno)
     return f;
 }
 
-struct Opzioni {
-    Scrittura scrittura;
-    std::string a, b, affiancati, differenza;
-    double limite = 0.0, guadagno = 1.0;
-    bool json = false;
-};
-
 void stampa(const Opzioni& o, const std::string& davanti, const Foto& a, const Differenza& d)
 {
     constexpr const char* CANALI[] = {"R", "G", "B", "A"};
@@ -152,9 +145,9 @@ void confronta_sequenze(const Opzioni& o, const Modello& a, const Modello& b)
 {
     const std::vector<long long> numeri = fotogrammi_esistenti(a);
     if (numeri.empty() || numeri != fotogrammi_esistenti(b))
-        fallisci(numeri.empty() ? "no file is named like " + tra_apici(o.a)
-                                : "the frames of " + tra_apici(o.a) + " and of " + tra_apici(o.b) +
-                                      " have not the same numbers");
+        fallisci(numeri.empty() ? "no file is named like " + tra_apici(o.ingresso)
+                                : "the frames of " + tra_apici(o.ingresso) + " and of " +
+                                      tra_apici(o.altro) + " have not the same numbers");
     const auto differenza = modello_in(o.differenza);
     if (!o.affiancati.empty() || (!o.differenza.empty() && !differenza))
         rifiuta("of sequences --difference takes a name with #### in it, and --split none");
@@ -170,45 +163,23 @@ void confronta_sequenze(const Opzioni& o, const Modello& a, const Modello& b)
 
 }  // namespace
 
-Esecuzione comando_confronta(CLI::App& programma)
+void comando_confronta(const Opzioni& o)
 {
-    auto o = std::make_shared<Opzioni>();
-    CLI::App* app = programma.add_subcommand(
-        "confronta", "Compare two pictures or sequences; exit code 1 where they differ");
-    const CLI::Validator positivo(
-        [](std::string& testo) {
-            double v = 0.0;
-            return leggi_numero(testo, v) && v >= 0.0
-                       ? ""
-                       : "it takes 0 or a larger number, not " + testo;
-        },
-        "");
-    app->add_option("A", o->a, "One picture, or shot.####.exr")->required();
-    app->add_option("B", o->b, "The other, of the same size")->required();
-    app->add_option("--limit", o->limite, "Largest difference that passes; 0 wants equal values")
-        ->check(positivo);
-    app->add_option("--split", o->affiancati, "Write A left and B right of a divider");
-    app->add_option("--difference", o->differenza, "Write how far they are apart");
-    app->add_option("--gain", o->guadagno, "Times that --difference is scaled")->check(positivo);
-    app->add_flag("--overwrite", o->scrittura.sovrascrivi, "Replace outputs that exist");
-    app->add_flag("--json", o->json, "For machines");
-    return [o] {
-        for (const std::string& uscita : {o->affiancati, o->differenza})
-            if (!uscita.empty()) {
-                controlla_scrittura(uscita, o->scrittura);
-                controlla_uscita(uscita, o->scrittura.sovrascrivi);
-            }
-        const auto modello = [](const std::string& nome) {
-            std::error_code e;
-            return std::filesystem::exists(nome, e) ? std::nullopt : modello_in(nome);
-        };
-        const auto a = modello(o->a);
-        const auto b = modello(o->b);
-        if (a && b)
-            confronta_sequenze(*o, *a, *b);
-        else if (!confronta(*o, o->a, o->b, o->differenza, ""))
-            fallisci("the pictures differ by more than the limit of " + testo_di(o->limite));
+    for (const std::string& uscita : {o.affiancati, o.differenza})
+        if (!uscita.empty()) {
+            controlla_scrittura(uscita, o.scrittura);
+            controlla_uscita(uscita, o.scrittura.sovrascrivi);
+        }
+    const auto modello = [](const std::string& nome) {
+        std::error_code e;
+        return std::filesystem::exists(nome, e) ? std::nullopt : modello_in(nome);
     };
+    const auto a = modello(o.ingresso);
+    const auto b = modello(o.altro);
+    if (a && b)
+        confronta_sequenze(o, *a, *b);
+    else if (!confronta(o, o.ingresso, o.altro, o.differenza, ""))
+        fallisci("the pictures differ by more than the limit of " + testo_di(o.limite));
 }
 
 }  // namespace varno::provino

@@ -17,37 +17,6 @@ namespace {
 
 constexpr int FESSURA = 2;  // between the two parts of a pair, pixels
 
-struct Opzioni {
-    Comuni comuni;
-    std::string ingresso, uscita, ritaglio;
-    int larghezza = 1920;
-    ColoriFilmato colori;
-    int fotogramma = 0;  // 0: a picture, or a movie's first
-    std::optional<double> tempo;
-    double quantita = 1.0;
-};
-
-CLI::App* sottocomando(CLI::App& programma, Opzioni& o, const char* nome, const char* aiuto)
-{
-    CLI::App* app = programma.add_subcommand(nome, aiuto);
-    app->add_option("IN", o.ingresso, "Picture or movie to read")->required();
-    app->add_option("OUT", o.uscita, "Sheet to write")->required();
-    app->add_option("--width", o.larghezza, "Width of the sheet in pixels")
-        ->capture_default_str()
-        ->check(CLI::Range(200, 65536));
-    app->add_option("--crop", o.ritaglio, "WIDTHxHEIGHT+X+Y: show this part of each picture");
-    app->add_option("--frame", o.fotogramma,
-                    "Frame of a movie, and its render time; the first is 1")
-        ->check(CLI::Range(1, 1000000000));
-    opzioni_filmato(*app, o.colori);
-    app->add_option("--time", o.tempo, "Render time");
-    opzione_plugin(*app, o.comuni);
-    opzioni_parametri(*app, o.comuni);
-    opzioni_lettura(*app, o.comuni);
-    opzioni_scrittura(*app, o.comuni);
-    return app;
-}
-
 // What both sheets begin with.
 struct Inizio {
     Plugin plugin;
@@ -58,7 +27,7 @@ struct Inizio {
 Foto leggi_ingresso(const Opzioni& o)
 {
     if (!da_filmato(o.ingresso))
-        return leggi_foto(o.ingresso, o.comuni.scelta);
+        return leggi_foto(o.ingresso, o.scelta);
     const Filmato f = leggi_filmato(o.ingresso, o.colori);
     std::for_each(f.note.begin(), f.note.end(), avviso);
     const int numero = std::max(1, o.fotogramma);
@@ -70,10 +39,10 @@ Foto leggi_ingresso(const Opzioni& o)
 
 Inizio inizia(const Opzioni& o)
 {
-    Plugin plugin = carica_plugin(o.comuni.plugin);
-    Impostazioni base = leggi_impostazioni(plugin, o.comuni.parametri);
-    controlla_scrittura(o.uscita, o.comuni.scrittura);
-    controlla_uscita(o.uscita, o.comuni.scrittura.sovrascrivi);
+    Plugin plugin = carica_plugin(o.plugin);
+    Impostazioni base = leggi_impostazioni(plugin, o.parametri);
+    controlla_scrittura(o.uscita, o.scrittura);
+    controlla_uscita(o.uscita, o.scrittura.sovrascrivi);
     riga("plug-in " + plugin.file);
     return {std::move(plugin), std::move(base), leggi_ingresso(o)};
 }
@@ -120,7 +89,9 @@ Ritaglio posto_del_look(const Foglio& foglio, int n)
                   : posto(foglio, (n - 5) % 4, 2 + (n - 5) / 4);
 }
 
-void foglio_dei_look(const Opzioni& o)
+}  // namespace
+
+void comando_looks(const Opzioni& o)
 {
     Inizio inizio = inizia(o);
     const Ritaglio parte = o.ritaglio.empty() ? tutta(inizio.foto) : leggi_ritaglio(o.ritaglio);
@@ -138,11 +109,11 @@ void foglio_dei_look(const Opzioni& o)
     for (int i = 0; i < static_cast<int>(nomi.size()); ++i)
         mostra(i + 1, nomi[static_cast<std::size_t>(i)], con(inizio.base, "look", i));
     scrivi_piede(foglio, piede(o, inizio, false, true));
-    scrivi_foto(o.uscita, foglio.foto, o.comuni.scrittura);
+    scrivi_foto(o.uscita, foglio.foto, o.scrittura);
 }
 
 // Each effect beside the same part without it, pixel for pixel where the picture is large enough.
-void foglio_degli_effetti(const Opzioni& o)
+void comando_effetti(const Opzioni& o)
 {
     constexpr int COLONNE = 3;
     constexpr int RIGHE = 4;
@@ -181,29 +152,7 @@ void foglio_degli_effetti(const Opzioni& o)
         ++n;
     }
     scrivi_piede(foglio, piede(o, inizio, true, false));
-    scrivi_foto(o.uscita, foglio.foto, o.comuni.scrittura);
-}
-
-}  // namespace
-
-Esecuzione comando_looks(CLI::App& programma)
-{
-    auto o = std::make_shared<Opzioni>();
-    sottocomando(programma, *o, "looks",
-                 "Draw a sheet of the neutral picture and all looks, each with its recipe");
-    return [o] { foglio_dei_look(*o); };
-}
-
-Esecuzione comando_effetti(CLI::App& programma)
-{
-    auto o = std::make_shared<Opzioni>();
-    CLI::App* app =
-        sottocomando(programma, *o, "effetti",
-                     "Draw a sheet of the twelve effects, each beside the picture without it");
-    app->add_option("--amount", o->quantita, "Amount of each effect, held to its range")
-        ->capture_default_str()
-        ->check(CLI::Range(0.0, 1.0));
-    return [o] { foglio_degli_effetti(*o); };
+    scrivi_foto(o.uscita, foglio.foto, o.scrittura);
 }
 
 }  // namespace varno::provino

@@ -5,6 +5,8 @@
 #include "tools/scena.h"
 #include "tools/uscita.h"
 
+#include <OpenImageIO/strutil.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -104,60 +106,43 @@ std::string titolo(const Plugin& plugin, const banco::Istanza& i)
 
 }  // namespace
 
-Esecuzione comando_lut(CLI::App& programma)
+void comando_lut(const Opzioni& o)
 {
-    struct Opzioni {
-        Comuni comuni;
-        std::string uscita;
-        int lato = 33;
-        double tempo = 0.0;
-    };
-    auto o = std::make_shared<Opzioni>();
-    CLI::App* app = programma.add_subcommand("lut", "Write the grade, without effects, as a .cube");
-    app->add_option("OUT", o->uscita, "The .cube file to write")->required();
-    app->add_option("--size", o->lato,
-                    "Points an axis: 17, 32, 33, 64, 65 or 81; 81 are the plug-in's own")
-        ->check(CLI::IsMember({17, 32, 33, 64, 65, 81}));
-    app->add_option("--time", o->tempo, "Time at which keyed settings are read");
-    app->add_flag("--overwrite", o->comuni.scrittura.sovrascrivi, "Replace outputs that exist");
-    opzione_plugin(*app, o->comuni);
-    opzioni_parametri(*app, o->comuni);
-    return [o] {
-        if (std::filesystem::path(o->uscita).extension() != ".cube")
-            rifiuta(tra_apici(o->uscita) + " must end in .cube");
-        Plugin plugin = carica_plugin(o->comuni.plugin);
-        const Impostazioni imp = leggi_impostazioni(plugin, o->comuni.parametri);
-        controlla_uscita(o->uscita, o->comuni.scrittura.sovrascrivi);
-        const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
-        const std::string impostazioni = in_json(plugin, *istanza, imp, true);
-        for (const banco::Parametro& p : plugin.parametri)
-            if (interruttore_di_effetto(p))
-                banco::imposta(*istanza, p.nome, 0.0);
+    if (std::filesystem::path(o.uscita).extension() != ".cube")
+        rifiuta(tra_apici(o.uscita) + " must end in .cube");
+    const double tempo = o.tempo.value_or(0.0);
+    Plugin plugin = carica_plugin(o.plugin);
+    const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
+    controlla_uscita(o.uscita, o.scrittura.sovrascrivi);
+    const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
+    const std::string impostazioni = in_json(plugin, *istanza, imp, true);
+    for (const banco::Parametro& p : plugin.parametri)
+        if (interruttore_di_effetto(p))
+            banco::imposta(*istanza, p.nome, 0.0);
 
-        riga("plug-in " + plugin.file);
-        avvisa_nulla_di_fatto(plugin, *istanza, imp);
-        const Foto cubo = rendi_foto(*istanza, griglia(o->lato), o->tempo);
-        scrivi_testo(o->uscita, o->comuni.scrittura.sovrascrivi,
-                     testo_cubo(cubo, o->lato, nome_ingresso(plugin, *istanza),
-                                titolo(plugin, *istanza), impostazioni));
+    riga("plug-in " + plugin.file);
+    avvisa_nulla_di_fatto(plugin, *istanza, imp);
+    const Foto cubo = rendi_foto(*istanza, griglia(o.lato), tempo);
+    scrivi_testo(o.uscita, o.scrittura.sovrascrivi,
+                 testo_cubo(cubo, o.lato, nome_ingresso(plugin, *istanza), titolo(plugin, *istanza),
+                            impostazioni));
 
-        const Foto scena = disegna_scena(960, 540);
-        const Foto vera = rendi_foto(*istanza, scena, o->tempo);
-        double massimo = 0.0;
-        double somma = 0.0;
-        for (std::size_t p = 0; p < quanti_float(scena); p += 4) {
-            const auto c = campiona(cubo, o->lato, &scena.rgba[p]);
-            for (std::size_t k = 0; k < 3; ++k) {
-                const double d = std::abs(c[k] - static_cast<double>(vera.rgba[p + k]));
-                massimo = std::max(massimo, d);
-                somma += d;
-            }
+    const Foto scena = disegna_scena(960, 540);
+    const Foto vera = rendi_foto(*istanza, scena, tempo);
+    double massimo = 0.0;
+    double somma = 0.0;
+    for (std::size_t p = 0; p < quanti_float(scena); p += 4) {
+        const auto c = campiona(cubo, o.lato, &scena.rgba[p]);
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double d = std::abs(c[k] - static_cast<double>(vera.rgba[p + k]));
+            massimo = std::max(massimo, d);
+            somma += d;
         }
-        riga(OIIO::Strutil::sprintf("%s: %d points an axis; on the test scene at most %.3g off the "
-                                    "plug-in, %.3g on average",
-                                    o->uscita, o->lato, massimo,
-                                    somma / (static_cast<double>(quanti_float(scena)) * 0.75)));
-    };
+    }
+    riga(OIIO::Strutil::sprintf("%s: %d points an axis; on the test scene at most %.3g off the "
+                                "plug-in, %.3g on average",
+                                o.uscita, o.lato, massimo,
+                                somma / (static_cast<double>(quanti_float(scena)) * 0.75)));
 }
 
 }  // namespace varno::provino

@@ -6,7 +6,6 @@
 #include "tools/scena.h"
 
 #include <OpenImageIO/imagebufalgo.h>
-
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -31,104 +30,86 @@ Foto soggetto(int larghezza, int altezza)
 
 }  // namespace
 
-Esecuzione comando_misura(CLI::App& programma)
+void comando_misura(const Opzioni& o)
 {
-    struct Opzioni {
-        Comuni comuni;
-        std::string misura = "1920x1080";
-        int giri = 9;
-        bool csv = false, json = false;
+    const auto [larghezza, altezza] = leggi_misura(o.misura);
+    Plugin plugin = carica_plugin(o.plugin);
+    const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
+    const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
+    banco::registro(*istanza).scrivi = false;
+
+    // The host's two pictures stay, as in a host that plays; only the render is timed.
+    const Foto sorgente = soggetto(larghezza, altezza);
+    Foto uscita = foto_nuova(larghezza, altezza);
+    std::fill_n(uscita.rgba.get(), quanti_float(uscita), 0.0f);
+    const banco::Rettangolo finestra{0, 0, larghezza, altezza};
+    const int byte_riga = larghezza * 16;
+    const banco::Figura da{sorgente.rgba.get(), byte_riga, finestra};
+    const banco::Figura a{uscita.rgba.get(), byte_riga, finestra};
+    const auto fotogramma = [&] {
+        return bench::millisecondi([&] {
+            if (const int stato = banco::rendi(*istanza, 0.0, finestra, da, a); stato != 0)
+                fallisci("the plug-in could not develop the picture (status " +
+                         std::to_string(stato) + ")");
+        });
     };
-    auto o = std::make_shared<Opzioni>();
-    CLI::App* app =
-        programma.add_subcommand("misura", "Measure milliseconds a frame, through the plug-in");
-    app->add_option("--size", o->misura, "WIDTHxHEIGHT");
-    app->add_option("--rounds", o->giri, "Frames a figure, whose median is told")
-        ->check(CLI::Range(1, 1000));
-    auto* csv = app->add_flag("--csv", o->csv, "name,milliseconds");
-    app->add_flag("--json", o->json, "For machines")->excludes(csv);
-    opzione_plugin(*app, o->comuni);
-    opzioni_parametri(*app, o->comuni);
-    return [o] {
-        const auto [larghezza, altezza] = leggi_misura(o->misura);
-        Plugin plugin = carica_plugin(o->comuni.plugin);
-        const Impostazioni imp = leggi_impostazioni(plugin, o->comuni.parametri);
-        const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
-        banco::registro(*istanza).scrivi = false;
+    const auto piu_volte = [&] {
+        std::vector<double> tempi(static_cast<std::size_t>(o.giri));
+        std::generate(tempi.begin(), tempi.end(), fotogramma);
+        return bench::mediana(tempi);
+    };
 
-        // The host's two pictures stay, as in a host that plays; only the render is timed.
-        const Foto sorgente = soggetto(larghezza, altezza);
-        Foto uscita = foto_nuova(larghezza, altezza);
-        std::fill_n(uscita.rgba.get(), quanti_float(uscita), 0.0f);
-        const banco::Rettangolo finestra{0, 0, larghezza, altezza};
-        const int byte_riga = larghezza * 16;
-        const banco::Figura da{sorgente.rgba.get(), byte_riga, finestra};
-        const banco::Figura a{uscita.rgba.get(), byte_riga, finestra};
-        const auto fotogramma = [&] {
-            return bench::millisecondi([&] {
-                if (const int stato = banco::rendi(*istanza, 0.0, finestra, da, a); stato != 0)
-                    fallisci("the plug-in could not develop the picture (status " +
-                             std::to_string(stato) + ")");
-            });
-        };
-        const auto piu_volte = [&] {
-            std::vector<double> tempi(static_cast<std::size_t>(o->giri));
-            std::generate(tempi.begin(), tempi.end(), fotogramma);
-            return bench::mediana(tempi);
-        };
+    std::vector<std::pair<std::string, double>> voci;  // milliseconds
+    voci.emplace_back("first frame", fotogramma());
+    const double intero = piu_volte();
+    voci.emplace_back("frame", intero);
 
-        std::vector<std::pair<std::string, double>> voci;  // milliseconds
-        voci.emplace_back("first frame", fotogramma());
-        const double intero = piu_volte();
-        voci.emplace_back("frame", intero);
+    // A frame with another exposure rebuilds the table; what it takes beyond a plain one is
+    // that.
+    const double ev = banco::valore(*istanza, "ev");
+    std::vector<double> rifatte;
+    for (int giro = 0; giro < o.giri; ++giro) {
+        banco::imposta(*istanza, "ev", ev + (giro % 2 == 0 ? 1e-9 : 0.0));
+        rifatte.push_back(fotogramma() - intero);
+    }
+    banco::imposta(*istanza, "ev", ev);
+    fotogramma();
+    voci.emplace_back("table rebuild", std::max(0.0, bench::mediana(rifatte)));
 
-        // A frame with another exposure rebuilds the table; what it takes beyond a plain one is
-        // that.
-        const double ev = banco::valore(*istanza, "ev");
-        std::vector<double> rifatte;
-        for (int giro = 0; giro < o->giri; ++giro) {
-            banco::imposta(*istanza, "ev", ev + (giro % 2 == 0 ? 1e-9 : 0.0));
-            rifatte.push_back(fotogramma() - intero);
+    // Each effect that is on, by itself, over the frame without any.
+    std::vector<const banco::Parametro*> accesi;
+    for (const banco::Parametro& p : plugin.parametri)
+        if (interruttore_di_effetto(p) && banco::valore(*istanza, p.nome) != 0.0) {
+            accesi.push_back(&p);
+            banco::imposta(*istanza, p.nome, 0.0);
         }
-        banco::imposta(*istanza, "ev", ev);
-        fotogramma();
-        voci.emplace_back("table rebuild", std::max(0.0, bench::mediana(rifatte)));
+    const double nudo = piu_volte();
+    voci.emplace_back("grade alone", nudo);
+    for (const banco::Parametro* p : accesi) {
+        banco::imposta(*istanza, p->nome, 1.0);
+        voci.emplace_back(p->etichetta, std::max(0.0, piu_volte() - nudo));
+        banco::imposta(*istanza, p->nome, 0.0);
+    }
 
-        // Each effect that is on, by itself, over the frame without any.
-        std::vector<const banco::Parametro*> accesi;
-        for (const banco::Parametro& p : plugin.parametri)
-            if (interruttore_di_effetto(p) && banco::valore(*istanza, p.nome) != 0.0) {
-                accesi.push_back(&p);
-                banco::imposta(*istanza, p.nome, 0.0);
-            }
-        const double nudo = piu_volte();
-        voci.emplace_back("grade alone", nudo);
-        for (const banco::Parametro* p : accesi) {
-            banco::imposta(*istanza, p->nome, 1.0);
-            voci.emplace_back(p->etichetta, std::max(0.0, piu_volte() - nudo));
-            banco::imposta(*istanza, p->nome, 0.0);
-        }
-
-        if (o->json) {
-            nlohmann::ordered_json j;
-            j["plugin"] = plugin.file;
-            j["size"] = o->misura;
-            for (const auto& [nome, ms] : voci)
-                j["milliseconds"][nome] = ms;
-            j["frames_a_second"] = 1000.0 / intero;
-            riga(j.dump());
-            return;
-        }
-        // Both forms of a line: for machines, and in columns for people.
-        const auto di = [&](const std::string& nome, double v, const char* unita) {
-            using OIIO::Strutil::sprintf;
-            riga(o->csv ? sprintf("%s,%.3f", nome, v) : sprintf("%-24s %9.2f%s", nome, v, unita));
-        };
-        riga(o->csv ? "name,milliseconds" : "plug-in " + plugin.file);
+    if (o.json) {
+        nlohmann::ordered_json j;
+        j["plugin"] = plugin.file;
+        j["size"] = o.misura;
         for (const auto& [nome, ms] : voci)
-            di(nome, ms, " ms");
-        di("frames a second", 1000.0 / intero, "");
+            j["milliseconds"][nome] = ms;
+        j["frames_a_second"] = 1000.0 / intero;
+        riga(j.dump());
+        return;
+    }
+    // Both forms of a line: for machines, and in columns for people.
+    const auto di = [&](const std::string& nome, double v, const char* unita) {
+        using OIIO::Strutil::sprintf;
+        riga(o.csv ? sprintf("%s,%.3f", nome, v) : sprintf("%-24s %9.2f%s", nome, v, unita));
     };
+    riga(o.csv ? "name,milliseconds" : "plug-in " + plugin.file);
+    for (const auto& [nome, ms] : voci)
+        di(nome, ms, " ms");
+    di("frames a second", 1000.0 / intero, "");
 }
 
 }  // namespace varno::provino

@@ -4,6 +4,7 @@
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
 
+#include <OpenImageIO/strutil.h>
 #include <nlohmann/json.hpp>
 
 namespace varno::provino {
@@ -55,30 +56,18 @@ void stampa(const banco::Parametro& p)
 
 }  // namespace
 
-Esecuzione comando_parametri(CLI::App& programma)
+void comando_parametri(const Opzioni& o)
 {
-    struct Opzioni {
-        Comuni comuni;
-        bool json = false;
-    };
-    auto o = std::make_shared<Opzioni>();
-    CLI::App* app =
-        programma.add_subcommand("parametri", "List the plug-in's parameters as it declares them");
-    opzione_plugin(*app, o->comuni);
-    app->add_flag("--json", o->json, "As JSON");
-    return [o] {
-        const Plugin plugin = carica_plugin(o->comuni.plugin);
-        if (o->json) {
-            Json j = {{"plugin", plugin.file}};
-            for (const banco::Parametro& p : plugin.parametri)
-                j["parameters"].push_back(in_json(p));
-            riga(j.dump(2));
-        } else {
-            riga("plug-in " + plugin.file);
-            for (const banco::Parametro& p : plugin.parametri)
-                stampa(p);
-        }
-    };
+    const Plugin plugin = carica_plugin(o.plugin);
+    if (o.json) {
+        Json j = {{"plugin", plugin.file}};
+        for (const banco::Parametro& p : plugin.parametri)
+            j["parameters"].push_back(in_json(p));
+        return riga(j.dump(2));
+    }
+    riga("plug-in " + plugin.file);
+    for (const banco::Parametro& p : plugin.parametri)
+        stampa(p);
 }
 
 }  // namespace varno::provino

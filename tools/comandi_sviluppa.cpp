@@ -20,18 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Opzioni {
-    Comuni comuni;
-    std::string ingresso, uscita, fotogrammi, salva;
-    std::optional<double> tempo;
-    // One reads or writes while another develops, which uses all cores by itself.
-    int lavori = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 2u, 4u));
-    bool salta = false, continua = false, muto = false, json = false;
-    ColoriFilmato colori;
-    std::string codec, qualita, cadenza;
-    std::optional<long long> inizio;
-};
-
 // The movies of a run.
 struct Filmati {
     std::optional<Filmato> da;
@@ -55,8 +43,8 @@ Filmati apri_filmati(const Opzioni& o)
         rifiuta("--matrix, --range and --start are for a movie that is read");
     f.primo = o.inizio.value_or(1);
     if (nome_di_filmato(o.uscita) && !modello_in(o.uscita)) {
-        if (o.salta || o.continua || !o.comuni.scrittura.profondita.empty() ||
-            !o.comuni.scrittura.compressione.empty())
+        if (o.salta || o.continua || !o.scrittura.profondita.empty() ||
+            !o.scrittura.compressione.empty())
             rifiuta("--depth, --compression, --skip-existing and --continue-on-error are for "
                     "pictures; a movie takes --codec and --quality");
         f.a = scegli_modo(o.uscita, o.codec, o.qualita);
@@ -148,14 +136,14 @@ void controlla_uscite(const Opzioni& o, const Filmati& filmati,
                       const std::vector<Fotogramma>& fotogrammi)
 {
     if (filmati.a)
-        return controlla_uscita(o.uscita, o.comuni.scrittura.sovrascrivi);
-    controlla_scrittura(fotogrammi.front().uscita, o.comuni.scrittura);
+        return controlla_uscita(o.uscita, o.scrittura.sovrascrivi);
+    controlla_scrittura(fotogrammi.front().uscita, o.scrittura);
     for (const Fotogramma& f : fotogrammi) {
         std::error_code e;
         if (o.salta && fs::is_regular_file(f.uscita, e))
             continue;
         try {
-            controlla_uscita(f.uscita, o.comuni.scrittura.sovrascrivi);
+            controlla_uscita(f.uscita, o.scrittura.sovrascrivi);
         } catch (Errore& errore) {
             if (fotogrammi.size() > 1 && fs::is_regular_file(f.uscita, e))
                 errore.testo = tra_apici(f.uscita) + " exists already: give --overwrite to replace "
@@ -165,9 +153,11 @@ void controlla_uscite(const Opzioni& o, const Filmati& filmati,
     }
 }
 
-void sviluppa(const Opzioni& o)
+}  // namespace
+
+void comando_sviluppa(const Opzioni& o)
 {
-    if (o.salta && o.comuni.scrittura.sovrascrivi)
+    if (o.salta && o.scrittura.sovrascrivi)
         rifiuta("--overwrite and --skip-existing contradict each other: give one of them");
     if (o.muto || o.json)
         taci();
@@ -176,8 +166,8 @@ void sviluppa(const Opzioni& o)
     lavoro.fotogrammi = elenca(o, filmati);
     lavoro.salta_esistenti = o.salta;
     lavoro.continua = o.continua;
-    Plugin plugin = carica_plugin(o.comuni.plugin);
-    const Impostazioni imp = leggi_impostazioni(plugin, o.comuni.parametri);
+    Plugin plugin = carica_plugin(o.plugin);
+    const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
     controlla_uscite(o, filmati, lavoro.fotogrammi);
 
     std::vector<banco::IstanzaPtr> istanze;
@@ -192,7 +182,7 @@ void sviluppa(const Opzioni& o)
     std::for_each(note.begin(), note.end(), avviso);
     avvisa_nulla_di_fatto(plugin, *istanze[0], imp);
     if (!o.salva.empty())
-        scrivi_testo(o.salva, o.comuni.scrittura.sovrascrivi,
+        scrivi_testo(o.salva, o.scrittura.sovrascrivi,
                      in_json(plugin, *istanze[0], imp, false) + "\n");
     const std::string impostazioni = in_json(plugin, *istanze[0], imp, true);
     std::optional<LetturaFilmato> lettura;
@@ -203,10 +193,10 @@ void sviluppa(const Opzioni& o)
         const Fotogramma& f = lavoro.fotogrammi[i];
         return lettura
                    ? leggi_fotogramma(*lettura, static_cast<long long>(f.tempo) - filmati.primo + 1)
-                   : leggi_foto(f.ingresso, o.comuni.scelta);
+                   : leggi_foto(f.ingresso, o.scelta);
     };
     lavoro.scrivi = [&](std::size_t i, const Foto& foto) {
-        scrivi_foto(lavoro.fotogrammi[i].uscita, foto, o.comuni.scrittura, impostazioni);
+        scrivi_foto(lavoro.fotogrammi[i].uscita, foto, o.scrittura, impostazioni);
     };
     const auto esegui = [&] {
         Racconto racconto = racconto_nuovo(o.json, o.muto, lavoro.fotogrammi.size(), plugin.file);
@@ -220,54 +210,12 @@ void sviluppa(const Opzioni& o)
         return esegui();
     filmati.a->impostazioni = impostazioni;
     lavoro.scrive_in_ordine = true;
-    scrivi_intero(o.uscita, o.comuni.scrittura.sovrascrivi, [&](const fs::path& provvisorio) {
+    scrivi_intero(o.uscita, o.scrittura.sovrascrivi, [&](const fs::path& provvisorio) {
         ScritturaFilmato filmato{*filmati.a, provvisorio, o.uscita};
         lavoro.scrivi = [&](std::size_t, const Foto& foto) { scrivi_fotogramma(filmato, foto); };
         esegui();
         concludi(filmato);
     });
-}
-
-}  // namespace
-
-Esecuzione comando_sviluppa(CLI::App& programma)
-{
-    auto o = std::make_shared<Opzioni>();
-    CLI::App* app =
-        programma.add_subcommand("sviluppa", "Develop a movie, a picture or a sequence");
-    app->add_option("IN", o->ingresso,
-                    "EXR, DPX, TIFF, PNG or JPEG; shot.####.exr, %04d or @@@@ for a sequence; "
-                    "a movie as ffmpeg reads it")
-        ->required();
-    app->add_option("OUT", o->uscita, "Picture or movie to write; its ending names the format")
-        ->required();
-    app->add_option("--frames", o->fotogrammi,
-                    "1-10,20-30x2: these frames; without it all that exist");
-    app->add_option("--start", o->inizio, "Number, and so the time, of a movie's first frame (1)");
-    app->add_option("--rate", o->cadenza, "Frames a second of a sequence that becomes a movie");
-    app->add_option("--codec", o->codec,
-                    "Of a movie: prores (.mov), h264 (.mp4), ffv1 (.mkv, RGB of 16 bits), "
-                    "prores4444, dnxhr, h265, or an encoder of ffmpeg's, NAME or NAME:PIXELFORMAT");
-    app->add_option("--quality", o->qualita,
-                    "Of a movie: -crf where the encoder has it, as h264 and h265, else -q:v");
-    opzioni_filmato(*app, o->colori);
-    app->add_option(
-        "--time", o->tempo,
-        "Render time of a single picture, in place of the number that its name ends in");
-    app->add_option("--jobs", o->lavori, "Frames under way at once, each on an instance of its own")
-        ->capture_default_str()
-        ->check(CLI::Range(1, 64));
-    app->add_flag("--skip-existing", o->salta, "Leave frames whose output exists");
-    app->add_flag("--continue-on-error", o->continua,
-                  "Go on after a failed frame; failed ones are listed at the end");
-    app->add_option("--save-settings", o->salva, "Write all parameters and keys as JSON");
-    app->add_flag("--quiet", o->muto, "Tell nothing but errors");
-    app->add_flag("--json", o->json, "Tell progress as lines of JSON");
-    opzione_plugin(*app, o->comuni);
-    opzioni_parametri(*app, o->comuni);
-    opzioni_lettura(*app, o->comuni);
-    opzioni_scrittura(*app, o->comuni);
-    return [o] { sviluppa(*o); };
 }
 
 }  // namespace varno::provino

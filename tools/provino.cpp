@@ -2,92 +2,227 @@
 #include "tools/argomenti.h"
 #include "tools/comandi.h"
 #include "tools/messaggi.h"
-#include "tools/plugin.h"
 #include "tools/sequenza.h"
 #include "tools/uscita.h"
 
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cctype>
 #include <exception>
-#include <filesystem>
 #include <new>
-#include <string>
 #include <system_error>
-#include <utility>
+#include <thread>
 #include <vector>
 
 namespace varno::provino {
 
-void opzione_plugin(CLI::App& app, Comuni& c)
+namespace {
+
+// --- Options -------------------------------------------------------------------------------------
+
+void opzione_plugin(CLI::App& app, Opzioni& o)
 {
-    app.add_option("--plugin", c.plugin, "The plug-in: a bundle, its folder or an .ofx file");
+    app.add_option("--plugin", o.plugin, "The plug-in: a bundle, its folder or an .ofx file");
 }
 
-void opzioni_parametri(CLI::App& app, Comuni& c)
+void opzioni_parametri(CLI::App& app, Opzioni& o)
 {
+    opzione_plugin(app, o);
     // One text each: a list would swallow the file names behind it.
     const auto testi = [&](const char* nome, std::vector<std::string>& dove, const char* aiuto) {
         app.add_option(nome, dove, aiuto)->type_size(1)->allow_extra_args(false);
     };
-    testi("-p,--param", c.parametri.valori,
+    testi("-p,--param", o.parametri.valori,
           "name=value; a look loads its recipe, as in a host, and what follows overrides it");
-    testi("--key", c.parametri.chiavi, "name@time=value; numbers are drawn linearly between keys");
-    app.add_option("--settings", c.parametri.da_file, "Settings as --save-settings wrote them");
-    app.add_option("--settings-from", c.parametri.da_foto,
+    testi("--key", o.parametri.chiavi, "name@time=value; numbers are drawn linearly between keys");
+    app.add_option("--settings", o.parametri.da_file, "Settings as --save-settings wrote them");
+    app.add_option("--settings-from", o.parametri.da_foto,
                    "A picture that provino developed, for its settings");
 }
 
-void opzioni_filmato(CLI::App& app, ColoriFilmato& c)
+void opzioni_filmato(CLI::App& app, Opzioni& o)
 {
-    app.add_option("--matrix", c.matrice, "709, 601 or 2020: of a movie, whatever it tells");
-    app.add_option("--range", c.gamma, "legal or full: of a movie, whatever it tells")
+    app.add_option("--matrix", o.colori.matrice, "709, 601 or 2020: of a movie, whatever it tells");
+    app.add_option("--range", o.colori.gamma, "legal or full: of a movie, whatever it tells")
         ->check(CLI::IsMember({"legal", "full"}));
 }
 
-void opzioni_lettura(CLI::App& app, Comuni& c)
+void opzione_sostituisci(CLI::App& app, Opzioni& o)
 {
-    app.add_option("--part", c.scelta.parte, "Part of a multi-part EXR, by number from 0 or name");
-    app.add_option("--layer", c.scelta.strato, "Layer of an EXR, or one channel alone, as grey");
+    app.add_flag("--overwrite", o.scrittura.sovrascrivi, "Replace outputs that exist");
 }
 
-void opzioni_scrittura(CLI::App& app, Comuni& c)
+void opzioni_scrittura(CLI::App& app, Opzioni& o)
 {
-    app.add_option("--depth", c.scrittura.profondita,
+    app.add_option("--depth", o.scrittura.profondita,
                    "half, float, uint16, uint10 or uint8, as the format has it");
-    app.add_option("--compression", c.scrittura.compressione,
+    app.add_option("--compression", o.scrittura.compressione,
                    "zip, piz, dwaa:45, lzw, jpeg:90 ...; zip:1 to zip:9 with a level");
-    app.add_flag("--overwrite", c.scrittura.sovrascrivi, "Replace outputs that exist");
+    opzione_sostituisci(app, o);
 }
 
-namespace {
+void opzioni_di_un_passaggio(CLI::App& app, Opzioni& o)
+{
+    opzioni_parametri(app, o);
+    app.add_option("--part", o.scelta.parte, "Part of a multi-part EXR, by number from 0 or name");
+    app.add_option("--layer", o.scelta.strato, "Layer of an EXR, or one channel alone, as grey");
+    opzioni_scrittura(app, o);
+}
+
+void di_parametri(CLI::App& app, Opzioni& o)
+{
+    opzione_plugin(app, o);
+    app.add_flag("--json", o.json, "As JSON");
+}
+
+void di_sviluppa(CLI::App& app, Opzioni& o)
+{
+    // One reads or writes while another develops, which uses all cores by itself.
+    o.lavori = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 2u, 4u));
+    app.add_option("IN", o.ingresso,
+                   "EXR, DPX, TIFF, PNG or JPEG; shot.####.exr, %04d or @@@@ for a sequence; "
+                   "a movie as ffmpeg reads it")
+        ->required();
+    app.add_option("OUT", o.uscita, "Picture or movie to write; its ending names the format")
+        ->required();
+    app.add_option("--frames", o.fotogrammi,
+                   "1-10,20-30x2: these frames; without it all that exist");
+    app.add_option("--start", o.inizio, "Number, and so the time, of a movie's first frame (1)");
+    app.add_option("--rate", o.cadenza, "Frames a second of a sequence that becomes a movie");
+    app.add_option("--codec", o.codec,
+                   "Of a movie: prores (.mov), h264 (.mp4), ffv1 (.mkv, RGB of 16 bits), "
+                   "prores4444, dnxhr, h265, or an encoder of ffmpeg's, NAME or NAME:PIXELFORMAT");
+    app.add_option("--quality", o.qualita,
+                   "Of a movie: -crf where the encoder has it, as h264 and h265, else -q:v");
+    opzioni_filmato(app, o);
+    app.add_option("--time", o.tempo,
+                   "Render time of a single picture, in place of the number that its name ends in");
+    app.add_option("--jobs", o.lavori, "Frames under way at once, each on an instance of its own")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 64));
+    app.add_flag("--skip-existing", o.salta, "Leave frames whose output exists");
+    app.add_flag("--continue-on-error", o.continua,
+                 "Go on after a failed frame; failed ones are listed at the end");
+    app.add_option("--save-settings", o.salva, "Write all parameters and keys as JSON");
+    app.add_flag("--quiet", o.muto, "Tell nothing but errors");
+    app.add_flag("--json", o.json, "Tell progress as lines of JSON");
+    opzioni_di_un_passaggio(app, o);
+}
+
+void di_looks(CLI::App& app, Opzioni& o)
+{
+    app.add_option("IN", o.ingresso, "Picture or movie to read")->required();
+    app.add_option("OUT", o.uscita, "Sheet to write")->required();
+    app.add_option("--width", o.larghezza, "Width of the sheet in pixels")
+        ->capture_default_str()
+        ->check(CLI::Range(200, 65536));
+    app.add_option("--crop", o.ritaglio, "WIDTHxHEIGHT+X+Y: show this part of each picture");
+    app.add_option("--frame", o.fotogramma, "Frame of a movie, and its render time; the first is 1")
+        ->check(CLI::Range(1, 1000000000));
+    opzioni_filmato(app, o);
+    app.add_option("--time", o.tempo, "Render time");
+    opzioni_di_un_passaggio(app, o);
+}
+
+void di_effetti(CLI::App& app, Opzioni& o)
+{
+    di_looks(app, o);
+    app.add_option("--amount", o.quantita, "Amount of each effect, held to its range")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 1.0));
+}
+
+void di_tavola(CLI::App& app, Opzioni& o)
+{
+    app.add_option("OUT", o.uscita, "Picture to write")->required();
+    app.add_option("--size", o.misura, "WIDTHxHEIGHT")->capture_default_str();
+    opzioni_scrittura(app, o);
+}
+
+void di_lut(CLI::App& app, Opzioni& o)
+{
+    app.add_option("OUT", o.uscita, "The .cube file to write")->required();
+    app.add_option("--size", o.lato,
+                   "Points an axis: 17, 32, 33, 64, 65 or 81; 81 are the plug-in's own")
+        ->check(CLI::IsMember({17, 32, 33, 64, 65, 81}));
+    app.add_option("--time", o.tempo, "Time at which keyed settings are read");
+    opzione_sostituisci(app, o);
+    opzioni_parametri(app, o);
+}
+
+void di_confronta(CLI::App& app, Opzioni& o)
+{
+    const CLI::Validator positivo(
+        [](std::string& testo) {
+            double v = 0.0;
+            return leggi_numero(testo, v) && v >= 0.0
+                       ? ""
+                       : "it takes 0 or a larger number, not " + testo;
+        },
+        "");
+    app.add_option("A", o.ingresso, "One picture, or shot.####.exr")->required();
+    app.add_option("B", o.altro, "The other, of the same size")->required();
+    app.add_option("--limit", o.limite, "Largest difference that passes; 0 wants equal values")
+        ->check(positivo);
+    app.add_option("--split", o.affiancati, "Write A left and B right of a divider");
+    app.add_option("--difference", o.differenza, "Write how far they are apart");
+    app.add_option("--gain", o.guadagno, "Times that --difference is scaled")->check(positivo);
+    opzione_sostituisci(app, o);
+    app.add_flag("--json", o.json, "For machines");
+}
+
+void di_misura(CLI::App& app, Opzioni& o)
+{
+    app.add_option("--size", o.misura, "WIDTHxHEIGHT");
+    app.add_option("--rounds", o.giri, "Frames a figure, whose median is told")
+        ->check(CLI::Range(1, 1000));
+    auto* csv = app.add_flag("--csv", o.csv, "name,milliseconds");
+    app.add_flag("--json", o.json, "For machines")->excludes(csv);
+    opzioni_parametri(app, o);
+}
+
+// --- Sub-commands --------------------------------------------------------------------------------
 
 struct Comando {
     const char* nome;
     const char* inglese;
-    Esecuzione (*aggiungi)(CLI::App&);
+    const char* aiuto;
     const char* esempi;
+    void (*opzioni)(CLI::App&, Opzioni&);
+    void (*fai)(const Opzioni&);
 };
 
 // clang-format off
 constexpr Comando COMANDI[] = {
-    {"parametri", "parameters", comando_parametri,
-     "  provino parametri --json\n"},
-    {"sviluppa",  "develop",    comando_sviluppa,
+    {"parametri", "parameters", "List the plug-in's parameters as it declares them",
+     "  provino parametri --json\n",
+     di_parametri, comando_parametri},
+    {"sviluppa", "develop", "Develop a movie, a picture or a sequence",
      "  provino sviluppa scene.exr print.png -p formato=\"Sony S-Log3\" -p look=Amber\n"
      "  provino sviluppa 'shot.####.dpx' 'out.####.exr' --frames 1001-1048 -p promist_on=on -p promist=1/4\n"
      "  provino sviluppa still.tif 'out.####.png' --frames 1-48 --key ev@1=0 --key ev@48=1\n"
-     "  provino sviluppa b.dpx b.exr --settings-from a.exr\n"},
-    {"looks",     nullptr,      comando_looks,
-     "  provino looks scene.exr looks.jpg -p formato=\"Sony S-Log3\"\n"},
-    {"effetti",   "effects",    comando_effetti,
-     "  provino effetti scene.exr effects.png -p formato=\"Sony S-Log3\"\n"},
-    {"tavola",    "scene",      comando_tavola,
-     "  provino tavola scene.exr --size 3840x2160\n"},
-    {"lut",       nullptr,      comando_lut,
-     "  provino lut amber.cube --size 65 -p formato=\"Sony S-Log3\" -p look=Amber\n"},
-    {"confronta", "compare",    comando_confronta,
+     "  provino sviluppa b.dpx b.exr --settings-from a.exr\n",
+     di_sviluppa, comando_sviluppa},
+    {"looks", nullptr, "Draw a sheet of the neutral picture and all looks, each with its recipe",
+     "  provino looks scene.exr looks.jpg -p formato=\"Sony S-Log3\"\n",
+     di_looks, comando_looks},
+    {"effetti", "effects", "Draw a sheet of the twelve effects, each beside the picture without it",
+     "  provino effetti scene.exr effects.png -p formato=\"Sony S-Log3\"\n",
+     di_effetti, comando_effetti},
+    {"tavola", "scene", "Draw a test scene as S-Log3 / S-Gamut3.Cine code values",
+     "  provino tavola scene.exr --size 3840x2160\n",
+     di_tavola, comando_tavola},
+    {"lut", nullptr, "Write the grade, without effects, as a .cube",
+     "  provino lut amber.cube --size 65 -p formato=\"Sony S-Log3\" -p look=Amber\n",
+     di_lut, comando_lut},
+    {"confronta", "compare", "Compare two pictures or sequences; exit code 1 where they differ",
      "  provino confronta a.exr b.exr --limit 0.001 --split ab.png\n"
-     "  provino confronta 'a.####.exr' 'b.####.exr' --difference 'd.####.png' --gain 20\n"},
-    {"misura",    "measure",    comando_misura,
-     "  provino misura --size 3840x2160 -p look=Amber\n"},
+     "  provino confronta 'a.####.exr' 'b.####.exr' --difference 'd.####.png' --gain 20\n",
+     di_confronta, comando_confronta},
+    {"misura", "measure", "Measure milliseconds a frame, through the plug-in",
+     "  provino misura --size 3840x2160 -p look=Amber\n",
+     di_misura, comando_misura},
 };
 // clang-format on
 
@@ -135,18 +270,13 @@ std::string rimedio(const CLI::App& app, const std::vector<std::string>& resto)
     std::error_code e;
     if (parola.find('=') != std::string::npos && parola.front() != '-')
         return ": give -p before each, as in -p " + parola;
-    for (const std::string& file : resto)
-        if (const auto n = numero_in(file); n && std::filesystem::exists(file, e)) {
-            const std::filesystem::path p(file);
-            const std::string radice = p.stem().string();
-            const std::size_t fine = radice.find_last_not_of("0123456789") + 1;
-            const std::string modello = radice.substr(0, fine) +
-                                        std::string(radice.size() - fine, '#') +
-                                        p.extension().string();
-            return ": give a sequence in quotes, as " +
-                   tra_apici((p.parent_path() / modello).string());
+    for (std::string file : resto)
+        if (numero_in(file) && std::filesystem::exists(file, e)) {
+            auto c = file.end() - std::ssize(std::filesystem::path(file).extension().string());
+            while (c != file.begin() && std::isdigit(static_cast<unsigned char>(c[-1])))
+                *--c = '#';
+            return ": give a sequence in quotes, as " + tra_apici(file);
         }
-    const std::string vicino = proposta(parola, comandi_e_opzioni(app));
     if (parola.starts_with("--"))
         try {
             const Plugin plugin = carica_plugin({});
@@ -155,7 +285,7 @@ std::string rimedio(const CLI::App& app, const std::vector<std::string>& resto)
                    "'?";
         } catch (const Errore&) {  // no parameter either
         }
-    return vicino;
+    return proposta(parola, comandi_e_opzioni(app));
 }
 
 int esegui(int argc, char** argv)
@@ -174,11 +304,12 @@ int esegui(int argc, char** argv)
                "  provino lut --size 65 amber.cube -p formato=0 -p look=Amber\n"
                "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 the plug-in cannot be loaded.");
 
-    std::vector<std::pair<const char*, Esecuzione>> comandi;
+    Opzioni opzioni;
     for (const Comando& c : COMANDI) {
-        comandi.emplace_back(c.nome, c.aggiungi(app));
-        CLI::App* questo = app.get_subcommand(c.nome);
+        CLI::App* questo = app.add_subcommand(c.nome, c.aiuto);
+        c.opzioni(*questo, opzioni);
         questo->footer(std::string("Examples:\n") + c.esempi);
+        questo->callback([&opzioni, fai = c.fai] { fai(opzioni); });
         if (c.inglese != nullptr)
             questo->alias(c.inglese);
     }
@@ -193,9 +324,6 @@ int esegui(int argc, char** argv)
             rifiuta("there is no command " + tra_apici(argv[1]) +
                     proposta(argv[1], comandi_e_opzioni(app)) + " ('provino --help' lists them)");
         app.parse(argc, argv);
-        for (const auto& [nome, fai] : comandi)
-            if (app.got_subcommand(nome))
-                fai();
         return FATTO;
     } catch (const CLI::ParseError& e) {
         if (e.get_exit_code() == 0)
