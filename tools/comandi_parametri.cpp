@@ -21,22 +21,15 @@ const char* genere(const banco::Parametro& p)
 
 Json in_json(const banco::Parametro& p)
 {
-    Json j;
-    j["name"] = p.nome;
-    j["label"] = p.etichetta;
-    j["kind"] = genere(p);
-    if (p.tipo == "OfxParamTypeDouble") {
-        j["minimum"] = accorcia(p.minimo);
-        j["maximum"] = accorcia(p.massimo);
-    }
-    if (p.tipo == "OfxParamTypeBoolean")
+    Json j = {{"name", p.nome}, {"label", p.etichetta}, {"kind", genere(p)}};
+    if (p.tipo == "OfxParamTypeDouble")
+        j.update({{"minimum", accorcia(p.minimo)},
+                  {"maximum", accorcia(p.massimo)},
+                  {"default", accorcia(p.predefinito)}});
+    else if (p.opzioni.empty())
         j["default"] = p.predefinito != 0.0;
-    else if (p.tipo == "OfxParamTypeChoice")
-        j["default"] = static_cast<int>(p.predefinito);
     else
-        j["default"] = accorcia(p.predefinito);
-    if (!p.opzioni.empty())
-        j["options"] = p.opzioni;
+        j.update({{"default", static_cast<int>(p.predefinito)}, {"options", p.opzioni}});
     if (!p.hint.empty())
         j["hint"] = p.hint;
     return j;

@@ -69,59 +69,44 @@ std::pair<std::string, std::string> dividi(const std::string& testo, const char*
     return {testo.substr(0, p), testo.substr(p + 1)};
 }
 
-[[noreturn]] void json_errato(const std::string& nome, const std::string& motivo)
+double valore_json(const banco::Parametro& p, const Json& j)
 {
-    fallisci("the settings in " + tra_apici(nome) + " cannot be used: " + motivo);
-}
-
-double valore_json(const banco::Parametro& p, const Json& j, const std::string& nome)
-{
-    try {
-        if (j.is_string())
-            return leggi_valore(p, j.get<std::string>());
-        if (j.is_boolean() && interruttore(p))
-            return j.get<bool>() ? 1.0 : 0.0;
-        // An index here is a number: in a text it could be an option's name.
-        if (scelta(p) && j.is_number_integer()) {
-            const auto n = j.get<long long>();
-            if (n >= 0 && n < static_cast<long long>(p.opzioni.size()))
-                return static_cast<double>(n);
-        }
-        if (j.is_number() && !scelta(p))
-            return leggi_valore(p, testo_di(j.get<double>()));
-    } catch (const Errore& e) {
-        json_errato(nome, e.testo);
-    }
-    json_errato(nome, p.nome + " cannot be " + j.dump());
+    if (j.is_string())
+        return leggi_valore(p, j.get<std::string>());
+    if (j.is_boolean() && interruttore(p))
+        return j.get<bool>() ? 1.0 : 0.0;
+    // An index here is a number: in a text it could be an option's name.
+    if (scelta(p) && j.is_number_integer() && j >= 0 && j < p.opzioni.size())
+        return j.get<double>();
+    if (j.is_number() && !scelta(p))
+        return leggi_valore(p, testo_di(j.get<double>()));
+    rifiuta(p.nome + " cannot be " + j.dump());
 }
 
 // Values are taken as a host loads a project: a look alone loads no recipe.
 void da_json(const Plugin& plugin, const std::string& testo, const std::string& nome,
              Impostazioni& imp)
-{
+try {
     const Json j = Json::parse(testo, nullptr, false);
-    if (j.is_discarded() || !j.is_object())
-        json_errato(nome, "they are no JSON object");
+    if (!j.is_object())
+        rifiuta("they are no JSON object");
     if (!j.contains("parameters") || !j["parameters"].is_object())
-        json_errato(nome, "they have no \"parameters\"; '--save-settings FILE' writes an example");
-    const auto parametro = [&](const std::string& n) -> const banco::Parametro& {
-        try {
-            return trova_parametro(plugin, n);
-        } catch (const Errore& e) {
-            json_errato(nome, e.testo);
-        }
-    };
-    for (const auto& [n, v] : j["parameters"].items())
-        imp.salvate[parametro(n).nome] = valore_json(parametro(n), v, nome);
+        rifiuta("they have no \"parameters\"; '--save-settings FILE' writes an example");
+    for (const auto& [n, v] : j["parameters"].items()) {
+        const banco::Parametro& p = trova_parametro(plugin, n);
+        imp.salvate[p.nome] = valore_json(p, v);
+    }
     const Json chiavi = j.value("keys", Json::object());
     for (const auto& [n, elenco] : chiavi.items()) {
-        const banco::Parametro& p = parametro(n);
+        const banco::Parametro& p = trova_parametro(plugin, n);
         for (const Json& c : elenco) {
             if (!c.is_array() || c.size() != 2 || !c[0].is_number())
-                json_errato(nome, "a key of " + n + " must be [time, value]");
-            imp.chiavi[p.nome].emplace_back(c[0].get<double>(), valore_json(p, c[1], nome));
+                rifiuta("a key of " + n + " must be [time, value]");
+            imp.chiavi[p.nome].emplace_back(c[0].get<double>(), valore_json(p, c[1]));
         }
     }
+} catch (const Errore& e) {
+    fallisci("the settings in " + tra_apici(nome) + " cannot be used: " + e.testo);
 }
 
 void leggi_chiave(const Plugin& plugin, const std::string& testo, Impostazioni& imp)

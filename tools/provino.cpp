@@ -314,7 +314,6 @@ int esegui(int argc, char** argv)
             questo->alias(c.inglese);
     }
 
-    const CLI::App* scelto = &app;
     try {
         if (argc > 1 && std::string(argv[1]) == "--complete") {
             completa(app, {argv + 2, argv + argc});
@@ -328,17 +327,15 @@ int esegui(int argc, char** argv)
     } catch (const CLI::ParseError& e) {
         if (e.get_exit_code() == 0)
             return app.exit(e);  // help and version
-        std::string chi = "provino";
-        for (const CLI::App* s : app.get_subcommands()) {
-            scelto = s;
-            chi += " " + s->get_name();
-        }
+        const auto scelti = app.get_subcommands();
+        const CLI::App& scelto = scelti.empty() ? app : *scelti.front();
         std::string testo = in_una_riga(e.what());
-        if (const auto resto = scelto->remaining(); !resto.empty())
-            testo = tra_apici(resto.front()) + " was not expected" + rimedio(*scelto, resto);
-        if (scelto == &app && argc < 2)
+        if (const auto resto = scelto.remaining(); !resto.empty())
+            testo = tra_apici(resto.front()) + " was not expected" + rimedio(scelto, resto);
+        if (argc < 2)
             testo = "give a command, such as sviluppa";
-        errore(testo + " ('" + chi + " --help' tells more)");
+        errore(testo + " ('provino " + (scelti.empty() ? "" : scelto.get_name() + " ") +
+               "--help' tells more)");
         return USO;
     } catch (const Errore& e) {
         if (!e.testo.empty())  // else it was told already
