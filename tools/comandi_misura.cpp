@@ -36,22 +36,13 @@ void comando_misura(const Opzioni& o)
     Plugin plugin = carica_plugin(o.plugin);
     const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
     const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
-    banco::registro(*istanza).scrivi = false;
 
     // The host's two pictures stay, as in a host that plays; only the render is timed.
     const Foto sorgente = soggetto(larghezza, altezza);
     Foto uscita = foto_nuova(larghezza, altezza);
     std::fill_n(uscita.rgba.get(), quanti_float(uscita), 0.0f);
-    const banco::Rettangolo finestra{0, 0, larghezza, altezza};
-    const int byte_riga = larghezza * 16;
-    const banco::Figura da{sorgente.rgba.get(), byte_riga, finestra};
-    const banco::Figura a{uscita.rgba.get(), byte_riga, finestra};
     const auto fotogramma = [&] {
-        return bench::millisecondi([&] {
-            if (const int stato = banco::rendi(*istanza, 0.0, finestra, da, a); stato != 0)
-                fallisci("the plug-in could not develop the picture (status " +
-                         std::to_string(stato) + ")");
-        });
+        return bench::millisecondi([&] { rendi_in(*istanza, sorgente, uscita, 0.0); });
     };
     const auto piu_volte = [&] {
         std::vector<double> tempi(static_cast<std::size_t>(o.giri));
@@ -98,8 +89,7 @@ void comando_misura(const Opzioni& o)
         for (const auto& [nome, ms] : voci)
             j["milliseconds"][nome] = ms;
         j["frames_a_second"] = 1000.0 / intero;
-        riga(j.dump());
-        return;
+        return riga(j.dump());
     }
     // Both forms of a line: for machines, and in columns for people.
     const auto di = [&](const std::string& nome, double v, const char* unita) {

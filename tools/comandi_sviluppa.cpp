@@ -108,27 +108,25 @@ std::vector<Fotogramma> elenca(const Opzioni& o, const Filmati& f)
 }
 
 // What of the source the movie takes with it; notes on what it does not.
-void segui(ModoFilmato& modo, const Opzioni& o, const Filmati& f, const Lavoro& lavoro,
-           std::vector<std::string>& note)
+void segui(ModoFilmato& modo, const Opzioni& o, const Filmati& f, const Lavoro& lavoro)
 {
     const std::vector<Fotogramma>& tutti = lavoro.fotogrammi;
     const std::string nome = tra_apici(o.uscita);
     if (!f.da) {
         modo.cadenza = o.cadenza;
         if (!segui(modo, leggi_testata(tutti.front().ingresso)))
-            note.push_back(nome + " runs at 24 frames a second, since the pictures do not tell "
-                                  "(--rate overrules)");
+            avviso(nome + " runs at 24 frames a second, since the pictures do not tell (--rate "
+                          "overrules)");
         return;
     }
     const bool intero = tutti.size() == static_cast<std::size_t>(f.da->quanti);
     const auto saltati = static_cast<long long>(tutti.front().tempo) - f.primo;
     if (!segui(modo, *f.da, saltati, intero))
-        note.push_back(nome +
-                       " cannot hold the audio as it is, which is left out: a .mov or .mkv can");
+        avviso(nome + " cannot hold the audio as it is, which is left out: a .mov or .mkv can");
     else if (f.da->audio && !intero)
-        note.push_back(nome + " is without audio, which is copied with whole clips only");
+        avviso(nome + " is without audio, which is copied with whole clips only");
     if (f.da->alfa && modo.formato_con_alfa.empty())
-        note.push_back(nome + " is without alpha: --codec prores4444 or ffv1 hold it");
+        avviso(nome + " is without alpha: --codec prores4444 or ffv1 hold it");
 }
 
 // Before the first frame is begun, so that a long run does not end in a refusal.
@@ -140,16 +138,13 @@ void controlla_uscite(const Opzioni& o, const Filmati& filmati,
     controlla_scrittura(fotogrammi.front().uscita, o.scrittura);
     for (const Fotogramma& f : fotogrammi) {
         std::error_code e;
-        if (o.salta && fs::is_regular_file(f.uscita, e))
+        const bool esiste = fs::is_regular_file(f.uscita, e);
+        if (esiste && o.salta)
             continue;
-        try {
-            controlla_uscita(f.uscita, o.scrittura.sovrascrivi);
-        } catch (Errore& errore) {
-            if (fotogrammi.size() > 1 && fs::is_regular_file(f.uscita, e))
-                errore.testo = tra_apici(f.uscita) + " exists already: give --overwrite to replace "
-                                                     "such frames or --skip-existing to leave them";
-            throw;
-        }
+        if (esiste && !o.scrittura.sovrascrivi && fotogrammi.size() > 1)
+            fallisci(tra_apici(f.uscita) + " exists already: give --overwrite to replace such "
+                                           "frames or --skip-existing to leave them");
+        controlla_uscita(f.uscita, o.scrittura.sovrascrivi);
     }
 }
 
@@ -174,12 +169,10 @@ void comando_sviluppa(const Opzioni& o)
     const auto quante = std::min(static_cast<std::size_t>(o.lavori), lavoro.fotogrammi.size());
     for (std::size_t i = 0; i < quante; ++i)
         istanze.push_back(istanza_con(plugin, imp));
-    std::vector<std::string> note;
     if (filmati.da)
-        note = filmati.da->note;
+        std::ranges::for_each(filmati.da->note, avviso);
     if (filmati.a)
-        segui(*filmati.a, o, filmati, lavoro, note);
-    std::for_each(note.begin(), note.end(), avviso);
+        segui(*filmati.a, o, filmati, lavoro);
     avvisa_nulla_di_fatto(plugin, *istanze[0], imp);
     if (!o.salva.empty())
         scrivi_testo(o.salva, o.scrittura.sovrascrivi,

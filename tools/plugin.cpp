@@ -117,9 +117,8 @@ const banco::Parametro& trova_parametro(const Plugin& p, std::string_view nome)
             " ('provino parametri' lists them all)");
 }
 
-Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo)
+void rendi_in(banco::Istanza& istanza, const Foto& sorgente, Foto& a, double tempo)
 {
-    Foto a = foto_nuova(sorgente.larghezza, sorgente.altezza, sorgente.alfa);
     int stato = 0;
     try {
         stato = banco::rendi(istanza, tempo, {0, 0, a.larghezza, a.altezza}, figura(sorgente),
@@ -132,6 +131,12 @@ Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo)
     if (stato != 0)
         fallisci("the plug-in could not develop the picture (status " + std::to_string(stato) +
                  ")");
+}
+
+Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo)
+{
+    Foto a = foto_nuova(sorgente.larghezza, sorgente.altezza, sorgente.alfa);
+    rendi_in(istanza, sorgente, a, tempo);
     a.formato = sorgente.formato;
     a.testata = sorgente.testata;
     return a;

@@ -31,6 +31,7 @@ const banco::Parametro& trova_parametro(const Plugin& p, std::string_view nome);
 
 /// Develops a picture at a time into another of its size. The file's top row is the highest y: rows
 /// are handed over with negative row bytes. Throws Errore where the plug-in fails.
+void rendi_in(banco::Istanza& istanza, const Foto& sorgente, Foto& a, double tempo);
 Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo);
 
 }  // namespace varno::provino

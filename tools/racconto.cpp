@@ -29,14 +29,9 @@ void di(const std::string& testo)
     }
 }
 
-double trascorsi(const Racconto& r)
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - r.inizio).count();
-}
-
 double al_secondo(const Racconto& r)
 {
-    return static_cast<double>(r.fatti) / std::max(trascorsi(r), 1e-6);
+    return static_cast<double>(r.fatti) / std::max(r.trascorsi(), 1e-6);
 }
 
 void disegna_barra(const Racconto& r, std::size_t quanti)
@@ -101,7 +96,7 @@ void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& resoconto)
     else if (resoconto.esito == Esito::saltato)
         ++r.saltati;
     else
-        r.falliti.push_back(resoconto.indice);
+        r.falliti.push_back(f.tempo);
     conta_fotogrammi(r.fatti + r.saltati, lavoro.fotogrammi.size(), !lavoro.scrive_in_ordine);
     if (resoconto.esito == Esito::fallito) {
         if (r.voce == Voce::barra)
@@ -121,28 +116,27 @@ void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& resoconto)
 
 void concludi(Racconto& r, const Lavoro& lavoro)
 {
-    std::sort(r.falliti.begin(), r.falliti.end());
     const std::size_t quanti = lavoro.fotogrammi.size();
     if (r.voce == Voce::barra)
         barra("\n");
     if (r.voce == Voce::json) {
         Json falliti = Json::array();
-        for (const std::size_t i : r.falliti)
-            falliti.push_back(numero_json(lavoro.fotogrammi[i].tempo));
+        for (const double tempo : r.falliti)
+            falliti.push_back(numero_json(tempo));
         di(Json({{"done", r.fatti},
                  {"skipped", r.saltati},
                  {"failed", falliti},
-                 {"seconds", trascorsi(r)},
+                 {"seconds", r.trascorsi()},
                  {"frames_per_second", al_secondo(r)}})
                .dump());
     } else if (r.voce != Voce::muta && quanti > 1) {
-        di(sprintf("%d of %d frames in %.1f s, %.2f a second", r.fatti, quanti, trascorsi(r),
+        di(sprintf("%d of %d frames in %.1f s, %.2f a second", r.fatti, quanti, r.trascorsi(),
                    al_secondo(r)) +
            (r.saltati > 0 ? ", " + std::to_string(r.saltati) + " skipped" : ""));
     }
     std::string elenco;
-    for (const std::size_t i : r.falliti)
-        elenco += " " + testo_di(lavoro.fotogrammi[i].tempo);
+    for (const double tempo : r.falliti)
+        elenco += " " + testo_di(tempo);
     if (!elenco.empty() && quanti > 1 && !lavoro.legge_in_ordine && !lavoro.scrive_in_ordine)
         errore(sprintf("%d of %d frames failed:%s", r.falliti.size(), quanti, elenco));
 }

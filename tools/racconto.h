@@ -3,7 +3,8 @@
 
 #include "tools/catena.h"
 
-#include <chrono>
+#include <OpenImageIO/timer.h>
+
 #include <cstddef>
 #include <vector>
 
@@ -14,9 +15,9 @@ enum class Voce { righe, barra, json, muta };
 /// Tells people or machines how a run goes on.
 struct Racconto {
     Voce voce = Voce::righe;
-    std::chrono::steady_clock::time_point inizio = std::chrono::steady_clock::now();
+    OIIO::Timer trascorsi;  // seconds
     std::size_t fatti = 0, saltati = 0;
-    std::vector<std::size_t> falliti;
+    std::vector<double> falliti;  // their times
 };
 
 /// Lines where there are few frames or no terminal, else a bar; first the plug-in's file.
