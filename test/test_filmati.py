@@ -18,7 +18,7 @@ import time
 import unittest
 from pathlib import Path
 
-from test_provino import FALLITO, FATTO, PROVINO, BUNDLE, SPENTO, USO, Prova
+from test_provino import FALLITO, PROVINO, BUNDLE, SPENTO, USO, Prova, leggi_tiff, scrivi_tiff
 
 NEUTRO = [*SPENTO, "-p", "forza=0"]
 COEFFICIENTI = {"bt709": (0.2126, 0.0722), "smpte170m": (0.299, 0.114), "bt2020nc": (0.2627, 0.0593)}
@@ -36,33 +36,6 @@ def rgb(codici, matrice, legale, bit=10):
     cb, cr = ((c - 128 * s) / ((224 if legale else 255) * s if legale else 256 * s - 1) for c in (cb, cr))
     r, b = y + 2 * (1 - kr) * cr, y + 2 * (1 - kb) * cb
     return r, (y - kr * r - kb * b) / (1 - kr - kb), b
-
-
-def scrivi_tiff(file, pixel):
-    """A row of float RGB, eight times."""
-    dati = struct.pack("<%df" % (3 * len(pixel)), *sum(pixel, ())) * 8
-    voci = {256: len(pixel), 257: 8, 258: 0x200020, 259: 1, 262: 2, 273: 8, 277: 3, 278: 8, 279: len(dati),
-            284: 1, 339: 0}
-    dopo = 8 + len(dati)
-    testa = struct.pack("<2sHI", b"II", 42, dopo + 12) + dati + struct.pack("<6H", 32, 32, 32, 3, 3, 3)
-    voci[258], voci[339] = dopo, dopo + 6
-    testa += struct.pack("<H", len(voci))
-    testa += b"".join(struct.pack("<HHII", n, 3 if n in (258, 339) else 4, 3 if n in (258, 339) else 1, v)
-                      for n, v in sorted(voci.items()))
-    Path(file).write_bytes(testa + bytes(4))
-
-
-def leggi_tiff(file):
-    """The float samples of an uncompressed picture, and how many a pixel has."""
-    dati = Path(file).read_bytes()
-    inizio, = struct.unpack("<I", dati[4:8])
-    voci = {}
-    for i in range(struct.unpack("<H", dati[inizio:inizio + 2])[0]):
-        nome, _, quanti, valore = struct.unpack("<HHII", dati[inizio + 2 + 12 * i:inizio + 14 + 12 * i])
-        voci[nome] = struct.unpack("<I", dati[valore:valore + 4])[0] if nome == 273 and quanti > 1 else valore
-    canali = voci[277] & 65535
-    quanti = canali * (voci[256] & 65535) * (voci[257] & 65535)
-    return struct.unpack("<%df" % quanti, dati[voci[273]:voci[273] + 4 * quanti]), canali
 
 
 @unittest.skipUnless(shutil.which("ffmpeg"), "needs ffmpeg")
@@ -140,81 +113,68 @@ class Filmati(Prova):
             ("gbrp12le", 12, 0, 0, "unknown", "unknown", "--range legal", None, True),
         ]
         tutti = []
-        for n, (formato, bit, _, _, _, _, _, vale, legale) in enumerate(righe):
-            codici = [tuple(c << bit - 8 >> 2 for c in k) for k in CODICI]
+        for n, (_, bit, _, _, _, _, _, vale, legale) in enumerate(righe):
+            tutti.append([tuple(c << bit - 8 >> 2 for c in k) for k in CODICI])
             if vale is None:  # the first sample is all there is
-                codici = [(k[0], 128 << bit - 8, 128 << bit - 8) for k in codici]
-            tutti.append(codici)
-            luci = [rgb(k, vale or "bt709", legale, bit) for k in codici]
-            scrivi_tiff(self.qui("a%02d.tif" % n), sum(([k] * 16 for k in luci), []))
+                tutti[n] = [(k[0], 128 << bit - 8, 128 << bit - 8) for k in tutti[n]]
+            luci = [rgb(k, vale or "bt709", legale, bit) for k in tutti[n]]
+            scrivi_tiff(self.qui("a%02d.tif" % n), 8 * [sum((16 * k for k in luci), ())], tipo="f")
         self.fai("sviluppa a##.tif oa##.tif --depth float --compression none", *NEUTRO)
-        for n, (formato, bit, sx, sy, matrice, gamma, opzioni, vale, legale) in enumerate(righe):
+        for n, (formato, bit, sx, sy, matrice, gamma, opzioni, vale, _) in enumerate(righe):
             with self.subTest(formato=formato, gamma=gamma, opzioni=opzioni):
-                codici = tutti[n]
-
                 def piano(p, volte, righe):
-                    return b"".join(struct.pack("<H" if bit > 8 else "B", k[p]) * volte for k in codici) * righe
-                if formato == "uyvy422":
-                    dati = b"".join(bytes((u, y, v, y)) * 8 for y, u, v in codici) * 8
-                elif sx:
-                    dati = piano(0, 16, 8) + b"".join(piano(p, 16 // sx, 8 // sy) for p in (1, 2))
-                    dati += piano(0, 16, 8) if "yuva" in formato else b""
-                else:
-                    dati = piano(0, 16, 8) * (1 if "gray" in formato else 3)
+                    return b"".join(struct.pack("<H" if bit > 8 else "B", k[p]) * volte for k in tutti[n]) * righe
+                quanti = {"yuv": 1, "gra": 1, "gbr": 3}.get(formato[:3], 0)
+                dati = piano(0, 16, 8 * quanti) or b"".join(bytes((u, y, v, y)) * 8 for y, u, v in tutti[n]) * 8
+                if sx and quanti:
+                    dati += piano(1, 16 // sx, 8 // sy) + piano(2, 16 // sx, 8 // sy)
+                    dati += piano(0, 16, 8 * ("a" in formato))
                 Path(self.qui("c.raw")).write_bytes(dati)
-                nome = "c.mov" if formato == "uyvy422" else "c.mkv"
-                self.ffmpeg("-f rawvideo -pix_fmt %s -s %dx8 -i c.raw -vf setparams=range=%s:colorspace=%s "
-                            "-c:v %s %s" % (formato, 16 * len(codici), gamma, matrice,
-                                            "rawvideo" if nome == "c.mov" else "ffv1", nome))
+                nome, codec = ("c.mkv", "ffv1") if quanti else ("c.mov", "rawvideo")
+                self.ffmpeg("-f rawvideo -pix_fmt %s -s %dx8 -i c.raw -vf setparams=range=%s:colorspace=%s -c:v %s %s"
+                            % (formato, 16 * len(CODICI), gamma, matrice, codec, nome))
                 r = self.fai("sviluppa %s oc.tif --frames 1 --depth float --compression none --overwrite %s"
                              % (nome, opzioni), *NEUTRO)
                 self.assertEqual("taken as" in r.stderr, "unknown" in (matrice, gamma) and vale is not None
                                  and not opzioni)
-                (a, _), (c, canali) = leggi_tiff(self.qui("oa%02d.tif" % n)), leggi_tiff(self.qui("oc.tif"))
+                (a, _), (c, canali) = (leggi_tiff(self.qui(f)) for f in ("oa%02d.tif" % n, "oc.tif"))
                 # In the middle of each patch, free of the neighbours' colour.
-                for p in range(3):
-                    for i, k in enumerate(codici):
-                        dove = 4 * 16 * len(codici) + 16 * i + 8
-                        self.assertAlmostEqual(a[3 * dove + p], c[canali * dove + p], delta=2e-5, msg=(p, k))
-                        if canali == 4:
-                            self.assertAlmostEqual(c[4 * dove + 3], k[0] / 1023, delta=1e-6)
+                for i, k in enumerate(tutti[n]):
+                    atteso, avuto = a[4][48 * i + 24:], c[4][canali * (16 * i + 8):]
+                    for p in range(3):
+                        self.assertAlmostEqual(atteso[p], avuto[p], delta=2e-5, msg=(p, k))
+                    if canali == 4:
+                        self.assertAlmostEqual(avuto[3], k[0] / 1023, delta=1e-6)
 
     def test_light_becomes_legal_codes_and_says_so(self):
         toppe = [(0, 0, 0), (65535,) * 3, (30000,) * 3, (60000, 20000, 9000), (5000, 40000, 50000), (257, 300, 290)]
-        Path(self.qui("p.raw")).write_bytes(b"".join(struct.pack("<3H", *t) * 48 for t in toppe) * 128)
-        self.ffmpeg("-f rawvideo -pix_fmt rgb48le -s %dx128 -i p.raw -pix_fmt rgb48be p.png" % (48 * len(toppe)))
-        self.fai("sviluppa p.png o.png --depth uint16", *NEUTRO)
-        luci = struct.unpack("<%dH" % (len(toppe) * 48 * 128 * 3), self.pixel("o.png", "rgb48le"))
-        righe = [
-            # output, what asks for the codec, what it is, samples, bits, chroma's share, codes off
-            ("o.mov", "--codec v210", "v210", "yuv422p10le", 10, 2, 0.51),
-            ("o.mkv", "--codec ffv1:yuv444p16le", "ffv1", "yuv444p16le", 16, 1, 2.0),
-            ("o.mov", "", "prores", "yuv422p10le", 10, 2, 2.5),
-            ("o.mov", "--codec dnxhr", "dnxhd", "yuv422p10le", 10, 2, 2.5),
-            ("o.mp4", "", "h264", "yuv420p", 8, 2, 1.6),
-            ("o.mp4", "--codec h265 --quality 8", "hevc", "yuv420p10le", 10, 2, 3.0),
-        ]
-        for nome, opzioni, codec, formato, bit, parte, scarto in righe:
+        W, H = 48 * len(toppe), 128
+        scrivi_tiff(self.qui("p.tif"), H * [sum(([v / 65535 for v in t] * 48 for t in toppe), [])], tipo="f")
+        luci = self.campioni("sviluppa p.tif --depth float", *NEUTRO)[64]
+        for nome, opzioni, codec, formato, bit, parte, scarto in (
+                # output, what asks for the codec, what it is, samples, bits, chroma's share, codes off
+                ("o.mov", "--codec v210", "v210", "yuv422p10le", 10, 2, 0.51),
+                ("o.mkv", "--codec ffv1:yuv444p16le", "ffv1", "yuv444p16le", 16, 1, 2.0),
+                ("o.mov", "", "prores", "yuv422p10le", 10, 2, 2.5),
+                ("o.mov", "--codec dnxhr", "dnxhd", "yuv422p10le", 10, 2, 2.5),
+                ("o.mp4", "", "h264", "yuv420p", 8, 2, 1.6),
+                ("o.mp4", "--codec h265 --quality 8", "hevc", "yuv420p10le", 10, 2, 3.0)):
             with self.subTest(nome=nome, opzioni=opzioni):
-                self.fai("sviluppa p.png %s --frames 1-2 --rate 24000/1001 --overwrite %s" % (nome, opzioni),
-                         *NEUTRO)
+                self.fai("sviluppa p.tif %s --frames 1-2 --rate 24000/1001 --overwrite %s" % (nome, opzioni), *NEUTRO)
                 detto = self.ffprobe(nome, "stream")["streams"][0]
                 self.assertEqual([detto.get(k) for k in ("codec_name", "pix_fmt", "r_frame_rate", "color_range",
                                                          "color_space", "color_transfer", "color_primaries")],
                                  [codec, formato, "24000/1001", None if codec == "v210" else "tv"] + 3 * ["bt709"])
                 dati = self.ffmpeg("-i %s -frames:v 1 -f rawvideo -" % nome)
-                campioni = struct.unpack("<%d%s" % (len(dati) // (2 if bit > 8 else 1), "H" if bit > 8 else "B"),
-                                         dati)
-                s, larghezza = 1 << bit - 8, 48 * len(toppe)
-                altezza = 64 if "420" in formato else 128
+                campioni = memoryview(dati).cast("H" if bit > 8 else "B")
+                altezza, s = H // 2 if "420" in formato else H, 1 << bit - 8
                 for i in range(len(toppe)):
-                    r, g, b = (v / 65535 for v in luci[3 * (64 * larghezza + 48 * i + 24):][:3])
+                    x = 48 * i + 24
+                    r, g, b = luci[3 * x:3 * x + 3]
                     y = 0.2126 * r + 0.7152 * g + 0.0722 * b
-                    for dove, atteso in ((64 * larghezza + 48 * i + 24, 16 + 219 * y),
-                                         (128 * larghezza, 128 + 224 * (b - y) / 1.8556),
-                                         (128 * larghezza + altezza * larghezza // parte, 128 + 224 * (r - y) / 1.5748)):
-                        if dove >= 128 * larghezza:
-                            dove += altezza // 2 * larghezza // parte + (48 * i + 24) // parte
+                    croma = H * W + (altezza // 2 * W + x) // parte
+                    for dove, atteso in ((64 * W + x, 16 + 219 * y), (croma, 128 + 224 * (b - y) / 1.8556),
+                                         (croma + altezza * W // parte, 128 + 224 * (r - y) / 1.5748)):
                         self.assertAlmostEqual(campioni[dove], s * atteso, delta=scarto)
 
     def test_a_clip_keeps_its_rate_timecode_tags_sound_and_settings(self):
