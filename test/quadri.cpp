@@ -37,36 +37,32 @@ Campioni riempi(Contenuto contenuto, int larghezza, int altezza, int canali, std
     // Now and then: about one pixel in 40, at least one of a frame.
     const std::size_t ogni = std::min<std::size_t>(40, std::max<std::size_t>(1, v.size() / 6));
     const std::size_t prima = caso() % ogni;
-    std::size_t i = 0;
-    for (int y = 0; y < altezza; ++y) {
-        for (int x = 0; x < larghezza; ++x) {
-            const std::size_t p = i / static_cast<std::size_t>(canali);
-            const bool scelto = p % ogni == prima;
-            for (int c = 0; c < canali; ++c, ++i) {
-                switch (contenuto) {
-                case Contenuto::LUCI:
-                    v[i] = scelto ? 0.8f + 3.0f * numero() * numero() * numero() : 0.04f * numero();
-                    break;
-                case Contenuto::RAMPE:
-                    v[i] = std::fmod(static_cast<float>(x + 2 * y + 7 * c) * 0.013f, 1.1f);
-                    break;
-                case Contenuto::OLTRE:
-                    v[i] = 2.5f * numero() - 0.5f;
-                    break;
-                case Contenuto::ESTREMI:
-                    v[i] = scelto ? ESTREMI[caso() % std::size(ESTREMI)] : numero();
-                    break;
-                case Contenuto::GUASTI:
-                    v[i] =
-                        scelto && caso() % 2 == 0 ? GUASTI[caso() % std::size(GUASTI)] : numero();
-                    break;
-                case Contenuto::PIATTO:
-                    v[i] = i < 3 ? numero() : v[i % static_cast<std::size_t>(canali)];
-                    break;
-                default:
-                    v[i] = numero();
-                }
-            }
+    const auto n = static_cast<std::size_t>(canali);
+    const auto w = static_cast<std::size_t>(larghezza);
+    for (std::size_t i = 0; i < v.size(); ++i) {
+        const std::size_t p = i / n;
+        const bool scelto = p % ogni == prima;
+        switch (contenuto) {
+        case Contenuto::LUCI:
+            v[i] = scelto ? 0.8f + 3.0f * numero() * numero() * numero() : 0.04f * numero();
+            break;
+        case Contenuto::RAMPE:
+            v[i] = std::fmod(static_cast<float>(p % w + 2 * (p / w) + 7 * (i % n)) * 0.013f, 1.1f);
+            break;
+        case Contenuto::OLTRE:
+            v[i] = 2.5f * numero() - 0.5f;
+            break;
+        case Contenuto::ESTREMI:
+            v[i] = scelto ? ESTREMI[caso() % std::size(ESTREMI)] : numero();
+            break;
+        case Contenuto::GUASTI:
+            v[i] = scelto && caso() % 2 == 0 ? GUASTI[caso() % std::size(GUASTI)] : numero();
+            break;
+        case Contenuto::PIATTO:
+            v[i] = i < 3 ? numero() : v[i % n];
+            break;
+        default:
+            v[i] = numero();
         }
     }
     return v;
@@ -87,13 +83,11 @@ std::string differenza(const Campioni& atteso, const Piano& avuto, int larghezza
         if (std::memcmp(&atteso[i], &avuto[i], sizeof(float)) == 0 ||
             (std::isnan(atteso[i]) && std::isnan(avuto[i])))
             continue;
-        const std::size_t pixel = i / static_cast<std::size_t>(canali);
+        const auto n = static_cast<std::size_t>(canali);
         const auto riga = static_cast<std::size_t>(larghezza);
         std::array<char, 160> testo;
-        std::snprintf(testo.data(), testo.size(), "x %zu y %zu channel %zu: %.9g %a, not %.9g %a",
-                      pixel % riga, pixel / riga, i % static_cast<std::size_t>(canali),
-                      static_cast<double>(avuto[i]), static_cast<double>(avuto[i]),
-                      static_cast<double>(atteso[i]), static_cast<double>(atteso[i]));
+        std::snprintf(testo.data(), testo.size(), "x %zu y %zu channel %zu: %a, not %a",
+                      i / n % riga, i / n / riga, i % n, double{avuto[i]}, double{atteso[i]});
         return testo.data();
     }
     return {};

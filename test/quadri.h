@@ -46,14 +46,12 @@ struct LivelloFinto {
 };
 
 /// Sanitizers make everything ten times as slow, and a thread a hundred times.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool LENTO = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool LENTO = true;
-#else
-constexpr bool LENTO = false;
+#if !defined(__has_feature)
+#define __has_feature(x) 0
 #endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                               \
+    __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool LENTO = true;
 #else
 constexpr bool LENTO = false;
 #endif

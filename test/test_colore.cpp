@@ -4,7 +4,7 @@
 #include "colore/curve_regole.h"
 #include "colore/lotto.h"
 #include "colore/profili.h"
-#include "looks/catalogo.h"
+#include "contesti.h"
 #include "render/formato.h"
 #include "semplici_colore.h"
 
@@ -26,17 +26,6 @@ constexpr float NAN_F = std::numeric_limits<float>::quiet_NaN();
 constexpr float INF_F = std::numeric_limits<float>::infinity();
 
 const Curva NEUTRA = normalizza_curva(0.9f, 18.0f, 1.0f, 1.0f);
-
-Contesto contesto_di(const LookDef& look, float forza, float ev = 0.0f, int profilo = 0)
-{
-    return {&look,
-            normalizza_curva(look.spalla, look.bianco, look.contrasto, look.gamma),
-            forza,
-            ev,
-            {1.0f, 1.0f, 1.0f},
-            NEUTRA,
-            profilo};
-}
 
 bool stessi_bit(RGB a, RGB b)
 {
@@ -196,12 +185,8 @@ TEST_CASE("decode: the ends of a curve, and row 0 past both of them")
 
 TEST_CASE("formats: every choice leads to its row, others to the nearest")
 {
-    struct Caso {
-        const char* tendina;
-        std::vector<int> righe;
-    };
     // clang-format off
-    const Caso casi[] = {
+    const std::pair<const char*, std::vector<int>> casi[] = {
         {"cs_sony3", {0, 11, 15, 16, 17, 13, 14}}, {"cs_sony2", {12, 18, 19}},
         {"", {1}}, {"", {2}}, {"cs_canon", {3, 22, 23}}, {"", {4}}, {"", {5}}, {"", {6}}, {"", {7}},
         {"", {8}}, {"", {9}}, {"cs_apple", {10, 20, 21}}, {"cs_canon", {24, 25, 26}}, {"", {27}},
@@ -211,13 +196,12 @@ TEST_CASE("formats: every choice leads to its row, others to the nearest")
     constexpr int MASSIMO = std::numeric_limits<std::int32_t>::max();
     for (int f = 0; f < static_cast<int>(std::size(casi)); ++f) {
         CAPTURE(f);
-        const Caso& caso = casi[f];
+        const auto& [attesa, righe] = casi[f];
         const char* tendina = tendina_colorspace(f);
-        CHECK(std::string(tendina != nullptr ? tendina : "") == caso.tendina);
-        const int quante = static_cast<int>(caso.righe.size());
+        CHECK(std::string(tendina != nullptr ? tendina : "") == attesa);
         for (const int scelta : {MINIMO, -1, 0, 1, 2, 3, 4, 5, 6, 7, 9, MASSIMO}) {
-            const int vicina = std::clamp(scelta, 0, quante - 1);
-            CHECK(riga_profilo(f, scelta) == caso.righe[static_cast<std::size_t>(vicina)]);
+            const int vicina = std::clamp(scelta, 0, static_cast<int>(righe.size()) - 1);
+            CHECK(riga_profilo(f, scelta) == righe[static_cast<std::size_t>(vicina)]);
         }
     }
     for (const int fuori : {-1, 18, 40, MASSIMO}) {
@@ -231,7 +215,7 @@ TEST_CASE("tone curve: grey and white stand where they are set, ratios stay, bri
 {
     CHECK(NEUTRA.scala == Approx(0.56205).epsilon(1e-5));
     CHECK(NEUTRA.norma == Approx(1.0068).epsilon(1e-5));
-    for (const LookDef& look : catalogo()) {
+    for (const LookDef& look : looks()) {
         CAPTURE(look.nome);
         const Curva k = normalizza_curva(look.spalla, look.bianco, look.contrasto, 1.0f);
         CHECK(std::abs(k.grigio - std::pow(0.409, 2.4)) < 5e-8);
@@ -261,67 +245,42 @@ TEST_CASE("looks: what each makes of seven S-Log3 code values")
                               {0.3f, 0.28f, 0.26f}};
     struct Caso {
         const char* nome;
-        double v[7][3];
+        int v[7][3];  // hundred-thousandths
     };
     // clang-format off
     constexpr Caso casi[] = {
-        {"Nordic",
-         {{0.40830, 0.40768, 0.40706}, {0.90157, 0.48723, 0.40740}, {0.05818, 0.03671, 0.08200}, {0.86374, 0.86374, 0.86374},
-          {0.15991, 0.38748, 0.29013}, {0.86959, 0.83988, 0.73460}, {0.19845, 0.17134, 0.15165}}},
-        {"Cinema Print",
-         {{0.41230, 0.41111, 0.40926}, {0.91705, 0.51269, 0.44829}, {0.05069, 0.04007, 0.09012}, {0.90313, 0.89864, 0.89048},
-          {0.18712, 0.38322, 0.29372}, {0.90212, 0.87513, 0.77896}, {0.19080, 0.16954, 0.15635}}},
-        {"Midnight",
-         {{0.40985, 0.40955, 0.41091}, {0.92374, 0.51704, 0.43908}, {0.04058, 0.03381, 0.08300}, {0.91983, 0.91763, 0.91367},
-          {0.18000, 0.37771, 0.29357}, {0.91765, 0.90121, 0.81631}, {0.17885, 0.16040, 0.15026}}},
-        {"Daylight",
-         {{0.40858, 0.40770, 0.40682}, {0.90218, 0.49717, 0.42245}, {0.05781, 0.03765, 0.07981}, {0.86969, 0.86537, 0.85826},
-          {0.18128, 0.37957, 0.29498}, {0.87439, 0.84118, 0.73466}, {0.19687, 0.17169, 0.15329}}},
-        {"Linen",
-         {{0.41007, 0.41011, 0.41015}, {0.97231, 0.39710, 0.26376}, {0.06925, 0.03632, 0.09897}, {0.87023, 0.97245, 0.81786},
-          {0.00400, 0.42208, 0.29150}, {0.88235, 0.79664, 0.64385}, {0.21523, 0.18411, 0.16000}}},
-        {"Amber",
-         {{0.43390, 0.43197, 0.42906}, {0.91298, 0.45419, 0.37053}, {0.10315, 0.07990, 0.13203}, {0.94206, 0.97137, 0.88685},
-          {0.21729, 0.43970, 0.33048}, {0.86767, 0.80780, 0.70165}, {0.24356, 0.21829, 0.20019}}},
-        {"Ember",
-         {{0.41550, 0.41353, 0.41155}, {0.97626, 0.40109, 0.24736}, {0.06236, 0.03507, 0.09381}, {0.95997, 0.97497, 0.88860},
-          {0.01000, 0.42805, 0.28149}, {0.94441, 0.85673, 0.70491}, {0.20537, 0.17413, 0.15276}}},
-        {"Amalfi",
-         {{0.41046, 0.41293, 0.41202}, {0.98012, 0.37333, 0.16105}, {0.06483, 0.03147, 0.09876}, {0.91043, 0.97821, 0.85500},
-          {0.00600, 0.43022, 0.27783}, {0.92216, 0.83217, 0.65100}, {0.20974, 0.17894, 0.15266}}},
-        {"Velvet",
-         {{0.38666, 0.39279, 0.40055}, {0.97355, 0.43711, 0.31599}, {0.04908, 0.03871, 0.06739}, {0.94959, 0.97217, 0.90958},
-          {0.14977, 0.39413, 0.28525}, {0.97194, 0.93973, 0.81483}, {0.16300, 0.14695, 0.13669}}},
-        {"Brass",
-         {{0.40850, 0.41031, 0.41845}, {0.94765, 0.40135, 0.25539}, {0.06268, 0.03152, 0.10135}, {0.93824, 0.94840, 0.90454},
-          {0.00800, 0.42382, 0.29024}, {0.90990, 0.83844, 0.71018}, {0.20465, 0.17398, 0.15724}}},
-        {"Silk",
-         {{0.43688, 0.43431, 0.43554}, {0.88241, 0.43722, 0.35764}, {0.12910, 0.09651, 0.16286}, {0.82815, 0.87573, 0.78881},
-          {0.21157, 0.44478, 0.34245}, {0.78531, 0.73206, 0.64108}, {0.27224, 0.24306, 0.22438}}},
-        {"Olive",
-         {{0.40929, 0.42158, 0.41098}, {0.96064, 0.40161, 0.22815}, {0.06509, 0.03192, 0.09800}, {0.94328, 0.96241, 0.87975},
-          {0.01200, 0.43927, 0.27565}, {0.93222, 0.86653, 0.70370}, {0.20602, 0.18110, 0.14349}}},
-        {"",
-         {{0.40770, 0.40773, 0.40777}, {1.00000, 0.41299, 0.29707}, {0.06362, 0.03324, 0.08978}, {0.85459, 0.99924, 0.79216},
-          {0.00000, 0.41377, 0.29733}, {0.88974, 0.79704, 0.63950}, {0.20774, 0.18072, 0.15935}}},
+        {"Nordic",       {{40830, 40768, 40706}, {90157, 48723, 40740}, {5818, 3671, 8200}, {86374, 86374, 86374}, {15991, 38748, 29013}, {86959, 83988, 73460}, {19845, 17134, 15165}}},
+        {"Cinema Print", {{41230, 41111, 40926}, {91705, 51269, 44829}, {5069, 4007, 9012}, {90313, 89864, 89048}, {18712, 38322, 29372}, {90212, 87513, 77896}, {19080, 16954, 15635}}},
+        {"Midnight",     {{40985, 40955, 41091}, {92374, 51704, 43908}, {4058, 3381, 8300}, {91983, 91763, 91367}, {18000, 37771, 29357}, {91765, 90121, 81631}, {17885, 16040, 15026}}},
+        {"Daylight",     {{40858, 40770, 40682}, {90218, 49717, 42245}, {5781, 3765, 7981}, {86969, 86537, 85826}, {18128, 37957, 29498}, {87439, 84118, 73466}, {19687, 17169, 15329}}},
+        {"Linen",        {{41007, 41011, 41015}, {97231, 39710, 26376}, {6925, 3632, 9897}, {87023, 97245, 81786}, {400, 42208, 29150}, {88235, 79664, 64385}, {21523, 18411, 16000}}},
+        {"Amber",        {{43390, 43197, 42906}, {91298, 45419, 37053}, {10315, 7990, 13203}, {94206, 97137, 88685}, {21729, 43970, 33048}, {86767, 80780, 70165}, {24356, 21829, 20019}}},
+        {"Ember",        {{41550, 41353, 41155}, {97626, 40109, 24736}, {6236, 3507, 9381}, {95997, 97497, 88860}, {1000, 42805, 28149}, {94441, 85673, 70491}, {20537, 17413, 15276}}},
+        {"Amalfi",       {{41046, 41293, 41202}, {98012, 37333, 16105}, {6483, 3147, 9876}, {91043, 97821, 85500}, {600, 43022, 27783}, {92216, 83217, 65100}, {20974, 17894, 15266}}},
+        {"Velvet",       {{38666, 39279, 40055}, {97355, 43711, 31599}, {4908, 3871, 6739}, {94959, 97217, 90958}, {14977, 39413, 28525}, {97194, 93973, 81483}, {16300, 14695, 13669}}},
+        {"Brass",        {{40850, 41031, 41845}, {94765, 40135, 25539}, {6268, 3152, 10135}, {93824, 94840, 90454}, {800, 42382, 29024}, {90990, 83844, 71018}, {20465, 17398, 15724}}},
+        {"Silk",         {{43688, 43431, 43554}, {88241, 43722, 35764}, {12910, 9651, 16286}, {82815, 87573, 78881}, {21157, 44478, 34245}, {78531, 73206, 64108}, {27224, 24306, 22438}}},
+        {"Olive",        {{40929, 42158, 41098}, {96064, 40161, 22815}, {6509, 3192, 9800}, {94328, 96241, 87975}, {1200, 43927, 27565}, {93222, 86653, 70370}, {20602, 18110, 14349}}},
+        {"",             {{40770, 40773, 40777}, {100000, 41299, 29707}, {6362, 3324, 8978}, {85459, 99924, 79216}, {0, 41377, 29733}, {88974, 79704, 63950}, {20774, 18072, 15935}}},
     };
     // clang-format on
-    const std::vector<LookDef> looks = catalogo();
-    REQUIRE(looks.size() + 1 == std::size(casi));
+    REQUIRE(looks().size() + 1 == std::size(casi));
     const auto controlla = [&](const Contesto& ctx, const Caso& caso) {
         for (int k = 0; k < 7; ++k) {
             CAPTURE(k);
-            const auto [r, g, b] = applica_colore(codici[k], ctx);
-            const auto& [vr, vg, vb] = caso.v[k];
-            CHECK((std::abs(r - vr) < 1.5e-5 && std::abs(g - vg) < 1.5e-5 &&
-                   std::abs(b - vb) < 1.5e-5));
+            const RGB c = applica_colore(codici[k], ctx);
+            const auto vicino = [](float v, int atteso) {
+                return std::abs(v - atteso * 1e-5) < 1.5e-5;
+            };
+            CHECK((vicino(c.r, caso.v[k][0]) && vicino(c.g, caso.v[k][1]) &&
+                   vicino(c.b, caso.v[k][2])));
         }
     };
-    for (std::size_t i = 0; i < looks.size(); ++i) {
-        CAPTURE(looks[i].nome);
-        CHECK(looks[i].nome == casi[i].nome);
-        controlla(contesto_di(looks[i], 1.0f), casi[i]);
-        controlla(contesto_di(looks[i], 0.0f), casi[12]);  // at strength 0 no look shows
+    for (std::size_t i = 0; i < looks().size(); ++i) {
+        CAPTURE(looks()[i].nome);
+        CHECK(looks()[i].nome == casi[i].nome);
+        controlla(contesto_di(looks()[i], 1.0f), casi[i]);
+        controlla(contesto_di(looks()[i], 0.0f), casi[12]);  // at strength 0 no look shows
     }
 }
 
@@ -352,13 +311,13 @@ TEST_CASE("the grade in batches has the bits of the plain one, whatever comes in
     constexpr float STRANI[] = {0.0f, -0.0f, 1.0f, -0.3f, 1.5f, 1e30f, NAN_F, INF_F, -INF_F};
     std::mt19937 caso_di(7);
     std::uniform_real_distribution<float> codice(-0.2f, 1.2f);
-    for (const LookDef& look : catalogo()) {
+    for (const LookDef& look : looks()) {
         CAPTURE(look.nome);
         for (const Caso& caso : casi) {
             CAPTURE(caso.forza);
             CAPTURE(caso.ev);
-            Contesto ctx = contesto_di(look, caso.forza, caso.ev, caso.profilo);
-            ctx.guadagno = caso.guadagno;
+            const Contesto ctx =
+                contesto_di(look, caso.forza, caso.ev, caso.profilo, caso.guadagno);
             int diversi = 0;
             const auto prova = [&](RGB c) {
                 diversi += !stessi_bit(applica_colore(c, ctx), semplici::applica_colore(c, ctx));

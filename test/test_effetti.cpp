@@ -48,89 +48,45 @@ struct Tavolozza {
 
 TEST_CASE("the middle of a flat frame, worked out by hand")
 {
+    using R = FxRicetta;
     struct Caso {
-        const char* nome;
-        float FxRicetta::*campo;
+        float R::*campo;
         float quantita, grigio;
         double r, g, b;
     };
     // clang-format off
     constexpr Caso casi[] = {
-        {"halation: 0.5^1.6 * 0.6 = 0.19793, in red, 0.36 of it, 0.12 of it", &FxRicetta::halation,
-         0.6f, 0.81f, 0.847606, 0.823538, 0.814513},
-        {"halation begins above its threshold", &FxRicetta::halation, 0.6f, 0.62f, 0.62, 0.62, 0.62},
-        {"bloom: 1 - 0.14 * (1 - 0.6 * 0.86 * 0.25)", &FxRicetta::bloom,
-         0.6f, 0.86f, 0.87806, 0.87806, 0.87806},
-        {"bloom pulls what is above white, 0.9 of the way", &FxRicetta::bloom,
-         0.6f, 1.5f, 1.05, 1.05, 1.05},
-        {"streak: 0.225 * 0.15 * 2.2 = 0.07425", &FxRicetta::streak,
-         0.15f, 0.9f, 0.902228, 0.904084, 0.907425},
-        {"streak's layer is held to 1 before its colour", &FxRicetta::streak,
-         0.6f, 2.0f, 1.7, 1.45, 1.0},
-        {"black mist: 0.25 * 0.725 * 0.55 * 1.5 = 0.14953", &FxRicetta::promist,
-         0.55f, 0.725f, 0.766121, 0.766121, 0.766121},
-        {"star: two lines of 0.23125, * 0.3 * 2.4 = 0.333", &FxRicetta::stella,
-         0.3f, 0.925f, 0.949975, 0.949975, 0.949975},
-        {"white mist: halo 0.01904, then a veil of 0.0605", &FxRicetta::mistw,
-         0.55f, 0.5f, 0.539193, 0.539193, 0.539193},
-        {"white mist leaves black black", &FxRicetta::mistw, 0.55f, 0.0f, 0.0, 0.0, 0.0},
-        {"white mist holds to 1", &FxRicetta::mistw, 0.55f, 1.8f, 1.0, 1.0, 1.0},
-        {"glimmer: 0.775 * 0.5 * 0.55 * 1.4 = 0.29838", &FxRicetta::glimmer,
-         0.55f, 0.775f, 0.842134, 0.842134, 0.842134},
-        {"enhance finds no detail", &FxRicetta::enhance, 0.6f, 0.4f, 0.4, 0.4, 0.4},
-        {"enhance holds to 1", &FxRicetta::enhance, 0.6f, 1.4f, 1.0, 1.0, 1.0},
-        {"skin diffusion finds no detail", &FxRicetta::pelle, 0.55f, 0.4f, 0.4, 0.4, 0.4},
-        {"aberration has nothing to shift", &FxRicetta::ca, 0.6f, 0.7f, 0.7, 0.7, 0.7},
-        {"vignette spares the middle", &FxRicetta::vignetta, 0.6f, 0.7f, 0.7, 0.7, 0.7},
-        {"vignette holds to 1", &FxRicetta::vignetta, 0.6f, 1.2f, 1.0, 1.0, 1.0},
-        {"grain spares black", &FxRicetta::grana, 0.6f, 0.0f, 0.0, 0.0, 0.0},
-        {"grain spares white", &FxRicetta::grana, 0.6f, 1.0f, 1.0, 1.0, 1.0},
+        {&R::halation, 0.6f, 0.81f, 0.847606, 0.823538, 0.814513},  // halation: 0.5^1.6 * 0.6 = 0.19793, in red, 0.36 of it, 0.12 of it
+        {&R::halation, 0.6f, 0.62f, 0.62, 0.62, 0.62},  // halation begins above its threshold
+        {&R::bloom,    0.6f, 0.86f, 0.87806, 0.87806, 0.87806},  // bloom: 1 - 0.14 * (1 - 0.6 * 0.86 * 0.25)
+        {&R::bloom,    0.6f, 1.5f, 1.05, 1.05, 1.05},  // bloom pulls what is above white, 0.9 of the way
+        {&R::streak,   0.15f, 0.9f, 0.902228, 0.904084, 0.907425},  // streak: 0.225 * 0.15 * 2.2 = 0.07425
+        {&R::streak,   0.6f, 2.0f, 1.7, 1.45, 1.0},  // streak's layer is held to 1 before its colour
+        {&R::promist,  0.55f, 0.725f, 0.766121, 0.766121, 0.766121},  // black mist: 0.25 * 0.725 * 0.55 * 1.5 = 0.14953
+        {&R::stella,   0.3f, 0.925f, 0.949975, 0.949975, 0.949975},  // star: two lines of 0.23125, * 0.3 * 2.4 = 0.333
+        {&R::mistw,    0.55f, 0.5f, 0.539193, 0.539193, 0.539193},  // white mist: halo 0.01904, then a veil of 0.0605
+        {&R::mistw,    0.55f, 0.0f, 0.0, 0.0, 0.0},  // white mist leaves black black
+        {&R::mistw,    0.55f, 1.8f, 1.0, 1.0, 1.0},  // white mist holds to 1
+        {&R::glimmer,  0.55f, 0.775f, 0.842134, 0.842134, 0.842134},  // glimmer: 0.775 * 0.5 * 0.55 * 1.4 = 0.29838
+        {&R::enhance,  0.6f, 0.4f, 0.4, 0.4, 0.4},  // enhance finds no detail
+        {&R::enhance,  0.6f, 1.4f, 1.0, 1.0, 1.0},  // enhance holds to 1
+        {&R::pelle,    0.55f, 0.4f, 0.4, 0.4, 0.4},  // skin diffusion finds no detail
+        {&R::ca,       0.6f, 0.7f, 0.7, 0.7, 0.7},  // aberration has nothing to shift
+        {&R::vignetta, 0.6f, 0.7f, 0.7, 0.7, 0.7},  // vignette spares the middle
+        {&R::vignetta, 0.6f, 1.2f, 1.0, 1.0, 1.0},  // vignette holds to 1
+        {&R::grana,    0.6f, 0.0f, 0.0, 0.0, 0.0},  // grain spares black
+        {&R::grana,    0.6f, 1.0f, 1.0, 1.0, 1.0},  // grain spares white
     };
     // clang-format on
     for (const Caso& caso : casi) {
-        CAPTURE(std::string(caso.nome));
+        CAPTURE(&caso - casi);
         Tavolozza t(40, 40, caso.grigio);
         t.applica(caso.campo, caso.quantita);
         const float* rgb = t.rgb(20, 20);
         // Behind running sums, which drift; the hand's six decimals.
-        CHECK(static_cast<double>(rgb[0]) == Approx(caso.r).epsilon(1e-5));
-        CHECK(static_cast<double>(rgb[1]) == Approx(caso.g).epsilon(1e-5));
-        CHECK(static_cast<double>(rgb[2]) == Approx(caso.b).epsilon(1e-5));
-    }
-}
-
-TEST_CASE("sizes follow the frame, in steps where the reduction does")
-{
-    struct Caso {
-        int larghezza, altezza, riduzione, enhance, halation, bloom, streak;  // radii, samples
-    };
-    // clang-format off
-    constexpr Caso casi[] = {
-        {  40,   30, 1,  1,  2,  1,   4},  // held at their minimum
-        { 100,  100, 1,  1,  2,  1,  10},
-        { 125,   50, 1,  2,  2,  1,  13},  // 0.012 * 125 = 1.5 rounds up
-        {1919, 1080, 1, 23, 35, 19, 192},
-        {1920, 1080, 2, 23, 17,  9,  96},
-        {1080, 1920, 2, 23, 17,  9,  54},  // the streak goes by the width
-        {2879,    1, 2, 35, 26, 14, 144},
-        {2880, 1620, 3, 35, 17,  9,  96},
-        {3839, 2160, 3, 46, 23, 12, 128},
-        {3840, 2160, 4, 46, 17,  9,  96},
-        {7680, 4320, 4, 92, 34, 19, 192},
-    };
-    // clang-format on
-    const FxRicetta r = {.enhance = 0.1f, .halation = 0.1f, .bloom = 0.1f, .streak = 0.1f};
-    for (const Caso& c : casi) {
-        CAPTURE(c.larghezza);
-        CAPTURE(c.altezza);
-        CHECK(riduzione_di(c.larghezza, c.altezza) == c.riduzione);
-        const Programma p =
-            programma_di(r, c.larghezza, c.altezza, Strada::IN_IMMAGINE, c.riduzione);
-        CHECK(std::array{p.stadi[0].forma.raggio, p.stadi[1].forma.raggio, p.stadi[2].forma.raggio,
-                         p.stadi[3].forma.raggio} ==
-              std::array{c.enhance, c.halation, c.bloom, c.streak});
-        CHECK(p.stadi[1].forma.larghezza == std::max(1, c.larghezza / c.riduzione));
-        CHECK(p.stadi[0].forma.larghezza == c.larghezza);
+        CHECK(rgb[0] == Approx(caso.r).epsilon(1e-5));
+        CHECK(rgb[1] == Approx(caso.g).epsilon(1e-5));
+        CHECK(rgb[2] == Approx(caso.b).epsilon(1e-5));
     }
 }
 
@@ -140,9 +96,8 @@ TEST_CASE("blurs, worked out by hand")
     // times 3, once 6, 4 times 12, over 11; edges are repeated.
     Campioni riga = {3.0f, 6.0f, 12.0f};
     semplici::box_blur(riga, 3, 1, 5, 1);
-    CHECK(riga[0] == Approx(72.0 / 11.0).epsilon(1e-6));
-    CHECK(riga[1] == Approx(81.0 / 11.0).epsilon(1e-6));  // 5 times 3, once 6, 5 times 12
-    CHECK(riga[2] == Approx(90.0 / 11.0).epsilon(1e-6));
+    for (std::size_t x = 0; x < 3; ++x)
+        CHECK(riga[x] == Approx((72.0 + 9.0 * static_cast<double>(x)) / 11.0).epsilon(1e-6));
 
     // The block of 4 x 4 at (16, 16) becomes sample (4, 4), which lies at (16, 16) of the plane,
     // not at the middle of the block: with radius 1 the peak is there, and all is even about it.
@@ -152,9 +107,8 @@ TEST_CASE("blurs, worked out by hand")
     const auto in = [&](int x, int y) -> float& {
         return p[static_cast<std::size_t>(y * LATO + x)];
     };
-    for (int y = CIMA; y < CIMA + 4; ++y)
-        for (int x = CIMA; x < CIMA + 4; ++x)
-            in(x, y) = 1.0f;
+    for (int i = 0; i < 16; ++i)
+        in(CIMA + i % 4, CIMA + i / 4) = 1.0f;
     semplici::blur_su_ridotta(p, LATO, LATO, 3, 4);
     CHECK(std::max_element(p.begin(), p.end()) - p.begin() == CIMA * LATO + CIMA);
     // Three passes of window 3 leave 7/27 of a unit sample along each axis.
@@ -222,15 +176,12 @@ TEST_CASE("a star's rays lie where its points ask, and fade as they go")
     };
     // clang-format on
     for (const Caso& caso : casi) {
-        CAPTURE(caso.punte);
-        CAPTURE(caso.dx);
-        CAPTURE(caso.dy);
+        CAPTURE(&caso - casi);
         Tavolozza t(1000, 40);
         t.rgb(500, 20)[1] = 1.3982103f;  // luminance 1; red and blue show the rays alone
         t.applica(&FxRicetta::stella, 1.0f, caso.punte);
         const float* rgb = t.rgb(500 + caso.dx, 20 + caso.dy);
-        CHECK(static_cast<double>(rgb[0]) == Approx(caso.h).epsilon(1e-4));
-        CHECK(rgb[0] == rgb[2]);
+        CHECK((rgb[0] == Approx(caso.h).epsilon(1e-4) && rgb[0] == rgb[2]));
     }
 }
 
@@ -239,37 +190,29 @@ TEST_CASE("aberration leaves green, spreads blue and draws red in")
     // In a ramp along x a channel's value is the column that it was taken from.
     constexpr int LATO = 100;
     Tavolozza t(LATO, LATO);
-    for (int y = 0; y < LATO; ++y)
-        for (int x = 0; x < LATO; ++x)
-            std::fill_n(t.rgb(x, y), 3, static_cast<float>(x));
+    for (int i = 0; i < LATO * LATO; ++i)
+        std::fill_n(t.rgb(i % LATO, i / LATO), 3, static_cast<float>(i % LATO));
     t.applica(&FxRicetta::ca, 0.6f);
-    for (int y = 0; y < LATO; ++y)
-        for (int x = 0; x < LATO; ++x)
-            CHECK(t.rgb(x, y)[1] == static_cast<float>(x));
+    for (int i = 0; i < LATO * LATO; ++i)
+        CHECK(t.rgb(i % LATO, i / LATO)[1] == static_cast<float>(i % LATO));
     // 40 of 50 from the centre: 0.64 * 0.6 * 0.008 = 0.003072 of 40 columns.
     CHECK(t.rgb(90, 50)[0] == Approx(89.87712f).epsilon(1e-6));
     CHECK(t.rgb(90, 50)[2] == Approx(90.12288f).epsilon(1e-6));
-    CHECK(t.rgb(50, 50)[0] == 50.0f);
-    CHECK(t.rgb(50, 50)[2] == 50.0f);
+    CHECK((t.rgb(50, 50)[0] == 50.0f && t.rgb(50, 50)[2] == 50.0f));
     CHECK(t.rgb(0, 50)[2] == 0.0f);                            // held at the first column
     CHECK(t.rgb(99, 50)[2] == Approx(98.999f).epsilon(1e-6));  // and just before the last
 }
 
-TEST_CASE("the vignette is 1 in the first corner and turns with the frame")
+TEST_CASE("the vignette is 1 in the first corner and the plain loops' elsewhere")
 {
-    for (const auto& [w, h] : {std::pair{192, 108}, {1, 1}, {1, 33}, {48, 1}, {17, 16}, {641, 3}})
+    for (const auto& [w, h] :
+         {std::pair{192, 108}, {108, 192}, {1, 1}, {1, 33}, {48, 1}, {17, 16}, {641, 3}})
         CHECK(differenza(semplici::vignetta_mask(w, h), vignetta_mask(w, h)->valori, w, 1) == "");
     const auto larga = vignetta_mask(192, 108);
-    const auto alta = vignetta_mask(108, 192);
-    CHECK(larga->valori[0] == 1.0f);
-    CHECK((larga->valori[96] == 0.0f && larga->valori[54 * 192] == 0.0f));
+    CHECK((larga->valori[0] == 1.0f && larga->valori[96] == 0.0f));
+    CHECK(larga->valori[54 * 192] == 0.0f);
     // The centre is half the size, not the middle pixel: the last corner is half a pixel nearer.
     CHECK((larga->valori[192 * 108 - 1] < 0.95f && larga->valori[192 * 108 - 1] > 0.8f));
-    int diverse = 0;
-    for (std::size_t i = 0; i < 192 * 108; ++i)
-        diverse += larga->valori[i] != alta->valori[i % 192 * 108 + i / 192];
-    CHECK(diverse == 0);
-
     Tavolozza t(192, 108, 0.5f);
     t.applica(&FxRicetta::vignetta, 0.6f);
     CHECK(t.rgb(0, 0)[0] == Approx(0.2f).epsilon(1e-6));

@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <string>
 #include <utility>
@@ -101,32 +102,21 @@ void prova(Giro& giro, int contenuto, Misura m, const FxRicetta& ricetta, int ri
     CHECK(differenza(atteso, avuto, m.larghezza, 3) == "");
 }
 
-FxRicetta ricetta_a_caso(std::uint32_t seme)
-{
-    std::mt19937 caso(seme);
-    FxRicetta r;
-    for (const Voce& e : EFFETTI)
-        if (caso() % 2 == 0)
-            r.*e.campo = e.massimo * static_cast<float>(1 + caso() % 1000) / 1000.0f;
-    r.punte = static_cast<std::int32_t>(3 + caso() % 7);
-    r.fotogramma = static_cast<std::int32_t>(caso());
-    return r;
-}
-
-FxRicetta tutti(float parte)
-{
-    FxRicetta r;
-    for (const Voce& e : EFFETTI)
-        r.*e.campo = e.massimo * parte;
-    r.fotogramma = -7;
-    return r;
-}
-
 FxRicetta uno(const Voce& e, float quantita, int punte = 4)
 {
     FxRicetta r;
     r.*e.campo = quantita;
     r.punte = punte;
+    return r;
+}
+
+// parte gives each effect its share of the most.
+template <class Parte> FxRicetta ricetta_di(const Parte& parte, std::int32_t fotogramma = -7)
+{
+    FxRicetta r;
+    for (const Voce& e : EFFETTI)
+        r.*e.campo = e.massimo * parte();
+    r.fotogramma = fotogramma;
     return r;
 }
 
@@ -154,6 +144,7 @@ TEST_CASE("frames of all steps of the reduction and recipes of several effects l
     for (const Misura m : LUNGHE)
         for (const Voce& e : EFFETTI)
             prova(giro, static_cast<int>(giro.passo % CONTENUTI), m, uno(e, e.massimo, 8));
+    const auto tutti = [](float parte) { return ricetta_di([=] { return parte; }); };
     int contenuto = 0;
     for (const Misura m : {Misura{641, 163}, {163, 641}, {1919, 23}, {1919, 19}})
         prova(giro, contenuto++, m, tutti(0.5f));
@@ -165,18 +156,20 @@ TEST_CASE("frames of all steps of the reduction and recipes of several effects l
             ricette.push_back(uno(*primo, primo->massimo));
             ricette.back().*poi->campo = poi->massimo;
         }
-    ricette.push_back(uno(EFFETTI[3], 0.6f));
-    ricette.back().streak = ricette.back().promist = 0.5f;
-    for (std::uint32_t s = 0; s < 40; ++s)
-        ricette.push_back(ricetta_a_caso(s));
+    ricette.push_back({.bloom = 0.6f, .promist = 0.5f, .streak = 0.5f});
+    std::mt19937 caso(3);
+    for (int n = 0; n < 40; ++n) {
+        ricette.push_back(ricetta_di(
+            [&] { return caso() % 2 == 0 ? 0.001f * static_cast<float>(1 + caso() % 1000) : 0.0f; },
+            static_cast<std::int32_t>(caso())));
+        ricette.back().punte = static_cast<std::int32_t>(3 + caso() % 7);
+    }
     constexpr std::int32_t MIN = std::numeric_limits<std::int32_t>::min();
     constexpr std::int32_t MAX = std::numeric_limits<std::int32_t>::max();
     for (const auto& [punte, fotogramma] :
-         {std::pair{-4, 1}, {0, -1}, {3, MIN}, {7, MAX}, {100, 0}}) {
-        ricette.push_back({.grana = 0.6f, .stella = 0.6f});
-        ricette.back().punte = punte;
-        ricette.back().fotogramma = fotogramma;
-    }
+         {std::pair{-4, 1}, {0, -1}, {3, MIN}, {7, MAX}, {100, 0}})
+        ricette.push_back(
+            {.grana = 0.6f, .fotogramma = fotogramma, .stella = 0.6f, .punte = punte});
     for (const FxRicetta& r : ricette)
         for (const Misura m : {Misura{1, 1}, {17, 9}, {47, 33}})
             for (int k = static_cast<int>(giro.passo % 3); k < CONTENUTI; k += 3)
@@ -192,14 +185,12 @@ TEST_CASE("the mean luminance is one sum in index order, to the last bit")
             CAPTURE(k);
             CAPTURE(scura);
             Campioni img = quadro(k, {W, H}, 5);
-            if (scura != 1)  // bright, but for every seventh row, whose digits are finer
-                for (std::size_t i = 0; i < img.size(); ++i)
-                    img[i] = scura == 0 || i / (3 * W) % scura != 0 ? std::abs(img[i]) * 0.5f + 0.3f
-                                                                    : img[i] * 1e-3f;
+            // Bright, but for every seventh row, whose digits are finer; once as they are.
+            for (std::size_t i = 0; scura != 1 && i < img.size(); ++i)
+                img[i] = scura == 0 || i / (3 * W) % scura != 0 ? std::abs(img[i]) * 0.5f + 0.3f
+                                                                : img[i] * 1e-3f;
             const semplici::Quadro q = semplici::quadro_di(img, W, H);
-            double attesa = 0.0;
-            for (const float l : q.luma)
-                attesa += static_cast<double>(l);
+            const double attesa = std::accumulate(q.luma.begin(), q.luma.end(), 0.0);
             for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
                 const LivelloFinto livello(*l);
                 SommeDiRiga somme(W, H);
@@ -231,20 +222,18 @@ TEST_CASE("the mean luminance is one sum in index order, to the last bit")
 
 TEST_CASE("effects that are off leave every bit and take no memory")
 {
-    constexpr Misura m = {37, 19};
     const float nan = std::numeric_limits<float>::quiet_NaN();
-    const Campioni prima = quadro(static_cast<int>(Contenuto::GUASTI), m, 5);
+    const Campioni prima = quadro(static_cast<int>(Contenuto::GUASTI), {37, 19}, 5);
     for (const float spento : {0.0f, -0.0f, -1.0f, nan}) {
         FxRicetta r;
         for (const Voce& e : EFFETTI)
             r.*e.campo = spento;
-        const Programma p = programma_di(r, m.larghezza, m.altezza, Strada::IN_IMMAGINE, 1);
-        CHECK(solo_passaggio(p));
+        const Programma p = programma_di(r, 37, 19, Strada::IN_IMMAGINE, 1);
         Arena arena;
         Immagine img = piano_di(prima);
         esegui(p, img, {}, arena);
+        CHECK((solo_passaggio(p) && arena.quanti == 0));
         CHECK(std::memcmp(img.data(), prima.data(), prima.size() * sizeof(float)) == 0);
-        CHECK(arena.quanti == 0);
     }
 }
 
@@ -254,14 +243,12 @@ TEST_CASE("a frame takes as few sweeps as its recipe allows")
         FxRicetta ricetta;
         int passate, tutte_prima;  // of separate windows, of overlapping ones
     };
-    // clang-format off
     const Caso casi[] = {
         {{}, 1, 2},
         {{.vignetta = 0.1f, .grana = 0.1f}, 1, 2},
         {{.enhance = 0.1f, .halation = 0.1f, .bloom = 0.1f, .vignetta = 0.1f}, 4, 4},
         {{.bloom = 0.1f, .ca = 0.1f, .mistw = 0.1f}, 4, 4},
     };
-    // clang-format on
     for (const Caso& c : casi) {
         const auto piano = [&](Strada strada) {
             return programma_di(c.ricetta, 3840, 2160, strada, 4);

@@ -25,54 +25,40 @@ const Testi LOOKS = {"Nordic", "Cinema Print", "Midnight", "Daylight", "Linen", 
                      "Ember",  "Amalfi",       "Velvet",   "Brass",    "Silk",  "Olive"};
 
 struct Atteso {
-    const char* nome;
-    char tipo;  // c choice, b boolean, d double
-    const char* etichetta;
-    const char* predefinito;
-    const char* minimo = "";
-    const char* massimo = "";
-    Testi opzioni = {};
+    std::string nome, etichetta;
+    Testi opzioni;            // of a choice
+    std::string predefinito;  // of the switch, where there is one in front of it
+    std::string minimo = "", massimo = "", numero = "";
+    std::string interruttore = "";  // label of the switch
     const char* hint = nullptr;
 };
 
 // The order, the names and the blanks behind labels are what projects and hosts remember.
 // clang-format off
 const std::vector<Atteso> PARAMETRI = {
-    {"formato",     'c', "Log Format",           "16",   "", "", FORMATI},
-    {"cs_sony3",    'c', "Color Space",          "0",    "", "", SONY3_OPZIONI, SONY3},
-    {"cs_sony2",    'c', "Color Space ",         "0",    "", "", {"S-Gamut", "BT.2020", "709"}},
-    {"cs_canon",    'c', "Color Space  ",        "0",    "", "", {"Cinema Gamut", "BT.2020", "BT.709"}},
-    {"cs_apple",    'c', "Color Space   ",       "0",    "", "", {"Rec.2020", "P3-D65", "Rec.709"}},
-    {"look",        'c', "Look",                 "0",    "", "", LOOKS},
-    {"forza",       'd', "Look Strength",        "1",    "0", "1"},
-    {"ev",          'd', "Exposure (EV)",        "0",    "-2", "2"},
-    {"temp",        'd', "Temperature",          "0",    "-1", "1"},
-    {"tinta",       'd', "Tint",                 "0",    "-1", "1"},
-    {"halation_on", 'b', "Halation",             "1"},
-    {"halation",    'd', "Halation Amount",      "0.28", "0", "0.6"},
-    {"bloom_on",    'b', "Bloom",                "1"},
-    {"bloom",       'd', "Bloom Amount",         "0.16", "0", "0.6"},
-    {"enhance_on",  'b', "Enhance",              "1"},
-    {"enhance",     'd', "Enhance Amount",       "0.06", "0", "0.6"},
-    {"vignetta_on", 'b', "Vignette",             "1"},
-    {"vignetta",    'd', "Vignette Amount",      "0.1",  "0", "0.6"},
-    {"promist_on",  'b', "Black Pro-Mist",       "0"},
-    {"promist",     'd', "Black Mist Grade",     "0.25", "0", "1", {}, GRADO},
-    {"mistw_on",    'b', "White Pro-Mist",       "0"},
-    {"mistw",       'd', "White Mist Grade",     "0.25", "0", "1", {}, GRADO},
-    {"glimmer_on",  'b', "Glimmerglass",         "0"},
-    {"glimmer",     'd', "Glimmer Grade",        "0.25", "0", "1", {}, GRADO},
-    {"pelle_on",    'b', "Skin Diffusion",       "0"},
-    {"pelle",       'd', "Skin Diffusion Grade", "0.25", "0", "1", {}, GRADO},
-    {"streak_on",   'b', "Anamorphic Streak",    "0"},
-    {"streak",      'd', "Streak Amount",        "0.15", "0", "0.6"},
-    {"ca_on",       'b', "Chromatic Aberration", "0"},
-    {"ca",          'd', "Aberration Amount",    "0.1",  "0", "0.6"},
-    {"grana_on",    'b', "Film Grain",           "0"},
-    {"grana",       'd', "Grain Amount",         "0.12", "0", "0.6"},
-    {"stella_on",   'b', "Star Filter",          "0"},
-    {"stella",      'd', "Star Amount",          "0.3",  "0", "1"},
-    {"punte",       'c', "Star Points",          "0",    "", "", {"4", "6", "8"}},
+    {"formato",  "Log Format",           FORMATI,       "16"},
+    {"cs_sony3", "Color Space",          SONY3_OPZIONI, "0", "", "", "", "", SONY3},
+    {"cs_sony2", "Color Space ",         {"S-Gamut", "BT.2020", "709"},          "0"},
+    {"cs_canon", "Color Space  ",        {"Cinema Gamut", "BT.2020", "BT.709"},  "0"},
+    {"cs_apple", "Color Space   ",       {"Rec.2020", "P3-D65", "Rec.709"},      "0"},
+    {"look",     "Look",                 LOOKS,         "0"},
+    {"forza",    "Look Strength",        {}, "",  "0",  "1",   "1"},
+    {"ev",       "Exposure (EV)",        {}, "",  "-2", "2",   "0"},
+    {"temp",     "Temperature",          {}, "",  "-1", "1",   "0"},
+    {"tinta",    "Tint",                 {}, "",  "-1", "1",   "0"},
+    {"halation", "Halation Amount",      {}, "1", "0",  "0.6", "0.28", "Halation"},
+    {"bloom",    "Bloom Amount",         {}, "1", "0",  "0.6", "0.16", "Bloom"},
+    {"enhance",  "Enhance Amount",       {}, "1", "0",  "0.6", "0.06", "Enhance"},
+    {"vignetta", "Vignette Amount",      {}, "1", "0",  "0.6", "0.1",  "Vignette"},
+    {"promist",  "Black Mist Grade",     {}, "0", "0",  "1",   "0.25", "Black Pro-Mist", GRADO},
+    {"mistw",    "White Mist Grade",     {}, "0", "0",  "1",   "0.25", "White Pro-Mist", GRADO},
+    {"glimmer",  "Glimmer Grade",        {}, "0", "0",  "1",   "0.25", "Glimmerglass",   GRADO},
+    {"pelle",    "Skin Diffusion Grade", {}, "0", "0",  "1",   "0.25", "Skin Diffusion", GRADO},
+    {"streak",   "Streak Amount",        {}, "0", "0",  "0.6", "0.15", "Anamorphic Streak"},
+    {"ca",       "Aberration Amount",    {}, "0", "0",  "0.6", "0.1",  "Chromatic Aberration"},
+    {"grana",    "Grain Amount",         {}, "0", "0",  "0.6", "0.12", "Film Grain"},
+    {"stella",   "Star Amount",          {}, "0", "0",  "1",   "0.3",  "Star Filter"},
+    {"punte",    "Star Points",          {"4", "6", "8"}, "0"},
 };
 // clang-format on
 
@@ -84,34 +70,40 @@ std::string descrizione_attesa()
         t += "clipDefine " + c + "\npropSetString clip " + c +
              ".OfxImageEffectPropSupportedComponents[0] = OfxImageComponentRGBA\n";
     t += "getParamSet\n";
+    std::string nome;
+    const auto definito = [&](const std::string& quale, const char* tipo) {
+        nome = quale;
+        t += "paramDefine " + nome + " = OfxParamType" + tipo + "\n";
+    };
+    const auto riga = [&](const char* funzione, const std::string& proprieta,
+                          const std::string& valore, std::size_t indice = 0) {
+        t += funzione + (" " + nome) + ".Ofx" + proprieta + "[" + std::to_string(indice) +
+             "] = " + valore + "\n";
+    };
     for (const Atteso& p : PARAMETRI) {
-        const std::string nome = p.nome;
-        const bool numero = p.tipo == 'd';
-        const auto riga = [&](const char* funzione, const std::string& proprieta,
-                              const std::string& valore, std::size_t indice = 0) {
-            t += funzione + (" " + nome) + "." + proprieta + "[" + std::to_string(indice) +
-                 "] = " + valore + "\n";
-        };
-        t += "paramDefine " + nome + " = OfxParamType" +
-             (numero          ? "Double\n"
-              : p.tipo == 'c' ? "Choice\n"
-                              : "Boolean\n");
-        riga("propSetString", "OfxPropLabel", p.etichetta);
+        if (!p.interruttore.empty()) {
+            definito(p.nome + "_on", "Boolean");
+            riga("propSetString", "PropLabel", p.interruttore);
+            riga("propSetInt", "ParamPropDefault", p.predefinito);
+        }
+        definito(p.nome, p.numero.empty() ? "Choice" : "Double");
+        riga("propSetString", "PropLabel", p.etichetta);
         for (std::size_t i = 0; i < p.opzioni.size(); ++i)
-            riga("propSetString", "OfxParamPropChoiceOption", p.opzioni[i], i);
-        riga(numero ? "propSetDouble" : "propSetInt", "OfxParamPropDefault", p.predefinito);
-        if (numero) {
+            riga("propSetString", "ParamPropChoiceOption", p.opzioni[i], i);
+        if (p.numero.empty()) {
+            riga("propSetInt", "ParamPropDefault", p.predefinito);
+        } else {
+            riga("propSetDouble", "ParamPropDefault", p.numero);
             for (const std::string quale : {"", "Display"}) {
-                riga("propSetDouble", "OfxParamProp" + quale + "Min", p.minimo);
-                riga("propSetDouble", "OfxParamProp" + quale + "Max", p.massimo);
+                riga("propSetDouble", "ParamProp" + quale + "Min", p.minimo);
+                riga("propSetDouble", "ParamProp" + quale + "Max", p.massimo);
             }
-            riga("propSetString", "OfxParamPropDoubleType", "OfxParamDoubleTypePlain");
-        }
-        if (p.hint != nullptr) {
-            if (numero)
+            riga("propSetString", "ParamPropDoubleType", "OfxParamDoubleTypePlain");
+            if (p.hint != nullptr)
                 t += "paramGetHandle " + nome + " = props\n";
-            riga("propSetString", "OfxParamPropHint", p.hint);
         }
+        if (p.hint != nullptr)
+            riga("propSetString", "ParamPropHint", p.hint);
     }
     return t;
 }
@@ -201,34 +193,27 @@ TEST_CASE("actions that are not known are left to the host, untouched")
     senza_violazioni(registro(modulo()));  // above all: no call came from any of these
 }
 
-TEST_CASE("describe says eight things in their order")
+TEST_CASE("describe says eight things; both contexts get two clips and the same 35 parameters")
 {
     const ModuloPtr m = carica(percorso());
-    CHECK(detto(registro(*m), "OfxActionDescribe") ==
-          "getPropertySet\n"
-          "propSetString effect.OfxPropLabel[0] = Varno Color\n"
-          "propSetString effect.OfxImageEffectPluginPropGrouping[0] = Varno\n"
-          "propSetString effect.OfxImageEffectPropSupportedContexts[0] = "
-          "OfxImageEffectContextFilter\n"
-          "propSetString effect.OfxImageEffectPropSupportedContexts[1] = "
-          "OfxImageEffectContextGeneral\n"
-          "propSetString effect.OfxImageEffectPropSupportedPixelDepths[0] = OfxBitDepthFloat\n"
-          "propSetInt effect.OfxImageEffectPropSupportsMultiResolution[0] = 0\n"
-          "propSetInt effect.OfxImageEffectPropSupportsTiles[0] = 0\n"
-          "propSetString effect.OfxImageEffectPluginRenderThreadSafety[0] = "
-          "OfxImageEffectRenderInstanceSafe\n");
-    senza_violazioni(registro(*m));
-}
-
-TEST_CASE("both contexts get two clips and the same 35 parameters, each call in its place")
-{
-    const std::string attesa = descrizione_attesa();
-    const ModuloPtr m = carica(percorso());
+    std::string attesa = "getPropertySet\n";
+    for (const std::string detto :
+         {"String effect.OfxPropLabel[0] = Varno Color",
+          "String effect.OfxImageEffectPluginPropGrouping[0] = Varno",
+          "String effect.OfxImageEffectPropSupportedContexts[0] = OfxImageEffectContextFilter",
+          "String effect.OfxImageEffectPropSupportedContexts[1] = OfxImageEffectContextGeneral",
+          "String effect.OfxImageEffectPropSupportedPixelDepths[0] = OfxBitDepthFloat",
+          "Int effect.OfxImageEffectPropSupportsMultiResolution[0] = 0",
+          "Int effect.OfxImageEffectPropSupportsTiles[0] = 0",
+          "String effect.OfxImageEffectPluginRenderThreadSafety[0] = "
+          "OfxImageEffectRenderInstanceSafe"})
+        attesa += "propSet" + detto + "\n";
+    CHECK(detto(registro(*m), "OfxActionDescribe") == attesa);
     for (const char* contesto : {FILTRO, GENERALE}) {
         CAPTURE(contesto);
         registro(*m).chiamate.clear();
         CHECK(descrivi_in_contesto(*m, contesto) == kOfxStatOK);
-        CHECK(detto(registro(*m)) == attesa);
+        CHECK(detto(registro(*m)) == descrizione_attesa());
         CHECK(unite(clip(*m, contesto)) == "Source\nOutput\n");
         CHECK(parametri(*m, contesto).size() == 35);
     }

@@ -21,20 +21,18 @@ std::string in_vista(const Istanza& i)
     return t;
 }
 
-const char* attesa_in_vista(int formato)
+std::string attesa_in_vista(int formato)
 {
-    return formato == 0                    ? "V---"
-           : formato == 1                  ? "-V--"
-           : formato == 4 || formato == 12 ? "--V-"
-           : formato == 11                 ? "---V"
-                                           : "----";
+    const std::map<int, const char*> alcuni = {
+        {0, "V---"}, {1, "-V--"}, {4, "--V-"}, {12, "--V-"}, {11, "---V"}};
+    return alcuni.count(formato) > 0 ? alcuni.at(formato) : "----";
 }
 
 std::string aggiornamento(int formato)
 {
     Testi t = {"getParamSet", "paramGetHandle formato",
                "paramGetValue formato = " + std::to_string(formato)};
-    for (int n = 0; n < 4; ++n) {
+    for (std::size_t n = 0; n < 4; ++n) {
         t.push_back(std::string("paramGetHandle ") + TENDINE[n] + " = props");
         t.push_back(std::string("propSetInt ") + TENDINE[n] +
                     ".OfxParamPropSecret[0] = " + (attesa_in_vista(formato)[n] == 'V' ? "0" : "1"));
@@ -73,7 +71,6 @@ TEST_CASE("creating and changing the format show the one colour space that belon
         CHECK(in_vista(*nuova) == attesa_in_vista(f));
         CHECK(detto(registro(*nuova)) == aggiornamento(f));  // and nothing about the clips
         senza_violazioni(registro(*nuova));
-
         const IstanzaPtr i = crea_istanza(modulo(), {{"formato", 17 - f}, {"cs_canon", 2}});
         registro(*i).chiamate.clear();
         CHECK(cambia(*i, "formato", f) == kOfxStatOK);

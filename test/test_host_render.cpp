@@ -1,7 +1,6 @@
 // What a render asks of the host, gives it, and answers when something is missing.
-#include "colore/colore.h"
+#include "contesti.h"
 #include "host.h"
-#include "looks/catalogo.h"
 #include "ofx/ofx.h"
 #include "render/lut3d.h"
 #include "render/sviluppa.h"
@@ -50,18 +49,14 @@ std::string chiamate_attese(const Istanza& i, const std::string& tempo, bool eff
                             const char* tendina)
 {
     Testi t = {"propGetDouble inArgs.OfxPropTime[0] = " + tempo,
-               "propGetIntN inArgs.OfxImageEffectPropRenderWindow = 0 0 5 3",
-               "clipGetHandle Source",
-               "clipGetHandle Output",
-               "clipGetImage Source @" + tempo,
-               "clipGetImage Output @" + tempo,
-               "propGetPointer image Source.OfxImagePropData[0] = pointer",
-               "propGetPointer image Output.OfxImagePropData[0] = pointer",
-               "propGetInt image Source.OfxImagePropRowBytes[0] = 80",
-               "propGetInt image Output.OfxImagePropRowBytes[0] = 80",
-               "propGetIntN image Source.OfxImagePropBounds = 0 0 5 3",
-               "propGetIntN image Output.OfxImagePropBounds = 0 0 5 3",
-               "getParamSet"};
+               "propGetIntN inArgs.OfxImageEffectPropRenderWindow = 0 0 5 3"};
+    for (const std::string& riga : Testi{"clipGetHandle *", "clipGetImage * @" + tempo,
+                                         "propGetPointer image *.OfxImagePropData[0] = pointer",
+                                         "propGetInt image *.OfxImagePropRowBytes[0] = 80",
+                                         "propGetIntN image *.OfxImagePropBounds = 0 0 5 3"})
+        for (const char* clip : {"Source", "Output"})
+            t.push_back(std::string(riga).replace(riga.find('*'), 1, clip));
+    t.push_back("getParamSet");
     const auto letto = [&](const std::string& nome) {
         t.push_back("paramGetHandle " + nome);
         t.push_back("paramGetValueAtTime " + nome + " @" + tempo + " = " +
@@ -81,23 +76,19 @@ std::string chiamate_attese(const Istanza& i, const std::string& tempo, bool eff
     return unite(t) + RILASCI;
 }
 
-/// Renders a 5 x 3 frame with these faults; the output is checked to be as it was.
 /// Renders a 5 x 3 frame that must fail, and whose output must stay as it was; the last calls must
-/// be those of fine.
+/// be those of fine. nulla: a letter for each image that has no data.
 void fallito(Istanza& i, const std::string& fine, const std::vector<Guasto>& guasti,
-             const Rettangolo& finestra = {0, 0, 5, 3}, bool sorgente_nulla = false,
-             bool uscita_nulla = false)
+             const Rettangolo& finestra = {0, 0, 5, 3}, const std::string& nulla = "")
 {
     Tela sorgente = tela({0, 0, 5, 3});
-    Tela uscita = tela({0, 0, 5, 3});
+    Tela uscita = sorgente;
     dipingi(uscita);
     const std::vector<unsigned char> prima = uscita.memoria;
     Figura s = figura(sorgente);
     Figura u = figura(uscita);
-    if (sorgente_nulla)
-        s.dati = nullptr;
-    if (uscita_nulla)
-        u.dati = nullptr;
+    s.dati = nulla == "s" ? nullptr : s.dati;
+    u.dati = nulla == "u" ? nullptr : u.dati;
     Registro& r = registro(i);
     r.chiamate.clear();
     r.guasti = guasti;
@@ -112,18 +103,12 @@ void fallito(Istanza& i, const std::string& fine, const std::vector<Guasto>& gua
 /// The context of a key, its gains grouped as the picture wants them.
 varno::Contesto contesto(const varno::Chiave& k)
 {
-    static const std::vector<varno::LookDef> looks = varno::catalogo();
-    const varno::LookDef& l = looks[static_cast<std::size_t>(k.look)];
     const float t = static_cast<float>(k.temp) * 0.25f;
     const float x = static_cast<float>(k.tinta);
     const float u = 0.1f * x;
-    return {&l,
-            varno::normalizza_curva(l.spalla, l.bianco, l.contrasto, l.gamma),
-            static_cast<float>(k.forza),
-            static_cast<float>(k.ev),
-            {(1.0f + t) - u, x * 0.2f + 1.0f, (1.0f - t) - u},
-            varno::normalizza_curva(0.9f, 18.0f, 1.0f, 1.0f),
-            k.profilo};
+    return contesto_di(looks()[static_cast<std::size_t>(k.look)], static_cast<float>(k.forza),
+                       static_cast<float>(k.ev), k.profilo,
+                       {(1.0f + t) - u, x * 0.2f + 1.0f, (1.0f - t) - u});
 }
 
 /// Fails every call of an action in turn, with what it hands out left alone or null. (A host that
@@ -152,22 +137,20 @@ void a_turno(Registro& r, const std::function<void()>& azione)
 TEST_CASE("a frame asks the host in one order, amounts only where the switch is on")
 {
     struct Caso {
-        Valori valori;
-        double tempo;
         bool effetti;
+        int formato;
+        double tempo;
         const char* tendina;
     };
-    const Caso casi[] = {
-        {SPENTO, 0.0, false, nullptr},
-        {acceso(), 12.9, true, "cs_canon"},
-        {con(acceso(), {{"formato", 0}}), -0.5, true, "cs_sony3"},
-        {con(SPENTO, {{"formato", 1}}), 7.0, false, "cs_sony2"},
-        {con(SPENTO, {{"formato", 11}}), 7.0, false, "cs_apple"},
-        {con(SPENTO, {{"formato", 12}}), 7.0, false, "cs_canon"},
-        {con(SPENTO, {{"formato", 18}}), 7.0, false, nullptr},
-    };
-    for (const Caso& caso : casi) {
-        const IstanzaPtr i = crea_istanza(modulo(), caso.valori);
+    for (const Caso& caso : {Caso{false, 16, 0.0, nullptr},
+                             {true, 4, 12.9, "cs_canon"},
+                             {true, 0, -0.5, "cs_sony3"},
+                             {false, 1, 7.0, "cs_sony2"},
+                             {false, 11, 7.0, "cs_apple"},
+                             {false, 12, 7.0, "cs_canon"},
+                             {false, 18, 7.0, nullptr}}) {
+        const IstanzaPtr i = crea_istanza(
+            modulo(), con(caso.effetti ? acceso() : SPENTO, {{"formato", caso.formato}}));
         registro(*i).chiamate.clear();
         fotogramma(*i, 5, 3, caso.tempo);
         CHECK(detto(registro(*i)) ==
@@ -178,47 +161,37 @@ TEST_CASE("a frame asks the host in one order, amounts only where the switch is 
 TEST_CASE("a frame is graded by its settings, each of which counts, and by those alone")
 {
     struct Caso {
-        Valori mossa;          // against the row before, so that a table which should have been
-        varno::Chiave attesa;  // rebuilt shows: look, row of the camera, strength, ev, temp, tint
+        Valori mossa;  // against the row before, so that a table that should be rebuilt shows
+        int look, riga;
     };
+    varno::Chiave attesa = {0, 30, 1.0, 0.0, 0.0, 0.0};
+    const std::map<std::string, double*> campi = {{"forza", &attesa.forza},
+                                                  {"ev", &attesa.ev},
+                                                  {"temp", &attesa.temp},
+                                                  {"tinta", &attesa.tinta}};
     // clang-format off
     const Caso casi[] = {
-        {{{"formato", 16}},                  {0,  30, 1,     0,    0,    0}},
-        {{{"look", 5}},                      {5,  30, 1,     0,    0,    0}},
-        {{{"forza", 0}},                     {5,  30, 0,     0,    0,    0}},
-        {{{"forza", 0.999}},                 {5,  30, 0.999, 0,    0,    0}},
-        {{{"ev", 1.3}},                      {5,  30, 0.999, 1.3,  0,    0}},
-        {{{"ev", -2}},                       {5,  30, 0.999, -2,   0,    0}},
-        {{{"temp", 1}},                      {5,  30, 0.999, -2,   1,    0}},
-        {{{"tinta", 1}},                     {5,  30, 0.999, -2,   1,    1}},
-        {{{"tinta", -1}},                    {5,  30, 0.999, -2,   1,   -1}},
+        {{}, 0, 30},
+        {{{"look", 5}}, 5, 30}, {{{"forza", 0}}, 5, 30}, {{{"forza", 0.999}}, 5, 30},
+        {{{"ev", 1.3}}, 5, 30}, {{{"ev", -2}}, 5, 30}, {{{"temp", 1}}, 5, 30},
+        {{{"tinta", 1}}, 5, 30}, {{{"tinta", -1}}, 5, 30},
         // grouped otherwise, these round to other gains
-        {{{"temp", 0.05}, {"tinta", 0.48}},  {5,  30, 0.999, -2,   0.05, 0.48}},
-        {{{"temp", 0.36}, {"tinta", 0.86}},  {5,  30, 0.999, -2,   0.36, 0.86}},
-        {{{"temp", 0.4}, {"tinta", -0.8}},   {5,  30, 0.999, -2,   0.4, -0.8}},
-        {{{"ev", 0.1}},                      {5,  30, 0.999, 0.1,  0.4, -0.8}},
-        {{{"look", 3}, {"formato", 0}},      {3,  0,  0.999, 0.1,  0.4, -0.8}},
-        {{{"look", 11}, {"cs_sony3", 5}},    {11, 13, 0.999, 0.1,  0.4, -0.8}},
-        {{{"formato", 1}, {"cs_sony2", 1}},  {11, 18, 0.999, 0.1,  0.4, -0.8}},
-        {{{"formato", 4}, {"cs_canon", 2}},  {11, 23, 0.999, 0.1,  0.4, -0.8}},
-        {{{"formato", 12}},                  {11, 26, 0.999, 0.1,  0.4, -0.8}},
-        {{{"formato", 11}, {"cs_apple", 1}}, {11, 20, 0.999, 0.1,  0.4, -0.8}},
-        {{{"formato", 17}},                  {11, 31, 0.999, 0.1,  0.4, -0.8}},
+        {{{"temp", 0.05}, {"tinta", 0.48}}, 5, 30}, {{{"temp", 0.36}, {"tinta", 0.86}}, 5, 30},
+        {{{"temp", 0.4}, {"tinta", -0.8}}, 5, 30},
+        {{{"ev", 0.1}, {"look", 3}, {"formato", 0}}, 3, 0}, {{{"look", 11}, {"cs_sony3", 5}}, 11, 13},
+        {{{"formato", 1}, {"cs_sony2", 1}}, 11, 18}, {{{"formato", 4}, {"cs_canon", 2}}, 11, 23},
+        {{{"formato", 12}}, 11, 26}, {{{"formato", 11}, {"cs_apple", 1}}, 11, 20}, {{{"formato", 17}}, 11, 31},
         // what is not listed: the first look, the row before a format, the nearest row and choice
-        {{{"look", 12}},                     {0,  31, 0.999, 0.1,  0.4, -0.8}},
-        {{{"look", MIN}, {"formato", 23}},   {0,  22, 0.999, 0.1,  0.4, -0.8}},
-        {{{"formato", 32}},                  {0,  31, 0.999, 0.1,  0.4, -0.8}},
-        {{{"formato", -1}},                  {0,   0, 0.999, 0.1,  0.4, -0.8}},
-        {{{"formato", MIN}},                 {0,  31, 0.999, 0.1,  0.4, -0.8}},  // minus 1 wraps
-        {{{"formato", 0}, {"cs_sony3", 9}},  {0,  14, 0.999, 0.1,  0.4, -0.8}},
-        {{{"formato", MAX}},                 {0,  31, 0.999, 0.1,  0.4, -0.8}},
-        {{{"formato", 2}, {"cs_canon", 2}},  {0,   1, 0.999, 0.1,  0.4, -0.8}},  // not its chooser
+        {{{"look", 12}}, 0, 31}, {{{"look", MIN}, {"formato", 23}}, 0, 22}, {{{"formato", 32}}, 0, 31},
+        {{{"formato", -1}}, 0, 0}, {{{"formato", MIN}}, 0, 31},  // minus 1 wraps
+        {{{"formato", 0}, {"cs_sony3", 9}}, 0, 14}, {{{"formato", MAX}}, 0, 31},
+        {{{"formato", 2}, {"cs_canon", 2}}, 0, 1},  // not its chooser
     };
     // clang-format on
     // 125 pixels on nodes of the table, where there is nothing to mix.
     const Rettangolo f{0, 0, 125, 1};
     Tela s = tela(f);
-    Tela u = tela(f);
+    Tela u = s;
     const auto codice = [](int n) -> varno::RGB {
         const auto nodo = [](int k) { return 0.25f * static_cast<float>(k % 5); };
         return {nodo(n), nodo(n / 5), nodo(n / 25)};
@@ -229,14 +202,18 @@ TEST_CASE("a frame is graded by its settings, each of which counts, and by those
     }
     const IstanzaPtr i = crea_istanza(modulo(), SPENTO);
     for (const Caso& caso : casi) {
-        CAPTURE(caso.mossa.begin()->first);
-        CAPTURE(caso.mossa.begin()->second);
-        for (const auto& [nome, v] : caso.mossa)
+        CAPTURE(&caso - casi);
+        attesa.look = caso.look;
+        attesa.profilo = caso.riga;
+        for (const auto& [nome, v] : caso.mossa) {
             imposta(*i, nome, v);
+            if (campi.count(nome) > 0)
+                *campi.at(nome) = v;
+        }
         REQUIRE(rendi(*i, 0.0, f, figura(s), figura(u)) == kOfxStatOK);
         int diversi = 0;
         for (int n = 0; n < 125; ++n) {
-            const varno::RGB atteso = varno::applica_colore(codice(n), contesto(caso.attesa));
+            const varno::RGB atteso = varno::applica_colore(codice(n), contesto(attesa));
             diversi += std::memcmp(pixel(u, n, 0), &atteso, sizeof atteso) != 0;
         }
         CHECK(diversi == 0);
@@ -245,20 +222,19 @@ TEST_CASE("a frame is graded by its settings, each of which counts, and by those
 
 TEST_CASE("amounts reach the effects as floats, four grades scaled by 0.55")
 {
+    using R = varno::FxRicetta;
     struct Quantita {
         const char* nome;
         double valore;  // no other one has it
-        float varno::FxRicetta::*campo;
-        float scala;
+        float R::*campo;
+        float scala = 1.0f;
     };
     // clang-format off
     constexpr Quantita quantita[] = {
-        {"enhance",  0.31, &varno::FxRicetta::enhance,  1.0f }, {"halation", 0.28, &varno::FxRicetta::halation, 1.0f },
-        {"bloom",    0.16, &varno::FxRicetta::bloom,    1.0f }, {"vignetta", 0.1,  &varno::FxRicetta::vignetta, 1.0f },
-        {"promist",  0.3,  &varno::FxRicetta::promist,  0.55f}, {"streak",   0.15, &varno::FxRicetta::streak,   1.0f },
-        {"ca",       0.6,  &varno::FxRicetta::ca,       1.0f }, {"grana",    0.12, &varno::FxRicetta::grana,    1.0f },
-        {"mistw",    0.7,  &varno::FxRicetta::mistw,    0.55f}, {"glimmer",  0.9,  &varno::FxRicetta::glimmer,  0.55f},
-        {"pelle",    0.25, &varno::FxRicetta::pelle,    0.55f}, {"stella",   1.0,  &varno::FxRicetta::stella,   1.0f },
+        {"enhance", 0.31, &R::enhance},         {"halation", 0.28, &R::halation},       {"bloom", 0.16, &R::bloom},
+        {"promist", 0.3,  &R::promist,  0.55f}, {"vignetta", 0.1,  &R::vignetta},       {"streak", 0.15, &R::streak},
+        {"mistw",   0.7,  &R::mistw,    0.55f}, {"glimmer",  0.9,  &R::glimmer, 0.55f}, {"ca", 0.6, &R::ca},
+        {"pelle",   0.25, &R::pelle,    0.55f}, {"stella",   1.0,  &R::stella},         {"grana", 0.12, &R::grana},
     };
     // clang-format on
     const Rettangolo f{0, 0, 31, 22};
@@ -323,8 +299,8 @@ TEST_CASE("a frame that cannot be made releases what it holds, source first, and
          {Rettangolo{2, 0, 2, 3}, Rettangolo{0, 1, 5, 1}, Rettangolo{4, 0, 1, 3},
           Rettangolo{0, 3, 5, 0}, Rettangolo{MIN, 0, MAX, 3}, Rettangolo{MAX, 0, MAX, 3}})
         fallito(*i, "paramGetValueAtTime formato @0 = 16\n" + RILASCI, {}, f);
-    fallito(*i, RILASCI, {}, {0, 0, 5, 3}, true);
-    fallito(*i, RILASCI, {}, {0, 0, 5, 3}, false, true);
+    for (const char* nulla : {"s", "u"})
+        fallito(*i, RILASCI, {}, {0, 0, 5, 3}, nulla);
     // Releases that fail are nobody's concern.
     registro(*i).guasti = {{"clipReleaseImage"}};
     fotogramma(*i, 5, 3);

@@ -1,12 +1,11 @@
 // What each kernel leaves in the vector registers.
 #include "comune/nuclei.h"
 
-#include "colore/colore.h"
 #include "colore/lotto.h"
 #include "colore/nuclei_colore.h"
+#include "contesti.h"
 #include "fx/effetto.h"
 #include "fx/nuclei_piani.h"
-#include "looks/catalogo.h"
 #include "quadri.h"
 #include "render/nuclei_tabella.h"
 
@@ -77,7 +76,6 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
     const std::vector<Intatta> intatte(H, {W / 3, W / 2});
     const Quadro q = {W, H, 7, 0.4f, piani[0], intatte.data()};
     const Blocchi blocchi = {W, W / 2, 2, 2};
-    const std::vector<LookDef> looks = catalogo();
     const Curva curva = normalizza_curva(0.9f, 18.0f, 1.1f, 1.0f);
     Lotto lotto;
     const auto riempi_lotto = [&] {
@@ -129,10 +127,9 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
         pulito("unisci", [&] { t.unisci(piani[2], piani[1], piani[0], W); });
         pulito("unisci_uno", [&] { t.unisci_uno(piani[2], piani[1], piani[0], W); });
 
-        for (const LookDef& look : looks) {
+        for (const LookDef& look : looks()) {
             riempi_lotto();
-            const Contesto ctx = {&look, curva, 0.5f, 0.0f, {1.0f, 1.0f, 1.0f}, curva, 0};
-            pulito("grada", [&] { (*l)->colore.grada(lotto, grado_di(ctx)); });
+            pulito("grada", [&] { (*l)->colore.grada(lotto, grado_di(contesto_di(look, 0.5f))); });
         }
         riempi_lotto();
         pulito("tonemap", [&] { (*l)->colore.tonemap(lotto, curva, bianco_di(curva), 0.5f); });

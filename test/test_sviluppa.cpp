@@ -37,33 +37,6 @@ Finestra finestra_di(banco::Tela& t)
 
 }  // namespace
 
-TEST_CASE("grading sits on the table's points and edges")
-{
-    const Lut3D lut = tavola(PUNTI_TABELLA, 5, Contenuto::CASO);
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    struct Caso {
-        float rgb[4];
-        int punto[3];
-    };
-    // clang-format off
-    Caso casi[] = {
-        {{0.0f, 0.0f, 0.0f}, {0, 0, 0}},    {{1.0f, 1.0f, 1.0f},  {80, 80, 80}},
-        {{0.5f, 0.0f, 1.0f}, {40, 0, 80}},  {{1.5f, -0.2f, nan},  {80, 0, 0}},
-        {{nan, 0.5f, 9.0f},  {0, 40, 80}},  {{0.0f, 0.0f, 0.5f},  {0, 0, 40}},
-    };
-    // clang-format on
-    for (Caso& caso : casi) {
-        Immagine immagine(3);
-        Alfa alfa = alfa_di(1, 1, nullptr);
-        const Finestra sorgente = {reinterpret_cast<unsigned char*>(caso.rgb), 16};
-        passata_colore(lut, sorgente, 1, 0, immagine.data(), alfa);
-        const auto& [r, g, b] = caso.punto;
-        const auto i = static_cast<std::size_t>(((b * PUNTI_TABELLA + g) * PUNTI_TABELLA + r) * 3);
-        for (std::size_t c = 0; c < 3; ++c)
-            CHECK(immagine[c] == lut.dati[i + c]);
-    }
-}
-
 TEST_CASE("a frame is its passes one after the other, whichever way the rows go")
 {
     struct Misura {
@@ -91,10 +64,7 @@ TEST_CASE("a frame is its passes one after the other, whichever way the rows go"
                         continue;
                     const Lut3D& lut = tavole[giro.passo % std::size(tavole)];
                     const Campioni tavola(lut.dati.begin(), lut.dati.end());
-                    FxRicetta ricetta;
-                    ricetta.vignetta = vignetta;
-                    ricetta.grana = grana;
-                    ricetta.fotogramma = 77;
+                    FxRicetta ricetta = {.vignetta = vignetta, .grana = grana, .fotogramma = 77};
                     if (ultimo != nullptr) {
                         ricetta.halation = 0.3f;
                         ricetta.*ultimo = 0.5f;
@@ -109,9 +79,8 @@ TEST_CASE("a frame is its passes one after the other, whichever way the rows go"
                     banco::Tela sorgente = banco::tela({0, 0, m.larghezza, m.altezza}, 16, true);
                     Campioni rgb(static_cast<std::size_t>(m.larghezza * m.altezza) * 3);
                     const auto per_pixel = [&](const auto& f) {
-                        for (int y = 0; y < m.altezza; ++y)
-                            for (int x = 0; x < m.larghezza; ++x)
-                                f(x, y, static_cast<std::size_t>(y * m.larghezza + x));
+                        for (int i = 0; i < m.larghezza * m.altezza; ++i)
+                            f(i % m.larghezza, i / m.larghezza, static_cast<std::size_t>(i));
                     };
                     per_pixel([&](int x, int y, std::size_t i) {
                         float* p = banco::pixel(sorgente, x, y);
@@ -194,14 +163,11 @@ TEST_CASE("a plane starts as zeros, moves with its memory and can be filled")
 {
     Piano p(1000);
     CHECK(std::count(p.begin(), p.end(), 0.0f) == 1000);
-    p[999] = 3.0f;
     const float* dove = p.data();
-    Piano q(std::move(p));
-    CHECK(q.data() == dove);
     Piano r(7, 0.5f);
     CHECK(r[6] == 0.5f);
-    r = std::move(q);
-    CHECK((r.size() == 1000 && r[999] == 3.0f));
+    r = std::move(p);
+    CHECK((r.data() == dove && r.size() == 1000));
     r.azzera(5);
     CHECK((r.size() == 5 && r[4] == 0.0f));
 }
