@@ -129,10 +129,7 @@ void comando_effetti(const Opzioni& o)
     Foglio foglio = foglio_nuovo(o.larghezza, COLONNE, RIGHE, 2.0 * forma);
     const int largo = (foglio.cella_l - FESSURA) / 2;
     int n = 0;
-    for (const banco::Parametro& p : inizio.plugin.parametri) {
-        if (!interruttore_di_effetto(p))
-            continue;
-        const banco::Parametro& quantita = trova_parametro(inizio.plugin, quantita_di(p));
+    for (const auto& [p, quantita] : effetti(inizio.plugin)) {
         const double q = std::clamp(o.quantita, quantita.minimo, quantita.massimo);
         const Foto con_effetto =
             rendi(o, inizio, con(con(inizio.base, p.nome, 1.0), quantita.nome, q));

@@ -116,9 +116,8 @@ void comando_lut(const Opzioni& o)
     controlla_uscita(o.uscita, o.scrittura.sovrascrivi);
     const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
     const std::string impostazioni = in_json(plugin, *istanza, imp, true);
-    for (const banco::Parametro& p : plugin.parametri)
-        if (interruttore_di_effetto(p))
-            banco::imposta(*istanza, p.nome, 0.0);
+    for (const Effetto& e : effetti(plugin))
+        banco::imposta(*istanza, e.interruttore.nome, 0.0);
 
     riga("plug-in " + plugin.file);
     avvisa_nulla_di_fatto(plugin, *istanza, imp);

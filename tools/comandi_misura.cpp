@@ -69,8 +69,8 @@ void comando_misura(const Opzioni& o)
 
     // Each effect that is on, by itself, over the frame without any.
     std::vector<const banco::Parametro*> accesi;
-    for (const banco::Parametro& p : plugin.parametri)
-        if (interruttore_di_effetto(p) && banco::valore(*istanza, p.nome) != 0.0) {
+    for (const auto& [p, quantita] : effetti(plugin))
+        if (banco::valore(*istanza, p.nome) != 0.0) {
             accesi.push_back(&p);
             banco::imposta(*istanza, p.nome, 0.0);
         }

@@ -29,8 +29,6 @@ bool interruttore(const banco::Parametro& p)
     return p.tipo == "OfxParamTypeBoolean";
 }
 
-constexpr std::string_view ACCESO = "_on";
-
 // The text goes first: an option may read like the index of another.
 double leggi_scelta(const banco::Parametro& p, const std::string& testo)
 {
@@ -58,6 +56,24 @@ double leggi_interruttore(const banco::Parametro& p, const std::string& testo)
     if (t == "0" || t == "off" || t == "false" || t == "no")
         return 0.0;
     rifiuta(p.nome + " is a switch: give on or off (1 or 0), not " + tra_apici(testo));
+}
+
+// A number in range, an option's text or index, on or off. Throws Errore (usage) with the range or
+// the nearest option.
+double leggi_valore(const banco::Parametro& p, const std::string& testo)
+{
+    if (scelta(p))
+        return leggi_scelta(p, testo);
+    if (interruttore(p))
+        return leggi_interruttore(p, testo);
+    double v = 0.0;
+    if (!leggi_numero(testo, v))
+        rifiuta(p.nome + " takes a number from " + testo_di(p.minimo) + " to " +
+                testo_di(p.massimo) + ", not " + tra_apici(testo));
+    if (!(v >= p.minimo && v <= p.massimo))
+        rifiuta(p.nome + " goes from " + testo_di(p.minimo) + " to " + testo_di(p.massimo) +
+                ", not " + testo);
+    return v;
 }
 
 std::pair<std::string, std::string> dividi(const std::string& testo, const char* opzione,
@@ -132,22 +148,6 @@ Json valore_in_json(const banco::Parametro& p, double v)
 
 }  // namespace
 
-double leggi_valore(const banco::Parametro& p, const std::string& testo)
-{
-    if (scelta(p))
-        return leggi_scelta(p, testo);
-    if (interruttore(p))
-        return leggi_interruttore(p, testo);
-    double v = 0.0;
-    if (!leggi_numero(testo, v))
-        rifiuta(p.nome + " takes a number from " + testo_di(p.minimo) + " to " +
-                testo_di(p.massimo) + ", not " + tra_apici(testo));
-    if (!(v >= p.minimo && v <= p.massimo))
-        rifiuta(p.nome + " goes from " + testo_di(p.minimo) + " to " + testo_di(p.massimo) +
-                ", not " + testo);
-    return v;
-}
-
 std::string scrivi_valore(const banco::Parametro& p, double valore)
 {
     if (scelta(p) && valore >= 0.0 && valore < static_cast<double>(p.opzioni.size()))
@@ -207,35 +207,30 @@ banco::IstanzaPtr istanza_con(Plugin& plugin, const Impostazioni& imp)
     }
 }
 
-bool interruttore_di_effetto(const banco::Parametro& p)
+std::vector<Effetto> effetti(const Plugin& plugin)
 {
-    return interruttore(p) && p.nome.ends_with(ACCESO);
-}
-
-std::string quantita_di(const banco::Parametro& interruttore)
-{
-    return interruttore.nome.substr(0, interruttore.nome.size() - ACCESO.size());
-}
-
-const banco::Parametro* interruttore_di(const Plugin& plugin, const std::string& quantita)
-{
-    const auto p = std::ranges::find(plugin.parametri, quantita + std::string(ACCESO),
-                                     &banco::Parametro::nome);
-    return p == plugin.parametri.end() ? nullptr : &*p;
+    constexpr std::string_view ACCESO = "_on";
+    std::vector<Effetto> tutti;
+    for (const banco::Parametro& p : plugin.parametri)
+        if (interruttore(p) && p.nome.ends_with(ACCESO))
+            tutti.push_back(
+                {p, trova_parametro(plugin, p.nome.substr(0, p.nome.size() - ACCESO.size()))});
+    return tutti;
 }
 
 bool di_effetto(const Plugin& plugin, const banco::Parametro& p)
 {
-    return interruttore_di_effetto(p) || interruttore_di(plugin, p.nome) != nullptr;
+    return std::ranges::any_of(effetti(plugin), [&](const Effetto& e) {
+        return &p == &e.interruttore || &p == &e.quantita;
+    });
 }
 
 void spegni_effetti(const Plugin& plugin, Impostazioni& imp)
 {
-    for (const banco::Parametro& p : plugin.parametri)
-        if (interruttore_di_effetto(p)) {
-            imp.modifiche.emplace_back(p.nome, 0.0);
-            imp.chiavi.erase(p.nome);
-        }
+    for (const Effetto& e : effetti(plugin)) {
+        imp.modifiche.emplace_back(e.interruttore.nome, 0.0);
+        imp.chiavi.erase(e.interruttore.nome);
+    }
 }
 
 std::string in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp,
@@ -271,13 +266,11 @@ void avvisa_nulla_di_fatto(const Plugin& plugin, const banco::Istanza& istanza,
     }
     for (const auto& [nome, chiavi] : imp.chiavi)
         dati.insert(nome);
-    for (const banco::Parametro& p : plugin.parametri) {
-        const banco::Parametro* acceso = interruttore_di(plugin, p.nome);
-        if (dati.contains(p.nome) && acceso != nullptr && !imp.chiavi.contains(acceso->nome) &&
-            banco::valore(istanza, acceso->nome) == 0.0)
-            avviso(p.nome + " shows nothing while " + acceso->nome + " is off: add -p " +
-                   acceso->nome + "=on");
-    }
+    for (const auto& [interruttore, quantita] : effetti(plugin))
+        if (dati.contains(quantita.nome) && !imp.chiavi.contains(interruttore.nome) &&
+            banco::valore(istanza, interruttore.nome) == 0.0)
+            avviso(quantita.nome + " shows nothing while " + interruttore.nome +
+                   " is off: add -p " + interruttore.nome + "=on");
 }
 
 }  // namespace varno::provino

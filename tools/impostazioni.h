@@ -26,10 +26,6 @@ struct Impostazioni {
     std::map<std::string, std::vector<std::pair<double, double>>> chiavi;  // time and value
 };
 
-/// The value of a parameter from its text: a number in range, an option's text or index, 0/1,
-/// on/off. Throws Errore (usage) with the range or the nearest option.
-double leggi_valore(const banco::Parametro& p, const std::string& testo);
-
 /// How a person writes a value: an option by its text, a switch as on or off.
 std::string scrivi_valore(const banco::Parametro& p, double valore);
 
@@ -39,12 +35,11 @@ Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
 /// An instance that stands at the settings.
 banco::IstanzaPtr istanza_con(Plugin& plugin, const Impostazioni& imp);
 
-/// The switch of an effect, and the amount that it switches.
-bool interruttore_di_effetto(const banco::Parametro& p);
-std::string quantita_di(const banco::Parametro& interruttore);
-
-/// The switch of that amount, if it is an effect's; and whether a parameter is either.
-const banco::Parametro* interruttore_di(const Plugin& plugin, const std::string& quantita);
+/// The parameters of an effect, which stay the plug-in's.
+struct Effetto {
+    const banco::Parametro &interruttore, &quantita;
+};
+std::vector<Effetto> effetti(const Plugin& plugin);
 bool di_effetto(const Plugin& plugin, const banco::Parametro& p);
 
 /// Switches all effects off, also where keys switch them on.
