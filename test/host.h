@@ -3,15 +3,7 @@
 // What the tests of the built module share: the module, pictures and how they are compared.
 
 #include "banco/banco.h"
-
-#include <doctest/doctest.h>
-
-#include <bit>
-#include <cstdint>
-#include <cstdlib>
-#include <random>
-#include <string>
-#include <vector>
+#include "prova.h"
 
 namespace prova {
 
@@ -82,8 +74,9 @@ inline void dipingi(Tela& t)
             float* p = pixel(t, x, y);
             for (int c = 0; c < 3; ++c)
                 p[c] = rumore(x, y, c);
-            p[3] = std::bit_cast<float>(static_cast<std::uint32_t>(x) * 2654435761u ^
-                                        static_cast<std::uint32_t>(y) * 40503u);
+            const std::uint32_t alfa = static_cast<std::uint32_t>(x) * 2654435761u ^
+                                       static_cast<std::uint32_t>(y) * 40503u;
+            std::memcpy(p + 3, &alfa, sizeof alfa);
         }
 }
 
@@ -111,6 +104,12 @@ inline Bit fotogramma(Istanza& i, int larghezza, int altezza, double tempo = 0.0
     CHECK(intatta(uscita));
     senza_violazioni(registro(i));
     return bit_di(uscita, f);
+}
+
+/// The same of a new instance.
+inline Bit fotogramma(const Valori& valori, int larghezza, int altezza, double tempo = 0.0)
+{
+    return fotogramma(*crea_istanza(modulo(), valori), larghezza, altezza, tempo);
 }
 
 constexpr const char* INTERRUTTORI[] = {"enhance_on", "halation_on", "bloom_on", "vignetta_on",

@@ -1,12 +1,7 @@
 // Pictures for the tests of the chain, and how they are compared.
 #include "quadri.h"
 
-#include <algorithm>
-#include <array>
-#include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <limits>
 
 namespace varno {
 

@@ -3,14 +3,9 @@
 
 #include "comune/nuclei.h"
 #include "comune/piano.h"
+#include "prova.h"
 #include "semplici.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <random>
-#include <string>
-
-/// Pictures to try the chain on, and the comparison that the tests share.
 namespace varno {
 
 using Campioni = semplici::Campioni;
@@ -44,17 +39,6 @@ struct LivelloFinto {
   private:
     const Nuclei* prima;
 };
-
-/// Sanitizers make everything ten times as slow, and a thread a hundred times.
-#if !defined(__has_feature)
-#define __has_feature(x) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                               \
-    __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool LENTO = true;
-#else
-constexpr bool LENTO = false;
-#endif
 
 /// Thread counts and instruction sets in turn, so that a long table meets all of them.
 struct Giro {

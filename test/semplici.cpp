@@ -241,12 +241,12 @@ void dettagli(Quadro& q, float quantita, double parte, float pendenza)
     aggiorna_luma(q);
 }
 
-// f of the luma, blurred.
-template <class F> Campioni alone(const Quadro& q, double parte, int minimo, F f)
+// What f makes of the luma, blurred; strato(it, channel) is laid over the picture as a screen.
+template <class F, class S> void alone(Quadro& q, double parte, int minimo, F f, S strato)
 {
     Campioni m = maschera(q, f);
     blur_su_ridotta(m, q.larghezza, q.altezza, raggio_di(q, parte, minimo), q.riduzione);
-    return m;
+    stendi(q, [&](std::size_t i, std::size_t c) { return std::min(strato(m[i], c), 1.0f); });
 }
 
 // A channel of the picture times a squared ramp of luma, blurred.
@@ -264,34 +264,24 @@ std::array<Campioni, 3> aloni(const Quadro& q, float inizio, float ampiezza)
     return alone;
 }
 
-void applica_enhance(Quadro& q, float quantita)
-{
-    dettagli(q, quantita, 0.012, 2.0f);
-}
-
-void applica_pelle(Quadro& q, float quantita)
-{
-    dettagli(q, quantita, 0.007, -1.6f);
-}
-
 void applica_halation(Quadro& q, float quantita)
 {
     constexpr float PESI[3] = {1.0f, 0.36f, 0.12f};
-    const Campioni m =
-        alone(q, 0.018, 2, [](float l) { return unico::potenza(rampa(l, 0.62f, 0.38f), 1.6f); });
-    stendi(q, [&](std::size_t i, std::size_t c) {
-        return std::min(PESI[c] * (m[i] * quantita), 1.0f);
-    });
+    alone(
+        q, 0.018, 2, [](float l) { return unico::potenza(rampa(l, 0.62f, 0.38f), 1.6f); },
+        [&](float m, std::size_t c) { return PESI[c] * (m * quantita); });
 }
 
 void applica_bloom(Quadro& q, float quantita)
 {
-    const Campioni m = alone(q, 0.01, 1, [](float l) {
-        const float t = rampa(l, 0.72f, 0.28f);
-        return l * t * t;
-    });
     const Campioni prima = q.luma;
-    stendi(q, [&](std::size_t i, std::size_t) { return std::min(quantita * m[i], 1.0f); });
+    alone(
+        q, 0.01, 1,
+        [](float l) {
+            const float t = rampa(l, 0.72f, 0.28f);
+            return l * t * t;
+        },
+        [&](float m, std::size_t) { return quantita * m; });
     q.luma = prima;  // it stays that of the picture before the glow
 }
 
@@ -384,11 +374,13 @@ void applica_mistw(Quadro& q, float quantita)
 
 void applica_glimmer(Quadro& q, float quantita)
 {
-    const Campioni m = alone(q, 0.008, 2, [](float l) {
-        const float t = (l - 0.55f) / 0.45f;
-        return !(t > 0.0f) ? 0.0f : t >= 1.0f ? l : l * t;
-    });
-    stendi(q, [&](std::size_t i, std::size_t) { return std::min(m[i] * quantita * 1.4f, 1.0f); });
+    alone(
+        q, 0.008, 2,
+        [](float l) {
+            const float t = (l - 0.55f) / 0.45f;
+            return !(t > 0.0f) ? 0.0f : t >= 1.0f ? l : l * t;
+        },
+        [&](float m, std::size_t) { return m * quantita * 1.4f; });
 }
 
 void applica_aberrazione(Quadro& q, float quantita)
@@ -498,8 +490,8 @@ void applica_fx(Campioni& img, int larghezza, int altezza, const FxRicetta& r, i
         if (quantita > 0.0f)
             applica(q, quantita, altro...);
     };
-    effetto(r.enhance, applica_enhance);
-    effetto(r.pelle, applica_pelle);
+    effetto(r.enhance, dettagli, 0.012, 2.0f);
+    effetto(r.pelle, dettagli, 0.007, -1.6f);
     effetto(r.halation, applica_halation);
     effetto(r.bloom, applica_bloom);
     effetto(r.streak, applica_streak);

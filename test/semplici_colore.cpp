@@ -227,12 +227,6 @@ Colore grado(const Colore& luce, const Contesto& ctx)
 
 }  // namespace
 
-RGB tonemap_ratio(RGB c, const Curva& k, float miscela)
-{
-    const Colore v = mappa_colore(da(c), k, miscela);
-    return {v.c[0], v.c[1], v.c[2]};
-}
-
 RGB applica_colore(RGB codice, const Contesto& ctx)
 {
     constexpr float ANALITICA[] = {1.6266885f,   -0.54005265f, -0.08679532f,

@@ -8,7 +8,6 @@
 /// of cameras and looks with them and no arithmetic.
 namespace varno::semplici {
 
-RGB tonemap_ratio(RGB c, const Curva& k, float miscela);
 RGB applica_colore(RGB codice, const Contesto& ctx);
 
 }  // namespace varno::semplici

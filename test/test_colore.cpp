@@ -1,21 +1,11 @@
 // From a code value to light and on to the look. Rows of figures were worked out in double from
 // the published encodings, matrices and looks, not by this code.
-#include "colore/colore.h"
 #include "colore/curve_regole.h"
 #include "colore/lotto.h"
 #include "colore/profili.h"
-#include "contesti.h"
+#include "prova.h"
 #include "render/formato.h"
 #include "semplici_colore.h"
-
-#include <doctest/doctest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <random>
-#include <string>
 
 using namespace varno;
 using doctest::Approx;

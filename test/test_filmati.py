@@ -3,7 +3,6 @@
 
 usage: test_filmati.py PROVINO BUNDLE [unittest arguments]
 """
-import glob
 import json
 import os
 import re
@@ -38,7 +37,16 @@ def rgb(codici, matrice, legale, bit=10):
     return r, (y - kr * r - kb * b) / (1 - kr - kb), b
 
 
-@unittest.skipUnless(shutil.which("ffmpeg"), "needs ffmpeg")
+def processi():
+    """Number, parent, folder and command of all that run."""
+    for p in Path("/proc").glob("[0-9]*"):
+        try:
+            yield (int(p.name), int((p / "stat").read_text().rsplit(")", 1)[1].split()[1]), os.readlink(p / "cwd"),
+                   (p / "cmdline").read_text().replace("\0", " "))
+        except OSError:
+            pass
+
+
 class Filmati(Prova):
     def ffmpeg(self, argomenti, **come):
         r = subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-y", *shlex.split(argomenti)],
@@ -60,18 +68,12 @@ class Filmati(Prova):
 
     def nessuno_resta(self):
         """No program that was started for this folder is left."""
-        def vivi():
-            for p in glob.glob("/proc/[0-9]*/cmdline"):
-                try:
-                    if self.cartella.encode() in os.readlink(p[:-7] + "cwd").encode():
-                        yield p
-                except OSError:
-                    pass
         for _ in range(50):
-            if not list(vivi()):
+            vivi = [comando for _, _, dove, comando in processi() if self.cartella in dove]
+            if not vivi:
                 return
             time.sleep(0.1)
-        self.fail(list(vivi()))
+        self.fail(vivi)
 
     def test_a_movie_is_its_pictures_to_the_last_bit_of_16(self):
         for n in range(1, 4):
@@ -200,11 +202,10 @@ class Filmati(Prova):
         for nome in ("o.mov", "o.mkv"):
             self.fai("sviluppa o3.exr con.png --overwrite --settings-from", nome)
             self.assertEqual(self.byte("con.png"), self.byte("diretto.png"))
-        if shutil.which("oiiotool"):
-            detto = self.altri("oiiotool --info -v o3.exr")
-            self.assertRegex(detto, r"(?s)FramesPerSecond: 30000/1001.*smpte:TimeCode: 00:00:59.29")
-            self.fai("sviluppa o3.exr s.mov --frames 1-2")
-            self.assertEqual(self.ffprobe("s.mov", "stream")["streams"][0]["r_frame_rate"], "30000/1001")
+        detto = self.altri("oiiotool --info -v o3.exr")
+        self.assertRegex(detto, r"(?s)FramesPerSecond: 30000/1001.*smpte:TimeCode: 00:00:59.29")
+        self.fai("sviluppa o3.exr s.mov --frames 1-2")
+        self.assertEqual(self.ffprobe("s.mov", "stream")["streams"][0]["r_frame_rate"], "30000/1001")
 
     def test_it_is_shown_as_a_player_turns_it(self):
         self.clip("a.mkv", "-c:v ffv1 -pix_fmt yuv422p10le -an", 0.2)
@@ -221,22 +222,22 @@ class Filmati(Prova):
     def test_any_frame_is_found_in_any_container(self):
         # Its number is written into each frame's first pixels, and all frames depend on others.
         for nome, modo in (("a.mp4", "-c:v libx264 -g 30 -bf 3 -qp 0"), ("a.ts", "-c:v libx264 -g 30 -bf 3 -qp 0"),
-                           ("a.mkv", "-c:v libx264 -g 30 -bf 3 -qp 0 -output_ts_offset 1"), ("a.mxf", "-c:v mpeg2video -q:v 1")):
-            self.ffmpeg("-f lavfi -i color=gray:s=64x64:r=25:d=4,geq=lum='16+2*N':cb=128:cr=128 -f lavfi "
-                        "-i sine=d=4:r=48000 %s -pix_fmt yuv420p -color_range tv -colorspace bt709 %s" % (modo, nome))
+                           ("a.mkv", "-c:v libx264 -g 30 -bf 3 -qp 0 -output_ts_offset 1"),
+                           ("a.mxf", "-c:v mpeg2video -q:v 1")):
+            self.ffmpeg("-f lavfi -i color=gray:s=64x64:r=25:d=3,geq=lum='16+2*N':cb=128:cr=128 -f lavfi "
+                        "-i sine=d=3:r=48000 %s -pix_fmt yuv420p -color_range tv -colorspace bt709 %s" % (modo, nome))
             self.fai("sviluppa %s tutti.mkv --overwrite" % nome, *NEUTRO)
             interi, uno = self.pixel("tutti.mkv", "gray"), 64 * 64
-            self.assertEqual(len(interi), 100 * uno, nome)
+            self.assertEqual(len(interi), 75 * uno, nome)
             self.assertGreater(len(set(interi[::uno])), 20)
-            self.fai("sviluppa %s scelti.mkv --frames 3,60,62,99-100 --overwrite" % nome, *NEUTRO)
+            self.fai("sviluppa %s scelti.mkv --frames 3,60,62,74-75 --overwrite" % nome, *NEUTRO)
             self.assertEqual(self.pixel("scelti.mkv", "gray"),
-                             b"".join(interi[uno * (n - 1):][:uno] for n in (3, 60, 62, 99, 100)), nome)
+                             b"".join(interi[uno * (n - 1):][:uno] for n in (3, 60, 62, 74, 75)), nome)
 
     def test_frames_of_any_length_go_into_pictures_alone(self):
         self.ffmpeg("-f lavfi -i testsrc2=s=64x48:r=30:d=2 -vf select='not(mod(n\\,3))+gt(n\\,40)' "
                     "-fps_mode vfr -c:v libx264 v.mp4")
         r = self.lancia("sviluppa v.mp4 o.mov")
-        self.assertEqual(r.returncode, FALLITO)
         comando = re.fullmatch(r"provino: 'v.mp4' has a variable frame rate; .*: ffmpeg (.*)\n", r.stderr)[1]
         self.ffmpeg(comando)
         self.fai("sviluppa constant.mkv o.mov")
@@ -290,7 +291,7 @@ class Filmati(Prova):
                                      cwd=self.cartella, stderr=subprocess.PIPE, text=True)
                 figli = []
                 while p.poll() is None and not (figli and self.nomi(".provino")):
-                    figli = [n for n, comando in self.figli(p.pid) if re.search(chi, comando)]
+                    figli = [n for n, da, _, comando in processi() if da == p.pid and re.search(chi, comando)]
                 os.kill(figli[0] if chi else p.pid, segno)
                 detto = p.communicate()[1]
                 self.nessuno_resta()
@@ -302,14 +303,6 @@ class Filmati(Prova):
                 for f in resti:
                     os.remove(self.qui(f))
                 self.assertFalse(os.path.exists(self.qui("o.mov")))
-
-    def figli(self, pid):
-        for p in glob.glob("/proc/[0-9]*/stat"):
-            try:
-                if int(Path(p).read_text().rsplit(")", 1)[1].split()[1]) == pid:
-                    yield int(p.split("/")[2]), Path(p[:-4] + "cmdline").read_text().replace("\0", " ")
-            except OSError:
-                pass
 
 
 if __name__ == "__main__":

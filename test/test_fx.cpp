@@ -5,19 +5,6 @@
 #include "fx/media.h"
 #include "fx/nuclei_piani.h"
 #include "quadri.h"
-#include "thread_finti.h"
-
-#include <doctest/doctest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <numeric>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
 
 using namespace varno;
 

@@ -2,8 +2,6 @@
 #include "host.h"
 #include "ofx/ofx.h"
 
-#include <climits>
-
 using namespace prova;
 
 namespace {
@@ -108,15 +106,6 @@ std::string descrizione_attesa()
     return t;
 }
 
-/// The binary under another name: the system then gives it data of its own.
-struct Copia {
-    std::filesystem::path file = temporaneo("varno-prova-") += ".ofx";
-    Copia() { std::filesystem::copy_file(binario(modulo()), file); }
-    ~Copia() { std::filesystem::remove(file); }
-    Copia(const Copia&) = delete;
-    Copia& operator=(const Copia&) = delete;
-};
-
 }  // namespace
 
 TEST_CASE("the binary holds one plug-in, and its record")
@@ -137,11 +126,13 @@ TEST_CASE("the binary holds one plug-in, and its record")
 
 TEST_CASE("load asks for three suites, whatever is missing, and says so")
 {
-    const Copia copia;
+    // The binary under another name: the system then gives it data of its own.
+    const std::filesystem::path copia = temporaneo("varno-prova-") += ".ofx";
+    std::filesystem::copy_file(binario(modulo()), copia);
     const std::string tutte = "fetchSuite OfxImageEffectSuite[1]\nfetchSuite OfxPropertySuite[1]\n"
                               "fetchSuite OfxParameterSuite[1]\n";
     {
-        const ModuloPtr m = apri(copia.file);
+        const ModuloPtr m = apri(copia);
         CHECK(azione(*m, "OfxActionLoad") == kOfxStatFailed);  // no host yet
         dai_host(*m, true);
         CHECK(azione(*m, "OfxActionLoad") == kOfxStatFailed);
@@ -154,7 +145,8 @@ TEST_CASE("load asks for three suites, whatever is missing, and says so")
         CHECK(azione(*m, "OfxActionDescribe") == kOfxStatOK);  // the other two are there
         CHECK(descrizione(*m).etichetta == "Varno Color");
     }
-    const ModuloPtr m = carica(copia.file);
+    const ModuloPtr m = carica(copia);
+    std::filesystem::remove(copia);
     for (const char* manca : {"OfxImageEffectSuite", "OfxPropertySuite", "OfxParameterSuite"}) {
         CAPTURE(manca);
         registro(*m).chiamate.clear();

@@ -1,18 +1,8 @@
 // What a render asks of the host, gives it, and answers when something is missing.
-#include "contesti.h"
 #include "host.h"
 #include "ofx/ofx.h"
 #include "render/lut3d.h"
 #include "render/sviluppa.h"
-
-#include <algorithm>
-#include <atomic>
-#include <cmath>
-#include <cstring>
-#include <functional>
-#include <limits>
-#include <thread>
-#include <tuple>
 
 using namespace prova;
 
@@ -172,20 +162,22 @@ TEST_CASE("a frame is graded by its settings, each of which counts, and by those
     // clang-format off
     const Caso casi[] = {
         {{}, 0, 30},
-        {{{"look", 5}}, 5, 30}, {{{"forza", 0}}, 5, 30}, {{{"forza", 0.999}}, 5, 30},
-        {{{"ev", 1.3}}, 5, 30}, {{{"ev", -2}}, 5, 30}, {{{"temp", 1}}, 5, 30},
-        {{{"tinta", 1}}, 5, 30}, {{{"tinta", -1}}, 5, 30},
-        // grouped otherwise, these round to other gains
-        {{{"temp", 0.05}, {"tinta", 0.48}}, 5, 30}, {{{"temp", 0.36}, {"tinta", 0.86}}, 5, 30},
-        {{{"temp", 0.4}, {"tinta", -0.8}}, 5, 30},
-        {{{"ev", 0.1}, {"look", 3}, {"formato", 0}}, 3, 0}, {{{"look", 11}, {"cs_sony3", 5}}, 11, 13},
-        {{{"formato", 1}, {"cs_sony2", 1}}, 11, 18}, {{{"formato", 4}, {"cs_canon", 2}}, 11, 23},
-        {{{"formato", 12}}, 11, 26}, {{{"formato", 11}, {"cs_apple", 1}}, 11, 20}, {{{"formato", 17}}, 11, 31},
+        {{{"look", 5}}, 5, 30}, {{{"forza", 0}}, 5, 30}, {{{"forza", 0.999}}, 5, 30}, {{{"ev", 1.3}}, 5, 30},
+        {{{"look", 3}, {"formato", 0}}, 3, 0}, {{{"look", 11}, {"cs_sony3", 5}}, 11, 13},
         // what is not listed: the first look, the row before a format, the nearest row and choice
-        {{{"look", 12}}, 0, 31}, {{{"look", MIN}, {"formato", 23}}, 0, 22}, {{{"formato", 32}}, 0, 31},
-        {{{"formato", -1}}, 0, 0}, {{{"formato", MIN}}, 0, 31},  // minus 1 wraps
-        {{{"formato", 0}, {"cs_sony3", 9}}, 0, 14}, {{{"formato", MAX}}, 0, 31},
+        {{{"look", 12}}, 0, 13}, {{{"look", MIN}, {"formato", 23}}, 0, 22},
+        // at strength 0 a table is made quickly
+        {{{"forza", 0}, {"formato", 16}}, 0, 30}, {{{"ev", -2}}, 0, 30}, {{{"temp", 1}}, 0, 30},
+        {{{"tinta", 1}}, 0, 30}, {{{"tinta", -1}}, 0, 30},
+        // grouped otherwise, these round to other gains
+        {{{"temp", 0.05}, {"tinta", 0.48}}, 0, 30}, {{{"temp", 0.36}, {"tinta", 0.86}}, 0, 30},
+        {{{"temp", 0.4}, {"tinta", -0.8}}, 0, 30}, {{{"ev", 0.1}}, 0, 30},
+        {{{"formato", 1}, {"cs_sony2", 1}}, 0, 18}, {{{"formato", 4}, {"cs_canon", 2}}, 0, 23},
+        {{{"formato", 12}}, 0, 26}, {{{"formato", 11}, {"cs_apple", 1}}, 0, 20}, {{{"formato", 17}}, 0, 31},
         {{{"formato", 2}, {"cs_canon", 2}}, 0, 1},  // not its chooser
+        {{{"formato", 0}, {"cs_sony3", 9}}, 0, 14}, {{{"formato", 32}}, 0, 31}, {{{"formato", -1}}, 0, 0},
+        {{{"formato", MIN}}, 0, 31},  // minus 1 wraps
+        {{{"ev", 0.2}, {"formato", MAX}}, 0, 31},
     };
     // clang-format on
     // 125 pixels on nodes of the table, where there is nothing to mix.
@@ -258,7 +250,7 @@ TEST_CASE("amounts reach the effects as floats, four grades scaled by 0.55")
             ricetta.*q.campo = static_cast<float>(v) * q.scala;
         }
         varno::sviluppa(lut, finestra(s), finestra(u), 31, 22, ricetta);
-        CHECK(fotogramma(*crea_istanza(modulo(), valori), 31, 22, -7.5) == bit_di(u, f));
+        CHECK(fotogramma(valori, 31, 22, -7.5) == bit_di(u, f));
         return bit_di(u, f);
     };
     const Bit intero = quadro(2, nullptr);
@@ -310,11 +302,7 @@ TEST_CASE("where pixels lie in memory changes nothing in the picture, nor around
 {
     const IstanzaPtr i = crea_istanza(modulo(), acceso());
     const Rettangolo f{-3, 5, 26, 24};  // 29 x 19: past the serial rows
-    Tela sorgente = tela(f);
-    Tela uscita = tela(f);
-    dipingi(sorgente);
-    REQUIRE(rendi(*i, 3.0, f, figura(sorgente), figura(uscita)) == kOfxStatOK);
-    const Bit attesa = bit_di(uscita, f);
+    Bit attesa;
     struct Caso {
         Rettangolo limiti_s, limiti_u;
         int imbottitura_s, imbottitura_u;
@@ -324,6 +312,7 @@ TEST_CASE("where pixels lie in memory changes nothing in the picture, nor around
     const Rettangolo altro{-3, 0, 27, 24};
     // clang-format off
     const Caso casi[] = {
+        {f,     f,     0,   0,  false, false},
         {f,     f,     0,   0,  true,  true },
         {f,     f,     0,   0,  true,  false},
         {f,     f,     64,  4,  false, true },
@@ -341,9 +330,9 @@ TEST_CASE("where pixels lie in memory changes nothing in the picture, nor around
         const Tela prima = u;
         const std::vector<unsigned char> sorgente_prima = s.memoria;
         REQUIRE(rendi(*i, 3.0, f, figura(s), figura(u)) == kOfxStatOK);
+        attesa = &caso == casi ? bit_di(u, f) : attesa;
         CHECK(bit_di(u, f) == attesa);
-        CHECK(intatta(u));
-        CHECK(s.memoria == sorgente_prima);
+        CHECK((intatta(u) && s.memoria == sorgente_prima));
         // Beside the window the output is as the host gave it.
         for (int y = f.y1; y < f.y2; ++y)
             std::copy_n(pixel(prima, f.x1, y), 4 * (f.x2 - f.x1), pixel(u, f.x1, y));
@@ -358,33 +347,28 @@ TEST_CASE("a setting that cannot be read counts as 0, whatever was read before i
     const auto valori =
         con(acceso(), {{"cs_canon", 2}, {"formato", 12}, {"tinta", 0.5}, {"punte", 2}});
     Testi nomi = {"look", "forza", "ev", "temp", "tinta", "punte", "formato", "cs_canon"};
-    for (const std::string interruttore : INTERRUTTORI) {
-        nomi.push_back(interruttore);
-        nomi.push_back(interruttore.substr(0, interruttore.size() - 3));
-    }
-    const Bit intero = fotogramma(*crea_istanza(modulo(), valori), 24, 17, 5.0);
+    for (const std::string interruttore : INTERRUTTORI)
+        nomi.insert(nomi.end(), {interruttore, interruttore.substr(0, interruttore.size() - 3)});
+    const Bit intero = fotogramma(valori, 24, 17, 5.0);
+    const IstanzaPtr i = crea_istanza(modulo(), valori);
     for (const std::string& nome : nomi) {
         CAPTURE(nome);
-        const Bit attesa =
-            fotogramma(*crea_istanza(modulo(), con(valori, {{nome, 0}})), 24, 17, 5.0);
+        const Bit attesa = fotogramma(con(valori, {{nome, 0}}), 24, 17, 5.0);
         CHECK(attesa != intero);
-        const IstanzaPtr i = crea_istanza(modulo(), valori);
-        for (const char* funzione : {"paramGetHandle", "paramGetValueAtTime"}) {
-            registro(*i).guasti = {{funzione, nome}};
+        // Garbage where a handle should be reads nothing either.
+        for (const Guasto& guasto :
+             {Guasto{"paramGetHandle", nome}, Guasto{"paramGetValueAtTime", nome},
+              Guasto{"paramGetHandle", nome, "", 9, 0, -1, Resto::spazzatura}}) {
+            registro(*i).guasti = {guasto};
             CHECK(fotogramma(*i, 24, 17, 5.0) == attesa);
         }
-        // Garbage where a handle should be reads nothing either.
-        registro(*i).guasti = {{"paramGetHandle", nome, "", 9, 0, -1, Resto::spazzatura}};
-        CHECK(fotogramma(*i, 24, 17, 5.0) == attesa);
     }
     // Neither parameters nor a time: every value 0, format 0, the first look.
     Valori zero;
     for (const Parametro& p : parametri(modulo()))
         zero[p.nome] = 0.0;
-    const Bit attesa = fotogramma(*crea_istanza(modulo(), zero), 24, 17, 0.0);
-    const IstanzaPtr i = crea_istanza(modulo(), valori);
     registro(*i).guasti = {{"getParamSet"}};
-    CHECK(fotogramma(*i, 24, 17, 5.0) == attesa);
+    CHECK(fotogramma(*i, 24, 17, 5.0) == fotogramma(zero, 24, 17));
 }
 
 TEST_CASE("bounds and row bytes that cannot be read count as 0")
@@ -419,9 +403,9 @@ TEST_CASE("values are those of the frame's time")
     imposta_chiavi(*i, "halation", {{20, 0.6}, {10, 0.2}});
     imposta_chiavi(*i, "formato", {{0, 16}, {15, 4}});
     const auto fermo = [](double halation, int formato) {
-        const auto valori =
-            con(SPENTO, {{"halation_on", 1}, {"halation", halation}, {"formato", formato}});
-        return fotogramma(*crea_istanza(modulo(), valori), 18, 16);
+        return fotogramma(
+            con(SPENTO, {{"halation_on", 1}, {"halation", halation}, {"formato", formato}}), 18,
+            16);
     };
     CHECK(fotogramma(*i, 18, 16, 5.0) == fermo(0.2, 16));
     CHECK(fotogramma(*i, 18, 16, 15.0) == fermo(0.2 + 0.5 * (0.6 - 0.2), 4));
@@ -431,24 +415,21 @@ TEST_CASE("values are those of the frame's time")
 TEST_CASE("the grain's frame number is the time cut towards 0, the lowest where none fits")
 {
     const auto grana = [](double tempo) {
-        return fotogramma(*crea_istanza(modulo(), con(SPENTO, {{"grana_on", 1}})), 8, 4, tempo);
+        return fotogramma(con(SPENTO, {{"grana_on", 1}}), 8, 4, tempo);
     };
     constexpr double minimo = -2147483648.0;
     // clang-format off
     const double coppie[][2] = {
-        {12.9, 12.0},                 {-0.5, 0.0},              {-12.9, -12.0},           {0.999999, 0.0},
-        {-0.0, 0.0},                  {2147483648.0, minimo},   {-2147483648.9, minimo},  {-2147483649.0, minimo},
-        {2147483647.9, 2147483647.0}, {std::nan(""), minimo},   {INF, minimo},            {-INF, minimo},
-        {1e300, minimo},              {-1e300, minimo}};
+        {12.9, 12.0}, {-0.5, 0.0}, {-12.9, -12.0}, {0.999999, 0.0}, {2147483648.0, minimo}, {-2147483648.9, minimo},
+        {-2147483649.0, minimo}, {2147483647.9, 2147483647.0}, {std::nan(""), minimo}, {INF, minimo}, {-INF, minimo}};
     // clang-format on
     for (const auto& coppia : coppie) {
         CAPTURE(coppia[0]);
         CHECK(grana(coppia[0]) == grana(coppia[1]));
     }
-    CHECK(grana(12.0) != grana(13.0));
-    CHECK(grana(0.0) != grana(-1.0));
-    CHECK(grana(0.0) != grana(minimo));
-    CHECK(grana(2147483647.0) != grana(minimo));
+    for (const auto& [a, b] :
+         {std::pair{12.0, 13.0}, {0.0, -1.0}, {0.0, minimo}, {2147483647.0, minimo}})
+        CHECK(grana(a) != grana(b));
 }
 
 TEST_CASE("whatever call of a frame a host fails, it gets its images back and nothing beside them")
@@ -470,13 +451,12 @@ TEST_CASE("whatever call of a frame a host fails, it gets its images back and no
         const int stato = rendi_solo(*i, 0.0, finestra, s, u);
         CHECK((stato == kOfxStatOK || stato == kOfxStatFailed));
         CHECK(intatta(uscita));
+        return bit_di(uscita, {9, 9, 21, 24});
     };
-    rendi_e_guarda();
-    const Bit attesa = bit_di(uscita, {9, 9, 21, 24});
+    const Bit attesa = rendi_e_guarda();
     a_turno(registro(*i), rendi_e_guarda);
     CHECK(sorgente.memoria == sorgente_prima);
-    rendi_e_guarda();
-    CHECK(bit_di(uscita, {9, 9, 21, 24}) == attesa);
+    CHECK(rendi_e_guarda() == attesa);
 }
 
 TEST_CASE("whatever call a host fails, creating, changing and describing end as ever")
@@ -517,14 +497,14 @@ TEST_CASE("instances at once give each frame as if it were alone, while others c
     };
     std::vector<Posto> posti;
     for (int n = 0; n < 8; ++n) {
-        const auto valori = con(acceso(), {{"look", n / 2}, {"pelle_on", n % 3}});
+        const auto valori = con(acceso(), {{"look", n / 2}, {"pelle_on", n % 3}, {"forza", n % 2}});
         posti.push_back({crea_istanza(modulo(), valori), {0, 0, 25 + n, 35 - n}, {}});
         for (int t = 0; t < TEMPI; ++t)
             posti.back().attese.push_back(quadro(posti.back(), t));
         registro(*posti.back().istanza).scrivi = false;
     }
     const char* molti = std::getenv("VARNO_QUADRI");
-    std::atomic<int> da_fare{molti != nullptr ? std::atoi(molti) : 24};
+    std::atomic<int> da_fare{molti != nullptr ? std::atoi(molti) : LENTO ? 12 : 24};
     std::atomic<int> diversi{0};
     std::atomic<std::size_t> finiti{0};
     std::vector<std::thread> fili;

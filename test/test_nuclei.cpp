@@ -3,16 +3,10 @@
 
 #include "colore/lotto.h"
 #include "colore/nuclei_colore.h"
-#include "contesti.h"
 #include "fx/effetto.h"
 #include "fx/nuclei_piani.h"
 #include "quadri.h"
 #include "render/nuclei_tabella.h"
-
-#include <doctest/doctest.h>
-
-#include <string>
-#include <vector>
 
 #if defined(__x86_64__)
 #include <cpuid.h>

@@ -3,20 +3,9 @@
 
 #include "banco/tela.h"
 #include "quadri.h"
-#include "thread_finti.h"
 
 #include "render/lut3d.h"
 #include "render/sviluppa.h"
-
-#include <doctest/doctest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <cstring>
-#include <limits>
-#include <new>
-#include <vector>
 
 using namespace varno;
 

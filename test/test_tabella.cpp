@@ -1,18 +1,6 @@
 // The table: its points, and when it is built anew.
-#include "contesti.h"
+#include "prova.h"
 #include "render/lut3d.h"
-#include "thread_finti.h"
-
-#include <doctest/doctest.h>
-
-#include <algorithm>
-#include <cstring>
-#include <limits>
-#include <map>
-#include <mutex>
-#include <new>
-#include <thread>
-#include <vector>
 
 using namespace varno;
 

@@ -1,0 +1,73 @@
+// What all tests share: the test library, the standard one, a grade's context and thread counts.
+#pragma once
+
+#include "colore/colore.h"
+#include "looks/catalogo.h"
+#include "render/parallel_for.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <bit>
+#include <climits>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <numeric>
+#include <random>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+/// Sanitizers make everything ten times as slow, and a thread a hundred times.
+#if !defined(__has_feature)
+#define __has_feature(x) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                               \
+    __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool LENTO = true;
+#else
+constexpr bool LENTO = false;
+#endif
+
+inline const std::vector<varno::LookDef>& looks()
+{
+    static const std::vector<varno::LookDef> tutti = varno::catalogo();
+    return tutti;
+}
+
+inline varno::Contesto contesto_di(const varno::LookDef& l, float forza = 1.0f, float ev = 0.0f,
+                                   int profilo = 0, varno::RGB guadagno = {1.0f, 1.0f, 1.0f})
+{
+    const varno::Curva curva = varno::normalizza_curva(l.spalla, l.bianco, l.contrasto, l.gamma);
+    const varno::Curva neutra = varno::normalizza_curva(0.9f, 18.0f, 1.0f, 1.0f);
+    return {&l, curva, forza, ev, guadagno, neutra, profilo};
+}
+
+/// Makes parallel_for count on n hardware threads while it lives; not while anything runs.
+struct ThreadFinti {
+    explicit ThreadFinti(unsigned n) : prima(varno::gThreadHardware)
+    {
+        quanti = n;
+        varno::gThreadHardware = [] { return quanti; };
+    }
+    ~ThreadFinti() { varno::gThreadHardware = prima; }
+    ThreadFinti(const ThreadFinti&) = delete;
+    ThreadFinti& operator=(const ThreadFinti&) = delete;
+
+  private:
+    static inline unsigned quanti = 1;
+    unsigned (*prima)();
+};
