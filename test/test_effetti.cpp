@@ -211,23 +211,6 @@ TEST_CASE("one mask serves a size; those who hold another never see it change")
     vignetta_mask(48, 64);
     CHECK(differenza(semplici::vignetta_mask(64, 48), prima->valori, 64, 1) == "");
     CHECK(vignetta_mask(0, 0)->valori.empty());
-
-    // Frames of several sizes at once.
-    std::atomic<int> sbagliati{0};
-    std::vector<std::thread> thread;
-    for (const int w : {20, 33, 46})
-        thread.emplace_back([&sbagliati, w] {
-            Campioni atteso(static_cast<std::size_t>(w) * 30 * 3, 0.8f);
-            semplici::applica_fx(atteso, w, 30, {.vignetta = 0.5f});
-            for (int giro = 0; giro < 100; ++giro) {
-                Tavolozza avuto(w, 30, 0.8f);
-                avuto.applica(&FxRicetta::vignetta, 0.5f);
-                sbagliati += !differenza(atteso, avuto.img, w, 3).empty();
-            }
-        });
-    for (std::thread& uno : thread)
-        uno.join();
-    CHECK(sbagliati == 0);
 }
 
 TEST_CASE("grain has its check values, is the frame number's alone and stays small")
