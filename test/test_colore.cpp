@@ -292,7 +292,7 @@ TEST_CASE("the grade in batches has the bits of the plain one, whatever comes in
         {INF_F, 0.0f,   {1.0f, 1.0f, 1.0f},      31},
         {1.0f,  NAN_F,  {1.0f, 1.0f, 1.0f},       0},
         {1.0f,  1e30f,  {1.0f, 1.0f, 1.0f},       9},
-        {0.0f, -1e30f,  {1.0f, 1.0f, 1.0f},      30},
+        {0.004f,-1e30f, {1.0f, 1.0f, 1.0f},      30},
         {0.4f, -28.0f,  {1.0f, 1.0f, 1.0f},      30},  // light around the curve's floor
         {0.3f,  0.0f,   {1e38f, -1e38f, 1.0f},    0},
         {1.0f,  0.0f,   {INF_F, NAN_F, -INF_F},  24},

@@ -17,9 +17,8 @@ import time
 import unittest
 from pathlib import Path
 
-from test_provino import FALLITO, PROVINO, BUNDLE, SPENTO, USO, Prova, leggi_tiff, scrivi_tiff
+from test_provino import BUNDLE, FALLITO, NEUTRO, PROVINO, USO, Prova, leggi_tiff, scrivi_tiff
 
-NEUTRO = [*SPENTO, "-p", "forza=0"]
 COEFFICIENTI = {"bt709": (0.2126, 0.0722), "smpte170m": (0.299, 0.114), "bt2020nc": (0.2627, 0.0593)}
 # Code values of ten bits, legal range: ramp, beyond both ends, and colours.
 CODICI = [(y, 512, 512) for y in (64, 65, 100, 300, 502, 939, 940, 20, 1000)] + \
@@ -201,7 +200,7 @@ class Filmati(Prova):
         self.fai("sviluppa o3.exr diretto.png -p look=Brass -p promist_on=1")
         for nome in ("o.mov", "o.mkv"):
             self.fai("sviluppa o3.exr con.png --overwrite --settings-from", nome)
-            self.assertEqual(self.byte("con.png"), self.byte("diretto.png"))
+            self.uguali("con.png", "diretto.png")
         detto = self.altri("oiiotool --info -v o3.exr")
         self.assertRegex(detto, r"(?s)FramesPerSecond: 30000/1001.*smpte:TimeCode: 00:00:59.29")
         self.fai("sviluppa o3.exr s.mov --frames 1-2")
@@ -247,39 +246,30 @@ class Filmati(Prova):
     def test_what_goes_wrong_is_said_in_one_line_and_leaves_nothing(self):
         self.clip("in.mov", "-c:v prores_ks", 1, "320x180")
         intero = self.byte("in.mov")
-        Path(self.qui("testo.mov")).write_text("no movie at all, but a text of some length")
         Path(self.qui("mozzo.mov")).write_bytes(intero[:len(intero) // 2])
         self.ffmpeg("-i in.mov -c copy -movflags faststart davanti.mov")
         Path(self.qui("corto.mov")).write_bytes(self.byte("davanti.mov")[:len(intero) // 2])
         rotto = bytearray(intero)
         rotto[len(intero) // 2:len(intero) // 2 + 20000] = bytes(20000)
         Path(self.qui("rotto.mov")).write_bytes(rotto)
-        self.flat("dispari.png", 33, 21, (9, 9, 9))
+        self.flat("dispari.tif", 33, 21, (9, 9, 9))
         vuota = self.qui("vuota")
         os.mkdir(vuota)
-        casi = [
-            (FALLITO, "apt install ffmpeg", "in.mov o.mov", {"ambiente": {"PATH": vuota}}),
-            (FALLITO, "moov atom not found", "mozzo.mov o.mov", {}),
-            (FALLITO, "cannot decode 'corto.mov' at frame", "corto.mov o.mov", {}),
-            (FALLITO, "cannot decode 'rotto.mov' at frame", "rotto.mov o.mov", {}),
-            (FALLITO, "33x21 .*--codec", "dispari.png o.mp4 --frames 1-2 --rate 24", {}),
-            (FALLITO, "cannot write 'o.mov': .*(File too large|No space)", "in.mov o.mov",
-             {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (300000, 300000))}),
-            (USO, "did you mean 'prores'", "in.mov o.mov --codec prors", {}),
-            (USO, "takes no samples 'rgb24'", "in.mov o.mov --codec libx264:rgb24", {}),
-            (USO, "--rate is for a sequence", "in.mov o.mov --rate 25", {}),
-            (USO, "--codec and --quality are for a movie", "in.mov o#.png --codec prores", {}),
-            (FALLITO, "give --overwrite", "in.mov in.mov", {}),
-        ]
-        for uscita, messaggio, argomenti, come in casi:
+        for uscita, messaggio, argomenti, come in (
+                (FALLITO, "apt install ffmpeg", "in.mov o.mov", {"ambiente": {"PATH": vuota}}),
+                (FALLITO, "moov atom not found", "mozzo.mov o.mov", {}),
+                (FALLITO, "cannot decode 'corto.mov' at frame", "corto.mov o.mov", {}),
+                (FALLITO, "cannot decode 'rotto.mov' at frame", "rotto.mov o.mov", {}),
+                (FALLITO, "33x21 .*--codec", "dispari.tif o.mp4 --frames 1-2 --rate 24", {}),
+                (FALLITO, "cannot write 'o.mov': .*(File too large|No space)", "in.mov o.mov",
+                 {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (300000, 300000))}),
+                (USO, "did you mean 'prores'", "in.mov o.mov --codec prors", {}),
+                (USO, "takes no samples 'rgb24'", "in.mov o.mov --codec libx264:rgb24", {}),
+                (USO, "--rate is for a sequence", "in.mov o.mov --rate 25", {}),
+                (USO, "--codec and --quality are for a movie", "in.mov o#.png --codec prores", {}),
+                (FALLITO, "give --overwrite", "in.mov in.mov", {})):
             with self.subTest(argomenti):
-                prima = set(os.listdir(self.cartella))
-                r = self.lancia("sviluppa " + argomenti, **come)
-                self.assertEqual(r.returncode, uscita, r.stderr)
-                righe = [x for x in r.stderr.splitlines() if "note:" not in x]
-                self.assertEqual(len(righe), 1, r.stderr)
-                self.assertRegex(righe[0], "^provino: .*" + messaggio)
-                self.assertEqual(set(os.listdir(self.cartella)), prima)
+                self.rifiuta(uscita, messaggio, "sviluppa " + argomenti, note="(?:[^\n]*note:[^\n]*\n)*", **come)
                 self.nessuno_resta()
 
     def test_a_killed_program_takes_the_others_with_it(self):

@@ -239,7 +239,9 @@ TEST_CASE("amounts reach the effects as floats, four grades scaled by 0.55")
         return varno::Finestra{reinterpret_cast<unsigned char*>(pixel(t, 0, 0)), t.byte_riga};
     };
     for (const int punte : {0, 1, 2}) {
-        Valori valori = con(tutti_gli_effetti(1), {{"formato", 16}, {"punte", punte}});
+        // A switch is on with any value but 0.
+        Valori valori =
+            con(tutti_gli_effetti(punte - 1 ? 1 : -1), {{"formato", 16}, {"punte", punte}});
         varno::FxRicetta ricetta;
         ricetta.fotogramma = -7;
         ricetta.punte = 4 + 2 * punte;
@@ -299,7 +301,7 @@ TEST_CASE("where pixels lie in memory changes nothing in the picture, nor around
         bool capovolta_s, capovolta_u;
     };
     const Rettangolo largo{-10, -4, 40, 31};
-    const Rettangolo altro{-3, 0, 27, 24};
+    const Rettangolo altro{-5, 0, 27, 24};
     // clang-format off
     const Caso casi[] = {
         {f,     f,     0,   0,  false, false},

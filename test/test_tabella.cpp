@@ -65,7 +65,7 @@ TEST_CASE("table: every grid point holds applica_colore's bits")
 
 TEST_CASE("table: shared while all settings are equal, rebuilt when one differs")
 {
-    gLut.chiave = {};  // as at load
+    gLut.chiave = {};                                    // as at load
     const Contesto ctx = contesto_di(looks()[0], 0.0f);  // made quickly
     const Chiave inizio = {0, 0, 1.0, 0.0, 0.0, 0.0};
     std::shared_ptr<const Lut3D> tavola = aggiorna_tabella(ctx, inizio);
