@@ -47,9 +47,9 @@ Inizio inizia(const Opzioni& o)
     return {std::move(plugin), std::move(base), leggi_ingresso(o)};
 }
 
-Ritaglio tutta(const Foto& foto)
+OIIO::ROI tutta(const Foto& foto)
 {
-    return {0, 0, foto.larghezza, foto.altezza};
+    return rettangolo(0, 0, foto.larghezza, foto.altezza);
 }
 
 Impostazioni con(Impostazioni imp, const std::string& nome, double valore)
@@ -81,7 +81,7 @@ std::string piede(const Opzioni& o, Inizio& inizio, bool look, bool effetti)
 }
 
 // The large one top left, the small ones row by row in what is left of four by four.
-Ritaglio posto_del_look(const Foglio& foglio, int n)
+OIIO::ROI posto_del_look(const Foglio& foglio, int n)
 {
     if (n == 0)
         return posto(foglio, 0, 0, 2);
@@ -94,11 +94,11 @@ Ritaglio posto_del_look(const Foglio& foglio, int n)
 void comando_looks(const Opzioni& o)
 {
     Inizio inizio = inizia(o);
-    const Ritaglio parte = o.ritaglio.empty() ? tutta(inizio.foto) : leggi_ritaglio(o.ritaglio);
+    const OIIO::ROI parte = o.ritaglio.empty() ? tutta(inizio.foto) : leggi_ritaglio(o.ritaglio);
     Foglio foglio =
-        foglio_nuovo(o.larghezza, 4, 4, static_cast<double>(parte.larghezza) / parte.altezza);
+        foglio_nuovo(o.larghezza, 4, 4, static_cast<double>(parte.width()) / parte.height());
     const auto mostra = [&](int n, const std::string& nome, const Impostazioni& imp) {
-        const Ritaglio dove = posto_del_look(foglio, n);
+        const OIIO::ROI dove = posto_del_look(foglio, n);
         incolla(foglio, dove, rendi(o, inizio, imp), parte);
         scrivi_sotto(foglio, dove, nome);
     };
@@ -120,11 +120,11 @@ void comando_effetti(const Opzioni& o)
     Inizio inizio = inizia(o);
     spegni_effetti(inizio.plugin, inizio.base);
     const Foto senza = rendi(o, inizio, inizio.base);
-    Ritaglio parte;
+    OIIO::ROI parte;
     double forma = 4.0 / 3.0;
     if (!o.ritaglio.empty()) {
         parte = leggi_ritaglio(o.ritaglio);
-        forma = static_cast<double>(parte.larghezza) / parte.altezza;
+        forma = static_cast<double>(parte.width()) / parte.height();
     }
     Foglio foglio = foglio_nuovo(o.larghezza, COLONNE, RIGHE, 2.0 * forma);
     const int largo = (foglio.cella_l - FESSURA) / 2;
@@ -139,9 +139,9 @@ void comando_effetti(const Opzioni& o)
             parte = dove_cambia(senza, con_effetto, std::max(1, static_cast<int>(scala * largo)),
                                 std::max(1, static_cast<int>(scala * foglio.cella_a)));
         }
-        const Ritaglio dove = posto(foglio, n % COLONNE, n / COLONNE);
-        const Ritaglio sinistra{dove.x, dove.y, largo, dove.altezza};
-        const Ritaglio destra{dove.x + dove.larghezza - largo, dove.y, largo, dove.altezza};
+        const OIIO::ROI dove = posto(foglio, n % COLONNE, n / COLONNE);
+        const OIIO::ROI sinistra(dove.xbegin, dove.xbegin + largo, dove.ybegin, dove.yend);
+        const OIIO::ROI destra(dove.xend - largo, dove.xend, dove.ybegin, dove.yend);
         incolla(foglio, sinistra, senza, parte);
         incolla(foglio, destra, con_effetto, parte);
         scrivi_sotto(foglio, sinistra, "without");

@@ -87,9 +87,7 @@ void controlla_elemento(Byte d, const Elemento& e, std::uint64_t pixel, const st
         tronco(Formato::dpx, nome);
 }
 
-}  // namespace
-
-void controlla_dpx(Byte d, const std::string& nome)
+void controlla(Byte d, const std::string& nome)
 {
     if (d.size() < GENERICA)
         tronco(Formato::dpx, nome);
@@ -104,8 +102,11 @@ void controlla_dpx(Byte d, const std::string& nome)
         controlla_elemento(d, elemento(d, i), std::uint64_t{u32(d, 772)} * u32(d, 776), nome);
 }
 
-void completa_testata(std::vector<unsigned char>& dati)
+}  // namespace
+
+void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
 {
+    controlla(dati, nome);
     const bool piccolo = piccolo_prima(dati);
     const std::size_t inizio = u32(dati, 4);
     if (inizio < GENERICA || inizio >= TESTATA)

@@ -6,13 +6,10 @@
 #include "tools/filmato_processo.h"
 #include "tools/immagini.h"
 
-#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/strutil.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <regex>
@@ -34,11 +31,6 @@ constexpr std::pair<std::string_view, const char*> MATRICI[] = {
 constexpr std::string_view DEL_FILE[] = {"major_brand", "minor_version", "compatible_brands",
                                          "encoder",     "timecode",      "duration"};
 
-std::string testo(const Json& j, const char* nome)
-{
-    return j.contains(nome) && j[nome].is_string() ? j[nome].get<std::string>() : std::string();
-}
-
 [[noreturn]] void illeggibile(const Filmato& f, const std::string& motivo)
 {
     const std::string davanti = "file:" + f.file + ": ";
@@ -48,7 +40,7 @@ std::string testo(const Json& j, const char* nome)
 
 Risposta sonda(const Filmato& f, const std::string& cosa)
 {
-    Comando c = parole("ffprobe -v error -protocol_whitelist file " + cosa);
+    Comando c = OIIO::Strutil::splits("ffprobe -v error -protocol_whitelist file " + cosa);
     c.push_back("file:" + f.file);
     return chiedi(c);
 }
@@ -58,8 +50,8 @@ Json interroga(const Filmato& f)
     const Risposta r = sonda(f, "-show_streams -show_format -show_pixel_formats -of json");
     if (!r.motivo.empty())
         illeggibile(f, r.motivo);
-    Json j = Json::parse(r.testo, nullptr, false);
-    const std::string tipo = j.is_object() ? testo(j["format"], "format_name") : "";
+    const Json j = Json::parse(r.testo);
+    const std::string tipo = j.at("format").value("format_name", "");
     // Any text is taken for a page of a terminal, and pictures of other kinds for a movie.
     if (tipo.empty() || tipo == "tty" || tipo.starts_with("image2") ||
         OIIO::Strutil::contains(tipo, "_pipe"))
@@ -71,23 +63,20 @@ Json interroga(const Filmato& f)
 
 Json scegli_traccia(Filmato& f, const Json& j)
 {
-    Json scelta;
-    int quante = 0;
+    std::vector<Json> filmate;
     for (const Json& s : j.at("streams")) {
-        const std::string tipo = testo(s, "codec_type");
+        const std::string tipo = s.value("codec_type", "");
         f.audio = f.audio || tipo == "audio";
-        if (tipo != "video" || s.at("disposition").value("attached_pic", 0) != 0)
-            continue;
-        if (quante++ == 0)
-            scelta = s;
+        if (tipo == "video" && s.at("disposition").value("attached_pic", 0) == 0)
+            filmate.push_back(s);
     }
-    if (quante == 0)
+    if (filmate.empty())
         illeggibile(f, "it holds no moving picture");
-    if (quante > 1)
-        f.note.push_back(tra_apici(f.file) + " holds " + std::to_string(quante) +
+    if (filmate.size() > 1)
+        f.note.push_back(tra_apici(f.file) + " holds " + std::to_string(filmate.size()) +
                          " moving pictures: the first is developed");
-    f.traccia = scelta.at("index");
-    return scelta;
+    f.traccia = filmate[0].at("index");
+    return filmate[0];
 }
 
 // The filters that turn the picture as a player does.
@@ -98,7 +87,8 @@ std::string gira(Filmato& f, const Json& traccia)
         gradi = (s.value("rotation", gradi) + 360) % 360;
     if (gradi == 90 || gradi == 270) {
         std::swap(f.larghezza, f.altezza);
-        f.forma = std::regex_replace(f.forma, std::regex("(\\d+):(\\d+)"), "$2:$1");
+        const std::vector<std::string> lati = OIIO::Strutil::splits(f.forma, ":");
+        f.forma = lati.back() + ":" + lati.front();
     }
     return gradi == 90    ? ",transpose=cclock"
            : gradi == 180 ? ",hflip,vflip"
@@ -111,11 +101,12 @@ std::string gira(Filmato& f, const Json& traccia)
 std::string scegli_colori(Filmato& f, const Json& traccia, const ColoriFilmato& c, bool rgb,
                           bool grigio)
 {
-    std::string matrice = c.matrice.empty() ? testo(traccia, "color_space") : c.matrice;
-    const std::string gamma = testo(traccia, "color_range");
+    std::string matrice = c.matrice.empty() ? traccia.value("color_space", "") : c.matrice;
+    const std::string gamma = traccia.value("color_range", "");
     f.legale = c.gamma.empty() ? !rgb && gamma != "pc" : c.gamma == "legal";
-    const bool senza_matrice = !rgb && !grigio && (matrice.empty() || matrice == "unknown");
-    const bool senza_gamma = !rgb && c.gamma.empty() && (gamma.empty() || gamma == "unknown");
+    const auto ignota = [](const std::string& s) { return s.empty() || s == "unknown"; };
+    const bool senza_matrice = !rgb && !grigio && ignota(matrice);
+    const bool senza_gamma = !rgb && c.gamma.empty() && ignota(gamma);
     if (senza_matrice || senza_gamma)
         f.note.push_back(
             tra_apici(f.file) + " does not tell its " +
@@ -148,10 +139,10 @@ std::string in_piani(const std::string& nome, const Json& formato, int bit)
 
 void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const ColoriFilmato& c)
 {
-    const std::string nome = testo(traccia, "pix_fmt");
+    const std::string nome = traccia.value("pix_fmt", "");
     Json formato = {{"flags", Json::object()}};
     for (const Json& p : formati)
-        if (testo(p, "name") == nome)
+        if (p.value("name", "") == nome)
             formato = p;
     int minimi = 64;
     for (const Json& k : formato.value("components", Json::array())) {
@@ -221,11 +212,11 @@ bool in_cadenza(const std::vector<double>& t, double al_secondo)
 // packets are read.
 void conta(Filmato& f, const Json& traccia, const std::string& tipo)
 {
-    const std::string media = testo(traccia, "avg_frame_rate");
-    f.cadenza = testo(traccia, "r_frame_rate");
+    const std::string media = traccia.value("avg_frame_rate", "");
+    f.cadenza = traccia.value("r_frame_rate", "");
     const double al_secondo = numero_cadenza(f.cadenza);
-    const double durata = std::atof(testo(traccia, "duration").c_str());
-    const std::string detti = testo(traccia, "nb_frames");
+    const double durata = std::atof(traccia.value("duration", "").c_str());
+    const std::string detti = traccia.value("nb_frames", "");
     f.quanti = std::llround(durata * al_secondo);
     const bool indice = tipo.starts_with("mov") || tipo == "mxf";
     f.si_cerca = indice || tipo.starts_with("matroska");
@@ -246,12 +237,10 @@ void conta(Filmato& f, const Json& traccia, const std::string& tipo)
 // Of the file or of any stream in it, such as the one that holds nothing else.
 std::string trova_timecode(const Json& j)
 {
-    std::vector<Json> portatori = j.at("streams");
-    portatori.push_back(j.at("format"));
-    for (const Json& p : portatori) {
-        const Json etichette = p.value("tags", Json::object());
-        for (const auto& [nome, valore] : etichette.items())
-            if (OIIO::Strutil::lower(nome) == "timecode" && valore.is_string())
+    for (const char* dove : {"streams", "format"}) {
+        const Json piatto = j.at(dove).flatten();
+        for (const auto& [percorso, valore] : piatto.items())
+            if (OIIO::Strutil::iends_with(percorso, "/tags/timecode"))
                 return valore;
     }
     return {};
@@ -282,20 +271,8 @@ std::string timecode_dopo(const std::string& timecode, const std::string& cadenz
     n = (n + fotogrammi) % (in_dieci * 144);
     n += 9 * saltati * (n / in_dieci) +
          saltati * (std::max(0LL, n % in_dieci - saltati) / (base * 60 - saltati));
-    char s[64];
-    std::snprintf(s, sizeof s, "%02lld:%02lld:%02lld%s%02lld", n / base / 3600, n / base / 60 % 60,
-                  n / base % 60, m[4].str().c_str(), n % base);
-    return s;
-}
-
-bool da_filmato(const fs::path& file)
-{
-    std::error_code e;
-    std::array<unsigned char, 16> primi{};
-    return fs::is_regular_file(file, e) &&
-           OIIO::Filesystem::read_bytes(file.string(), primi.data(), primi.size()) ==
-               primi.size() &&
-           !sembra_immagine(primi, file);
+    return OIIO::Strutil::sprintf("%02d:%02d:%02d%s%02d", n / base / 3600, n / base / 60 % 60,
+                                  n / base % 60, m[4].str(), n % base);
 }
 
 Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
@@ -307,17 +284,17 @@ Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
     f.larghezza = traccia.value("width", 0);
     f.altezza = traccia.value("height", 0);
     controlla_misure(f.larghezza, f.altezza, f.file);
-    f.forma = testo(traccia, "sample_aspect_ratio");
+    f.forma = traccia.value("sample_aspect_ratio", "");
     if (f.forma.empty() || f.forma[0] == '0')
         f.forma = "1:1";
     scegli_grafo(f, traccia, j.at("pixel_formats"), colori);
-    conta(f, traccia, testo(j.at("format"), "format_name"));
-    f.inizio = std::atof(testo(traccia, "start_time").c_str()) -
-               std::atof(testo(j.at("format"), "start_time").c_str());
+    conta(f, traccia, j.at("format").value("format_name", ""));
+    f.inizio = std::atof(traccia.value("start_time", "").c_str()) -
+               std::atof(j.at("format").value("start_time", "").c_str());
     if (!f.costante)
         f.note.push_back(tra_apici(f.file) +
                          " has a variable frame rate: its frames are numbered one by one");
-    const std::string campi = testo(traccia, "field_order");
+    const std::string campi = traccia.value("field_order", "");
     if (!campi.empty() && campi != "progressive" && campi != "unknown")
         f.note.push_back(tra_apici(f.file) +
                          " is interlaced: its frames are developed as they are");
@@ -325,7 +302,7 @@ Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
     const Json etichette = j.at("format").value("tags", Json::object());
     for (const auto& [nome, valore] : etichette.items()) {
         const std::string n = OIIO::Strutil::lower(nome);
-        const std::string v = valore.is_string() ? valore.get<std::string>() : "";
+        const std::string v = valore;
         if (v.starts_with(SEGNO_IMPOSTAZIONI))
             f.impostazioni = v.substr(SEGNO_IMPOSTAZIONI.size());
         else if (n == SEGNO_IMPOSTAZIONI)

@@ -40,9 +40,6 @@ struct Filmato {
     std::vector<std::string> note;                 // what the user should know
 };
 
-/// Whether a file is to be read as a movie: no picture by its first bytes or its name.
-bool da_filmato(const std::filesystem::path& file);
-
 /// Throws Errore where ffmpeg is missing, or the file is broken or nothing that it reads.
 Filmato leggi_filmato(const std::filesystem::path& file, const ColoriFilmato& colori = {});
 

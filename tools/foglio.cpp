@@ -6,6 +6,7 @@
 #include <OpenImageIO/Imath.h>
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
+#include <OpenImageIO/strutil.h>
 
 #include <algorithm>
 #include <cmath>
@@ -18,18 +19,6 @@ namespace Algo = OIIO::ImageBufAlgo;
 
 constexpr float SFONDO[] = {0.075f, 0.075f, 0.075f, 1.0f};
 constexpr float INCHIOSTRO[] = {0.82f, 0.82f, 0.80f, 1.0f};
-
-// The picture's own memory as OpenImageIO works on it.
-OIIO::ImageBuf tela(const Foto& f)
-{
-    return OIIO::ImageBuf(OIIO::ImageSpec(f.larghezza, f.altezza, 4, OIIO::TypeFloat),
-                          f.rgba.get());
-}
-
-OIIO::ROI roi(const Ritaglio& r)
-{
-    return {r.x, r.x + r.larghezza, r.y, r.y + r.altezza, 0, 1, 0, 4};
-}
 
 // Debian's package fonts-dejavu-core; elsewhere whatever OpenImageIO finds.
 const std::string& carattere()
@@ -61,34 +50,34 @@ void scrivi(Foglio& foglio, int x, int y, int largo, std::string testo)
 
 }  // namespace
 
-Ritaglio leggi_ritaglio(const std::string& testo)
+OIIO::ROI rettangolo(int x, int y, int larghezza, int altezza)
 {
-    const std::size_t p = testo.find('+');
-    const std::size_t q = p == std::string::npos ? p : testo.find('+', p + 1);
-    long long x = 0;
-    long long y = 0;
-    if (q == std::string::npos || !leggi_intero(testo.substr(p + 1, q - p - 1), x) ||
-        !leggi_intero(testo.substr(q + 1), y) || x < 0 || y < 0 || x > LATO_LIMITE ||
-        y > LATO_LIMITE)
-        rifiuta("a crop is written WIDTHxHEIGHT+X+Y, as in 640x360+100+50, not " +
-                tra_apici(testo));
-    const auto misura = leggi_misura(testo.substr(0, p));
-    return {static_cast<int>(x), static_cast<int>(y), misura.first, misura.second};
+    return {x, x + larghezza, y, y + altezza, 0, 1, 0, 4};
 }
 
-Ritaglio dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza)
+OIIO::ROI leggi_ritaglio(const std::string& testo)
+{
+    const std::vector<std::string> parti = OIIO::Strutil::splits(testo, "+");
+    long long x = 0;
+    long long y = 0;
+    if (parti.size() != 3 || !leggi_intero(parti[1], x) || !leggi_intero(parti[2], y) || x < 0 ||
+        y < 0 || x > LATO_LIMITE || y > LATO_LIMITE)
+        rifiuta("a crop is written WIDTHxHEIGHT+X+Y, as in 640x360+100+50, not " +
+                tra_apici(testo));
+    const auto [larghezza, altezza] = leggi_misura(parti[0]);
+    return rettangolo(static_cast<int>(x), static_cast<int>(y), larghezza, altezza);
+}
+
+OIIO::ROI dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza)
 {
     constexpr int PARTI = 8;
     constexpr float BUIO = 0.1f;  // below it differences count as such, above as ratios
-    struct Cella {
-        Imath::V3d somma{0.0};
-        double quadrati = 0.0;
-    };
+    using Cella = Imath::V4d;     // sums in red, green and blue, and of all squares
     const int passo_x = std::max(1, larghezza / PARTI);
     const int passo_y = std::max(1, altezza / PARTI);
     const int colonne = a.larghezza / passo_x;
     const int righe = a.altezza / passo_y;
-    std::vector<Cella> celle(static_cast<std::size_t>(colonne) * righe);
+    std::vector<Cella> celle(static_cast<std::size_t>(colonne) * righe, Cella(0.0));
     for (int y = 0; y < righe * passo_y; ++y)
         for (int x = 0; x < colonne * passo_x; ++x) {
             const std::size_t i = 4 * (static_cast<std::size_t>(y) * a.larghezza + x);
@@ -96,26 +85,23 @@ Ritaglio dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza)
             for (int c = 0; c < 3; ++c) {
                 const double d = std::log2(std::max(BUIO + b.rgba[i + c], BUIO / 2.0f) /
                                            std::max(BUIO + a.rgba[i + c], BUIO / 2.0f));
-                cella.somma[c] += d;
-                cella.quadrati += d * d;
+                cella[c] += d;
+                cella[3] += d * d;
             }
         }
-    Ritaglio migliore{0, 0, larghezza, altezza};
+    OIIO::ROI migliore = rettangolo(0, 0, larghezza, altezza);
     double massimo = -1.0;
     for (int y = 0; y * passo_y + altezza <= a.altezza; ++y)
         for (int x = 0; x * passo_x + larghezza <= a.larghezza; ++x) {
-            Cella t;
+            Cella t(0.0);
             for (int j = y; j < std::min(y + PARTI, righe); ++j)
-                for (int i = x; i < std::min(x + PARTI, colonne); ++i) {
-                    const Cella& cella = celle[static_cast<std::size_t>(j) * colonne + i];
-                    t.somma += cella.somma;
-                    t.quadrati += cella.quadrati;
-                }
-            const double varianza =
-                t.quadrati - t.somma.length2() / (static_cast<double>(larghezza) * altezza);
+                for (int i = x; i < std::min(x + PARTI, colonne); ++i)
+                    t += celle[static_cast<std::size_t>(j) * colonne + i];
+            const double varianza = t[3] - Imath::V3d(t[0], t[1], t[2]).length2() /
+                                               (static_cast<double>(larghezza) * altezza);
             if (varianza > massimo) {
                 massimo = varianza;
-                migliore = {x * passo_x, y * passo_y, larghezza, altezza};
+                migliore = rettangolo(x * passo_x, y * passo_y, larghezza, altezza);
             }
         }
     return migliore;
@@ -141,30 +127,31 @@ Foglio foglio_nuovo(int larghezza, int colonne, int righe, double forma)
     return f;
 }
 
-Ritaglio posto(const Foglio& f, int colonna, int riga, int lato)
+OIIO::ROI posto(const Foglio& f, int colonna, int riga, int lato)
 {
-    return {f.margine + colonna * (f.cella_l + f.margine),
-            f.margine + riga * (f.cella_a + f.scritta + f.margine),
-            lato * f.cella_l + (lato - 1) * f.margine,
-            lato * f.cella_a + (lato - 1) * (f.scritta + f.margine)};
+    return rettangolo(f.margine + colonna * (f.cella_l + f.margine),
+                      f.margine + riga * (f.cella_a + f.scritta + f.margine),
+                      lato * f.cella_l + (lato - 1) * f.margine,
+                      lato * f.cella_a + (lato - 1) * (f.scritta + f.margine));
 }
 
-void incolla(Foglio& foglio, const Ritaglio& dove, const Foto& foto, const Ritaglio& parte)
+void incolla(Foglio& foglio, const OIIO::ROI& dove, const Foto& foto, const OIIO::ROI& parte)
 {
-    if (parte.x + parte.larghezza > foto.larghezza || parte.y + parte.altezza > foto.altezza)
+    const OIIO::ImageBuf tutta = tela(foto);
+    if (!tutta.roi().contains(parte))
         rifiuta("the crop reaches outside the picture of " + std::to_string(foto.larghezza) + "x" +
                 std::to_string(foto.altezza));
-    OIIO::ImageBuf pezzo = Algo::cut(tela(foto), roi(parte));
-    if (parte.larghezza != dove.larghezza || parte.altezza != dove.altezza)
-        pezzo = Algo::resize(pezzo, "", 0.0f, roi({0, 0, dove.larghezza, dove.altezza}));
+    OIIO::ImageBuf pezzo = Algo::cut(tutta, parte);
+    if (parte.width() != dove.width() || parte.height() != dove.height())
+        pezzo = Algo::resize(pezzo, "", 0.0f, rettangolo(0, 0, dove.width(), dove.height()));
     OIIO::ImageBuf su = tela(foglio.foto);
-    if (pezzo.has_error() || !Algo::paste(su, dove.x, dove.y, 0, 0, pezzo))
+    if (pezzo.has_error() || !Algo::paste(su, dove.xbegin, dove.ybegin, 0, 0, pezzo))
         fallisci("cannot draw the sheet: " + pezzo.geterror() + su.geterror());
 }
 
-void scrivi_sotto(Foglio& foglio, const Ritaglio& dove, const std::string& testo)
+void scrivi_sotto(Foglio& foglio, const OIIO::ROI& dove, const std::string& testo)
 {
-    scrivi(foglio, dove.x, dove.y + dove.altezza, dove.larghezza, testo);
+    scrivi(foglio, dove.xbegin, dove.yend, dove.width(), testo);
 }
 
 void scrivi_piede(Foglio& foglio, const std::string& testo)

@@ -8,16 +8,14 @@
 namespace varno::provino {
 
 /// A part of a picture, in pixels from its top left corner.
-struct Ritaglio {
-    int x = 0, y = 0, larghezza = 0, altezza = 0;
-};
+OIIO::ROI rettangolo(int x, int y, int larghezza, int altezza);
 
 /// "WxH+X+Y". Throws Errore (usage).
-Ritaglio leggi_ritaglio(const std::string& testo);
+OIIO::ROI leggi_ritaglio(const std::string& testo);
 
 /// Of the parts of that size the one in which the change from one picture to another of its size,
 /// in stops, varies most: an even change is not seen as one. In steps of an eighth of the part.
-Ritaglio dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza);
+OIIO::ROI dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza);
 
 /// A sheet of labelled pictures of one shape, in columns and rows, with a line of text below all.
 struct Foglio {
@@ -32,14 +30,14 @@ struct Foglio {
 Foglio foglio_nuovo(int larghezza, int colonne, int righe, double forma);
 
 /// The place of a picture; of `lato` by `lato` cells.
-Ritaglio posto(const Foglio& foglio, int colonna, int riga, int lato = 1);
+OIIO::ROI posto(const Foglio& foglio, int colonna, int riga, int lato = 1);
 
 /// Puts a part of a picture into a place, resized unless it is of that size. Throws Errore where
 /// the part reaches outside the picture.
-void incolla(Foglio& foglio, const Ritaglio& dove, const Foto& foto, const Ritaglio& parte);
+void incolla(Foglio& foglio, const OIIO::ROI& dove, const Foto& foto, const OIIO::ROI& parte);
 
 /// A label below a place, and the sheet's last line; what is too long is cut.
-void scrivi_sotto(Foglio& foglio, const Ritaglio& dove, const std::string& testo);
+void scrivi_sotto(Foglio& foglio, const OIIO::ROI& dove, const std::string& testo);
 void scrivi_piede(Foglio& foglio, const std::string& testo);
 
 }  // namespace varno::provino

@@ -1,12 +1,13 @@
 // The picture formats: how they are recognised, what they can hold, whether a file is whole.
 #include "tools/formati.h"
 
-#include "tools/dpx.h"
-
+#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/strutil.h>
 
 #include <algorithm>
+#include <array>
 #include <optional>
+#include <system_error>
 
 namespace varno::provino {
 namespace {
@@ -118,9 +119,14 @@ Formato formato_dal_nome(const std::filesystem::path& p)
                                     "as a movie in .mov, .mp4, .mkv or .mxf: that names its kind");
 }
 
-bool sembra_immagine(Byte primi, const std::filesystem::path& p)
+bool da_filmato(const std::filesystem::path& file)
 {
-    return dalla_firma(primi) || dalla_desinenza(p);
+    std::error_code e;
+    std::array<unsigned char, 16> primi{};
+    return std::filesystem::is_regular_file(file, e) &&
+           OIIO::Filesystem::read_bytes(file.string(), primi.data(), primi.size()) ==
+               primi.size() &&
+           !dalla_firma(primi) && !dalla_desinenza(file);
 }
 
 void controlla_struttura(Formato f, Byte dati, const std::string& nome)
@@ -129,8 +135,6 @@ void controlla_struttura(Formato f, Byte dati, const std::string& nome)
         controlla_png(dati, nome);
     if (f == Formato::jpeg)
         controlla_jpeg(dati, nome);
-    if (f == Formato::dpx)
-        controlla_dpx(dati, nome);
 }
 
 void tronco(Formato f, const std::string& nome)

@@ -37,15 +37,15 @@ const Descrizione& descrizione(Formato f);
 /// By the first bytes of the file, whatever its name. Throws Errore for any other kind.
 Formato formato_dai_byte(Byte dati, const std::string& nome);
 
-/// Whether the first bytes, or the ending of the name, are a picture's.
-bool sembra_immagine(Byte primi, const std::filesystem::path& p);
+/// Whether a file is to be read as a movie: no picture by its first bytes or its name.
+bool da_filmato(const std::filesystem::path& file);
 
 /// By the ending of an output's name, in either case. Throws Errore (usage) for any other ending.
 Formato formato_dal_nome(const std::filesystem::path& p);
 
 /// Throws Errore where a file is cut short or its header is absurd, as far as its structure tells:
-/// the libraries behind OpenImageIO fill what is missing with black, or trust a length. TIFF and
-/// EXR are left to them.
+/// the libraries behind OpenImageIO fill what is missing with black, or trust a length. Of PNG and
+/// JPEG; prepara_dpx() does it for DPX, TIFF and EXR are left to them.
 void controlla_struttura(Formato f, Byte dati, const std::string& nome);
 
 /// Throws Errore where the size is none or beyond the limits.

@@ -8,6 +8,7 @@
 #include "tools/uscita.h"
 
 #include <OpenImageIO/filesystem.h>
+#include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/strutil.h>
 
 #include <algorithm>
@@ -16,6 +17,7 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
+#include <ranges>
 #include <system_error>
 #include <vector>
 
@@ -102,17 +104,16 @@ Lettura apri_foto(const fs::path& file, const Scelta& scelta = {})
     l.formato = formato_dai_byte(l.dati, file.string());
     controlla_struttura(l.formato, l.dati, file.string());
     if (l.formato == Formato::dpx)
-        completa_testata(l.dati);
+        prepara_dpx(l.dati, file.string());
 
     // By the format's own reader, so that nothing is guessed from the file's name.
     l.memoria = std::make_unique<OIIO::Filesystem::IOMemReader>(l.dati.data(), l.dati.size());
     l.ingresso = OIIO::ImageInput::create(descrizione(l.formato).oiio);
     if (!l.ingresso)
         fallisci(std::string("this OpenImageIO cannot read ") + descrizione(l.formato).nome);
+    l.ingresso->set_ioproxy(l.memoria.get());
     OIIO::ImageSpec come;
     OIIO::ImageSpec testata;
-    OIIO::Filesystem::IOProxy* da = l.memoria.get();
-    come.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &da);
     come.attribute("oiio:UnassociatedAlpha", 1);
     if (!l.ingresso->open(file.string(), testata, come))
         illeggibile(file, l.formato, l.ingresso->geterror());
@@ -150,12 +151,10 @@ Canali scegli_canali(const OIIO::ImageSpec& testata, const std::string& file,
         k = {uno, uno, uno, -1};
     } else if (testata.nchannels >= 3) {
         k = {0, 1, 2, testata.alpha_channel >= 3 ? testata.alpha_channel : -1};
-    } else if (testata.nchannels == 2 && testata.alpha_channel == 1) {
-        k = {0, 0, 0, 1};
-    } else if (testata.nchannels == 2 || testata.z_channel == 0) {
+    } else if (testata.nchannels == 2 ? testata.alpha_channel != 1 : testata.z_channel == 0) {
         rifiuta(tra_apici(file) + " holds no colours but " + tutti + ": choose with --layer");
     } else {
-        k = {0, 0, 0, -1};
+        k = {0, 0, 0, testata.nchannels == 2 ? 1 : -1};
     }
     std::vector<std::string> fuori;
     for (int c = 0; c < testata.nchannels; ++c)
@@ -185,34 +184,21 @@ void raddrizza_bit(Foto& f)
 
 void controlla_compressione(Formato f, const std::string& chiesta)
 {
-    const std::string nome = chiesta.substr(0, chiesta.find(':'));
-    std::vector<std::string> tutte;
-    for (const Compressione& c : descrizione(f).compressioni) {
-        tutte.push_back(c.nome);
-        long long livello = 0;
-        if (c.nome != nome || nome == chiesta)
-            continue;
-        if (!leggi_intero(chiesta.substr(nome.size() + 1), livello) || livello < 1 ||
-            livello > c.massimo)
-            rifiuta("the compression " + nome + " of " + descrizione(f).nome +
-                    (c.massimo > 0 ? " takes a level from 1 to " + std::to_string(c.massimo)
-                                   : " takes no level") +
-                    ", not " + tra_apici(chiesta));
-    }
-    if (std::ranges::count(tutte, nome) == 0)
-        rifiuta(std::string(descrizione(f).nome) + " has no compression " + tra_apici(chiesta) +
-                ": it takes " + OIIO::Strutil::join(tutte, ", "));
-}
-
-std::string profondita_letta(const OIIO::ImageSpec& testata)
-{
-    const int bit = testata.get_int_attribute("oiio:BitsPerSample", 16);
-    if (testata.format == OIIO::TypeUInt16 && bit == 10)
-        return "uint10";
-    for (const char* nome : {"uint8", "uint16", "half"})
-        if (testata.format == OIIO::TypeDesc(nome))
-            return nome;
-    return "float";
+    const Descrizione& d = descrizione(f);
+    const std::size_t fine = std::min(chiesta.find(':'), chiesta.size());
+    const std::string nome = chiesta.substr(0, fine);
+    const auto c = std::ranges::find(d.compressioni, nome, &Compressione::nome);
+    if (c == d.compressioni.end())
+        rifiuta(
+            std::string(d.nome) + " has no compression " + tra_apici(chiesta) + ": it takes " +
+            OIIO::Strutil::join(std::views::transform(d.compressioni, &Compressione::nome), ", "));
+    long long livello = 0;
+    if (fine < chiesta.size() &&
+        (!leggi_intero(chiesta.substr(fine + 1), livello) || livello < 1 || livello > c->massimo))
+        rifiuta("the compression " + nome + " of " + d.nome +
+                (c->massimo > 0 ? " takes a level from 1 to " + std::to_string(c->massimo)
+                                : " takes no level") +
+                ", not " + tra_apici(chiesta));
 }
 
 // As asked for, else as it was read where the kind of file is the same, else the usual one.
@@ -220,9 +206,13 @@ std::string scegli_profondita(Formato f, const Foto& foto, const Scrittura& come
 {
     if (!come.profondita.empty())
         return come.profondita;
-    const std::string letta = profondita_letta(foto.testata);
     const std::vector<std::string>& tutte = descrizione(f).profondita;
-    return f == foto.formato && std::ranges::count(tutte, letta) > 0 ? letta : tutte.front();
+    const bool dieci = foto.testata.get_int_attribute("oiio:BitsPerSample") == 10;
+    if (f == foto.formato)
+        for (const char* letta : {dieci ? "uint10" : "", foto.testata.format.c_str(), "float"})
+            if (std::ranges::count(tutte, letta) > 0)
+                return letta;
+    return tutte.front();
 }
 
 // --- Metadata ------------------------------------------------------------------------------------
@@ -232,59 +222,50 @@ constexpr const char* SUPERATI =
     "ICCProfile|chromaticities|adoptedNeutral|whiteLuminance|(oiio:|Exif:)(ColorSpace|Gamma)|"
     "dpx:(Transfer|Colorimetric|Gamma|ImageDescriptor|Packing|EndOf.*|Low.*|High.*|BlackLevel|"
     "WhiteLevel|BreakPoint)|"
-    "oiio:(subimages|BitsPerSample|ioproxy|UnassociatedAlpha)|planarconfig|"
+    "oiio:(subimages|BitsPerSample|UnassociatedAlpha)|planarconfig|"
     "tiff:(PhotometricInterpretation|PlanarConfiguration|Compression|RowsPerStrip|ColorSpace)|"
     "png:filter|jpeg:(subsampling|progressive)|(openexr:)?chunkCount|"
     "openexr:(levelmode|roundingmode|lineOrder)|textureformat|wrapmodes|type";
-
-std::string senza_impostazioni(const std::string& testo)
-{
-    const std::size_t p = testo.find(SEGNO);
-    return p == std::string::npos ? testo
-                                  : testo.substr(0, testo.find_last_not_of('\n', p - 1) + 1);
-}
 
 OIIO::TypeDesc byte_di(std::size_t quanti)
 {
     return {OIIO::TypeDesc::UINT8, static_cast<int>(quanti)};
 }
 
-std::string blocco_utente(const OIIO::ImageSpec& testata)
+// A text, or a block of bytes that is one.
+std::string testo_in(const OIIO::ImageSpec& testata, const char* nome)
 {
-    const OIIO::ParamValue* v = testata.find_attribute("dpx:UserData");
-    if (v == nullptr || v->type().basetype != OIIO::TypeDesc::UINT8)
-        return {};
-    return std::string(static_cast<const char*>(v->data()), v->type().size());
+    const OIIO::ParamValue* v = testata.find_attribute(nome);
+    if (v != nullptr && v->type().basetype == OIIO::TypeDesc::UINT8)
+        return {static_cast<const char*>(v->data()), v->type().size()};
+    return testata.get_string_attribute(nome);
 }
 
-// Each format keeps its own few texts: EXR and PNG any name, JPEG a history, TIFF and DPX only a
-// description and a block of user data, to which ours is added behind what stands there.
+// Each format keeps its own few texts: EXR and PNG any name, JPEG a history, of which ours is all,
+// TIFF and DPX only a description and a block of user data, to which ours is added behind what
+// stands there.
 void posa_impostazioni(OIIO::ImageSpec& testata, Formato f, const std::string& impostazioni)
 {
-    const std::string riga = std::string(SEGNO) + " " + impostazioni;
-    const auto in_coda = [&](const std::string& prima) {
-        const std::string s = senza_impostazioni(prima);
-        return s.empty() ? riga : s + '\n' + riga;
-    };
     if (f == Formato::exr || f == Formato::png)
-        testata.attribute(SEGNO, impostazioni);
-    if (f == Formato::jpeg)
-        testata.attribute("Exif:ImageHistory", riga);
-    if (f == Formato::tiff)
-        testata.attribute("ImageDescription",
-                          in_coda(testata.get_string_attribute("ImageDescription")));
-    if (f == Formato::dpx) {
-        const std::string s = in_coda(blocco_utente(testata));
-        testata.attribute("dpx:UserData", byte_di(s.size()), s.data());
-    }
+        return testata.attribute(SEGNO, impostazioni);
+    const char* nome = f == Formato::jpeg   ? "Exif:ImageHistory"
+                       : f == Formato::tiff ? "ImageDescription"
+                                            : "dpx:UserData";
+    std::string s = f == Formato::jpeg ? "" : testo_in(testata, nome);
+    if (const std::size_t nostre = s.find(SEGNO); nostre != std::string::npos)
+        s.erase(nostre == 0 ? 0 : s.find_last_not_of('\n', nostre - 1) + 1);
+    s += std::string(s.empty() ? "" : "\n") + SEGNO + " " + impostazioni;
+    if (f == Formato::dpx)
+        testata.attribute(nome, byte_di(s.size()), s.data());
+    else
+        testata.attribute(nome, s);
 }
 
 // The frame alone, with no window around it.
 void senza_finestra(OIIO::ImageSpec& s)
 {
-    s.x = s.y = s.full_x = s.full_y = 0;
-    s.full_width = s.width;
-    s.full_height = s.height;
+    s.x = s.y = 0;
+    s.set_roi_full(s.roi());
 }
 
 // A damaged header may tell of a display window or of a shape of pixels that cannot be, and that a
@@ -322,18 +303,12 @@ void dichiara_colore(OIIO::ImageSpec& s, Formato f, const std::string& colore)
 OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come,
                               const std::string& profondita, const std::string& impostazioni)
 {
-    OIIO::ImageSpec s = foto.testata;
-    s.width = foto.larghezza;
-    s.height = foto.altezza;
-    s.depth = 1;
-    s.nchannels = foto.alfa && f != Formato::jpeg ? 4 : 3;
-    s.channelnames.assign({"R", "G", "B", "A"});
-    s.channelnames.resize(static_cast<std::size_t>(s.nchannels));
-    s.alpha_channel = s.nchannels == 4 ? 3 : -1;
-    s.z_channel = -1;
-    s.tile_width = s.tile_height = s.tile_depth = 0;
-    s.channelformats.clear();
-    s.set_format(OIIO::TypeDesc(profondita == "uint10" ? "uint16" : profondita));
+    OIIO::ImageSpec s(foto.larghezza, foto.altezza, foto.alfa && f != Formato::jpeg ? 4 : 3,
+                      OIIO::TypeDesc(profondita == "uint10" ? "uint16" : profondita));
+    s.extra_attribs = foto.testata.extra_attribs;
+    s.x = foto.testata.x;
+    s.y = foto.testata.y;
+    s.set_roi_full(foto.testata.roi_full());
     // The others know no window, or none left of or above the frame's.
     if (f != Formato::exr && (f != Formato::tiff || s.x < 0 || s.y < 0))
         senza_finestra(s);
@@ -348,25 +323,18 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
     if (non_associata)
         s.attribute("oiio:UnassociatedAlpha", 1);
     dichiara_colore(s, f, foto.colore);
-    const std::size_t livello = come.compressione.find(':');
     if (!come.compressione.empty() && f != Formato::png)
         s.attribute("compression", come.compressione);
-    switch (f) {
-    case Formato::exr:
-        break;
-    case Formato::dpx:
+    if (f == Formato::dpx)
         s.attribute("oiio:BitsPerSample", std::stoi(profondita.substr(4)));
-        break;
-    case Formato::tiff:
-        if (s.get_string_attribute("compression", "zip") == "zip")
-            s.attribute("compression", "zip:2");  // the last percents take most of the time
-        break;
-    case Formato::png:
+    if (f == Formato::tiff && s.get_string_attribute("compression", "zip") == "zip")
+        s.attribute("compression", "zip:2");  // the last percents take most of the time
+    if (f == Formato::png) {
         s.attribute("png:filter", 16);  // differences along the row: small, and fast to make
-        s.attribute("png:compressionLevel",
-                    livello == std::string::npos ? 2 : come.compressione[livello + 1] - '0');
-        break;
-    case Formato::jpeg:
+        const bool livello = come.compressione.find(':') != std::string::npos;
+        s.attribute("png:compressionLevel", livello ? come.compressione.back() - '0' : 2);
+    }
+    if (f == Formato::jpeg) {
         s.attribute("CompressionQuality", 95);
         s.attribute("jpeg:subsampling", "4:4:4");
     }
@@ -378,45 +346,36 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
 
 // --- Writing -------------------------------------------------------------------------------------
 
-template <class Intero>
-bool scrivi_interi(OIIO::ImageOutput& uscita, const Foto& f, int canali, float massimo)
+bool scrivi_pixel(OIIO::ImageOutput& uscita, const Foto& f, const std::string& profondita)
 {
-    const std::size_t pixel = quanti_float(f) / 4;
-    std::vector<Intero> v(pixel * static_cast<std::size_t>(canali));
-    Intero* q = v.data();
-    const float* p = f.rgba.get();
-    for (std::size_t i = 0; i < pixel; ++i, p += 4)
-        for (int c = 0; c < canali; ++c) {
-            const unsigned n = codice(p[c], massimo);
-            // 10 bits stand at the top of 16 with the first ones repeated, as the writer wants
-            // them.
-            *q++ = static_cast<Intero>(massimo == 1023.0f ? n << 6 | n >> 4 : n);
-        }
-    return uscita.write_image(OIIO::BaseTypeFromC<Intero>::value, v.data());
-}
-
-bool scrivi_pixel(OIIO::ImageOutput& uscita, const Foto& foto, int canali,
-                  const std::string& profondita)
-{
-    if (profondita == "uint8")
-        return scrivi_interi<std::uint8_t>(uscita, foto, canali, 255.0f);
-    if (profondita == "uint10" || profondita == "uint16")
-        return scrivi_interi<std::uint16_t>(uscita, foto, canali,
-                                            profondita == "uint10" ? 1023.0f : 65535.0f);
-    return uscita.write_image(OIIO::TypeFloat, foto.rgba.get(), 4 * sizeof(float));
+    if (!profondita.starts_with("uint"))
+        return uscita.write_image(OIIO::TypeFloat, f.rgba.get(), 4 * sizeof(float));
+    // Fewer bits stand at the top of 16 with the first ones repeated, which is the same fraction.
+    const int bit = std::stoi(profondita.substr(4));
+    const auto massimo = static_cast<float>((1 << bit) - 1);
+    std::vector<std::uint16_t> v(quanti_float(f));
+    for (std::size_t i = 0; i < v.size(); ++i) {
+        const unsigned n = codice(f.rgba[i], massimo);
+        v[i] = static_cast<std::uint16_t>(n << (16 - bit) | n >> (2 * bit - 16));
+    }
+    return uscita.write_image(OIIO::TypeUInt16, v.data(), 4 * sizeof(v[0]));
 }
 
 }  // namespace
 
 Foto foto_nuova(int larghezza, int altezza, bool alfa)
 {
-    Foto f;
-    f.larghezza = larghezza;
-    f.altezza = altezza;
-    f.alfa = alfa;
-    f.rgba.reset(new float[quanti_float(f)]);
-    f.testata = OIIO::ImageSpec(larghezza, altezza, alfa ? 4 : 3, OIIO::TypeFloat);
-    return f;
+    const std::size_t quanti = std::size_t{4} * larghezza * altezza;
+    return {.larghezza = larghezza,
+            .altezza = altezza,
+            .rgba = std::make_unique_for_overwrite<float[]>(quanti),
+            .alfa = alfa,
+            .testata = {larghezza, altezza, alfa ? 4 : 3, OIIO::TypeFloat}};
+}
+
+OIIO::ImageBuf tela(const Foto& f)
+{
+    return OIIO::ImageBuf({f.larghezza, f.altezza, 4, OIIO::TypeFloat}, f.rgba.get());
 }
 
 OIIO::ImageSpec leggi_testata(const fs::path& file)
@@ -435,31 +394,25 @@ Foto leggi_foto(const fs::path& file, const Scelta& scelta)
     f.formato = l.formato;
     f.testata = testata;
 
-    // RGB or RGBA one beside the other go straight to their places.
-    const int quanti = f.alfa ? 4 : 3;
-    const bool in_fila = k[1] == k[0] + 1 && k[2] == k[0] + 2 && (!f.alfa || k[3] == k[0] + 3);
-    const int parte = l.ingresso->current_subimage();
-    bool letto = false;
-    float* p = f.rgba.get();
+    // The channels from the first to the last that counts; where they are more than four, not at
+    // once into the place of the picture.
+    const auto [primo, ultimo] = std::minmax_element(k.begin(), k.begin() + (f.alfa ? 4 : 3));
+    const std::size_t passo = std::max(4, *ultimo - *primo + 1);
     const std::size_t pixel = quanti_float(f) / 4;
-    if (in_fila) {
-        letto = l.ingresso->read_image(parte, 0, k[0], k[0] + quanti, OIIO::TypeFloat, p,
-                                       4 * sizeof(float));
-    } else {
-        const auto n = static_cast<std::size_t>(testata.nchannels);
-        std::vector<float> tutti(pixel * n);
-        letto =
-            l.ingresso->read_image(parte, 0, 0, testata.nchannels, OIIO::TypeFloat, tutti.data());
-        for (std::size_t i = 0; i < pixel; ++i)
-            for (int c = 0; c < quanti; ++c)
-                p[4 * i + c] = tutti[i * n + k[c]];
-    }
+    std::vector<float> larghi(passo > 4 ? pixel * passo : 0);
+    float* letti = passo > 4 ? larghi.data() : f.rgba.get();
+    const bool letto =
+        l.ingresso->read_image(l.ingresso->current_subimage(), 0, *primo, *ultimo + 1,
+                               OIIO::TypeFloat, letti, passo * sizeof(float));
     // Some readers fill what is missing, call that a success and leave only a message.
     if (!letto || l.ingresso->has_error())
         illeggibile(file, f.formato, l.ingresso->geterror());
-    if (!f.alfa)
-        for (std::size_t i = 0; i < pixel; ++i)
-            p[4 * i + 3] = 1.0f;
+    for (std::size_t i = 0; i < pixel; ++i) {
+        std::array<float, 4> v;
+        for (std::size_t c = 0; c < 4; ++c)
+            v[c] = k[c] < 0 ? 1.0f : letti[passo * i + k[c] - *primo];
+        std::copy(v.begin(), v.end(), &f.rgba[4 * i]);
+    }
     raddrizza_bit(f);
     if (f.formato == Formato::dpx)
         rendi_persi(l.dati, f);
@@ -480,28 +433,24 @@ void controlla_scrittura(const fs::path& file, const Scrittura& come)
 void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
                  const std::string& impostazioni)
 {
-    controlla_scrittura(file, come);
     const Formato f = formato_dal_nome(file);
     if (foto.alfa && f == Formato::jpeg)
         nota(file.string(), "holds no alpha, as no JPEG does: it is left out");
     const std::string profondita = scegli_profondita(f, foto, come);
-    OIIO::ImageSpec testata = spec_d_uscita(f, foto, come, profondita, impostazioni);
+    const OIIO::ImageSpec testata = spec_d_uscita(f, foto, come, profondita, impostazioni);
 
     scrivi_intero(file, come.sovrascrivi, [&](const fs::path& provvisorio) {
         // Into memory, so that a full disk is told by our own write and never missed. TIFF alone
         // reads back what it wrote, which that memory cannot do.
         std::vector<unsigned char> memoria;
         OIIO::Filesystem::IOVecOutput verso(memoria);
-        OIIO::Filesystem::IOProxy* proxy = &verso;
-        const bool diretto = f == Formato::tiff;
-        if (diretto)
-            scrivi_byte(provvisorio, {},
-                        file.string());  // tells the system's reason where it cannot
-        else
-            testata.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &proxy);
         const auto uscita = OIIO::ImageOutput::create(descrizione(f).oiio);
+        if (f == Formato::tiff)
+            scrivi_byte(provvisorio, {}, file.string());  // tells the system's reason
+        else if (uscita)
+            uscita->set_ioproxy(&verso);
         if (!uscita || !uscita->open(provvisorio.string(), testata) ||
-            !scrivi_pixel(*uscita, foto, testata.nchannels, profondita) || !uscita->close())
+            !scrivi_pixel(*uscita, foto, profondita) || !uscita->close())
             fallisci("cannot write " + tra_apici(file.string()) + ": " +
                      in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
         if (f == Formato::exr) {
@@ -510,21 +459,20 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
             if (dove != memoria.end())
                 std::copy_n("oiio", 4, dove);
         }
-        if (!diretto)
+        if (f != Formato::tiff)
             scrivi_byte(provvisorio, memoria, file.string());
     });
 }
 
 std::optional<std::string> impostazioni_in(const OIIO::ImageSpec& testata)
 {
-    const std::string proprio = testata.get_string_attribute(SEGNO);
-    if (!proprio.empty())
+    if (const std::string proprio = testo_in(testata, SEGNO); !proprio.empty())
         return proprio;
-    for (const std::string& testo :
-         {std::string(testata.get_string_attribute("ImageDescription")),
-          std::string(testata.get_string_attribute("Exif:ImageHistory")), blocco_utente(testata)})
+    for (const char* nome : {"ImageDescription", "Exif:ImageHistory", "dpx:UserData"}) {
+        const std::string testo = testo_in(testata, nome);
         if (const std::size_t p = testo.find(SEGNO); p != std::string::npos)
             return testo.substr(p + SEGNO_IMPOSTAZIONI.size());
+    }
     return std::nullopt;
 }
 

@@ -62,6 +62,9 @@ inline unsigned codice(float v, float massimo)
 /// A picture of that size, its pixels not yet set.
 Foto foto_nuova(int larghezza, int altezza, bool alfa = false);
 
+/// Its memory as OpenImageIO works on it.
+OIIO::ImageBuf tela(const Foto& f);
+
 /// Reads a whole file; grey becomes RGB. A note tells what is left out: other parts, channels, the
 /// orientation. Throws Errore.
 Foto leggi_foto(const std::filesystem::path& file, const Scelta& scelta = {});
