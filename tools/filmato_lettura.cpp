@@ -2,7 +2,7 @@
 #include "tools/argomenti.h"
 #include "tools/filmato_flussi.h"
 
-#include <cstring>
+#include <cmath>
 
 namespace varno::provino {
 namespace {
@@ -19,8 +19,9 @@ std::size_t byte_per_fotogramma(const Filmato& f)
 void apri(LetturaFilmato& l, long long numero)
 {
     const Filmato& f = l.filmato;
-    Comando c = parole("ffmpeg -nostdin -v error -xerror -protocol_whitelist file,pipe "
-                       "-noautorotate");
+    Comando c =
+        OIIO::Strutil::splits("ffmpeg -nostdin -v error -xerror -protocol_whitelist file,pipe "
+                              "-noautorotate");
     std::string grafo = f.grafo;
     if (numero > 1 && f.costante && f.si_cerca) {
         // Half a frame early: times are rounded, and never by so much.
@@ -33,7 +34,7 @@ void apri(LetturaFilmato& l, long long numero)
     c.insert(c.end(),
              {"-i", "file:" + f.file, "-map", "0:" + std::to_string(f.traccia), "-vf", grafo,
               "-fps_mode", "passthrough", "-f", "rawvideo", "-pix_fmt", f.formato, "pipe:1"});
-    l.decodifica = avvia(c, Tubi::uscita);
+    l.decodifica = avvia(c, SUA_USCITA);
     l.prossimo = numero;
 }
 
@@ -55,40 +56,16 @@ template <class Campione> void intreccia(const Filmato& f, const unsigned char* 
     const std::size_t n = quanti_float(foto) / 4;
     const std::size_t piano = f.alfa_sotto ? 2 * n : n;
     const auto* g = reinterpret_cast<const Campione*>(byte);
-    const Campione* b = g + piano;
-    const Campione* r = b + piano;
-    const Campione* a = f.alfa_sotto ? g + n : r + piano;
-    float scala = 1.0f;
-    if constexpr (sizeof(Campione) < 4)
-        scala /= static_cast<float>((1 << f.bit) - 1);
-    float* p = foto.rgba.get();
-    for (std::size_t i = 0; i < n; ++i) {
-        p[4 * i + 0] = static_cast<float>(r[i]) * scala;
-        p[4 * i + 1] = static_cast<float>(g[i]) * scala;
-        p[4 * i + 2] = static_cast<float>(b[i]) * scala;
-        p[4 * i + 3] = f.alfa ? static_cast<float>(a[i]) * scala : 1.0f;
-    }
-    if (f.legale) {
-        // 16 to 235 of 255, with as many bits more behind the point as there are.
-        const float codici =
-            static_cast<float>((1 << f.bit) - 1) / static_cast<float>(1 << (f.bit - 8));
-        for (std::size_t i = 0; i < n; ++i)
-            for (std::size_t k = 0; k < 3; ++k)
-                p[4 * i + k] = (p[4 * i + k] * codici - 16.0f) / 219.0f;
-    }
-}
-
-// SMPTE 12M as EXR and DPX hold it: two decimal digits a byte, hours first.
-void posa_timecode(OIIO::ImageSpec& testata, const std::string& timecode)
-{
-    std::uint32_t codice[2] = {0, 0};
-    for (const char c : timecode)
-        if (c >= '0' && c <= '9')
-            codice[0] = codice[0] << 4 | static_cast<std::uint32_t>(c - '0');
-    if (timecode.find(';') != std::string::npos)
-        codice[0] |= 0x40;  // drops numbers
-    if (timecode.size() == 11)
-        testata.attribute("smpte:TimeCode", OIIO::TypeTimeCode, codice);
+    const Campione* piani[] = {g + 2 * piano, g, g + piano, f.alfa_sotto ? g + n : g + 3 * piano};
+    const float massimo = std::ldexp(1.0f, f.bit) - 1.0f;
+    const float scala = sizeof(Campione) < 4 ? 1.0f / massimo : 1.0f;
+    // Legal is 16 to 235 of 255, with as many bits more behind the point as there are.
+    const float codici = massimo / std::ldexp(1.0f, f.bit - 8);
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t c = 0; c < 4; ++c) {
+            const float v = c < 3 || f.alfa ? static_cast<float>(piani[c][i]) * scala : 1.0f;
+            foto.rgba[4 * i + c] = f.legale && c < 3 ? (v * codici - 16.0f) / 219.0f : v;
+        }
 }
 
 void posa_testata(const Filmato& f, long long numero, OIIO::ImageSpec& testata)
@@ -99,11 +76,17 @@ void posa_testata(const Filmato& f, long long numero, OIIO::ImageSpec& testata)
     int cadenza[2] = {0, 1};
     if (std::sscanf(f.cadenza.c_str(), "%d/%d", &cadenza[0], &cadenza[1]) >= 1)
         testata.attribute("FramesPerSecond", OIIO::TypeRational, cadenza);
-    int forma[2] = {1, 1};
-    if (std::sscanf(f.forma.c_str(), "%d:%d", &forma[0], &forma[1]) == 2)
-        testata.attribute("PixelAspectRatio",
-                          static_cast<float>(forma[0]) / static_cast<float>(forma[1]));
-    posa_timecode(testata, timecode_dopo(f.timecode, f.cadenza, numero - 1));
+    float forma[2] = {1.0f, 1.0f};
+    if (std::sscanf(f.forma.c_str(), "%f:%f", &forma[0], &forma[1]) == 2)
+        testata.attribute("PixelAspectRatio", forma[0] / forma[1]);
+    // SMPTE 12M as EXR and DPX hold it: two decimal digits a byte, hours first.
+    std::string t = timecode_dopo(f.timecode, f.cadenza, numero - 1);
+    if (t.size() != 11)
+        return;
+    const unsigned salta = t[8] == ';' ? 0x40 : 0;  // drops numbers
+    std::erase_if(t, [](char c) { return c < '0' || c > '9'; });
+    const unsigned codice[2] = {OIIO::Strutil::stoui(t, nullptr, 16) | salta, 0};
+    testata.attribute("smpte:TimeCode", OIIO::TypeTimeCode, codice);
 }
 
 }  // namespace
@@ -118,7 +101,8 @@ Foto leggi_fotogramma(LetturaFilmato& l, long long numero)
         apri(l, numero);
     l.campioni.resize(byte_per_fotogramma(f));
     for (; l.prossimo <= numero; ++l.prossimo)
-        if (leggi_da(*l.decodifica, l.campioni.data(), l.campioni.size()) != l.campioni.size())
+        if (std::fread(l.campioni.data(), 1, l.campioni.size(), l.decodifica->tubo) !=
+            l.campioni.size())
             interrotta(l);
     Foto foto = foto_nuova(f.larghezza, f.altezza, f.alfa);
     const auto intreccia_di = f.byte == 1   ? intreccia<std::uint8_t>

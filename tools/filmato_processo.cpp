@@ -4,8 +4,6 @@
 #include "tools/errore.h"
 #include "tools/messaggi.h"
 
-#include <OpenImageIO/strutil.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -16,26 +14,21 @@
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 extern char** environ;
 
 namespace varno::provino {
 namespace {
 
-void chiudi(int& fd)
-{
-    if (fd >= 0)
-        close(fd);
-    fd = -1;
-}
-
-// The status of its end, once.
+// Its end; signals are handled in a thread of their own and interrupt no call.
 int raccogli(Processo& p)
 {
+    if (p.tubo != nullptr)
+        std::fclose(std::exchange(p.tubo, nullptr));
     int stato = 0;
-    while (waitpid(p.id, &stato, 0) < 0 && errno == EINTR) {
-    }
-    p.id = -1;
+    if (p.id > 0)  // any other number stands for several programs
+        waitpid(std::exchange(p.id, -1), &stato, 0);
     return stato;
 }
 
@@ -43,45 +36,34 @@ int raccogli(Processo& p)
 
 Processo::~Processo()
 {
-    chiudi(ingresso);
-    chiudi(uscita);
-    if (id > 0) {
+    if (id > 0)
         kill(id, SIGKILL);
-        raccogli(*this);
-    }
-    chiudi(errori);
-}
-
-Comando parole(const std::string& testo)
-{
-    return OIIO::Strutil::splits(testo);
+    raccogli(*this);
+    close(errori);
 }
 
 ProcessoPtr avvia(Comando comando, Tubi tubi)
 {
     auto p = std::make_unique<Processo>();
     p->nome = comando.front();
-    int capi[2] = {-1, -1};
+    int capi[2] = {-1, -1};  // to read from and to write to, as the program has them
     p->errori = memfd_create("provino", MFD_CLOEXEC);
-    const int nulla = open("/dev/null", O_RDWR | O_CLOEXEC);
-    if (p->errori < 0 || nulla < 0 || pipe2(capi, O_CLOEXEC) != 0)
+    if (p->errori < 0 || pipe2(capi, O_CLOEXEC) != 0)
         fallisci("cannot start " + p->nome + ": " + std::generic_category().message(errno));
-    const bool scrive = tubi == Tubi::ingresso;
-    (scrive ? p->ingresso : p->uscita) = capi[scrive ? 1 : 0];
-    int suo = capi[scrive ? 0 : 1];
-    fcntl(suo, F_SETPIPE_SZ, 1 << 20);  // fewer turns; refused where the system allows less
+    p->tubo = fdopen(capi[1 - tubi], tubi == SUO_INGRESSO ? "w" : "r");
+    std::setbuf(p->tubo, nullptr);
+    fcntl(capi[0], F_SETPIPE_SZ, 1 << 20);  // fewer turns; refused where the system allows less
 
     posix_spawn_file_actions_t canali;
     posix_spawnattr_t modo;
     posix_spawn_file_actions_init(&canali);
-    posix_spawn_file_actions_adddup2(&canali, scrive ? suo : nulla, 0);
-    posix_spawn_file_actions_adddup2(&canali, scrive ? nulla : suo, 1);
+    posix_spawn_file_actions_adddup2(&canali, capi[tubi], tubi);
+    posix_spawn_file_actions_addopen(&canali, 1 - tubi, "/dev/null", O_RDWR, 0);
     posix_spawn_file_actions_adddup2(&canali, p->errori, 2);
     // A group of its own: a ctrl-C is ours alone to answer, and it ends with its pipe.
-    sigset_t usuali;
     sigset_t fermi;
     sigemptyset(&fermi);
-    usuali = fermi;
+    sigset_t usuali = fermi;
     sigaddset(&usuali, SIGPIPE);
     posix_spawnattr_init(&modo);
     posix_spawnattr_setpgroup(&modo, 0);
@@ -96,40 +78,14 @@ ProcessoPtr avvia(Comando comando, Tubi tubi)
     const int esito = posix_spawnp(&p->id, argomenti[0], &canali, &modo, argomenti.data(), environ);
     posix_spawn_file_actions_destroy(&canali);
     posix_spawnattr_destroy(&modo);
-    close(nulla);
-    chiudi(suo);
-    if (esito != 0) {
-        p->id = -1;
-        if (esito == ENOENT)
-            fallisci("movies need " + p->nome +
-                     ", which is not installed: 'apt install ffmpeg' (Debian's package ffmpeg)");
-        fallisci("cannot start " + p->nome + ": " + std::generic_category().message(esito));
-    }
-    return p;
-}
-
-std::size_t leggi_da(Processo& p, void* dati, std::size_t byte)
-{
-    std::size_t letti = 0;
-    while (letti < byte) {
-        const ssize_t n = read(p.uscita, static_cast<char*>(dati) + letti, byte - letti);
-        if (n == 0 || (n < 0 && errno != EINTR))
-            break;
-        letti += static_cast<std::size_t>(std::max<ssize_t>(n, 0));
-    }
-    return letti;
-}
-
-bool scrivi_a(Processo& p, const void* dati, std::size_t byte)
-{
-    for (std::size_t scritti = 0; scritti < byte;) {
-        const ssize_t n =
-            write(p.ingresso, static_cast<const char*>(dati) + scritti, byte - scritti);
-        if (n < 0 && errno != EINTR)
-            return false;
-        scritti += static_cast<std::size_t>(std::max<ssize_t>(n, 0));
-    }
-    return true;
+    close(capi[tubi]);
+    if (esito == 0)
+        return p;
+    p->id = -1;
+    if (esito == ENOENT)
+        fallisci("movies need " + p->nome +
+                 ", which is not installed: 'apt install ffmpeg' (Debian's package ffmpeg)");
+    fallisci("cannot start " + p->nome + ": " + std::generic_category().message(esito));
 }
 
 std::string detto(const Processo& p)
@@ -143,8 +99,6 @@ std::string detto(const Processo& p)
 
 std::string attendi(Processo& p)
 {
-    chiudi(p.ingresso);
-    chiudi(p.uscita);
     const int stato = raccogli(p);
     if (WIFSIGNALED(stato))
         return p.nome + " was ended by signal " + std::to_string(WTERMSIG(stato));
@@ -157,10 +111,10 @@ std::string attendi(Processo& p)
 
 Risposta chiedi(Comando comando)
 {
-    const ProcessoPtr p = avvia(std::move(comando), Tubi::uscita);
+    const ProcessoPtr p = avvia(std::move(comando), SUA_USCITA);
     Risposta r;
     std::array<char, 65536> pezzo{};
-    while (const std::size_t n = leggi_da(*p, pezzo.data(), pezzo.size()))
+    while (const std::size_t n = std::fread(pezzo.data(), 1, pezzo.size(), p->tubo))
         r.testo.append(pezzo.data(), n);
     r.motivo = attendi(*p);
     r.detto = detto(*p);

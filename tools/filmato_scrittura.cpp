@@ -12,6 +12,7 @@ namespace varno::provino {
 namespace {
 
 namespace fs = std::filesystem;
+using OIIO::Strutil::contains, OIIO::Strutil::splits;
 
 constexpr std::size_t VALORE_LIMITE = 65536;  // of a tag: a program's argument is not endless
 
@@ -56,8 +57,6 @@ const Contenitore* contenitore(const fs::path& file)
     return c == std::end(CONTENITORI) ? nullptr : c;
 }
 
-using OIIO::Strutil::contains;
-
 bool in_rgb(const std::string& formato)
 {
     return contains(formato, "rgb") || contains(formato, "bgr") || formato.starts_with("gbr");
@@ -71,13 +70,12 @@ bool piena(const std::string& formato)
 std::string grafo(const ModoFilmato& m, const std::string& tubo, const std::string& formato)
 {
     const bool rgb = in_rgb(formato);
-    std::string s = "setparams=color_primaries=bt709:color_trc=bt709";
-    if (!rgb)
-        s += std::string(",zscale=filter=spline36:matrix=bt709:range=") +
-             (piena(formato) ? "full" : "limited");
-    else if (formato != tubo)
-        s += ",zscale";
-    return s + ",format=" + formato + ",setparams=range=" + (piena(formato) ? "pc" : "tv") +
+    const std::string gamma = piena(formato) ? "full" : "limited";
+    return "setparams=color_primaries=bt709:color_trc=bt709" +
+           (!rgb              ? ",zscale=filter=spline36:matrix=bt709:range=" + gamma
+            : formato != tubo ? ",zscale"
+                              : "") +
+           ",format=" + formato + ",setparams=range=" + (piena(formato) ? "pc" : "tv") +
            ":colorspace=" + (rgb ? "gbr" : "bt709") +
            ",setsar=" + (m.forma.empty() ? "1:1" : m.forma);
 }
@@ -101,7 +99,7 @@ void comincia(ScritturaFilmato& s, const Foto& foto)
                  ", which halves it: give another --codec, such as "
                  "prores4444 or ffv1");
     const std::string tubo = s.alfa ? "gbrap16le" : "gbrp16le";
-    Comando c = parole("ffmpeg -nostdin -v error -xerror -y -thread_queue_size 2 -f rawvideo "
+    Comando c = splits("ffmpeg -nostdin -v error -xerror -y -thread_queue_size 2 -f rawvideo "
                        "-pix_fmt " +
                        tubo + " -s " + misure(s.larghezza, s.altezza) + " -framerate " + m.cadenza);
     const auto aggiungi = [&c](const Comando& altre) {
@@ -111,14 +109,14 @@ void comincia(ScritturaFilmato& s, const Foto& foto)
         aggiungi({"-itsoffset", testo_di(m.inizio)});
     aggiungi({"-i", "pipe:0"});
     if (!m.audio_da.empty()) {
-        aggiungi(parole("-vn -sn -dn -protocol_whitelist file -i"));
+        aggiungi(splits("-vn -sn -dn -protocol_whitelist file -i"));
         aggiungi({"file:" + m.audio_da});
-        aggiungi(parole("-map 0:v -map 1:a -c:a copy"));
+        aggiungi(splits("-map 0:v -map 1:a -c:a copy"));
     } else {
         aggiungi({"-map", "0:v"});
     }
     aggiungi({"-map_metadata", "-1", "-vf", grafo(m, tubo, formato), "-c:v", m.codec});
-    aggiungi(parole(std::string("-color_primaries bt709 -color_trc bt709 -colorspace ") +
+    aggiungi(splits(std::string("-color_primaries bt709 -color_trc bt709 -colorspace ") +
                     (in_rgb(formato) ? "rgb" : "bt709") + " -color_range " +
                     (piena(formato) ? "pc" : "tv")));
     aggiungi(m.opzioni);
@@ -136,7 +134,7 @@ void comincia(ScritturaFilmato& s, const Foto& foto)
     if (!m.timecode.empty())
         aggiungi({"-timecode", m.timecode});
     aggiungi({"-f", m.contenitore, "file:" + s.file.string()});
-    s.codifica = avvia(c, Tubi::ingresso);
+    s.codifica = avvia(c, SUO_INGRESSO);
 }
 
 [[noreturn]] void interrotta(ScritturaFilmato& s, const std::string& motivo)
@@ -179,7 +177,7 @@ ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const st
         nomi.emplace_back(c.nome);
         if (nome == c.nome) {
             m.codec = c.ffmpeg;
-            m.opzioni = parole(c.opzioni);
+            m.opzioni = splits(c.opzioni);
             m.formato = c.formato;
             m.formato_con_alfa = c.formato_con_alfa;
         }
@@ -225,7 +223,7 @@ bool segui(ModoFilmato& modo, const Filmato& da, long long saltati, bool intero)
         return true;
     modo.inizio = da.inizio;
     Comando prova =
-        parole("ffmpeg -nostdin -v error -y -vn -sn -dn -i FILE -map 0:a -c copy -t 0.1 "
+        splits("ffmpeg -nostdin -v error -y -vn -sn -dn -i FILE -map 0:a -c copy -t 0.1 "
                "-f " +
                modo.contenitore + " /dev/null");
     *std::ranges::find(prova, "FILE") = "file:" + da.file;
@@ -271,7 +269,8 @@ void scrivi_fotogramma(ScritturaFilmato& s, const Foto& foto)
         interrotta(s, "a picture of " + misure(foto.larghezza, foto.altezza) +
                           " follows others of " + misure(s.larghezza, s.altezza));
     separa(foto, s.alfa, s.campioni);
-    if (!scrivi_a(*s.codifica, s.campioni.data(), s.campioni.size() * sizeof(s.campioni[0])))
+    if (std::fwrite(s.campioni.data(), sizeof(s.campioni[0]), s.campioni.size(),
+                    s.codifica->tubo) != s.campioni.size())
         interrotta(s, attendi(*s.codifica));
     s.fallita = false;
 }
