@@ -18,17 +18,14 @@ namespace {
 
 // What the workers share; all but `lettura` under the mutex.
 struct Sala {
-    Sala(const Lavoro& l, const std::function<void(const Resoconto&)>& r) : lavoro(l), racconta(r)
-    {
-    }
     const Lavoro& lavoro;
     const std::function<void(const Resoconto&)>& racconta;
-    std::mutex lettura, mutex;
-    std::condition_variable raccontato;
-    std::size_t prossimo = 0;                    // to begin
-    std::size_t raccontati = 0;                  // all before it are told
-    std::map<std::size_t, Resoconto> in_attesa;  // of one before them that is still under way
-    bool fermo = false;                          // nothing further is begun
+    std::mutex lettura = {}, mutex = {};
+    std::condition_variable raccontato = {};
+    std::size_t prossimo = 0;                         // to begin
+    std::size_t raccontati = 0;                       // all before it are told
+    std::map<std::size_t, Resoconto> in_attesa = {};  // of one before them that is still under way
+    bool fermo = false;                               // nothing further is begun
     bool riuscito = true;
 };
 
@@ -104,12 +101,11 @@ void lavora(Sala& s, banco::Istanza& istanza)
 bool esegui_lavoro(const Lavoro& lavoro, const std::vector<banco::IstanzaPtr>& istanze,
                    const std::function<void(const Resoconto&)>& racconta)
 {
-    Sala s(lavoro, racconta);
-    std::vector<std::thread> fili;
+    Sala s{lavoro, racconta};
+    std::vector<std::jthread> fili;
     for (const banco::IstanzaPtr& i : istanze)
         fili.emplace_back([&s, &i] { lavora(s, *i); });
-    for (std::thread& t : fili)
-        t.join();
+    fili.clear();  // waits for all
     return s.riuscito;
 }
 

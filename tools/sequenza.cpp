@@ -24,17 +24,14 @@ constexpr std::size_t QUANTI_LIMITE = 10'000'000;
 std::optional<Modello> modello_in(const std::string& percorso)
 {
     static const std::regex SEGNI("#+|@+|%(0?[0-9]*)d");
-    const std::size_t nome = percorso.find_last_of('/') + 1;  // 0 where there is none
-    const auto inizio = percorso.cbegin() + static_cast<std::ptrdiff_t>(nome);
+    const auto inizio = percorso.cbegin() + (percorso.find_last_of('/') + 1);
     std::sregex_iterator trovato(inizio, percorso.cend(), SEGNI);
     if (trovato == std::sregex_iterator())
         return std::nullopt;
     const std::smatch m = *trovato;
     if (++trovato != std::sregex_iterator())
         rifiuta(tra_apici(percorso) + " has more than one place for the frame number: keep one");
-    Modello modello;
-    modello.prima = percorso.substr(0, nome) + m.prefix().str();
-    modello.dopo = m.suffix().str();
+    Modello modello{.prima = {percorso.cbegin(), m[0].first}, .dopo = m.suffix()};
     modello.cifre =
         m.str()[0] == '%' ? std::atoi(m[1].str().c_str()) : static_cast<int>(m.length());
     if (modello.cifre > 18)
@@ -44,11 +41,8 @@ std::optional<Modello> modello_in(const std::string& percorso)
 
 std::string nome_al(const Modello& m, long long fotogramma)
 {
-    std::string cifre = std::to_string(std::llabs(fotogramma));
-    const auto larghezza = static_cast<std::size_t>(m.cifre);
-    if (cifre.size() < larghezza)
-        cifre.insert(0, larghezza - cifre.size(), '0');
-    return m.prima + (fotogramma < 0 ? "-" : "") + cifre + m.dopo;
+    return OIIO::Strutil::sprintf("%s%s%0*d%s", m.prima, fotogramma < 0 ? "-" : "", m.cifre,
+                                  std::llabs(fotogramma), m.dopo);
 }
 
 std::optional<long long> numero_in(const std::string& percorso)
@@ -76,17 +70,16 @@ std::string buchi(const std::vector<long long>& fotogrammi)
 
 std::vector<long long> fotogrammi_esistenti(const Modello& m)
 {
-    const fs::path esempio = nome_al(m, 0);
-    const fs::path cartella = esempio.has_parent_path() ? esempio.parent_path() : fs::path(".");
-    const std::size_t prima = m.prima.size() - (m.prima.find_last_of('/') + 1);
+    const fs::path inizio(m.prima);
+    const fs::path cartella = inizio.has_parent_path() ? inizio.parent_path() : fs::path(".");
+    const std::size_t prima = inizio.filename().string().size();
     std::set<long long> trovati;
     std::error_code e;
     for (fs::directory_iterator i(cartella, e), fine; !e && i != fine; i.increment(e)) {
         const std::string nome = i->path().filename().string();
-        if (nome.size() < prima + m.dopo.size())
-            continue;
         long long n = 0;
-        if (leggi_intero(nome.substr(prima, nome.size() - prima - m.dopo.size()), n) &&
+        if (nome.size() >= prima + m.dopo.size() &&
+            leggi_intero(nome.substr(prima, nome.size() - prima - m.dopo.size()), n) &&
             fs::path(nome_al(m, n)).filename() == nome)
             trovati.insert(n);
     }

@@ -31,10 +31,9 @@ Sospeso& sospeso()
     return s;
 }
 
-// A name beside the final one, removed when this goes unless it was handed over.
+// A file beside the final one, which goes with this unless it has its final name by then.
 struct Provvisorio {
     fs::path file;
-    bool consegnato = false;
 
     explicit Provvisorio(const fs::path& finale)
     {
@@ -49,8 +48,7 @@ struct Provvisorio {
     ~Provvisorio()
     {
         std::error_code ignorato;
-        if (!consegnato)
-            fs::remove(file, ignorato);
+        fs::remove(file, ignorato);
         const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
         sospeso().file.erase(file);
     }
@@ -117,23 +115,15 @@ void scrivi_intero(const fs::path& dato, bool sovrascrivi,
         finale = dato;
     Provvisorio p(finale);
     scrivi(p.file);
-    if (sovrascrivi) {
-        fs::rename(p.file, finale, e);
-    } else {
-        // A link is made only where the name is free, whoever else writes there meanwhile.
+    // A link is made only where the name is free, whoever else writes there meanwhile.
+    if (!sovrascrivi)
         fs::create_hard_link(p.file, finale, e);
-        if (e == std::errc::file_exists)
-            esiste(finale);
-        if (!e)
-            fs::remove(p.file, e);
-        else if (fs::exists(finale))
-            esiste(finale);
-        else  // no links on this file system
-            fs::rename(p.file, finale, e);
-    }
+    if (e == std::errc::file_exists || (e && fs::exists(finale)))
+        esiste(finale);
+    if (sovrascrivi || e)  // else, no links on this file system
+        fs::rename(p.file, finale, e);
     if (e)
         fallisci("cannot give " + tra_apici(finale.string()) + " its name: " + e.message());
-    p.consegnato = true;
 }
 
 void scrivi_byte(const fs::path& file, Byte dati, const std::string& nome)
