@@ -18,13 +18,10 @@ namespace {
 // The test scene drawn small and blown up: content for the effects without the wait.
 Foto soggetto(int larghezza, int altezza)
 {
-    const auto pixel = [](const Foto& f) {
-        return OIIO::ImageBuf({f.larghezza, f.altezza, 4, OIIO::TypeFloat}, f.rgba.get());
-    };
     const Foto piccola = disegna_scena(480, 270);
     Foto f = foto_nuova(larghezza, altezza);
-    OIIO::ImageBuf grande = pixel(f);
-    OIIO::ImageBufAlgo::resample(grande, pixel(piccola), false);
+    OIIO::ImageBuf grande = tela(f);
+    OIIO::ImageBufAlgo::resample(grande, tela(piccola), false);
     return f;
 }
 

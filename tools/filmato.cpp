@@ -126,7 +126,7 @@ std::string scegli_colori(Filmato& f, const Json& traccia, const ColoriFilmato& 
 }
 
 // The layout in planes that has the same samples; alpha aside.
-std::string in_piani(const std::string& nome, const Json& formato, int bit)
+std::string in_piani(const std::string& nome, const Json& formato, const std::string& bit)
 {
     if (nome.starts_with("yuvj"))  // which tells of its range, too
         return nome;
@@ -134,7 +134,7 @@ std::string in_piani(const std::string& nome, const Json& formato, int bit)
         {"444", "440", "440"}, {"422", "420", "420"}, {"411", "410", "410"}};
     const int x = std::min(2, formato.value("log2_chroma_w", 0));
     const int y = std::min(2, formato.value("log2_chroma_h", 0));
-    return std::string("yuv") + PARTI[x][y] + "p" + (bit == 8 ? "" : std::to_string(bit) + "le");
+    return std::string("yuv") + PARTI[x][y] + "p" + bit;
 }
 
 void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const ColoriFilmato& c)
@@ -155,28 +155,27 @@ void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const Co
     if (f.bit == 0 || minimi < 8 || nome.starts_with("xyz") || (grigio && f.bit > 16))
         illeggibile(f, "its samples (" + (nome.empty() ? "unknown" : nome) + ") are not read");
     f.alfa = ha("alpha");
+    const std::string bit = f.bit == 8 ? "" : std::to_string(f.bit) + "le";  // as names end
     const std::string matrice = scegli_colori(f, traccia, c, rgb, grigio);
     const std::string girato = gira(f, traccia);
     if (rgb || grigio) {
         // Laid out in planes and nothing else: their values are left to us.
-        f.formato = (f.alfa ? "gbrap" : "gbrp") +
-                    (f.bit == 8 ? "" : (f.bit == 32 ? "f" : "") + std::to_string(f.bit) + "le");
+        f.formato = std::string(f.alfa ? "gbrap" : "gbrp") + (f.bit == 32 ? "f" : "") + bit;
         f.byte = f.bit == 8 ? 1 : f.bit == 32 ? 4 : 2;
         f.grafo = "setparams=range=full,scale,format=" + f.formato + girato;
         return;
     }
     // The first step would scale a full range to legal on its own, was it not told otherwise.
     f.formato = "gbrpf32le";
-    f.grafo = "scale=in_range=tv:out_range=tv,format=" + in_piani(nome, formato, f.bit) +
+    f.grafo = "scale=in_range=tv:out_range=tv,format=" + in_piani(nome, formato, bit) +
               ",setparams=range=" + (f.legale ? "tv" : "pc") + ":colorspace=" + matrice +
               ":color_primaries=unknown:color_trc=unknown,zscale=filter=spline36,format=gbrpf32le" +
               girato;
     f.legale = false;
     f.alfa_sotto = f.alfa;  // the filter would take alpha for legal range
     if (f.alfa)
-        f.grafo = "split[c][a];[a]alphaextract,setparams=range=full,scale,format=gbrp" +
-                  (f.bit == 8 ? "" : std::to_string(f.bit) + "le") + ",zscale,format=gbrpf32le" +
-                  girato + "[m];[c]" + f.grafo + "[k];[k][m]vstack";
+        f.grafo = "split[c][a];[a]alphaextract,setparams=range=full,scale,format=gbrp" + bit +
+                  ",zscale,format=gbrpf32le" + girato + "[m];[c]" + f.grafo + "[k];[k][m]vstack";
 }
 
 // The times of all frames in order, seconds; a raw stream has none, and frames without count too.

@@ -222,11 +222,10 @@ bool segui(ModoFilmato& modo, const Filmato& da, long long saltati, bool intero)
     if (!da.audio || !intero)
         return true;
     modo.inizio = da.inizio;
-    Comando prova =
-        splits("ffmpeg -nostdin -v error -y -vn -sn -dn -i FILE -map 0:a -c copy -t 0.1 "
-               "-f " +
-               modo.contenitore + " /dev/null");
-    *std::ranges::find(prova, "FILE") = "file:" + da.file;
+    const Comando prova = {
+        "ffmpeg", "-nostdin",        "-v",       "error", "-y", "-vn",  "-sn", "-dn",
+        "-i",     "file:" + da.file, "-map",     "0:a",   "-c", "copy", "-t",  "0.1",
+        "-f",     modo.contenitore,  "/dev/null"};
     const bool riesce = chiedi(prova).motivo.empty();
     if (riesce)
         modo.audio_da = da.file;

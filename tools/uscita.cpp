@@ -115,12 +115,13 @@ void scrivi_intero(const fs::path& dato, bool sovrascrivi,
         finale = dato;
     Provvisorio p(finale);
     scrivi(p.file);
-    // A link is made only where the name is free, whoever else writes there meanwhile.
-    if (!sovrascrivi)
+    if (!sovrascrivi) {
+        // A link is made only where the name is free, whoever else writes there meanwhile.
         fs::create_hard_link(p.file, finale, e);
-    if (e == std::errc::file_exists || (e && fs::exists(finale)))
-        esiste(finale);
-    if (sovrascrivi || e)  // else, no links on this file system
+        if (e == std::errc::file_exists || (e && fs::exists(finale)))
+            esiste(finale);
+    }
+    if (sovrascrivi || e)  // or no links on this file system
         fs::rename(p.file, finale, e);
     if (e)
         fallisci("cannot give " + tra_apici(finale.string()) + " its name: " + e.message());
