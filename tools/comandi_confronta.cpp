@@ -13,10 +13,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <limits>
-#include <optional>
-#include <system_error>
 
 namespace varno::provino {
 namespace {
@@ -170,12 +167,8 @@ void comando_confronta(const Opzioni& o)
             controlla_scrittura(uscita, o.scrittura);
             controlla_uscita(uscita, o.scrittura.sovrascrivi);
         }
-    const auto modello = [](const std::string& nome) {
-        std::error_code e;
-        return std::filesystem::exists(nome, e) ? std::nullopt : modello_in(nome);
-    };
-    const auto a = modello(o.ingresso);
-    const auto b = modello(o.altro);
+    const auto a = modello_letto(o.ingresso);
+    const auto b = modello_letto(o.altro);
     if (a && b)
         confronta_sequenze(o, *a, *b);
     else if (!confronta(o, o.ingresso, o.altro, o.differenza, ""))

@@ -27,13 +27,6 @@ struct Filmati {
     long long primo = 1;  // number of the first frame that is read
 };
 
-// A name that stands for a file as it is has no place for a number, whatever signs are in it.
-std::optional<Modello> modello_ingresso(const std::string& nome)
-{
-    std::error_code e;
-    return fs::exists(nome, e) ? std::nullopt : modello_in(nome);
-}
-
 Filmati apri_filmati(const Opzioni& o)
 {
     Filmati f;
@@ -80,7 +73,7 @@ std::vector<long long> scegli_numeri(const Opzioni& o, const Filmati& f,
 
 std::vector<Fotogramma> elenca(const Opzioni& o, const Filmati& f)
 {
-    const std::optional<Modello> da = f.da ? std::nullopt : modello_ingresso(o.ingresso);
+    const std::optional<Modello> da = f.da ? std::nullopt : modello_letto(o.ingresso);
     if (!da && !f.da && o.fotogrammi.empty()) {
         const auto numero = static_cast<double>(numero_in(o.ingresso).value_or(0));
         if (std::error_code e;

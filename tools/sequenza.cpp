@@ -39,6 +39,12 @@ std::optional<Modello> modello_in(const std::string& percorso)
     return modello;
 }
 
+std::optional<Modello> modello_letto(const std::string& percorso)
+{
+    std::error_code e;
+    return fs::exists(percorso, e) ? std::nullopt : modello_in(percorso);
+}
+
 std::string nome_al(const Modello& m, long long fotogramma)
 {
     return OIIO::Strutil::sprintf("%s%s%0*d%s", m.prima, fotogramma < 0 ? "-" : "", m.cifre,

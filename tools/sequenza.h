@@ -18,6 +18,9 @@ struct Modello {
 /// "%d". None where there is no such sign; throws Errore (usage) where there are several.
 std::optional<Modello> modello_in(const std::string& percorso);
 
+/// Of a name that is read: none where a file is called just so, whatever signs are in it.
+std::optional<Modello> modello_letto(const std::string& percorso);
+
 std::string nome_al(const Modello& m, long long fotogramma);
 
 /// The number that a file's name ends in, before the ending; none where there is none.
