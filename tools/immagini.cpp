@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <memory>
 #include <ranges>
+#include <regex>
 #include <system_error>
 #include <vector>
 
@@ -217,15 +218,23 @@ std::string scegli_profondita(Formato f, const Foto& foto, const Scrittura& come
 
 // --- Metadata ------------------------------------------------------------------------------------
 
-// What told the colours of the picture that was read, or how its file was laid out.
-constexpr const char* SUPERATI =
-    "ICCProfile|chromaticities|adoptedNeutral|whiteLuminance|(oiio:|Exif:)(ColorSpace|Gamma)|"
-    "dpx:(Transfer|Colorimetric|Gamma|ImageDescriptor|Packing|EndOf.*|Low.*|High.*|BlackLevel|"
-    "WhiteLevel|BreakPoint)|"
-    "oiio:(subimages|BitsPerSample|UnassociatedAlpha)|planarconfig|"
-    "tiff:(PhotometricInterpretation|PlanarConfiguration|Compression|RowsPerStrip|ColorSpace)|"
-    "png:filter|jpeg:(subsampling|progressive)|(openexr:)?chunkCount|"
-    "openexr:(levelmode|roundingmode|lineOrder)|textureformat|wrapmodes|type";
+// Drops what told the colours of the picture that was read, or how its file was laid out. Not by
+// erase_attribute, whose patterns know no alternatives.
+void togli_superati(OIIO::ImageSpec& s)
+{
+    static const std::regex SUPERATI(
+        "ICCProfile.*|chromaticities|adoptedNeutral|whiteLuminance|(oiio:|Exif:)(ColorSpace|Gamma)|"
+        "dpx:(Transfer|Colorimetric|Gamma|ImageDescriptor|Packing|EndOf.*|Low.*|High.*|BlackLevel|"
+        "WhiteLevel|BreakPoint)|"
+        "oiio:(subimages|BitsPerSample|UnassociatedAlpha)|planarconfig|"
+        "tiff:(PhotometricInterpretation|PlanarConfiguration|Compression|RowsPerStrip|ColorSpace)|"
+        "png:filter|jpeg:(subsampling|progressive)|(openexr:)?chunkCount|"
+        "openexr:(levelmode|roundingmode|lineOrder)|textureformat|wrapmodes|type",
+        std::regex::icase);
+    std::erase_if(s.extra_attribs, [](const OIIO::ParamValue& v) {
+        return std::regex_match(v.name().string(), SUPERATI);
+    });
+}
 
 OIIO::TypeDesc byte_di(std::size_t quanti)
 {
@@ -316,7 +325,7 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
 
     const bool non_associata = foto.testata.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0 ||
                                foto.formato == Formato::png || f == Formato::png;
-    s.erase_attribute(SUPERATI);
+    togli_superati(s);
     if (f != foto.formato || !come.compressione.empty())
         s.erase_attribute("compression");
     s.erase_attribute(SEGNO);
