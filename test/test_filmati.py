@@ -192,6 +192,7 @@ class Filmati(Prova):
             self.assertEqual((etichette["timecode"], etichette["title"]), (timecode, "a title"))
             self.assertEqual(detto["streams"][0]["r_frame_rate"], "30000/1001")
             self.assertEqual("audio" in r.stderr, not audio)
+            self.assertEqual(sum(t["codec_type"] == "audio" for t in detto["streams"]), audio)
             if audio:
                 self.assertEqual(self.ffmpeg("-i %s -map 0:a -c copy -f hash -" % nome), suono)
         self.assertEqual(len(self.pixel("o.mov", "gray")), 5 * 96 * 54)
