@@ -175,7 +175,7 @@ class Parole(Prova):
                 (USO, "two keys at time 1", da + " o.png --key ev@1=0 --key ev@1=1"),
                 (FALLITO, "no JSON object", da + " o.png --settings s.exr"),
                 (FALLITO, "carries no settings", su + " --settings-from s.exr"),
-                (USO, "outside the picture", "effetti s.exr o.png --crop 90x50+20+10"),
+                (USO, "outside the picture", "effetti s.exr o.png --crop 90x20+20+10"),
                 (FALLITO, "no file is named like 'm.#.exr'", "sviluppa m.#.exr o#.exr")):
             with self.subTest(" ".join(argomenti)):
                 self.rifiuta(uscita, re.escape(messaggio), *argomenti)
