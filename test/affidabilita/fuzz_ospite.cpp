@@ -276,11 +276,12 @@ void scegli_macchina(Lettore& l)
     gNuclei = livelli_disponibili()[l.fino_a(quanti - 1)];
 }
 
-void rendi(double tempo, const banco::Rettangolo& finestra, const banco::Figura& da,
-           const banco::Figura& a)
+int rendi(double tempo, const banco::Rettangolo& finestra, const banco::Figura& da,
+          const banco::Figura& a)
 {
-    pretendi(banco::rendi_solo(*gIstanza, tempo, finestra, da, a) == 0, "status");
+    const int stato = banco::rendi_solo(*gIstanza, tempo, finestra, da, a);
     pretendi(banco::registro(*gIstanza).violazioni.empty(), "a rule of the host was broken");
+    return stato;
 }
 
 void prova_quadro(Lettore& l)
@@ -294,7 +295,25 @@ void prova_quadro(Lettore& l)
     banco::Figura uscita = separata ? a.figura : da.figura;
     if (sovrapposta == 2)
         uscita.dati = static_cast<unsigned char*>(uscita.dati) + uscita.byte_riga;
-    const banco::Rettangolo f{g.x, g.y, g.x + g.larghezza, g.y + g.altezza};
+    int finestra[4] = {g.x, g.y, g.x + g.larghezza, g.y + g.altezza};
+    std::vector<banco::Guasto>& guasti = banco::registro(*gIstanza).guasti;
+    guasti.clear();
+    const unsigned disturbo = l.fino_a(31);
+    if (disturbo == 1 || disturbo == 2) {
+        guasti = {{"clipGetImage", disturbo == 1 ? "Source" : "Output"}};
+    } else if (disturbo == 3) {
+        (l.fino_a(1) != 0 ? sorgente : uscita).dati = nullptr;
+    } else if (disturbo == 4) {
+        const unsigned asse = l.fino_a(1);
+        finestra[asse] = limite<int>(l.byte());
+        finestra[asse + 2] = limite<int>(l.byte());
+        const auto lato = static_cast<std::int32_t>(static_cast<std::uint32_t>(finestra[asse + 2]) -
+                                                    static_cast<std::uint32_t>(finestra[asse]));
+        if (lato > 0)
+            finestra[asse + 2] = finestra[asse];
+    }
+    const bool riesce = disturbo < 1 || disturbo > 4;
+    const banco::Rettangolo f{finestra[0], finestra[1], finestra[2], finestra[3]};
     const double tempo = l.fino_a(1) != 0 ? numero(l, -1000.0, 100000.0) : l.byte();
     prova_colore(l, tempo);
     risparmia_tabella();
@@ -303,23 +322,28 @@ void prova_quadro(Lettore& l)
 
     const std::vector<unsigned char> prima_da = da.memoria;
     std::vector<unsigned char> attesa = a.memoria;  // but for the window, which is taken over
-    rendi(tempo, f, sorgente, uscita);
+    pretendi(rendi(tempo, f, sorgente, uscita) == (riesce ? 0 : 1), "status");
+    guasti.clear();
     if (!separata)
         return;
 
     pretendi(da.memoria == prima_da, "the source was written");
-    const auto byte = static_cast<std::size_t>(g.larghezza) * 16;
-    for (int y = 0; y < g.altezza; ++y) {
-        unsigned char* riga = a.riga(y);
-        std::memcpy(attesa.data() + (riga - a.memoria.data()), riga, byte);
-        for (std::size_t x = 12; x < byte; x += 16)
-            pretendi(std::memcmp(riga + x, da.riga(y) + x, 4) == 0, "alpha changed");
+    if (riesce) {
+        const auto byte = static_cast<std::size_t>(g.larghezza) * 16;
+        for (int y = 0; y < g.altezza; ++y) {
+            unsigned char* riga = a.riga(y);
+            std::memcpy(attesa.data() + (riga - a.memoria.data()), riga, byte);
+            for (std::size_t x = 12; x < byte; x += 16)
+                pretendi(std::memcmp(riga + x, da.riga(y) + x, 4) == 0, "alpha changed");
+        }
     }
     pretendi(a.memoria == attesa, "written beside the window");
 
-    if (chiave_da_numeri() && l.fino_a(2) == 0) {
+    if (riesce && l.fino_a(2) == 0) {
         scegli_macchina(l);
-        rendi(tempo, f, sorgente, uscita);
+        if (!chiave_da_numeri())
+            return;
+        pretendi(rendi(tempo, f, sorgente, uscita) == 0, "status of the second time");
         pretendi(stessi_bit_o_nan(a.memoria, attesa), "another machine made another picture");
     }
 }
@@ -328,10 +352,25 @@ void una_azione(Lettore& l)
 {
     constexpr const char* nomi[] = {"formato", "look",     "halation", "Source",
                                     "",        "formatoo", nullptr};
+    constexpr const char* ignote[] = {"",
+                                      "OfxActionUnload",
+                                      "OfxActionPurgeCaches",
+                                      "OfxImageEffectActionIsIdentity",
+                                      "OfxActionLoad ",
+                                      "OfxImageEffectActionGetClipPreferences"};
     consegna_parametri();
     switch (l.fino_a(15)) {
+    case 8:
+        pretendi(banco::azione(*gIstanza, "OfxActionCreateInstance") == 0, "create");
+        break;
+    case 1:
+        pretendi(banco::azione(*gIstanza, "OfxActionDestroyInstance") == 0, "destroy");
+        break;
     case 2:
         pretendi(banco::avvisa(*gIstanza, nomi[l.fino_a(6)]) == 0, "changed");
+        break;
+    case 3:
+        pretendi(banco::azione(*gIstanza, ignote[l.fino_a(5)]) == 14, "unknown action");
         break;
     case 5:  // a suite short, or no host at all; then a whole one, since only Load looks
         if (l.fino_a(1) != 0)
@@ -344,6 +383,10 @@ void una_azione(Lettore& l)
                      banco::azione(*gModulo, "OfxActionDescribe") == 0 &&
                      banco::descrivi_in_contesto(*gModulo, banco::FILTRO) == 0,
                  "load again");
+        break;
+    case 6:  // no handle at all, which every call that comes of it tells
+        banco::azione(*gModulo, "OfxActionCreateInstance");
+        banco::registro(*gModulo).violazioni.clear();
         break;
     default:
         prova_quadro(l);
