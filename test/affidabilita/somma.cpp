@@ -305,7 +305,9 @@ int fai(int argc, char** argv)
                             piccola);
     std::printf("%016llx  %d frames, %d threads, %s\n", static_cast<unsigned long long>(q.totale),
                 q.quanti, gProcessori, modulo != nullptr ? "module" : gNuclei->nome);
-    return scrivi == nullptr || std::ofstream(scrivi) << q.totale << std::endl ? 0 : 1;
+    return scrivi == nullptr || std::ofstream(scrivi, std::ios::binary) << q.totale << std::endl
+               ? 0
+               : 1;
 }
 
 }  // namespace
