@@ -69,30 +69,20 @@ template <class F> Campioni maschera(const Quadro& q, F f)
     return m;
 }
 
-// f(x, y, the pixel's channels).
-template <class F> void per_pixel(Quadro& q, F f)
-{
-    for (int y = 0; y < q.altezza; ++y)
-        for (int x = 0; x < q.larghezza; ++x)
-            f(x, y, &q.img[3 * indice(q.larghezza, x, y)]);
-}
-
 void aggiorna_luma(Quadro& q)
 {
     for (std::size_t i = 0; i < pixel(q); ++i)
         q.luma[i] = luma_pixel(&q.img[3 * i]);
 }
 
-float schermo(float v, float sopra)
-{
-    return 1.0f - (1.0f - sopra) * (1.0f - v);
-}
-
 // Lays f(pixel, channel) over the picture as a screen.
 template <class F> void stendi(Quadro& q, F f)
 {
-    for (std::size_t i = 0; i < 3 * pixel(q); ++i)
-        q.img[i] = schermo(q.img[i], f(i / 3, i % 3));
+    for (std::size_t i = 0; i < pixel(q); ++i)
+        for (std::size_t c = 0; c < 3; ++c) {
+            float& v = q.img[3 * i + c];
+            v = 1.0f - (1.0f - f(i, c)) * (1.0f - v);
+        }
     aggiorna_luma(q);
 }
 
@@ -118,15 +108,19 @@ Campioni riduci(const Campioni& piano, int& larghezza, int& altezza, int riduzio
     const int w2 = std::max(1, larghezza / riduzione);
     const int h2 = std::max(1, altezza / riduzione);
     Campioni copia(static_cast<std::size_t>(w2) * static_cast<std::size_t>(h2), 0.0f);
-    for (int Y = 0; Y < h2; ++Y)
+    for (int Y = 0; Y < h2; ++Y) {
         for (int X = 0; X < w2; ++X) {
             float somma = 0.0f;
             int quanti = 0;
-            for (int y = Y * riduzione; y < (Y + 1) * riduzione && y < altezza; ++y)
-                for (int x = X * riduzione; x < (X + 1) * riduzione && x < larghezza; ++x, ++quanti)
+            for (int y = Y * riduzione; y < (Y + 1) * riduzione && y < altezza; ++y) {
+                for (int x = X * riduzione; x < (X + 1) * riduzione && x < larghezza; ++x) {
                     somma = somma + piano[indice(larghezza, x, y)];
-            copia[indice(w2, X, Y)] = somma / static_cast<float>(quanti);
+                    ++quanti;
+                }
+            }
+            copia[indice(w2, X, Y)] = somma / static_cast<float>(std::max(1, quanti));
         }
+    }
     larghezza = w2;
     altezza = h2;
     return copia;
@@ -135,26 +129,32 @@ Campioni riduci(const Campioni& piano, int& larghezza, int& altezza, int riduzio
 // Bilinear value of a copy of w2 x h2 at (x, y) of the full plane, not centred.
 float ingrandisci(const Campioni& copia, int w2, int h2, int x, int y, int riduzione)
 {
-    const float fx = static_cast<float>(x) / static_cast<float>(riduzione);
     const float fy = static_cast<float>(y) / static_cast<float>(riduzione);
-    const int x0 = std::min(w2 - 1, static_cast<int>(fx));
     const int y0 = std::min(h2 - 1, static_cast<int>(fy));
+    const int y1 = std::min(h2 - 1, y0 + 1);
+    const float ty = fy - static_cast<float>(y0);
+    const float fx = static_cast<float>(x) / static_cast<float>(riduzione);
+    const int x0 = std::min(w2 - 1, static_cast<int>(fx));
+    const int x1 = std::min(w2 - 1, x0 + 1);
+    const float tx = fx - static_cast<float>(x0);
     const auto riga = [&](int Y) {
-        return mescola(copia[indice(w2, x0, Y)], copia[indice(w2, std::min(w2 - 1, x0 + 1), Y)],
-                       fx - static_cast<float>(x0));
+        return mescola(copia[indice(w2, x0, Y)], copia[indice(w2, x1, Y)], tx);
     };
-    return mescola(riga(y0), riga(std::min(h2 - 1, y0 + 1)), fy - static_cast<float>(y0));
+    return mescola(riga(y0), riga(y1), ty);
 }
 
 }  // namespace
 
 Quadro quadro_di(Campioni img, int larghezza, int altezza)
 {
-    const int lato = std::max(larghezza, altezza);
-    Quadro q = {std::move(img), {},   larghezza,
-                altezza,        lato, lato < 1920 ? 1 : lato < 3840 ? lato / 960 : 4};
+    Quadro q;
+    q.img = std::move(img);
+    q.larghezza = larghezza;
+    q.altezza = altezza;
     q.luma.assign(pixel(q), 0.0f);
     aggiorna_luma(q);
+    q.lato_max = std::max(larghezza, altezza);
+    q.riduzione = q.lato_max < 1920 ? 1 : q.lato_max < 3840 ? q.lato_max / 960 : 4;
     return q;
 }
 
@@ -222,35 +222,24 @@ void blur_su_ridotta(Campioni& piano, int larghezza, int altezza, int raggio, in
 
 namespace {
 
-int raggio_di(const Quadro& q, double parte, int minimo)
-{
-    return std::max(minimo, arrotonda(parte * q.lato_max));
-}
-
 // Detail of luminance, added (or taken out) as a ratio.
-void dettagli(Quadro& q, float quantita, double parte, float pendenza)
+void dettagli(Quadro& q, float quantita, int raggio, float pendenza)
 {
     Campioni sfocata = q.luma;
-    box_blur(sfocata, q.larghezza, q.altezza, raggio_di(q, parte, 1), 3);
-    for (std::size_t i = 0; i < 3 * pixel(q); ++i) {
-        const float l = q.luma[i / 3];
-        const float n = l + dettaglio(l, sfocata[i / 3]) * quantita * pendenza;
+    box_blur(sfocata, q.larghezza, q.altezza, std::max(1, raggio), 3);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float l = q.luma[i];
+        const float n = l + dettaglio(l, sfocata[i]) * quantita * pendenza;
         const float tenuta = n > 0.000001f ? std::min(n, 1.0f) : 0.000001f;
-        q.img[i] = tieni(q.img[i] * (tenuta / std::max(0.000001f, l)));
+        const float rapporto = tenuta / std::max(0.000001f, l);
+        for (std::size_t c = 0; c < 3; ++c)
+            q.img[3 * i + c] = tieni(q.img[3 * i + c] * rapporto);
     }
     aggiorna_luma(q);
 }
 
-// What f makes of the luma, blurred; strato(it, channel) is laid over the picture as a screen.
-template <class F, class S> void alone(Quadro& q, double parte, int minimo, F f, S strato)
-{
-    Campioni m = maschera(q, f);
-    blur_su_ridotta(m, q.larghezza, q.altezza, raggio_di(q, parte, minimo), q.riduzione);
-    stendi(q, [&](std::size_t i, std::size_t c) { return std::min(strato(m[i], c), 1.0f); });
-}
-
-// A channel of the picture times a squared ramp of luma, blurred.
-std::array<Campioni, 3> aloni(const Quadro& q, float inizio, float ampiezza)
+// The picture's channels times a squared ramp of luma, one blurred plane a channel.
+std::array<Campioni, 3> aloni(const Quadro& q, float inizio, float ampiezza, int raggio)
 {
     std::array<Campioni, 3> alone;
     for (std::size_t c = 0; c < 3; ++c) {
@@ -258,30 +247,42 @@ std::array<Campioni, 3> aloni(const Quadro& q, float inizio, float ampiezza)
             const float t = rampa(q.luma[i], inizio, ampiezza);
             alone[c].push_back(q.img[3 * i + c] * (t * t));
         }
-        blur_su_ridotta(alone[c], q.larghezza, q.altezza, raggio_di(q, 0.035, 3),
-                        std::max(2, q.riduzione));
+        blur_su_ridotta(alone[c], q.larghezza, q.altezza, raggio, std::max(2, q.riduzione));
     }
     return alone;
+}
+
+void applica_enhance(Quadro& q, float quantita)
+{
+    dettagli(q, quantita, arrotonda(0.012 * q.lato_max), 2.0f);
+}
+
+void applica_pelle(Quadro& q, float quantita)
+{
+    dettagli(q, quantita, arrotonda(0.007 * q.lato_max), -1.6f);
 }
 
 void applica_halation(Quadro& q, float quantita)
 {
     constexpr float PESI[3] = {1.0f, 0.36f, 0.12f};
-    alone(
-        q, 0.018, 2, [](float l) { return unico::potenza(rampa(l, 0.62f, 0.38f), 1.6f); },
-        [&](float m, std::size_t c) { return PESI[c] * (m * quantita); });
+    Campioni m = maschera(q, [](float l) { return unico::potenza(rampa(l, 0.62f, 0.38f), 1.6f); });
+    blur_su_ridotta(m, q.larghezza, q.altezza, std::max(2, arrotonda(0.018 * q.lato_max)),
+                    q.riduzione);
+    stendi(q, [&](std::size_t i, std::size_t c) {
+        return std::min(PESI[c] * (m[i] * quantita), 1.0f);
+    });
 }
 
 void applica_bloom(Quadro& q, float quantita)
 {
+    Campioni m = maschera(q, [](float l) {
+        const float t = rampa(l, 0.72f, 0.28f);
+        return l * t * t;
+    });
+    blur_su_ridotta(m, q.larghezza, q.altezza, std::max(1, arrotonda(0.01 * q.lato_max)),
+                    q.riduzione);
     const Campioni prima = q.luma;
-    alone(
-        q, 0.01, 1,
-        [](float l) {
-            const float t = rampa(l, 0.72f, 0.28f);
-            return l * t * t;
-        },
-        [&](float m, std::size_t) { return quantita * m; });
+    stendi(q, [&](std::size_t i, std::size_t) { return std::min(quantita * m[i], 1.0f); });
     q.luma = prima;  // it stays that of the picture before the glow
 }
 
@@ -292,8 +293,8 @@ void applica_streak(Quadro& q, float quantita)
         const float t = rampa(l, 0.8f, 0.2f);
         return t * t * l;
     });
-    blur_su_copia(m, q.larghezza, q.altezza, std::max(4, arrotonda(0.1 * q.larghezza)), q.riduzione,
-                  false);
+    const int raggio_streak = std::max(4, arrotonda(0.1 * q.larghezza));
+    blur_su_copia(m, q.larghezza, q.altezza, raggio_streak, q.riduzione, false);
     stendi(q, [&](std::size_t i, std::size_t c) {
         return PESI[c] * std::min(m[i] * quantita * 2.2f, 1.0f);
     });
@@ -301,7 +302,8 @@ void applica_streak(Quadro& q, float quantita)
 
 void applica_promist(Quadro& q, float quantita)
 {
-    const auto alone = aloni(q, 0.45f, 0.55f);
+    const int raggio_promist = std::max(3, arrotonda(0.035 * q.lato_max));
+    const auto alone = aloni(q, 0.45f, 0.55f, raggio_promist);
     stendi(q, [&](std::size_t i, std::size_t c) {
         return std::min(alone[c][i] * quantita * 1.5f, 1.0f);
     });
@@ -318,8 +320,14 @@ void applica_stella(Quadro& q, float quantita, int punte)
     const Campioni ridotta = riduci(m, w2, h2, q.riduzione);
     Campioni accumulo(ridotta.size(), 0.0f);
 
-    const int direzioni = punte >= 8 ? 4 : punte >= 6 ? 3 : 2;
-    const float angolo0 = punte == 4 ? 0.7853982f : 0.0f;
+    int direzioni = 2;
+    float angolo0 = 0.0f;
+    if (punte == 4)
+        angolo0 = 0.7853982f;
+    else if (punte >= 8)
+        direzioni = 4;
+    else if (punte >= 6)
+        direzioni = 3;
     const int mezza_lunghezza = std::max(3, arrotonda(q.larghezza * 0.09 / q.riduzione));
     const auto peso = [&](int k) {
         return 1.0f - static_cast<float>(std::abs(k)) / static_cast<float>(mezza_lunghezza + 1);
@@ -333,17 +341,20 @@ void applica_stella(Quadro& q, float quantita, int punte)
         float peso_totale = 0.0f;
         for (int k = -mezza_lunghezza; k <= mezza_lunghezza; ++k)
             peso_totale = peso_totale + peso(k);
-        for (int i = 0; i < w2 * h2; ++i) {
-            float somma = 0.0f;
-            for (int k = -mezza_lunghezza; k <= mezza_lunghezza; ++k) {
-                const float fk = static_cast<float>(k);
-                const int px = i % w2 + static_cast<int>(std::lround(fk * coseno));
-                const int py = i / w2 + static_cast<int>(std::lround(fk * seno));
-                if (px >= 0 && px < w2 && py >= 0 && py < h2)
+        for (int y = 0; y < h2; ++y) {
+            for (int x = 0; x < w2; ++x) {
+                float somma = 0.0f;
+                for (int k = -mezza_lunghezza; k <= mezza_lunghezza; ++k) {
+                    const float fk = static_cast<float>(k);
+                    const int px = x + static_cast<int>(std::lround(fk * coseno));
+                    const int py = y + static_cast<int>(std::lround(fk * seno));
+                    if (px < 0 || px >= w2 || py < 0 || py >= h2)
+                        continue;
                     somma = somma + peso(k) * ridotta[indice(w2, px, py)];
+                }
+                float& a = accumulo[indice(w2, x, y)];
+                a = a + somma / peso_totale;
             }
-            float& a = accumulo[static_cast<std::size_t>(i)];
-            a = a + somma / peso_totale;
         }
     }
 
@@ -356,31 +367,38 @@ void applica_stella(Quadro& q, float quantita, int punte)
 
 void applica_mistw(Quadro& q, float quantita)
 {
+    const int raggio_mistw = std::max(3, arrotonda(0.035 * q.lato_max));
     Campioni velo = q.luma;
-    blur_su_ridotta(velo, q.larghezza, q.altezza, raggio_di(q, 0.035, 3), std::max(2, q.riduzione));
+    blur_su_ridotta(velo, q.larghezza, q.altezza, raggio_mistw, std::max(2, q.riduzione));
     double somma = 0.0;
     for (const float l : q.luma)
         somma += static_cast<double>(l);
     const float media = static_cast<float>(somma / static_cast<double>(pixel(q)));
-    const auto alone = aloni(q, 0.35f, 0.65f);
-    for (std::size_t i = 0; i < 3 * pixel(q); ++i) {
-        const float h = std::min(alone[i % 3][i / 3] * quantita * 1.3f, 1.0f);
-        const float s = schermo(q.img[i], h);
-        const float v = quantita * 0.22f * (velo[i / 3] * 0.5f + media * 0.5f);
-        q.img[i] = tieni(s + v * (1.0f - s));
+    for (float& v : velo)
+        v = v * 0.5f + media * 0.5f;
+
+    const auto alone = aloni(q, 0.35f, 0.65f, raggio_mistw);
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            const float h = std::min(alone[c][i] * quantita * 1.3f, 1.0f);
+            const float s = 1.0f - (1.0f - h) * (1.0f - q.img[3 * i + c]);
+            const float v = quantita * 0.22f * velo[i];
+            const float d = s + v * (1.0f - s);
+            q.img[3 * i + c] = tieni(d);
+        }
     }
     aggiorna_luma(q);
 }
 
 void applica_glimmer(Quadro& q, float quantita)
 {
-    alone(
-        q, 0.008, 2,
-        [](float l) {
-            const float t = (l - 0.55f) / 0.45f;
-            return !(t > 0.0f) ? 0.0f : t >= 1.0f ? l : l * t;
-        },
-        [&](float m, std::size_t) { return m * quantita * 1.4f; });
+    Campioni m = maschera(q, [](float l) {
+        const float t = (l - 0.55f) / 0.45f;
+        return !(t > 0.0f) ? 0.0f : t >= 1.0f ? l : l * t;
+    });
+    const int raggio_glimmer = std::max(2, arrotonda(0.008 * q.lato_max));
+    blur_su_ridotta(m, q.larghezza, q.altezza, raggio_glimmer, q.riduzione);
+    stendi(q, [&](std::size_t i, std::size_t) { return std::min(m[i] * quantita * 1.4f, 1.0f); });
 }
 
 void applica_aberrazione(Quadro& q, float quantita)
@@ -390,46 +408,54 @@ void applica_aberrazione(Quadro& q, float quantita)
     const float H = static_cast<float>(q.altezza);
     const float cx = W * 0.5f;
     const float cy = H * 0.5f;
-    per_pixel(q, [&](int x, int y, float* rgb) {
-        const float dx = static_cast<float>(x) - cx;
-        const float dy = static_cast<float>(y) - cy;
-        const float nx = dx / cx;
-        const float ny = dy / cy;
-        const float k = (nx * nx + ny * ny) * (quantita * 0.008f);
-        const auto presa = [&](float a, std::size_t c) {
-            // In this order not-a-number counts as 0.
-            const float sx = std::min(std::max(0.0f, dx * a + cx), W - 1.001f);
-            const float sy = std::min(std::max(0.0f, dy * a + cy), H - 1.001f);
-            const int ix = static_cast<int>(sx);
-            const int iy = static_cast<int>(sy);
-            const auto riga = [&](int py) {
-                const auto C = [&](int px) {
+    const float lx = W - 1.001f;
+    const float ly = H - 1.001f;
+    for (int y = 0; y < q.altezza; ++y) {
+        for (int x = 0; x < q.larghezza; ++x) {
+            const float dx = static_cast<float>(x) - cx;
+            const float dy = static_cast<float>(y) - cy;
+            const float nx = dx / cx;
+            const float ny = dy / cy;
+            const float k = (nx * nx + ny * ny) * (quantita * 0.008f);
+            const auto presa = [&](float a, int c) {
+                // In this order not-a-number counts as 0.
+                const float sx = std::min(std::max(0.0f, dx * a + cx), lx);
+                const float sy = std::min(std::max(0.0f, dy * a + cy), ly);
+                const int ix = static_cast<int>(sx);
+                const int iy = static_cast<int>(sy);
+                const float tx = sx - static_cast<float>(ix);
+                const float ty = sy - static_cast<float>(iy);
+                const auto C = [&](int px, int py) {
                     // Inside also where a side is 1 and the limits lie below 0.
                     return copia[3 * indice(q.larghezza, std::min(px, q.larghezza - 1),
                                             std::min(py, q.altezza - 1)) +
-                                 c];
+                                 static_cast<std::size_t>(c)];
                 };
-                return mescola(C(ix), C(ix + 1), sx - static_cast<float>(ix));
+                return mescola(mescola(C(ix, iy), C(ix + 1, iy), tx),
+                               mescola(C(ix, iy + 1), C(ix + 1, iy + 1), tx), ty);
             };
-            return mescola(riga(iy), riga(iy + 1), sy - static_cast<float>(iy));
-        };
-        rgb[0] = presa(1.0f - k, 0);
-        rgb[2] = presa(1.0f + k, 2);
-    });
+            float* rgb = &q.img[3 * indice(q.larghezza, x, y)];
+            rgb[0] = presa(1.0f - k, 0);
+            rgb[2] = presa(1.0f + k, 2);
+        }
+    }
 }
 
 }  // namespace
 
 Campioni vignetta_mask(int larghezza, int altezza)
 {
-    Campioni m;
+    Campioni m(static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza), 0.0f);
     const float cx = static_cast<float>(larghezza) * 0.5f;
     const float cy = static_cast<float>(altezza) * 0.5f;
-    for (int i = 0; i < larghezza * altezza; ++i) {
-        const float nx = (static_cast<float>(i % larghezza) - cx) / cx;
-        const float ny = (static_cast<float>(i / larghezza) - cy) / cy;
-        const float d = std::sqrt(nx * nx + ny * ny) / 1.4142135f;
-        m.push_back(unico::potenza(rampa(d, 0.78f, 0.22f), 2.2f));
+    for (int y = 0; y < altezza; ++y) {
+        const float ny = (static_cast<float>(y) - cy) / cy;
+        const float a = ny * ny;
+        for (int x = 0; x < larghezza; ++x) {
+            const float nx = (static_cast<float>(x) - cx) / cx;
+            const float d = std::sqrt(nx * nx + a) / 1.4142135f;
+            m[indice(larghezza, x, y)] = unico::potenza(rampa(d, 0.78f, 0.22f), 2.2f);
+        }
     }
     return m;
 }
@@ -455,8 +481,11 @@ void applica_vignetta(Quadro& q, float quantita)
         larghezza = q.larghezza;
         altezza = q.altezza;
     }
-    for (std::size_t i = 0; i < 3 * pixel(q); ++i)
-        q.img[i] = tieni(q.img[i] * (1.0f - m[i / 3] * quantita));
+    for (std::size_t i = 0; i < pixel(q); ++i) {
+        const float k = 1.0f - m[i] * quantita;
+        for (std::size_t c = 0; c < 3; ++c)
+            q.img[3 * i + c] = tieni(q.img[3 * i + c] * k);
+    }
 }
 
 void applica_grana(Quadro& q, float quantita, std::int32_t fotogramma)
@@ -464,19 +493,25 @@ void applica_grana(Quadro& q, float quantita, std::int32_t fotogramma)
     const int lg = (q.larghezza + 1) / 2;
     const int ag = (q.altezza + 1) / 2;
     const auto f = static_cast<std::uint32_t>(fotogramma);
-    Campioni rumore;
-    for (int i = 0; i < lg * ag; ++i) {
-        const auto x = static_cast<std::uint32_t>(i % lg);
-        const auto y = static_cast<std::uint32_t>(i / lg);
-        rumore.push_back(hash_grana(x, y, f) + hash_grana(x + 7919u, y + 104729u, f) - 1.0f);
+    Campioni rumore(static_cast<std::size_t>(lg) * static_cast<std::size_t>(ag), 0.0f);
+    for (int y = 0; y < ag; ++y) {
+        for (int x = 0; x < lg; ++x) {
+            const auto ux = static_cast<std::uint32_t>(x);
+            const auto uy = static_cast<std::uint32_t>(y);
+            rumore[indice(lg, x, y)] =
+                hash_grana(ux, uy, f) + hash_grana(ux + 7919u, uy + 104729u, f) - 1.0f;
+        }
     }
-    per_pixel(q, [&](int x, int y, float* rgb) {
-        const float n = ingrandisci(rumore, lg, ag, x, y, 2);
-        const float l = luma_pixel(rgb);
-        const float d = n * quantita * 0.14f * (l * (1.0f - l) * 4.0f);
-        for (int c = 0; c < 3; ++c)
-            rgb[c] = tieni(rgb[c] + d);
-    });
+    for (int y = 0; y < q.altezza; ++y) {
+        for (int x = 0; x < q.larghezza; ++x) {
+            const float n = ingrandisci(rumore, lg, ag, x, y, 2);
+            float* rgb = &q.img[3 * indice(q.larghezza, x, y)];
+            const float l = luma_pixel(rgb);
+            const float d = n * quantita * 0.14f * (l * (1.0f - l) * 4.0f);
+            for (int c = 0; c < 3; ++c)
+                rgb[c] = tieni(rgb[c] + d);
+        }
+    }
 }
 
 }  // namespace
@@ -490,8 +525,8 @@ void applica_fx(Campioni& img, int larghezza, int altezza, const FxRicetta& r, i
         if (quantita > 0.0f)
             applica(q, quantita, altro...);
     };
-    effetto(r.enhance, dettagli, 0.012, 2.0f);
-    effetto(r.pelle, dettagli, 0.007, -1.6f);
+    effetto(r.enhance, applica_enhance);
+    effetto(r.pelle, applica_pelle);
     effetto(r.halation, applica_halation);
     effetto(r.bloom, applica_bloom);
     effetto(r.streak, applica_streak);
