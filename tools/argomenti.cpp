@@ -2,7 +2,7 @@
 #include "tools/argomenti.h"
 
 #include "tools/errore.h"
-#include "tools/formati.h"
+#include "tools/quadri/formati.h"
 
 #include <OpenImageIO/strutil.h>
 

@@ -1,9 +1,9 @@
 // The command line: options, help, and which sub-command runs.
 #include "tools/argomenti.h"
-#include "tools/comandi.h"
+#include "tools/comandi/comandi.h"
 #include "tools/messaggi.h"
-#include "tools/sequenza.h"
-#include "tools/uscita.h"
+#include "tools/quadri/sequenza.h"
+#include "tools/quadri/uscita.h"
 
 #include <CLI/CLI.hpp>
 

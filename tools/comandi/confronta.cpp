@@ -1,0 +1,178 @@
+// provino confronta: two pictures or sequences, compared.
+#include "tools/argomenti.h"
+#include "tools/comandi/comandi.h"
+#include "tools/messaggi.h"
+#include "tools/quadri/sequenza.h"
+#include "tools/quadri/uscita.h"
+
+#include <OpenImageIO/strutil.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+namespace varno::provino {
+namespace {
+
+struct Differenza {
+    double massima = 0.0;            // infinite where one value is no number and the other is
+    std::size_t dove = 0;            // index of the float that differs most
+    std::uint64_t ulp = 0;           // the most steps of a 32-bit float between two values
+    std::uint64_t diversi = 0;       // values that differ
+    double errore_quadratico = 0.0;  // mean
+};
+
+// Floats in the order of their values as integers, both zeros at 0.
+std::int64_t gradino(float v)
+{
+    const auto bit = std::bit_cast<std::int32_t>(v);
+    return bit >= 0 ? bit : std::int64_t{std::numeric_limits<std::int32_t>::min()} - bit;
+}
+
+Differenza misura_differenza(const Foto& a, const Foto& b)
+{
+    Differenza d;
+    const bool alfa = a.alfa || b.alfa;
+    std::uint64_t quanti = 0;
+    for (std::size_t i = 0; i < quanti_float(a); ++i) {
+        if (i % 4 == 3 && !alfa)
+            continue;
+        ++quanti;
+        const float x = a.rgba[i];
+        const float y = b.rgba[i];
+        if (x == y || (std::isnan(x) && std::isnan(y)))
+            continue;
+        ++d.diversi;
+        const bool numeri = std::isfinite(x) && std::isfinite(y);
+        const double scarto = numeri ? std::abs(static_cast<double>(x) - static_cast<double>(y))
+                                     : std::numeric_limits<double>::infinity();
+        d.errore_quadratico += scarto * scarto;
+        if (scarto > d.massima) {
+            d.massima = scarto;
+            d.dove = i;
+        }
+        if (numeri)
+            d.ulp = std::max(d.ulp, static_cast<std::uint64_t>(std::abs(gradino(x) - gradino(y))));
+    }
+    d.errore_quadratico /= static_cast<double>(std::max<std::uint64_t>(quanti, 1));
+    return d;
+}
+
+// A on the left, B on the right, a white line of a few pixels between.
+Foto affianca(const Foto& a, const Foto& b)
+{
+    Foto f = foto_nuova(a.larghezza, a.altezza);
+    f.colore = a.testata.get_string_attribute("oiio:ColorSpace", DATI);
+    const int meta = a.larghezza / 2;
+    const int linea = a.larghezza > 8 ? std::max(1, a.larghezza / 960) : 0;
+    for (std::size_t i = 0; i < quanti_float(f); ++i) {
+        const int x = static_cast<int>(i / 4 % static_cast<std::size_t>(a.larghezza));
+        const bool bianco = i % 4 == 3 || (x >= meta - linea && x < meta + linea);
+        f.rgba[i] = bianco ? 1.0f : (x < meta ? a : b).rgba[i];
+    }
+    return f;
+}
+
+// How far red, green and blue are apart; where one is no number, white.
+Foto scarto(const Foto& a, const Foto& b, float guadagno)
+{
+    Foto f = foto_nuova(a.larghezza, a.altezza);
+    f.colore = DATI;
+    for (std::size_t i = 0; i < quanti_float(f); ++i) {
+        const float d = std::abs(a.rgba[i] - b.rgba[i]) * guadagno;
+        f.rgba[i] = i % 4 == 3 || !std::isfinite(d) ? 1.0f : d;
+    }
+    return f;
+}
+
+void stampa(const Opzioni& o, const std::string& davanti, const Foto& a, const Differenza& d)
+{
+    constexpr const char* CANALI[] = {"R", "G", "B", "A"};
+    const double psnr = d.errore_quadratico > 0.0 ? -10.0 * std::log10(d.errore_quadratico)
+                                                  : std::numeric_limits<double>::infinity();
+    const std::size_t x = d.dove / 4 % static_cast<std::size_t>(a.larghezza);
+    const std::size_t y = d.dove / 4 / static_cast<std::size_t>(a.larghezza);
+    if (o.json) {
+        // JSON has no infinity: null stands for it.
+        nlohmann::json j = {{"equal", d.diversi == 0},
+                            {"passes", d.massima <= o.limite},
+                            {"largest", d.massima},
+                            {"x", x},
+                            {"y", y},
+                            {"channel", CANALI[d.dove % 4]},
+                            {"ulp", d.ulp},
+                            {"values_that_differ", d.diversi},
+                            {"psnr_db", psnr}};
+        if (!davanti.empty())
+            j["in"] = davanti;
+        return riga(j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    }
+    const std::string capo = davanti.empty() ? "" : davanti + ": ";
+    if (d.diversi == 0)
+        return riga(capo + "equal: every value of both pictures is the same");
+    riga(OIIO::Strutil::sprintf("%slargest difference %s at x %d, y %d in %s, %d float steps at "
+                                "most, %d values differ, PSNR %s dB",
+                                capo, testo_di(d.massima), x, y, CANALI[d.dove % 4], d.ulp,
+                                d.diversi, testo_di(std::round(psnr * 100.0) / 100.0)));
+}
+
+// Two pictures; `davanti` names them where they are two of many. Returns whether they pass.
+bool confronta(const Opzioni& o, const std::string& nome_a, const std::string& nome_b,
+               const std::string& differenza, const std::string& davanti)
+{
+    const Foto a = leggi_foto(nome_a);
+    const Foto b = leggi_foto(nome_b);
+    if (a.larghezza != b.larghezza || a.altezza != b.altezza)
+        fallisci(OIIO::Strutil::sprintf("the sizes differ: '%s' has %dx%d, '%s' has %dx%d", nome_a,
+                                        a.larghezza, a.altezza, nome_b, b.larghezza, b.altezza));
+    const Differenza d = misura_differenza(a, b);
+    stampa(o, davanti, a, d);
+    if (!o.affiancati.empty())
+        scrivi_foto(o.affiancati, affianca(a, b), o.scrittura);
+    if (!differenza.empty())
+        scrivi_foto(differenza, scarto(a, b, static_cast<float>(o.guadagno)), o.scrittura);
+    return d.massima <= o.limite;
+}
+
+void confronta_sequenze(const Opzioni& o, const Modello& a, const Modello& b)
+{
+    const std::vector<long long> numeri = fotogrammi_esistenti(a);
+    if (numeri.empty() || numeri != fotogrammi_esistenti(b))
+        fallisci(numeri.empty() ? "no file is named like " + tra_apici(o.ingresso)
+                                : "the frames of " + tra_apici(o.ingresso) + " and of " +
+                                      tra_apici(o.altro) + " have not the same numbers");
+    const auto differenza = modello_in(o.differenza);
+    if (!o.affiancati.empty() || (!o.differenza.empty() && !differenza))
+        rifiuta("of sequences --difference takes a name with #### in it, and --split none");
+    std::string diversi;
+    for (const long long n : numeri)
+        if (!confronta(o, nome_al(a, n), nome_al(b, n), differenza ? nome_al(*differenza, n) : "",
+                       nome_al(a, n)))
+            diversi += " " + std::to_string(n);
+    if (!diversi.empty())
+        fallisci("frames differ by more than the limit of " + testo_di(o.limite) + ": " +
+                 in_una_riga(diversi));
+}
+
+}  // namespace
+
+void comando_confronta(const Opzioni& o)
+{
+    for (const std::string& uscita : {o.affiancati, o.differenza})
+        if (!uscita.empty()) {
+            controlla_scrittura(uscita, o.scrittura);
+            controlla_uscita(uscita, o.scrittura.sovrascrivi);
+        }
+    const auto a = modello_letto(o.ingresso);
+    const auto b = modello_letto(o.altro);
+    if (a && b)
+        confronta_sequenze(o, *a, *b);
+    else if (!confronta(o, o.ingresso, o.altro, o.differenza, ""))
+        fallisci("the pictures differ by more than the limit of " + testo_di(o.limite));
+}
+
+}  // namespace varno::provino

@@ -1,0 +1,147 @@
+// provino lut: the grade as a .cube file.
+#include "tools/argomenti.h"
+#include "tools/comandi/comandi.h"
+#include "tools/messaggi.h"
+#include "tools/quadri/uscita.h"
+#include "tools/scena/scena.h"
+
+#include <OpenImageIO/strutil.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <filesystem>
+
+namespace varno::provino {
+namespace {
+
+// A picture whose pixels are the grid points: one row a green-blue pair.
+Foto griglia(int lato)
+{
+    Foto f = foto_nuova(lato, lato * lato);
+    float* p = f.rgba.get();
+    const auto passo = [lato](int i) {
+        return static_cast<float>(static_cast<double>(i) / (lato - 1));
+    };
+    for (int b = 0; b < lato; ++b)
+        for (int g = 0; g < lato; ++g)
+            for (int r = 0; r < lato; ++r, p += 4) {
+                p[0] = passo(r);
+                p[1] = passo(g);
+                p[2] = passo(b);
+                p[3] = 1.0f;
+            }
+    return f;
+}
+
+// What a grading program makes of the cube: trilinear, held to its edges.
+std::array<double, 3> campiona(const Foto& cubo, int lato, const float* codice)
+{
+    std::array<double, 3> somma{};
+    for (int angolo = 0; angolo < 8; ++angolo) {
+        double peso = 1.0;
+        std::size_t punto = 0;
+        for (int c = 2; c >= 0; --c) {
+            const double p = std::clamp(static_cast<double>(codice[c]), 0.0, 1.0) * (lato - 1);
+            const int sotto = std::min(static_cast<int>(p), lato - 2);
+            const int sopra = angolo >> c & 1;
+            peso *= sopra != 0 ? p - sotto : 1.0 - (p - sotto);
+            punto =
+                punto * static_cast<std::size_t>(lato) + static_cast<std::size_t>(sotto + sopra);
+        }
+        for (std::size_t c = 0; c < 3; ++c)
+            somma[c] += peso * static_cast<double>(cubo.rgba[4 * punto + c]);
+    }
+    return somma;
+}
+
+std::string testo_cubo(const Foto& cubo, int lato, const std::string& ingresso,
+                       const std::string& titolo, const std::string& impostazioni)
+{
+    std::string s = "# Varno Color, the grade without effects\n"
+                    "# Input: code values of " +
+                    ingresso +
+                    ", full range, 0 to 1\n"
+                    "# Output: Rec.709 primaries, display-encoded with gamma 2.4, 0 to 1\n"
+                    "# Settings: " +
+                    impostazioni + "\nTITLE \"" + titolo + "\"\nLUT_3D_SIZE " +
+                    std::to_string(lato) +
+                    "\nDOMAIN_MIN 0 0 0\nDOMAIN_MAX 1 1 1\n"
+                    "# red fastest, then green, then blue\n";
+    for (std::size_t p = 0; p < quanti_float(cubo); p += 4) {
+        const float* v = &cubo.rgba[p];
+        for (int c = 0; c < 3; ++c)
+            s += testo_di(accorcia(static_cast<double>(v[c]))) + (c < 2 ? ' ' : '\n');
+    }
+    return s;
+}
+
+// The log format and, where one belongs to it, the gamut, as the plug-in words them.
+std::string nome_ingresso(const Plugin& plugin, const banco::Istanza& i)
+{
+    const auto opzione = [&](const char* nome) {
+        return scrivi_valore(trova_parametro(plugin, nome), banco::valore(i, nome));
+    };
+    std::string s = opzione("formato");
+    for (const char* scelta : {"cs_sony3", "cs_sony2", "cs_canon", "cs_apple"})
+        if (!banco::nascosto(i, scelta))
+            s += " / " + opzione(scelta);
+    return s;
+}
+
+// The look, the input, and what else of the grade is not as the plug-in has it from the start.
+std::string titolo(const Plugin& plugin, const banco::Istanza& i)
+{
+    std::string s =
+        "Varno Color: " + scrivi_valore(trova_parametro(plugin, "look"), banco::valore(i, "look")) +
+        ", " + nome_ingresso(plugin, i);
+    for (const banco::Parametro& p : plugin.parametri) {
+        const double v = banco::valore(i, p.nome);
+        if (p.opzioni.empty() && !di_effetto(plugin, p) && v != p.predefinito)
+            s += ", " + p.nome + " " + scrivi_valore(p, accorcia(v));
+    }
+    return s;
+}
+
+}  // namespace
+
+void comando_lut(const Opzioni& o)
+{
+    if (std::filesystem::path(o.uscita).extension() != ".cube")
+        rifiuta(tra_apici(o.uscita) + " must end in .cube");
+    const double tempo = o.tempo.value_or(0.0);
+    Plugin plugin = carica_plugin(o.plugin);
+    const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
+    controlla_uscita(o.uscita, o.scrittura.sovrascrivi);
+    const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
+    const std::string impostazioni = in_json(plugin, *istanza, imp, true);
+    for (const Effetto& e : effetti(plugin))
+        banco::imposta(*istanza, e.interruttore.nome, 0.0);
+
+    riga("plug-in " + plugin.file);
+    avvisa_nulla_di_fatto(plugin, *istanza, imp);
+    const Foto cubo = rendi_foto(*istanza, griglia(o.lato), tempo);
+    scrivi_testo(o.uscita, o.scrittura.sovrascrivi,
+                 testo_cubo(cubo, o.lato, nome_ingresso(plugin, *istanza), titolo(plugin, *istanza),
+                            impostazioni));
+
+    const Foto scena = disegna_scena(960, 540);
+    const Foto vera = rendi_foto(*istanza, scena, tempo);
+    double massimo = 0.0;
+    double somma = 0.0;
+    for (std::size_t p = 0; p < quanti_float(scena); p += 4) {
+        const auto c = campiona(cubo, o.lato, &scena.rgba[p]);
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double d = std::abs(c[k] - static_cast<double>(vera.rgba[p + k]));
+            massimo = std::max(massimo, d);
+            somma += d;
+        }
+    }
+    riga(OIIO::Strutil::sprintf("%s: %d points an axis; on the test scene at most %.3g off the "
+                                "plug-in, %.3g on average",
+                                o.uscita, o.lato, massimo,
+                                somma / (static_cast<double>(quanti_float(scena)) * 0.75)));
+}
+
+}  // namespace varno::provino

@@ -1,0 +1,66 @@
+// provino parametri: what the plug-in declares.
+#include "tools/comandi/comandi.h"
+
+#include "tools/argomenti.h"
+#include "tools/messaggi.h"
+
+#include <OpenImageIO/strutil.h>
+#include <nlohmann/json.hpp>
+
+namespace varno::provino {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+const char* genere(const banco::Parametro& p)
+{
+    if (p.tipo == "OfxParamTypeChoice")
+        return "choice";
+    return p.tipo == "OfxParamTypeBoolean" ? "switch" : "number";
+}
+
+Json in_json(const banco::Parametro& p)
+{
+    Json j = {{"name", p.nome}, {"label", p.etichetta}, {"kind", genere(p)}};
+    if (p.tipo == "OfxParamTypeDouble")
+        j.update({{"minimum", accorcia(p.minimo)},
+                  {"maximum", accorcia(p.massimo)},
+                  {"default", accorcia(p.predefinito)}});
+    else if (p.opzioni.empty())
+        j["default"] = p.predefinito != 0.0;
+    else
+        j.update({{"default", static_cast<int>(p.predefinito)}, {"options", p.opzioni}});
+    if (!p.hint.empty())
+        j["hint"] = p.hint;
+    return j;
+}
+
+void stampa(const banco::Parametro& p)
+{
+    std::string s = OIIO::Strutil::sprintf("%-12s %-22s %-7s", p.nome, p.etichetta, genere(p));
+    if (p.tipo == "OfxParamTypeDouble")
+        s += testo_di(p.minimo) + " to " + testo_di(p.massimo) + ", ";
+    riga(s + "default " + scrivi_valore(p, p.predefinito));
+    for (std::size_t i = 0; i < p.opzioni.size(); ++i)
+        riga(std::string(13, ' ') + std::to_string(i) + " = " + p.opzioni[i]);
+    if (!p.hint.empty())
+        riga(std::string(13, ' ') + p.hint);
+}
+
+}  // namespace
+
+void comando_parametri(const Opzioni& o)
+{
+    const Plugin plugin = carica_plugin(o.plugin);
+    if (o.json) {
+        Json j = {{"plugin", plugin.file}};
+        for (const banco::Parametro& p : plugin.parametri)
+            j["parameters"].push_back(in_json(p));
+        return riga(j.dump(2));
+    }
+    riga("plug-in " + plugin.file);
+    for (const banco::Parametro& p : plugin.parametri)
+        stampa(p);
+}
+
+}  // namespace varno::provino

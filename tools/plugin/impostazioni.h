@@ -1,0 +1,57 @@
+// The plug-in's parameters as text: from options, files and metadata, to instances.
+#pragma once
+
+#include "tools/plugin/plugin.h"
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace varno::provino {
+
+/// What the command line says of the parameters.
+struct OpzioniParametri {
+    std::vector<std::string> valori;  // "name=value"
+    std::vector<std::string> chiavi;  // "name@time=value"
+    std::string da_file;              // settings as JSON
+    std::string da_foto;              // a picture that carries them
+};
+
+/// Settings ready for an instance.
+struct Impostazioni {
+    std::map<std::string, double> salvate;  // as a host loads a project: nothing follows from them
+    std::vector<std::pair<std::string, double>>
+        modifiche;  // as by hand, in order: a look loads its recipe
+    std::map<std::string, std::vector<std::pair<double, double>>> chiavi;  // time and value
+};
+
+/// How a person writes a value: an option by its text, a switch as on or off.
+std::string scrivi_valore(const banco::Parametro& p, double valore);
+
+/// Throws Errore for unknown names, bad values and unreadable settings.
+Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o);
+
+/// An instance that stands at the settings.
+banco::IstanzaPtr istanza_con(Plugin& plugin, const Impostazioni& imp);
+
+/// The parameters of an effect, which stay the plug-in's.
+struct Effetto {
+    const banco::Parametro &interruttore, &quantita;
+};
+std::vector<Effetto> effetti(const Plugin& plugin);
+bool di_effetto(const Plugin& plugin, const banco::Parametro& p);
+
+/// Switches all effects off, also where keys switch them on.
+void spegni_effetti(const Plugin& plugin, Impostazioni& imp);
+
+/// The instance's values and the keys as JSON; in one line where compact.
+std::string in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp,
+                    bool compatto);
+
+/// Notes on what was given and does nothing: an amount while its effect is off, what a look behind
+/// it overwrites, the colour space of another log format.
+void avvisa_nulla_di_fatto(const Plugin& plugin, const banco::Istanza& istanza,
+                           const Impostazioni& imp);
+
+}  // namespace varno::provino

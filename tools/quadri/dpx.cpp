@@ -1,0 +1,153 @@
+// DPX files, as far as the reader behind OpenImageIO has to be helped.
+#include "tools/quadri/dpx.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+
+namespace varno::provino {
+namespace {
+
+constexpr std::size_t TESTATA = 2048;
+constexpr std::size_t GENERICA = 1664;  // without film and television
+constexpr std::size_t PRIMO_ELEMENTO = 780;
+constexpr std::size_t LUNGO_ELEMENTO = 72;
+constexpr std::uint32_t INDEFINITO = 0xffffffff;
+
+bool piccolo_prima(Byte d)
+{
+    return d[0] == 'X';
+}
+std::uint32_t u32(Byte d, std::size_t p)
+{
+    return numero(d, p, 4, piccolo_prima(d));
+}
+std::uint32_t u16(Byte d, std::size_t p)
+{
+    return numero(d, p, 2, piccolo_prima(d));
+}
+
+struct Elemento {
+    unsigned bit = 0, componenti = 0;
+    std::uint32_t imballo = 0, codifica = 0;
+    std::uint64_t inizio = 0;
+    std::uint32_t dopo_riga = 0, dopo_immagine = 0;  // bytes
+};
+
+// Single planes, RGB, RGBA, ABGR and the four forms of CbYCr; none for any other descriptor.
+unsigned componenti(unsigned descrittore)
+{
+    static const std::map<unsigned, unsigned> TUTTI = {
+        {1, 1},  {2, 1},  {3, 1},   {4, 1},   {6, 1},   {50, 3},
+        {51, 4}, {52, 4}, {100, 2}, {101, 3}, {102, 3}, {103, 4},
+    };
+    const auto quale = TUTTI.find(descrittore);
+    return quale == TUTTI.end() ? 0 : quale->second;
+}
+
+Elemento elemento(Byte d, std::size_t quale)
+{
+    const std::size_t qui = PRIMO_ELEMENTO + LUNGO_ELEMENTO * quale;
+    const auto o_niente = [](std::uint32_t n) { return n == INDEFINITO ? 0u : n; };
+    Elemento e;
+    e.componenti = componenti(d[qui + 20]);
+    e.bit = d[qui + 23];
+    e.imballo = u16(d, qui + 24);
+    e.codifica = u16(d, qui + 26);
+    const std::uint32_t inizio = o_niente(u32(d, qui + 28));
+    e.inizio = inizio == 0 ? u32(d, 4) : inizio;
+    e.dopo_riga = o_niente(u32(d, qui + 32));
+    e.dopo_immagine = o_niente(u32(d, qui + 36));
+    return e;
+}
+
+void controlla_elemento(Byte d, const Elemento& e, std::uint64_t pixel, const std::string& nome)
+{
+    constexpr unsigned BIT[] = {8, 10, 12, 16, 32, 64};
+    if (e.componenti == 0)
+        guasto(Formato::dpx, nome, "kind of element");
+    if (std::ranges::count(BIT, e.bit) == 0)
+        guasto(Formato::dpx, nome, "bit depth");
+    if (e.imballo > 2)
+        guasto(Formato::dpx, nome, "packing");
+    if (e.codifica != 0)
+        fallisci(tra_apici(nome) +
+                 " is a run-length coded DPX, which is not read: save it uncompressed");
+    if (e.dopo_riga > d.size() || e.dopo_immagine > d.size())
+        guasto(Formato::dpx, nome, "padding");
+    // The least that the pixels can take, as if lines ran on without a gap.
+    const std::uint64_t campioni = pixel * e.componenti;
+    std::uint64_t byte = (campioni * e.bit + 7) / 8;
+    if (e.imballo != 0 && e.bit == 10)
+        byte = campioni / 3 * 4;
+    if (e.imballo != 0 && e.bit == 12)
+        byte = campioni * 2;
+    if (e.inizio < GENERICA || e.inizio + byte > d.size())
+        tronco(Formato::dpx, nome);
+}
+
+void controlla(Byte d, const std::string& nome)
+{
+    if (d.size() < GENERICA)
+        tronco(Formato::dpx, nome);
+    const std::uint32_t utente = u32(d, 32);
+    if (utente != INDEFINITO && utente > d.size() - GENERICA)
+        guasto(Formato::dpx, nome, "length of user data");
+    const std::uint32_t elementi = u16(d, 770);
+    if (elementi < 1 || elementi > 8)
+        guasto(Formato::dpx, nome, "count of elements");
+    controlla_misure(u32(d, 772), u32(d, 776), nome);
+    for (std::size_t i = 0; i < elementi; ++i)
+        controlla_elemento(d, elemento(d, i), std::uint64_t{u32(d, 772)} * u32(d, 776), nome);
+}
+
+}  // namespace
+
+void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
+{
+    controlla(dati, nome);
+    const bool piccolo = piccolo_prima(dati);
+    const std::size_t inizio = u32(dati, 4);
+    if (inizio < GENERICA || inizio >= TESTATA)
+        return;
+    const auto sposta = [&](std::size_t campo) {
+        std::uint32_t n = u32(dati, campo);
+        if (n >= inizio && n != INDEFINITO)
+            n += static_cast<std::uint32_t>(TESTATA - inizio);
+        for (std::size_t i = 0; i < 4; ++i, n >>= 8)
+            dati[campo + (piccolo ? i : 3 - i)] = static_cast<unsigned char>(n);
+    };
+    for (std::size_t e = 0; e < u16(dati, 770); ++e)
+        sposta(PRIMO_ELEMENTO + LUNGO_ELEMENTO * e + 28);
+    sposta(4);
+    std::vector<unsigned char> niente(TESTATA - GENERICA, 0xff);  // numbers; then the texts
+    std::fill_n(niente.begin(), 48, std::uint8_t{0});
+    std::fill_n(niente.begin() + 68, 188, std::uint8_t{0});
+    dati.insert(dati.begin() + static_cast<std::ptrdiff_t>(inizio),
+                niente.begin() + static_cast<std::ptrdiff_t>(inizio - GENERICA), niente.end());
+}
+
+void rendi_persi(Byte d, Foto& f)
+{
+    const Elemento e = elemento(d, 0);
+    const std::uint64_t campioni = std::uint64_t{u32(d, 772)} * e.componenti;
+    const std::uint64_t riga = (campioni + 2) / 3 * 4 + e.dopo_riga;
+    const std::uint64_t primo = e.inizio + campioni / 3 * 4;
+    const auto altezza = static_cast<std::uint64_t>(f.altezza);
+    if (e.bit != 10 || e.imballo == 0 || campioni % 3 != 1 ||
+        primo + (altezza - 1) * riga + 4 > d.size())
+        return;
+    const int scarto = e.imballo == 1 ? 22 : 20;  // the two unused bits stand below or above
+    float* p = f.rgba.get();
+    for (std::uint64_t y = 0; y < altezza; ++y) {
+        p += std::ptrdiff_t{4} * f.larghezza;
+        const float v = static_cast<float>(u32(d, primo + y * riga) >> scarto & 1023) / 1023.0f;
+        if (f.testata.nchannels == 4)
+            p[-1] = v;
+        else if (f.testata.nchannels == 1)
+            std::fill(p - 4, p - 1, v);
+    }
+}
+
+}  // namespace varno::provino

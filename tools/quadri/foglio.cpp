@@ -1,0 +1,163 @@
+// Sheets of pictures with text.
+#include "tools/quadri/foglio.h"
+
+#include "tools/argomenti.h"
+
+#include <OpenImageIO/Imath.h>
+#include <OpenImageIO/imagebuf.h>
+#include <OpenImageIO/imagebufalgo.h>
+#include <OpenImageIO/strutil.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace varno::provino {
+namespace {
+
+namespace Algo = OIIO::ImageBufAlgo;
+
+constexpr float SFONDO[] = {0.075f, 0.075f, 0.075f, 1.0f};
+constexpr float INCHIOSTRO[] = {0.82f, 0.82f, 0.80f, 1.0f};
+
+// Debian's package fonts-dejavu-core; elsewhere whatever OpenImageIO finds.
+const std::string& carattere()
+{
+    static const std::string nome = [] {
+        for (const char* n : {"DejaVuSans", ""})
+            if (Algo::text_size("x", 16, n).defined())
+                return std::string(n);
+        OIIO::geterror();
+        fallisci("there is no font for the labels of a sheet: install fonts-dejavu-core");
+    }();
+    return nome;
+}
+
+// In the strip below y. OpenImageIO draws wrong letters for what is not ASCII.
+void scrivi(Foglio& foglio, int x, int y, int largo, std::string testo)
+{
+    std::replace_if(
+        testo.begin(), testo.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    const int alto = foglio.scritta * 2 / 3;
+    if (Algo::text_size(testo, alto, carattere()).width() > largo) {
+        while (!testo.empty() && Algo::text_size(testo + "...", alto, carattere()).width() > largo)
+            testo.pop_back();
+        testo += "...";
+    }
+    OIIO::ImageBuf su = tela(foglio.foto);
+    Algo::render_text(su, x, y + foglio.scritta * 3 / 4, testo, alto, carattere(), INCHIOSTRO);
+}
+
+}  // namespace
+
+OIIO::ROI rettangolo(int x, int y, int larghezza, int altezza)
+{
+    return {x, x + larghezza, y, y + altezza, 0, 1, 0, 4};
+}
+
+OIIO::ROI leggi_ritaglio(const std::string& testo)
+{
+    const std::vector<std::string> parti = OIIO::Strutil::splits(testo, "+");
+    long long x = 0;
+    long long y = 0;
+    if (parti.size() != 3 || !leggi_intero(parti[1], x) || !leggi_intero(parti[2], y) || x < 0 ||
+        y < 0 || x > LATO_LIMITE || y > LATO_LIMITE)
+        rifiuta("a crop is written WIDTHxHEIGHT+X+Y, as in 640x360+100+50, not " +
+                tra_apici(testo));
+    const auto [larghezza, altezza] = leggi_misura(parti[0]);
+    return rettangolo(static_cast<int>(x), static_cast<int>(y), larghezza, altezza);
+}
+
+OIIO::ROI dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza)
+{
+    constexpr int PARTI = 8;
+    constexpr float BUIO = 0.1f;  // below it differences count as such, above as ratios
+    using Cella = Imath::V4d;     // sums in red, green and blue, and of all squares
+    const int passo_x = std::max(1, larghezza / PARTI);
+    const int passo_y = std::max(1, altezza / PARTI);
+    const int colonne = a.larghezza / passo_x;
+    const int righe = a.altezza / passo_y;
+    std::vector<Cella> celle(static_cast<std::size_t>(colonne) * righe, Cella(0.0));
+    for (int y = 0; y < righe * passo_y; ++y)
+        for (int x = 0; x < colonne * passo_x; ++x) {
+            const std::size_t i = 4 * (static_cast<std::size_t>(y) * a.larghezza + x);
+            Cella& cella = celle[static_cast<std::size_t>(y / passo_y) * colonne + x / passo_x];
+            for (int c = 0; c < 3; ++c) {
+                const double d = std::log2(std::max(BUIO + b.rgba[i + c], BUIO / 2.0f) /
+                                           std::max(BUIO + a.rgba[i + c], BUIO / 2.0f));
+                cella[c] += d;
+                cella[3] += d * d;
+            }
+        }
+    OIIO::ROI migliore = rettangolo(0, 0, larghezza, altezza);
+    double massimo = -1.0;
+    for (int y = 0; y * passo_y + altezza <= a.altezza; ++y)
+        for (int x = 0; x * passo_x + larghezza <= a.larghezza; ++x) {
+            Cella t(0.0);
+            for (int j = y; j < std::min(y + PARTI, righe); ++j)
+                for (int i = x; i < std::min(x + PARTI, colonne); ++i)
+                    t += celle[static_cast<std::size_t>(j) * colonne + i];
+            const double varianza = t[3] - Imath::V3d(t[0], t[1], t[2]).length2() /
+                                               (static_cast<double>(larghezza) * altezza);
+            if (varianza > massimo) {
+                massimo = varianza;
+                migliore = rettangolo(x * passo_x, y * passo_y, larghezza, altezza);
+            }
+        }
+    return migliore;
+}
+
+Foglio foglio_nuovo(int larghezza, int colonne, int righe, double forma)
+{
+    Foglio f;
+    f.margine = std::max(2, larghezza / 200);
+    f.cella_l = (larghezza - (colonne + 1) * f.margine) / colonne;
+    f.cella_a = static_cast<int>(std::lround(f.cella_l / forma));
+    f.scritta = std::max(12, larghezza / 55);
+    const std::int64_t altezza =
+        2 * f.margine + f.scritta + std::int64_t{righe} * (f.cella_a + f.scritta + f.margine);
+    if (f.cella_l < 48 || f.cella_a < 1 || altezza > LATO_LIMITE ||
+        larghezza * altezza > PIXEL_LIMITE)
+        rifiuta("a sheet " + std::to_string(larghezza) +
+                " wide has no room for pictures of this shape: give another --width");
+    carattere();
+    f.foto = foto_nuova(larghezza, static_cast<int>(altezza));
+    OIIO::ImageBuf su = tela(f.foto);
+    Algo::fill(su, SFONDO);
+    return f;
+}
+
+OIIO::ROI posto(const Foglio& f, int colonna, int riga, int lato)
+{
+    return rettangolo(f.margine + colonna * (f.cella_l + f.margine),
+                      f.margine + riga * (f.cella_a + f.scritta + f.margine),
+                      lato * f.cella_l + (lato - 1) * f.margine,
+                      lato * f.cella_a + (lato - 1) * (f.scritta + f.margine));
+}
+
+void incolla(Foglio& foglio, const OIIO::ROI& dove, const Foto& foto, const OIIO::ROI& parte)
+{
+    const OIIO::ImageBuf tutta = tela(foto);
+    if (!tutta.roi().contains(parte))
+        rifiuta("the crop reaches outside the picture of " + std::to_string(foto.larghezza) + "x" +
+                std::to_string(foto.altezza));
+    OIIO::ImageBuf pezzo = Algo::cut(tutta, parte);
+    if (parte.width() != dove.width() || parte.height() != dove.height())
+        pezzo = Algo::resize(pezzo, "", 0.0f, rettangolo(0, 0, dove.width(), dove.height()));
+    OIIO::ImageBuf su = tela(foglio.foto);
+    if (pezzo.has_error() || !Algo::paste(su, dove.xbegin, dove.ybegin, 0, 0, pezzo))
+        fallisci("cannot draw the sheet: " + pezzo.geterror() + su.geterror());
+}
+
+void scrivi_sotto(Foglio& foglio, const OIIO::ROI& dove, const std::string& testo)
+{
+    scrivi(foglio, dove.xbegin, dove.yend, dove.width(), testo);
+}
+
+void scrivi_piede(Foglio& foglio, const std::string& testo)
+{
+    scrivi(foglio, foglio.margine, foglio.foto.altezza - foglio.scritta - foglio.margine / 2,
+           foglio.foto.larghezza - 2 * foglio.margine, testo);
+}
+
+}  // namespace varno::provino

@@ -1,0 +1,164 @@
+// Outputs that appear whole under their names, or not at all.
+#include "tools/quadri/uscita.h"
+
+#include "tools/messaggi.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <mutex>
+#include <set>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+namespace varno::provino {
+namespace {
+
+namespace fs = std::filesystem;
+
+// What a signal that ends the program has to look after. It stays to the last, whoever waits for
+// it.
+struct Sospeso {
+    std::mutex mutex;
+    std::set<fs::path> file;
+    std::string commiato;
+};
+
+Sospeso& sospeso()
+{
+    static Sospeso& s = *new Sospeso;
+    return s;
+}
+
+// A file beside the final one, which goes with this unless it has its final name by then.
+struct Provvisorio {
+    fs::path file;
+
+    explicit Provvisorio(const fs::path& finale)
+    {
+        static unsigned conto = 0;
+        const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+        file = finale.parent_path() /
+               (".provino-" + std::to_string(getpid()) + "-" + std::to_string(conto++) + ".tmp");
+        sospeso().file.insert(file);
+    }
+    Provvisorio(const Provvisorio&) = delete;
+    Provvisorio& operator=(const Provvisorio&) = delete;
+    ~Provvisorio()
+    {
+        std::error_code ignorato;
+        fs::remove(file, ignorato);
+        const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+        sospeso().file.erase(file);
+    }
+};
+
+// In a thread of its own, which may wait and allocate as a signal's handler may not.
+void aspetta_segnale(const sigset_t& quali)
+{
+    int segnale = 0;
+    sigwait(&quali, &segnale);
+    const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+    const std::string& testo = sospeso().commiato;
+    static_cast<void>(!write(canale_errori(), testo.data(), testo.size()));
+    for (const fs::path& f : sospeso().file)
+        unlink(f.c_str());
+    std::signal(segnale, SIG_DFL);
+    pthread_sigmask(SIG_UNBLOCK, &quali, nullptr);
+    std::raise(segnale);
+}
+
+[[noreturn]] void esiste(const fs::path& finale)
+{
+    fallisci(tra_apici(finale.string()) +
+             " exists already: give --overwrite to replace it, or another name");
+}
+
+}  // namespace
+
+void conta_fotogrammi(std::size_t fatti, std::size_t quanti, bool ripresa)
+{
+    const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+    if (quanti > 1)
+        sospeso().commiato = "\nprovino: stopped: " + std::to_string(fatti) + " of " +
+                             std::to_string(quanti) + " frames are done" +
+                             (ripresa ? ", --skip-existing goes on" : "") + "\n";
+}
+
+void controlla_uscita(const fs::path& finale, bool sovrascrivi)
+{
+    std::error_code e;
+    const fs::file_status stato = fs::status(finale, e);
+    if (!fs::status_known(stato))
+        fallisci("cannot write " + tra_apici(finale.string()) + ": " + e.message());
+    if (fs::is_directory(stato))
+        fallisci(tra_apici(finale.string()) + " is a folder: give the name of a file");
+    if (fs::exists(stato) && !sovrascrivi)
+        esiste(finale);
+    if (fs::exists(stato) && !fs::is_regular_file(stato))
+        fallisci(tra_apici(finale.string()) + " is no regular file: give another name");
+    const fs::path cartella = finale.has_parent_path() ? finale.parent_path() : fs::path(".");
+    if (!fs::is_directory(cartella, e))
+        fallisci("there is no folder " + tra_apici(cartella.string()) +
+                 " to write into: make it first");
+}
+
+void scrivi_intero(const fs::path& dato, bool sovrascrivi,
+                   const std::function<void(const fs::path&)>& scrivi)
+{
+    controlla_uscita(dato, sovrascrivi);
+    std::error_code e;
+    // Through a symbolic link the file itself is replaced, not the link.
+    fs::path finale = fs::is_symlink(dato, e) ? fs::canonical(dato, e) : dato;
+    if (e)
+        finale = dato;
+    Provvisorio p(finale);
+    scrivi(p.file);
+    if (!sovrascrivi) {
+        // A link is made only where the name is free, whoever else writes there meanwhile.
+        fs::create_hard_link(p.file, finale, e);
+        if (e == std::errc::file_exists || (e && fs::exists(finale)))
+            esiste(finale);
+    }
+    if (sovrascrivi || e)  // or no links on this file system
+        fs::rename(p.file, finale, e);
+    if (e)
+        fallisci("cannot give " + tra_apici(finale.string()) + " its name: " + e.message());
+}
+
+void scrivi_byte(const fs::path& file, Byte dati, const std::string& nome)
+{
+    errno = 0;
+    std::ofstream f(file, std::ios::binary);
+    f.write(reinterpret_cast<const char*>(dati.data()), static_cast<std::streamsize>(dati.size()));
+    f.close();
+    if (!f)
+        fallisci("cannot write " + tra_apici(nome) + ": " + std::generic_category().message(errno));
+}
+
+void scrivi_testo(const fs::path& finale, bool sovrascrivi, const std::string& testo)
+{
+    scrivi_intero(finale, sovrascrivi, [&](const fs::path& p) {
+        scrivi_byte(p, Byte(reinterpret_cast<const unsigned char*>(testo.data()), testo.size()),
+                    finale.string());
+    });
+}
+
+void prepara_segnali()
+{
+    sigset_t fine;
+    sigemptyset(&fine);
+    for (const int s : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction prima {};
+        if (sigaction(s, nullptr, &prima) == 0 &&
+            prima.sa_handler != SIG_IGN)  // as nohup leaves it
+            sigaddset(&fine, s);
+    }
+    pthread_sigmask(SIG_BLOCK, &fine, nullptr);  // here and in all threads to come
+    std::thread(aspetta_segnale, fine).detach();
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+}  // namespace varno::provino

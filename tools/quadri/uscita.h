@@ -1,0 +1,38 @@
+// Outputs that appear whole under their names, or not at all.
+#pragma once
+
+#include "tools/quadri/formati.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+namespace varno::provino {
+
+/// Throws Errore where an output may not or cannot be written: it exists and is not to be
+/// overwritten, is a folder, or its folder is missing.
+void controlla_uscita(const std::filesystem::path& finale, bool sovrascrivi);
+
+/// Lets `scrivi` fill a file beside the final one and then gives it the final name, in one step:
+/// under that name stands the whole file or what stood there before. The file beside is removed
+/// where it fails, also on a signal that ends the program (not on SIGKILL, which leaves
+/// ".provino-*.tmp").
+void scrivi_intero(const std::filesystem::path& finale, bool sovrascrivi,
+                   const std::function<void(const std::filesystem::path&)>& scrivi);
+
+/// All bytes into a file. Throws Errore with the system's reason.
+void scrivi_byte(const std::filesystem::path& file, Byte dati, const std::string& nome);
+
+/// scrivi_intero for a text.
+void scrivi_testo(const std::filesystem::path& finale, bool sovrascrivi, const std::string& testo);
+
+/// How many frames of how many are done, as a signal that ends the program tells, and whether
+/// another run can go on.
+void conta_fotogrammi(std::size_t fatti, std::size_t quanti, bool ripresa);
+
+/// Makes the signals that end a program remove unfinished files first, and writing beyond a size
+/// limit an error instead of a signal.
+void prepara_segnali();
+
+}  // namespace varno::provino
