@@ -23,6 +23,16 @@ constexpr unsigned QUANTI[] = {1, 2, 1, 1, 3, 1, 1, 7, 1, 1, 16};
 
 }  // namespace
 
+FxRicetta ricetta_a_caso(std::mt19937& caso)
+{
+    FxRicetta r = {.fotogramma = static_cast<std::int32_t>(caso()),
+                   .punte = static_cast<std::int32_t>(3 + caso() % 7)};
+    for (const Voce& e : EFFETTI)
+        if (caso() % 2 == 0)
+            r.*e.campo = e.massimo * 0.001f * static_cast<float>(1 + caso() % 1000);
+    return r;
+}
+
 Campioni riempi(Contenuto contenuto, int larghezza, int altezza, int canali, std::uint32_t seme)
 {
     std::mt19937 caso(seme);

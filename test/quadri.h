@@ -21,6 +21,30 @@ enum class Contenuto {
     MASSIMO_,  // how many there are
 };
 
+struct Misura {
+    int larghezza, altezza;
+};
+
+/// One line an effect: its field, the greatest amount that the parameters let pass.
+struct Voce {
+    const char* nome;
+    float FxRicetta::*campo;
+    float massimo;
+};
+// clang-format off
+inline constexpr Voce EFFETTI[] = {
+    {"enhance", &FxRicetta::enhance, 0.6f },  {"pelle",    &FxRicetta::pelle,    0.55f},
+    {"halation",&FxRicetta::halation,0.6f },  {"bloom",    &FxRicetta::bloom,    0.6f },
+    {"streak",  &FxRicetta::streak,  0.6f },  {"promist",  &FxRicetta::promist,  0.55f},
+    {"stella",  &FxRicetta::stella,  1.0f },  {"mistw",    &FxRicetta::mistw,    0.55f},
+    {"glimmer", &FxRicetta::glimmer, 0.55f},  {"ca",       &FxRicetta::ca,       0.6f },
+    {"vignetta",&FxRicetta::vignetta,0.6f },  {"grana",    &FxRicetta::grana,    0.6f },
+};
+// clang-format on
+
+/// Every other effect or so, of any strength, star and frame number.
+FxRicetta ricetta_a_caso(std::mt19937& caso);
+
 /// n samples (planes) or pixels times three (pictures) of a frame that wide.
 Campioni riempi(Contenuto contenuto, int larghezza, int altezza, int canali, std::uint32_t seme);
 

@@ -12,27 +12,7 @@ namespace {
 
 constexpr float INFINITO = std::numeric_limits<float>::infinity();
 
-struct Misura {
-    int larghezza, altezza;
-};
-
-// One line an effect: its field, the greatest amount that the parameters let pass.
-struct Voce {
-    const char* nome;
-    float FxRicetta::*campo;
-    float massimo;
-};
-
 // clang-format off
-constexpr Voce EFFETTI[] = {
-    {"enhance", &FxRicetta::enhance, 0.6f },  {"pelle",    &FxRicetta::pelle,    0.55f},
-    {"halation",&FxRicetta::halation,0.6f },  {"bloom",    &FxRicetta::bloom,    0.6f },
-    {"streak",  &FxRicetta::streak,  0.6f },  {"promist",  &FxRicetta::promist,  0.55f},
-    {"stella",  &FxRicetta::stella,  1.0f },  {"mistw",    &FxRicetta::mistw,    0.55f},
-    {"glimmer", &FxRicetta::glimmer, 0.55f},  {"ca",       &FxRicetta::ca,       0.6f },
-    {"vignetta",&FxRicetta::vignetta,0.6f },  {"grana",    &FxRicetta::grana,    0.6f },
-};
-
 constexpr Misura PICCOLE[] = {
     {1, 1}, {1, 2}, {2, 1}, {1, 40}, {40, 1}, {2, 3}, {3, 3}, {5, 4}, {16, 15}, {15, 16}, {17, 17},
     {33, 18}, {8, 5}, {63, 9}, {64, 20}, {65, 7}, {129, 33}, {100, 60},
@@ -97,16 +77,6 @@ FxRicetta uno(const Voce& e, float quantita, int punte = 4)
     return r;
 }
 
-// parte gives each effect its share of the most.
-template <class Parte> FxRicetta ricetta_di(const Parte& parte, std::int32_t fotogramma = -7)
-{
-    FxRicetta r;
-    for (const Voce& e : EFFETTI)
-        r.*e.campo = e.massimo * parte();
-    r.fotogramma = fotogramma;
-    return r;
-}
-
 }  // namespace
 
 TEST_CASE("each effect by itself gives the bits of the plain loops, on copies of any reduction")
@@ -131,7 +101,12 @@ TEST_CASE("frames of all steps of the reduction and recipes of several effects l
     for (const Misura m : LUNGHE)
         for (const Voce& e : EFFETTI)
             prova(giro, static_cast<int>(giro.passo % CONTENUTI), m, uno(e, e.massimo, 8));
-    const auto tutti = [](float parte) { return ricetta_di([=] { return parte; }); };
+    const auto tutti = [](float parte) {
+        FxRicetta r = {.fotogramma = -7};
+        for (const Voce& e : EFFETTI)
+            r.*e.campo = e.massimo * parte;
+        return r;
+    };
     int contenuto = 0;
     for (const Misura m : {Misura{641, 163}, {163, 641}, {1919, 23}, {1919, 19}})
         prova(giro, contenuto++, m, tutti(0.5f));
@@ -145,12 +120,8 @@ TEST_CASE("frames of all steps of the reduction and recipes of several effects l
         }
     ricette.push_back({.bloom = 0.6f, .promist = 0.5f, .streak = 0.5f});
     std::mt19937 caso(3);
-    for (int n = 0; n < 40; ++n) {
-        ricette.push_back(ricetta_di(
-            [&] { return caso() % 2 == 0 ? 0.001f * static_cast<float>(1 + caso() % 1000) : 0.0f; },
-            static_cast<std::int32_t>(caso())));
-        ricette.back().punte = static_cast<std::int32_t>(3 + caso() % 7);
-    }
+    for (int n = 0; n < 40; ++n)
+        ricette.push_back(ricetta_a_caso(caso));
     constexpr std::int32_t MIN = std::numeric_limits<std::int32_t>::min();
     constexpr std::int32_t MAX = std::numeric_limits<std::int32_t>::max();
     for (const auto& [punte, fotogramma] :

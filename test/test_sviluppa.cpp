@@ -24,24 +24,90 @@ Finestra finestra_di(banco::Tela& t)
     return {reinterpret_cast<unsigned char*>(pixel(t, 0, 0)), t.byte_riga};
 }
 
+// A frame through the next of the tables with the next count of threads and set of instructions,
+// against the plain loops: between windows apart, in overlapping ones and in place.
+void prova(const Giro& giro, Misura m, const FxRicetta& ricetta)
+{
+    // Grid points, their neighbours, both ends, and what no picture should hold.
+    constexpr float inf = std::numeric_limits<float>::infinity();
+    constexpr float nan = std::numeric_limits<float>::signaling_NaN();  // arithmetic changes it
+    constexpr float scelti[] = {0.5f, 0.99999994f, 1.0f, 0.0f,  -0.0f, 1e-42f, 0.0125f,
+                                nan,  inf,         -inf, 0.25f, 1.5f,  -0.2f};
+    static const Lut3D tavole[] = {tavola(9, 4, Contenuto::CASO), tavola(2, 4, Contenuto::OLTRE),
+                                   tavola(PUNTI_TABELLA, 4, Contenuto::CASO),
+                                   tavola(1, 4, Contenuto::OLTRE), tavola(9, 4, Contenuto::OLTRE)};
+    const Lut3D& lut = tavole[giro.passo % std::size(tavole)];
+    const Campioni tavola(lut.dati.begin(), lut.dati.end());
+    const ThreadFinti thread(giro.thread());
+    const LivelloFinto livello(giro.livello());
+    CAPTURE(m.larghezza);
+    CAPTURE(m.altezza);
+    CAPTURE(giro.passo);
+    const Campioni pixel =
+        riempi(giro.passo % 3 == 0 ? Contenuto::GUASTI : Contenuto::OLTRE, m.larghezza, m.altezza,
+               4, static_cast<std::uint32_t>(giro.passo));
+    banco::Tela sorgente = banco::tela({0, 0, m.larghezza, m.altezza}, 16, true);
+    Campioni rgb(pixel.size() / 4 * 3);
+    const auto per_pixel = [&](const auto& f) {
+        for (int i = 0; i < m.larghezza * m.altezza; ++i)
+            f(i % m.larghezza, i / m.larghezza, static_cast<std::size_t>(i));
+    };
+    per_pixel([&](int x, int y, std::size_t i) {
+        float* p = banco::pixel(sorgente, x, y);
+        std::memcpy(p, &pixel[4 * i], 16);
+        if (i % 4 == 0)
+            p[i % 3] = scelti[i / 4 % std::size(scelti)];
+        // Rows of one alpha throughout, which are kept in another way, or almost.
+        const int altro = y % 2 == 0 ? m.larghezza - 1 : m.larghezza / 3;
+        if (y % 3 != 1)
+            p[3] = y % 3 == 0 || x != altro ? 0.0f : -0.0f;
+        if (y % 5 == 0)
+            std::memcpy(&p[3], &nan, sizeof nan);
+        semplici::campiona(tavola, lut.N, p, &rgb[3 * i]);
+    });
+    semplici::applica_fx(rgb, m.larghezza, m.altezza, ricetta);
+
+    // The rows from prima on, with the alpha of the other; nothing beside them.
+    const auto esatta = [&](const banco::Tela& uscita, int prima, const banco::Tela& alfa) {
+        Piano avuto(rgb.size());
+        int diversi = 0;
+        per_pixel([&](int x, int y, std::size_t i) {
+            const float* p = banco::pixel(uscita, x, y + prima);
+            std::memcpy(&avuto[3 * i], p, 12);
+            diversi += std::memcmp(p + 3, banco::pixel(alfa, x, y) + 3, 4) != 0;
+        });
+        CHECK(differenza(rgb, avuto, m.larghezza, 3) == "");
+        CHECK(diversi == 0);
+        CHECK(banco::intatta(uscita));
+    };
+    const auto rendi = [&](const Finestra& da, const Finestra& a) {
+        sviluppa(lut, da, a, m.larghezza, m.altezza, ricetta);
+    };
+    const Finestra da = finestra_di(sorgente);
+    banco::Tela uscita = banco::tela({0, 0, m.larghezza, m.altezza}, 32);
+    rendi(da, finestra_di(uscita));
+    esatta(uscita, 0, sorgente);
+    // In place, and shifted by some rows: no row may go out before all have come in.
+    const int righe = static_cast<int>(97 * giro.passo) % m.altezza + 1;
+    banco::Tela sopra = banco::tela({0, 0, m.larghezza, m.altezza + righe}, 0, giro.passo % 2 == 0);
+    per_pixel([&](int x, int y, std::size_t) {
+        std::memcpy(banco::pixel(sopra, x, y), banco::pixel(sorgente, x, y), 16);
+    });
+    const Finestra sotto = finestra_di(sopra);
+    rendi(sotto, {sotto.inizio + righe * sotto.passo, sotto.passo});
+    esatta(sopra, righe, sorgente);
+    rendi(da, da);
+    esatta(sorgente, 0, uscita);
+}
+
 }  // namespace
 
 TEST_CASE("a frame is its passes one after the other, whichever way the rows go")
 {
-    struct Misura {
-        int larghezza, altezza;
-    };
     const float inf = std::numeric_limits<float>::infinity();
     // The effects that need the whole picture, each as the last of them, before those that do not.
     float FxRicetta::*const ultimi[] = {nullptr,           &FxRicetta::enhance, &FxRicetta::bloom,
                                         &FxRicetta::mistw, &FxRicetta::stella,  &FxRicetta::ca};
-    // Grid points, their neighbours, both ends, and what no picture should hold.
-    const float nan = std::numeric_limits<float>::signaling_NaN();  // arithmetic changes its bits
-    const float scelti[] = {0.5f, 0.99999994f, 1.0f, 0.0f,  -0.0f, 1e-42f, 0.0125f,
-                            nan,  inf,         -inf, 0.25f, 1.5f,  -0.2f};
-    const Lut3D tavole[] = {tavola(9, 4, Contenuto::CASO), tavola(2, 4, Contenuto::OLTRE),
-                            tavola(PUNTI_TABELLA, 4, Contenuto::CASO),
-                            tavola(1, 4, Contenuto::OLTRE), tavola(9, 4, Contenuto::OLTRE)};
     Giro giro;
     // Nine cases for each effect, so that all counts of threads meet all of them. Of 33 rows the
     // last thread of sixteen has one.
@@ -51,74 +117,38 @@ TEST_CASE("a frame is its passes one after the other, whichever way the rows go"
                 for (const float grana : {0.0f, 0.3f, inf}) {
                     if (!giro.avanti())
                         continue;
-                    const Lut3D& lut = tavole[giro.passo % std::size(tavole)];
-                    const Campioni tavola(lut.dati.begin(), lut.dati.end());
                     FxRicetta ricetta = {.vignetta = vignetta, .grana = grana, .fotogramma = 77};
                     if (ultimo != nullptr) {
                         ricetta.halation = 0.3f;
                         ricetta.*ultimo = 0.5f;
                     }
-                    const ThreadFinti thread(giro.thread());
-                    const LivelloFinto livello(giro.livello());
-                    CAPTURE(m.larghezza);
-                    CAPTURE(giro.passo);
-                    const Campioni pixel =
-                        riempi(giro.passo % 3 == 0 ? Contenuto::GUASTI : Contenuto::OLTRE,
-                               m.larghezza, m.altezza, 4, static_cast<std::uint32_t>(giro.passo));
-                    banco::Tela sorgente = banco::tela({0, 0, m.larghezza, m.altezza}, 16, true);
-                    Campioni rgb(static_cast<std::size_t>(m.larghezza * m.altezza) * 3);
-                    const auto per_pixel = [&](const auto& f) {
-                        for (int i = 0; i < m.larghezza * m.altezza; ++i)
-                            f(i % m.larghezza, i / m.larghezza, static_cast<std::size_t>(i));
-                    };
-                    per_pixel([&](int x, int y, std::size_t i) {
-                        float* p = banco::pixel(sorgente, x, y);
-                        std::memcpy(p, &pixel[4 * i], 16);
-                        if (i % 4 == 0)
-                            p[i % 3] = scelti[i / 4 % std::size(scelti)];
-                        // Rows of one alpha throughout, which are kept in another way, or almost.
-                        const int altro = y % 2 == 0 ? m.larghezza - 1 : m.larghezza / 3;
-                        if (y % 3 != 1)
-                            p[3] = y % 3 == 0 || x != altro ? 0.0f : -0.0f;
-                        if (y % 5 == 0)
-                            std::memcpy(&p[3], &nan, sizeof nan);
-                        semplici::campiona(tavola, lut.N, p, &rgb[3 * i]);
-                    });
-                    semplici::applica_fx(rgb, m.larghezza, m.altezza, ricetta);
-
-                    // The rows from prima on, with the alpha of the other; nothing beside them.
-                    const auto esatta = [&](const banco::Tela& uscita, int prima,
-                                            const banco::Tela& alfa) {
-                        Piano avuto(rgb.size());
-                        int diversi = 0;
-                        per_pixel([&](int x, int y, std::size_t i) {
-                            const float* p = banco::pixel(uscita, x, y + prima);
-                            std::memcpy(&avuto[3 * i], p, 12);
-                            diversi += std::memcmp(p + 3, banco::pixel(alfa, x, y) + 3, 4) != 0;
-                        });
-                        CHECK(differenza(rgb, avuto, m.larghezza, 3) == "");
-                        CHECK(diversi == 0);
-                        CHECK(banco::intatta(uscita));
-                    };
-                    const auto rendi = [&](const Finestra& da, const Finestra& a) {
-                        sviluppa(lut, da, a, m.larghezza, m.altezza, ricetta);
-                    };
-                    const Finestra da = finestra_di(sorgente);
-                    banco::Tela uscita = banco::tela({0, 0, m.larghezza, m.altezza}, 32);
-                    rendi(da, finestra_di(uscita));
-                    esatta(uscita, 0, sorgente);
-                    // In place, and shifted by a row: no row may go out before all have come in.
-                    banco::Tela sopra =
-                        banco::tela({0, 0, m.larghezza, m.altezza + 1}, 0, giro.passo % 2 == 0);
-                    per_pixel([&](int x, int y, std::size_t) {
-                        std::memcpy(banco::pixel(sopra, x, y), banco::pixel(sorgente, x, y), 16);
-                    });
-                    const Finestra sotto = finestra_di(sopra);
-                    rendi(sotto, {sotto.inizio + sotto.passo, sotto.passo});
-                    esatta(sopra, 1, sorgente);
-                    rendi(da, da);
-                    esatta(sorgente, 0, uscita);
+                    prova(giro, m, ricetta);
                 }
+}
+
+TEST_CASE("several effects on frames that are large enough for reduced planes")
+{
+    // Strips of large frames. Of the first three a ray is a sample shorter where it is taken from
+    // the reduced width; upright ones have their long side on the other axis.
+    std::mt19937 caso(11);
+    std::vector<Misura> strisce = {{1923, 9}, {2885, 21}, {4067, 40}};
+    while (strisce.size() < 100) {
+        strisce.push_back(
+            {static_cast<int>(1920 + caso() % 2181), static_cast<int>(9 + caso() % 32)});
+        if (caso() % 2 == 0)
+            std::swap(strisce.back().larghezza, strisce.back().altezza);
+    }
+    Giro giro;
+    for (const Misura m : strisce) {
+        if (!giro.avanti())
+            continue;
+        FxRicetta ricetta = ricetta_a_caso(caso);
+        if (giro.passo <= 3)
+            ricetta.stella = 0.7f;
+        if (giro.passo % 5 == 0)  // one sweep, where a row may go out before the next comes in
+            ricetta = {.vignetta = ricetta.vignetta, .grana = ricetta.grana};
+        prova(giro, m, ricetta);
+    }
 }
 
 TEST_CASE("separate windows share no byte")
