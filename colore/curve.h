@@ -1,28 +1,32 @@
 // The cameras' transfer curves, as samples.
 #pragma once
 
+#include <array>
+
 namespace varno {
 
-/// Samples of a transfer curve: entry i is the linear value of code value i / 4095.
 constexpr int CAMPIONI_CURVA = 4096;
 
+/// Samples of a transfer curve: entry i is the linear value of code value i / 4095.
+using CampioniCurva = std::array<float, CAMPIONI_CURVA>;
+
 /// The transfer curves, inverted, as constant data: linear light before the camera's matrix, with
-/// no clamp at either end.
-extern const float CURVA_SLOG3[CAMPIONI_CURVA];
-extern const float CURVA_LOGC3[CAMPIONI_CURVA];
-extern const float CURVA_LOGC4[CAMPIONI_CURVA];
-extern const float CURVA_CANON_LOG3[CAMPIONI_CURVA];
-extern const float CURVA_VLOG[CAMPIONI_CURVA];
-extern const float CURVA_FLOG[CAMPIONI_CURVA];
-extern const float CURVA_FLOG2[CAMPIONI_CURVA];
-extern const float CURVA_LOG3G10[CAMPIONI_CURVA];
-extern const float CURVA_NLOG[CAMPIONI_CURVA];
-extern const float CURVA_DLOG[CAMPIONI_CURVA];
-extern const float CURVA_APPLE_LOG[CAMPIONI_CURVA];
-extern const float CURVA_SLOG2[CAMPIONI_CURVA];
-extern const float CURVA_CANON_LOG2[CAMPIONI_CURVA];
-extern const float CURVA_LLOG[CAMPIONI_CURVA];
-extern const float CURVA_BT709[CAMPIONI_CURVA];
-extern const float CURVA_SRGB[CAMPIONI_CURVA];
+/// no clamp at either end. The compiler works them out, to the same bits everywhere.
+extern const CampioniCurva CURVA_SLOG3;
+extern const CampioniCurva CURVA_LOGC3;
+extern const CampioniCurva CURVA_LOGC4;
+extern const CampioniCurva CURVA_CANON_LOG3;
+extern const CampioniCurva CURVA_VLOG;
+extern const CampioniCurva CURVA_FLOG;
+extern const CampioniCurva CURVA_FLOG2;
+extern const CampioniCurva CURVA_LOG3G10;
+extern const CampioniCurva CURVA_NLOG;
+extern const CampioniCurva CURVA_DLOG;
+extern const CampioniCurva CURVA_APPLE_LOG;
+extern const CampioniCurva CURVA_SLOG2;
+extern const CampioniCurva CURVA_CANON_LOG2;
+extern const CampioniCurva CURVA_LLOG;
+extern const CampioniCurva CURVA_BT709;
+extern const CampioniCurva CURVA_SRGB;
 
 }  // namespace varno

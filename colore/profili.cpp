@@ -147,7 +147,7 @@ float decodifica_canale(float codice, int profilo)
 {
     if (profilo == 0)
         return decodifica_analitica(codice);
-    const float* curva = PROFILI[profilo].curva;
+    const float* curva = PROFILI[profilo].curva.data();
     if (codice >= 1.0f)
         return curva[CAMPIONI_CURVA - 1];
     const float p = (codice > 0.0f ? codice : 0.0f) * 4095.0f;

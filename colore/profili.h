@@ -15,7 +15,7 @@ using Matrice = std::array<float, 9>;
 struct ProfiloCamera {
     const char* nome;
     Matrice matrice;
-    const float* curva;  // CAMPIONI_CURVA samples; rows with one curve share them
+    const CampioniCurva& curva;  // rows with one curve share it
 };
 
 constexpr int NUMERO_PROFILI = 32;

@@ -78,7 +78,7 @@ float decodifica(float x, int profilo)
             return potenza(10.0f, (y - 420.0f) / 261.5f) * 0.19000001f - 0.01f;
         return ((y - 95.0f) * 0.01125f) / 76.2103f;
     }
-    const float* c = PROFILI[profilo].curva;
+    const float* c = PROFILI[profilo].curva.data();
     if (!(x > 0.0f && x < 1.0f)) {
         if (x >= 1.0f)
             return c[4095];
