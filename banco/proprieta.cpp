@@ -102,9 +102,7 @@ const std::vector<Parole>& parole()
 // Flags: ints of which only 0 and 1 are meant.
 bool e_interruttore(std::string_view nome)
 {
-    return nome.find("Supports") != nome.npos || nome == "OfxParamPropSecret" ||
-           nome == "OfxParamPropEnabled" || nome == "OfxParamPropPersistant" ||
-           nome == "OfxParamPropAnimates" || nome == "OfxImageClipPropOptional";
+    return nome.find("Supports") != nome.npos || nome == "OfxParamPropSecret";
 }
 
 Valore da_testo(Tipo tipo, const char* t)

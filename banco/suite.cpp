@@ -53,7 +53,7 @@ bool fra(const Atto& a, std::initializer_list<const char*> azioni)
 
 bool in_render(const Atto& a)
 {
-    return a.nome == "OfxImageEffectActionRender" || (a.fuori != nullptr && in_render(*a.fuori));
+    return a.nome == "OfxImageEffectActionRender";
 }
 
 // What a failing call leaves in a handle's place.
@@ -368,9 +368,9 @@ OfxStatus paramSetValue(OfxParamHandle h, ...)
     if (p == nullptr)
         return v.maniglia_cattiva(h, "parameter");
     Atto& a = *v.atto;
-    if (in_render(a) || !fra(a, {"OfxActionCreateInstance", "OfxActionInstanceChanged",
-                                 "OfxActionBeginInstanceChanged", "OfxActionEndInstanceChanged",
-                                 "OfxActionSyncPrivateData"}))
+    if (!fra(a, {"OfxActionCreateInstance", "OfxActionInstanceChanged",
+                 "OfxActionBeginInstanceChanged", "OfxActionEndInstanceChanged",
+                 "OfxActionSyncPrivateData"}))
         return v.viola(kOfxStatFailed, "values are not set in this action");
     const bool dentro =
         e_intero(p->tipo)

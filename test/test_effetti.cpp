@@ -3,7 +3,6 @@
 
 #include "quadri.h"
 
-#include "fx/blur.h"
 #include "fx/vignetta_mask.h"
 
 using namespace varno;
@@ -74,72 +73,6 @@ TEST_CASE("the middle of a flat frame, worked out by hand")
         CHECK(rgb[1] == Approx(caso.g).epsilon(1e-5));
         CHECK(rgb[2] == Approx(caso.b).epsilon(1e-5));
     }
-}
-
-TEST_CASE("blurs, worked out by hand")
-{
-    // The chain's own are the plain loops', bit for bit. Radius 5 about x = 0 of (3, 6, 12): 6
-    // times 3, once 6, 4 times 12, over 11; edges are repeated.
-    Campioni riga = {3.0f, 6.0f, 12.0f};
-    semplici::box_blur(riga, 3, 1, 5, 1);
-    for (std::size_t x = 0; x < 3; ++x)
-        CHECK(riga[x] == Approx((72.0 + 9.0 * static_cast<double>(x)) / 11.0).epsilon(1e-6));
-
-    // The block of 4 x 4 at (16, 16) becomes sample (4, 4), which lies at (16, 16) of the plane,
-    // not at the middle of the block: with radius 1 the peak is there, and all is even about it.
-    constexpr int LATO = 37;
-    constexpr int CIMA = 16;
-    Campioni p(LATO * LATO);
-    const auto in = [&](int x, int y) -> float& {
-        return p[static_cast<std::size_t>(y * LATO + x)];
-    };
-    for (int i = 0; i < 16; ++i)
-        in(CIMA + i % 4, CIMA + i / 4) = 1.0f;
-    semplici::blur_su_ridotta(p, LATO, LATO, 3, 4);
-    CHECK(std::max_element(p.begin(), p.end()) - p.begin() == CIMA * LATO + CIMA);
-    // Three passes of window 3 leave 7/27 of a unit sample along each axis.
-    CHECK(in(CIMA, CIMA) == Approx(49.0 / 729.0).epsilon(1e-5));
-    for (int d = 1; d <= CIMA; ++d) {
-        CHECK(in(CIMA - d, CIMA) == Approx(in(CIMA + d, CIMA)).epsilon(1e-5));
-        CHECK(in(CIMA, CIMA - d) == Approx(in(CIMA, CIMA + d)).epsilon(1e-5));
-    }
-
-    // Trailing columns and rows that fill no block are never read; a plane smaller than a block is
-    // its mean.
-    Campioni chiaro(11 * 11, 0.25f);
-    for (std::size_t i = 0; i < chiaro.size(); ++i)
-        if (i % 11 >= 8 || i / 11 >= 8)
-            chiaro[i] = 1000.0f;
-    semplici::blur_su_ridotta(chiaro, 11, 11, 4, 4);
-    CHECK(chiaro == Campioni(11 * 11, 0.25f));
-    Campioni nove = {0, 1, 2, 3, 4, 5, 6, 7, 8};
-    semplici::blur_su_ridotta(nove, 3, 3, 7, 4);
-    CHECK(nove == Campioni(9, 4.0f));
-
-    // Along rows alone: three windows of 9 reach 12 samples to each side.
-    Campioni luce(41 * 3);
-    luce[41 + 20] = 1.0f;
-    semplici::blur_su_copia(luce, 41, 3, 4, 1, false);
-    for (std::size_t i = 0; i < luce.size(); ++i)
-        CHECK((luce[i] > 1e-4f) == (i >= 41 + 8 && i <= 41 + 32));
-}
-
-TEST_CASE("detail is limited to a third before its amount")
-{
-    // 49/729 of the middle pixel is its own blur.
-    Tavolozza scuro(100, 100, 1.5f);
-    std::fill_n(scuro.rgb(50, 50), 3, 0.1f);
-    scuro.applica(&FxRicetta::enhance, 0.06f);
-    CHECK(scuro.rgb(50, 50)[1] == Approx(0.06f).epsilon(1e-5));  // 0.1 - 2 * 0.06 / 3
-
-    // Luminance 1.2 beside black: (1.2 - 1.6 * 0.55 / 3) / 1.2 of each channel, held to 1.
-    Tavolozza chiaro(100, 100);
-    std::fill_n(chiaro.rgb(50, 50), 3, 0.6f);
-    chiaro.rgb(50, 50)[1] = 1.438926f;
-    chiaro.applica(&FxRicetta::pelle, 0.55f);
-    CHECK(chiaro.rgb(50, 50)[0] == Approx(0.4533333f).epsilon(1e-5));
-    CHECK(chiaro.rgb(50, 50)[1] == 1.0f);
-    CHECK(chiaro.rgb(51, 50)[0] == 0.0f);  // black beside brightness stays black
 }
 
 TEST_CASE("a star's rays lie where its points ask, and fade as they go")

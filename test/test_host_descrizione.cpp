@@ -4,6 +4,11 @@
 
 using namespace prova;
 
+// The standard's numbers: plug-in and bench host have theirs from one header.
+static_assert(kOfxStatOK == 0 && kOfxStatFailed == 1 && kOfxStatErrUnknown == 3 &&
+              kOfxStatErrExists == 6 && kOfxStatErrMemory == 8 && kOfxStatErrBadHandle == 9 &&
+              kOfxStatErrBadIndex == 10 && kOfxStatErrValue == 11 && kOfxStatReplyDefault == 14);
+
 namespace {
 
 constexpr const char* GRADO = "Filter grade: 0.125 = 1/8, 0.25 = 1/4, 0.5 = 1/2, 1 = full strength";
