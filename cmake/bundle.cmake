@@ -19,14 +19,12 @@ set(VARNO_OFX_DIR "${VARNO_OFX_DIR_DEFAULT}" CACHE PATH "Folder that hosts searc
 set(VARNO_BUNDLE "${PROJECT_BINARY_DIR}/VarnoColor.ofx.bundle")
 
 add_library(VarnoColor MODULE)
-target_link_libraries(VarnoColor PRIVATE varno_host varno)
+target_link_libraries(VarnoColor PRIVATE varno_prodotto varno_host varno)
 set_target_properties(VarnoColor PROPERTIES
     PREFIX ""
     SUFFIX ".ofx"
     LINKER_LANGUAGE CXX
-    LIBRARY_OUTPUT_DIRECTORY "${VARNO_BUNDLE}/Contents/${VARNO_ARCHITETTURA}"
-    CXX_VISIBILITY_PRESET hidden
-    VISIBILITY_INLINES_HIDDEN ON)
+    LIBRARY_OUTPUT_DIRECTORY "${VARNO_BUNDLE}/Contents/${VARNO_ARCHITETTURA}")
 
 if(APPLE)
     target_link_options(VarnoColor PRIVATE
@@ -46,14 +44,12 @@ elseif(UNIX)
         # libgcc stays shared: with a second unwinder inside, an exception that leaves mainEntry
         # ends the host.
         target_sources(VarnoColor PRIVATE host/riserva.cpp)
-        target_link_libraries(VarnoColor PRIVATE varno_regole)
         target_link_options(VarnoColor PRIVATE
             -static-libstdc++ -shared-libgcc -Wl,--exclude-libs,ALL -Wl,--gc-sections -s)
     endif()
 elseif(MINGW)
     # All of the runtime inside: nothing but system libraries is there on a user's machine.
     target_sources(VarnoColor PRIVATE host/riserva.cpp)
-    target_link_libraries(VarnoColor PRIVATE varno_regole)
     target_link_options(VarnoColor PRIVATE
         -static -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -s)
 endif()

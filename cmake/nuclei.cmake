@@ -22,19 +22,13 @@ set(VARNO_NUCLEI
 function(varno_nuclei livello)
     set(bersaglio varno_nuclei_${livello})
     add_library(${bersaglio} OBJECT ${VARNO_NUCLEI})
-    target_link_libraries(${bersaglio} PRIVATE varno_regole)
+    target_link_libraries(${bersaglio} PRIVATE varno_prodotto)
     target_compile_definitions(${bersaglio} PRIVATE
         VARNO_LIVELLO=nuclei_${livello} VARNO_LIVELLO_NOME="${livello}")
     target_compile_options(${bersaglio} PRIVATE ${ARGN})
     # No sibling calls: GCC forgets vzeroupper before a jump out of a 256-bit function, and the
     # host would pay for that.
-    target_compile_options(${bersaglio} PRIVATE
-        -O3 -Wdouble-promotion -fno-optimize-sibling-calls)
-    set_target_properties(${bersaglio} PROPERTIES
-        CXX_EXTENSIONS OFF
-        POSITION_INDEPENDENT_CODE ON
-        CXX_VISIBILITY_PRESET hidden
-        VISIBILITY_INLINES_HIDDEN ON)
+    target_compile_options(${bersaglio} PRIVATE -O3 -fno-optimize-sibling-calls)
     target_sources(varno PRIVATE $<TARGET_OBJECTS:${bersaglio}>)
 endfunction()
 

@@ -1,7 +1,8 @@
 // The project's powers, exponentials and angles against the C library's, bit for bit. The yardstick
-// is glibc 2.28 to 2.40 on x86-64; its variants with fused multiply-add are others:
+// is glibc 2.28 to 2.40 on x86-64; its variants with fused multiply-add are others, so ctest sets
+// GLIBC_TUNABLES:
 //
-//     GLIBC_TUNABLES=glibc.cpu.hwcaps=-FMA,-FMA4,-AVX2 elementari [--long] [--most N]
+//     elementari [--long] [--most N]
 //
 // --long takes all floats where the short form takes one in some thousand. Fails where more than N
 // of a hundred million differ (0), or one by more than a step.
