@@ -161,13 +161,14 @@ void di_confronta(CLI::App& app, Opzioni& o)
                        : "it takes 0 or a larger number, not " + testo;
         },
         "");
-    app.add_option("A", o.ingresso, "One picture, or shot.####.exr")->required();
+    app.add_option("A", o.ingresso, "One picture, shot.####.exr, or a movie")->required();
     app.add_option("B", o.altro, "The other, of the same size")->required();
     app.add_option("--limit", o.limite, "Largest difference that passes; 0 wants equal values")
         ->check(positivo);
     app.add_option("--split", o.affiancati, "Write A left and B right of a divider");
     app.add_option("--difference", o.differenza, "Write how far they are apart");
     app.add_option("--gain", o.guadagno, "Times that --difference is scaled")->check(positivo);
+    opzioni_filmato(app, o);
     opzione_sostituisci(app, o);
     app.add_flag("--json", o.json, "For machines");
 }
@@ -216,7 +217,7 @@ constexpr Comando COMANDI[] = {
     {"lut", nullptr, "Write the grade, without effects, as a .cube",
      "  provino lut amber.cube --size 65 -p formato=\"Sony S-Log3\" -p look=Amber\n",
      di_lut, comando_lut},
-    {"confronta", "compare", "Compare two pictures or sequences; exit code 1 where they differ",
+    {"confronta", "compare", "Compare two pictures, sequences or movies; exit code 1 where they differ",
      "  provino confronta a.exr b.exr --limit 0.001 --split ab.png\n"
      "  provino confronta 'a.####.exr' 'b.####.exr' --difference 'd.####.png' --gain 20\n",
      di_confronta, comando_confronta},

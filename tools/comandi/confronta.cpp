@@ -2,7 +2,7 @@
 #include "tools/argomenti.h"
 #include "tools/comandi/comandi.h"
 #include "tools/messaggi.h"
-#include "tools/quadri/sequenza.h"
+#include "tools/quadri/sorgente.h"
 #include "tools/quadri/uscita.h"
 
 #include <OpenImageIO/strutil.h>
@@ -120,15 +120,17 @@ void stampa(const Opzioni& o, const std::string& davanti, const Foto& a, const D
                                 d.diversi, testo_di(std::round(psnr * 100.0) / 100.0)));
 }
 
-// Two pictures; `davanti` names them where they are two of many. Returns whether they pass.
-bool confronta(const Opzioni& o, const std::string& nome_a, const std::string& nome_b,
+// Frame n of A and m of B; `davanti` names them where they are two of many. Returns whether they
+// pass.
+bool confronta(const Opzioni& o, const Sorgente& da, long long n, const Sorgente& con, long long m,
                const std::string& differenza, const std::string& davanti)
 {
-    const Foto a = leggi_foto(nome_a);
-    const Foto b = leggi_foto(nome_b);
+    const Foto a = leggi(da, n);
+    const Foto b = leggi(con, m);
     if (a.larghezza != b.larghezza || a.altezza != b.altezza)
-        fallisci(OIIO::Strutil::sprintf("the sizes differ: '%s' has %dx%d, '%s' has %dx%d", nome_a,
-                                        a.larghezza, a.altezza, nome_b, b.larghezza, b.altezza));
+        fallisci(OIIO::Strutil::sprintf("the sizes differ: '%s' has %dx%d, '%s' has %dx%d",
+                                        nome_al(da, n), a.larghezza, a.altezza, nome_al(con, m),
+                                        b.larghezza, b.altezza));
     const Differenza d = misura_differenza(a, b);
     stampa(o, davanti, a, d);
     if (!o.affiancati.empty())
@@ -138,21 +140,23 @@ bool confronta(const Opzioni& o, const std::string& nome_a, const std::string& n
     return d.massima <= o.limite;
 }
 
-void confronta_sequenze(const Opzioni& o, const Modello& a, const Modello& b)
+void confronta_tutti(const Opzioni& o, const Sorgente& a, const Sorgente& b)
 {
-    const std::vector<long long> numeri = fotogrammi_esistenti(a);
-    if (numeri.empty() || numeri != fotogrammi_esistenti(b))
-        fallisci(numeri.empty() ? "no file is named like " + tra_apici(o.ingresso)
-                                : "the frames of " + tra_apici(o.ingresso) + " and of " +
-                                      tra_apici(o.altro) + " have not the same numbers");
+    // A movie has no numbers of its own: its frames are taken in order.
+    if (a.proiezione || b.proiezione ? a.numeri.size() != b.numeri.size() : a.numeri != b.numeri)
+        fallisci("the frames of " + tra_apici(o.ingresso) + " and of " + tra_apici(o.altro) +
+                 " have not the same numbers");
     const auto differenza = modello_in(o.differenza);
     if (!o.affiancati.empty() || (!o.differenza.empty() && !differenza))
         rifiuta("of sequences --difference takes a name with #### in it, and --split none");
     std::string diversi;
-    for (const long long n : numeri)
-        if (!confronta(o, nome_al(a, n), nome_al(b, n), differenza ? nome_al(*differenza, n) : "",
-                       nome_al(a, n)))
+    for (std::size_t i = 0; i < a.numeri.size(); ++i) {
+        const long long n = a.numeri[i];
+        const std::string davanti =
+            a.proiezione ? a.nome + " frame " + std::to_string(n) : nome_al(a, n);
+        if (!confronta(o, a, n, b, b.numeri[i], differenza ? nome_al(*differenza, n) : "", davanti))
             diversi += " " + std::to_string(n);
+    }
     if (!diversi.empty())
         fallisci("frames differ by more than the limit of " + testo_di(o.limite) + ": " +
                  in_una_riga(diversi));
@@ -167,11 +171,13 @@ void comando_confronta(const Opzioni& o)
             controlla_scrittura(uscita, o.scrittura);
             controlla_uscita(uscita, o.scrittura.sovrascrivi);
         }
-    const auto a = modello_letto(o.ingresso);
-    const auto b = modello_letto(o.altro);
-    if (a && b)
-        confronta_sequenze(o, *a, *b);
-    else if (!confronta(o, o.ingresso, o.altro, o.differenza, ""))
+    const Sorgente a = apri_sorgente(o.ingresso, {}, o.colori);
+    const Sorgente b = apri_sorgente(o.altro, {}, o.colori);
+    for (const Sorgente* s : {&a, &b})
+        std::ranges::for_each(s->note, avviso);
+    if (!singola(a) && !singola(b))
+        confronta_tutti(o, a, b);
+    else if (!confronta(o, a, a.numeri.front(), b, b.numeri.front(), o.differenza, ""))
         fallisci("the pictures differ by more than the limit of " + testo_di(o.limite));
 }
 

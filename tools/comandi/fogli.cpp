@@ -3,13 +3,12 @@
 
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
-#include "tools/quadri/filmato_flussi.h"
 #include "tools/quadri/foglio.h"
+#include "tools/quadri/sorgente.h"
 #include "tools/quadri/uscita.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <optional>
 #include <utility>
 
 namespace varno::provino {
@@ -22,20 +21,8 @@ struct Inizio {
     Plugin plugin;
     Impostazioni base;
     Foto foto;
+    double tempo;
 };
-
-Foto leggi_ingresso(const Opzioni& o)
-{
-    if (!da_filmato(o.ingresso))
-        return leggi_foto(o.ingresso, o.scelta);
-    const Filmato f = leggi_filmato(o.ingresso, o.colori);
-    std::for_each(f.note.begin(), f.note.end(), avviso);
-    const int numero = std::max(1, o.fotogramma);
-    if (numero > f.quanti)
-        rifiuta(tra_apici(o.ingresso) + " has the frames 1 to " + std::to_string(f.quanti));
-    LetturaFilmato lettura(f);
-    return leggi_fotogramma(lettura, numero);
-}
 
 Inizio inizia(const Opzioni& o)
 {
@@ -44,7 +31,14 @@ Inizio inizia(const Opzioni& o)
     controlla_scrittura(o.uscita, o.scrittura);
     controlla_uscita(o.uscita, o.scrittura.sovrascrivi);
     riga("plug-in " + plugin.file);
-    return {std::move(plugin), std::move(base), leggi_ingresso(o)};
+    const Sorgente da = apri_sorgente(o.ingresso, o.scelta, o.colori);
+    std::ranges::for_each(da.note, avviso);
+    const long long n = o.fotogramma > 0 ? o.fotogramma : da.numeri.front();
+    if (!singola(da) && !std::ranges::binary_search(da.numeri, n))
+        rifiuta(tra_apici(o.ingresso) + " has the frames " + std::to_string(da.numeri.front()) +
+                " to " + std::to_string(da.numeri.back()));
+    const double tempo = static_cast<double>(da.modello ? n : o.fotogramma);
+    return {std::move(plugin), std::move(base), leggi(da, n), o.tempo.value_or(tempo)};
 }
 
 OIIO::ROI tutta(const Foto& foto)
@@ -58,10 +52,9 @@ Impostazioni con(Impostazioni imp, const std::string& nome, double valore)
     return imp;
 }
 
-Foto rendi(const Opzioni& o, Inizio& inizio, const Impostazioni& imp)
+Foto rendi(Inizio& inizio, const Impostazioni& imp)
 {
-    return rendi_foto(*istanza_con(inizio.plugin, imp), inizio.foto,
-                      o.tempo.value_or(o.fotogramma));
+    return rendi_foto(*istanza_con(inizio.plugin, imp), inizio.foto, inizio.tempo);
 }
 
 // File, look and settings, as far as the sheet itself does not tell them and they are not the
@@ -99,7 +92,7 @@ void comando_looks(const Opzioni& o)
         foglio_nuovo(o.larghezza, 4, 4, static_cast<double>(parte.width()) / parte.height());
     const auto mostra = [&](int n, const std::string& nome, const Impostazioni& imp) {
         const OIIO::ROI dove = posto_del_look(foglio, n);
-        incolla(foglio, dove, rendi(o, inizio, imp), parte);
+        incolla(foglio, dove, rendi(inizio, imp), parte);
         scrivi_sotto(foglio, dove, nome);
     };
     Impostazioni neutra = inizio.base;
@@ -119,7 +112,7 @@ void comando_effetti(const Opzioni& o)
     constexpr int RIGHE = 4;
     Inizio inizio = inizia(o);
     spegni_effetti(inizio.plugin, inizio.base);
-    const Foto senza = rendi(o, inizio, inizio.base);
+    const Foto senza = rendi(inizio, inizio.base);
     OIIO::ROI parte;
     double forma = 4.0 / 3.0;
     if (!o.ritaglio.empty()) {
@@ -132,7 +125,7 @@ void comando_effetti(const Opzioni& o)
     for (const auto& [p, quantita] : effetti(inizio.plugin)) {
         const double q = std::clamp(o.quantita, quantita.minimo, quantita.massimo);
         const Foto con_effetto =
-            rendi(o, inizio, con(con(inizio.base, p.nome, 1.0), quantita.nome, q));
+            rendi(inizio, con(con(inizio.base, p.nome, 1.0), quantita.nome, q));
         if (o.ritaglio.empty()) {
             const double scala = std::min({1.0, static_cast<double>(senza.larghezza) / largo,
                                            static_cast<double>(senza.altezza) / foglio.cella_a});

@@ -3,7 +3,7 @@
 
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
-#include "tools/quadri/filmato.h"
+#include "tools/quadri/sorgente.h"
 
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/strutil.h>
@@ -161,8 +161,7 @@ Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
 {
     Impostazioni imp;
     if (!o.da_foto.empty()) {
-        const auto testo = da_filmato(o.da_foto) ? leggi_filmato(o.da_foto).impostazioni
-                                                 : impostazioni_in(leggi_testata(o.da_foto));
+        const auto testo = leggi_impostazioni(apri_sorgente(o.da_foto));
         if (!testo)
             fallisci(tra_apici(o.da_foto) +
                      " carries no settings: it was not written by 'provino sviluppa'");

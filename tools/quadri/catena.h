@@ -14,6 +14,7 @@ namespace varno::provino {
 /// One frame to make: from a file to a file at a time.
 struct Fotogramma {
     double tempo = 0.0;
+    long long numero = 0;
     std::string ingresso, uscita;
 };
 

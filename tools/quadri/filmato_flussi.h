@@ -25,6 +25,9 @@ struct LetturaFilmato {
 /// Errore, from the second failure on without a text.
 Foto leggi_fotogramma(LetturaFilmato& l, long long numero);
 
+/// What goes with that frame: its size, frame rate, timecode, and the movie's tags.
+OIIO::ImageSpec testata_di(const Filmato& f, long long numero);
+
 /// Whether an output's name ends as a movie's.
 bool nome_di_filmato(const std::filesystem::path& file);
 

@@ -68,9 +68,11 @@ template <class Campione> void intreccia(const Filmato& f, const unsigned char* 
         }
 }
 
-void posa_testata(const Filmato& f, long long numero, OIIO::ImageSpec& testata)
+}  // namespace
+
+OIIO::ImageSpec testata_di(const Filmato& f, long long numero)
 {
-    testata.set_format(OIIO::TypeHalf);
+    OIIO::ImageSpec testata(f.larghezza, f.altezza, f.alfa ? 4 : 3, OIIO::TypeHalf);
     for (const auto& [nome, valore] : f.etichette)
         testata.attribute(nome, valore);
     int cadenza[2] = {0, 1};
@@ -82,14 +84,13 @@ void posa_testata(const Filmato& f, long long numero, OIIO::ImageSpec& testata)
     // SMPTE 12M as EXR and DPX hold it: two decimal digits a byte, hours first.
     std::string t = timecode_dopo(f.timecode, f.cadenza, numero - 1);
     if (t.size() != 11)
-        return;
+        return testata;
     const unsigned salta = t[8] == ';' ? 0x40 : 0;  // drops numbers
     std::erase_if(t, [](char c) { return c < '0' || c > '9'; });
     const unsigned codice[2] = {OIIO::Strutil::stoui(t, nullptr, 16) | salta, 0};
     testata.attribute("smpte:TimeCode", OIIO::TypeTimeCode, codice);
+    return testata;
 }
-
-}  // namespace
 
 Foto leggi_fotogramma(LetturaFilmato& l, long long numero)
 {
@@ -109,7 +110,7 @@ Foto leggi_fotogramma(LetturaFilmato& l, long long numero)
                               : f.byte == 2 ? intreccia<std::uint16_t>
                                             : intreccia<float>;
     intreccia_di(f, l.campioni.data(), foto);
-    posa_testata(f, numero, foto.testata);
+    foto.testata = testata_di(f, numero);
     l.fallita = false;
     return foto;
 }

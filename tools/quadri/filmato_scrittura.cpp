@@ -276,6 +276,8 @@ void scrivi_fotogramma(ScritturaFilmato& s, const Foto& foto)
 
 void concludi(ScritturaFilmato& s)
 {
+    if (s.fallita || !s.codifica)
+        throw Errore{FALLITO, {}};
     if (const std::string motivo = attendi(*s.codifica); !motivo.empty())
         interrotta(s, motivo);
 }

@@ -31,29 +31,6 @@ Sospeso& sospeso()
     return s;
 }
 
-// A file beside the final one, which goes with this unless it has its final name by then.
-struct Provvisorio {
-    fs::path file;
-
-    explicit Provvisorio(const fs::path& finale)
-    {
-        static unsigned conto = 0;
-        const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
-        file = finale.parent_path() /
-               (".provino-" + std::to_string(getpid()) + "-" + std::to_string(conto++) + ".tmp");
-        sospeso().file.insert(file);
-    }
-    Provvisorio(const Provvisorio&) = delete;
-    Provvisorio& operator=(const Provvisorio&) = delete;
-    ~Provvisorio()
-    {
-        std::error_code ignorato;
-        fs::remove(file, ignorato);
-        const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
-        sospeso().file.erase(file);
-    }
-};
-
 // In a thread of its own, which may wait and allocate as a signal's handler may not.
 void aspetta_segnale(const sigset_t& quali)
 {
@@ -104,17 +81,31 @@ void controlla_uscita(const fs::path& finale, bool sovrascrivi)
                  " to write into: make it first");
 }
 
-void scrivi_intero(const fs::path& dato, bool sovrascrivi,
-                   const std::function<void(const fs::path&)>& scrivi)
+Provvisorio::Provvisorio(const fs::path& dato)
 {
-    controlla_uscita(dato, sovrascrivi);
+    static unsigned conto = 0;
     std::error_code e;
-    // Through a symbolic link the file itself is replaced, not the link.
-    fs::path finale = fs::is_symlink(dato, e) ? fs::canonical(dato, e) : dato;
+    finale = fs::is_symlink(dato, e) ? fs::canonical(dato, e) : dato;
     if (e)
         finale = dato;
-    Provvisorio p(finale);
-    scrivi(p.file);
+    const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+    file = finale.parent_path() /
+           (".provino-" + std::to_string(getpid()) + "-" + std::to_string(conto++) + ".tmp");
+    sospeso().file.insert(file);
+}
+
+Provvisorio::~Provvisorio()
+{
+    std::error_code ignorato;
+    fs::remove(file, ignorato);
+    const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+    sospeso().file.erase(file);
+}
+
+void dai_nome(const Provvisorio& p, bool sovrascrivi)
+{
+    std::error_code e;
+    const fs::path& finale = p.finale;
     if (!sovrascrivi) {
         // A link is made only where the name is free, whoever else writes there meanwhile.
         fs::create_hard_link(p.file, finale, e);
@@ -125,6 +116,15 @@ void scrivi_intero(const fs::path& dato, bool sovrascrivi,
         fs::rename(p.file, finale, e);
     if (e)
         fallisci("cannot give " + tra_apici(finale.string()) + " its name: " + e.message());
+}
+
+void scrivi_intero(const fs::path& finale, bool sovrascrivi,
+                   const std::function<void(const fs::path&)>& scrivi)
+{
+    controlla_uscita(finale, sovrascrivi);
+    const Provvisorio p(finale);
+    scrivi(p.file);
+    dai_nome(p, sovrascrivi);
 }
 
 void scrivi_byte(const fs::path& file, Byte dati, const std::string& nome)

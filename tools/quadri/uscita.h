@@ -14,10 +14,24 @@ namespace varno::provino {
 /// overwritten, is a folder, or its folder is missing.
 void controlla_uscita(const std::filesystem::path& finale, bool sovrascrivi);
 
-/// Lets `scrivi` fill a file beside the final one and then gives it the final name, in one step:
-/// under that name stands the whole file or what stood there before. The file beside is removed
-/// where it fails, also on a signal that ends the program (not on SIGKILL, which leaves
-/// ".provino-*.tmp").
+/// A file beside an output, to be filled, which goes with this unless it was given the final name
+/// by then: under that name stands the whole file or what stood there before. It goes too on a
+/// signal that ends the program (not on SIGKILL, which leaves ".provino-*.tmp").
+struct Provvisorio {
+    std::filesystem::path file;
+    std::filesystem::path finale;  // where a symbolic link points to: the link itself stays
+
+    explicit Provvisorio(const std::filesystem::path& dato);
+    Provvisorio(const Provvisorio&) = delete;
+    Provvisorio& operator=(const Provvisorio&) = delete;
+    ~Provvisorio();
+};
+
+/// Gives it the final name, in one step. Throws Errore where that exists and is not to be
+/// overwritten.
+void dai_nome(const Provvisorio& p, bool sovrascrivi);
+
+/// Lets `scrivi` fill a file beside the final one and then gives it the final name.
 void scrivi_intero(const std::filesystem::path& finale, bool sovrascrivi,
                    const std::function<void(const std::filesystem::path&)>& scrivi);
 
