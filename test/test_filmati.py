@@ -268,7 +268,7 @@ class Filmati(Prova):
                 (USO, "takes no samples 'rgb24'", "in.mov o.mov --codec libx264:rgb24", {}),
                 (USO, "--rate is for a sequence", "in.mov o.mov --rate 25", {}),
                 (USO, "--codec and --quality are for a movie", "in.mov o#.png --codec prores", {}),
-                (FALLITO, "give --overwrite", "in.mov in.mov", {})):
+                (FALLITO, "is what is read", "in.mov in.mov --overwrite", {})):
             with self.subTest(argomenti):
                 self.rifiuta(uscita, messaggio, "sviluppa " + argomenti, note="(?:[^\n]*note:[^\n]*\n)*", **come)
                 self.nessuno_resta()

@@ -176,7 +176,9 @@ class Parole(Prova):
                 (FALLITO, "no JSON object", da + " o.png --settings s.exr"),
                 (FALLITO, "carries no settings", su + " --settings-from s.exr"),
                 (USO, "outside the picture", "effetti s.exr o.png --crop 90x20+20+10"),
-                (FALLITO, "no file is named like 'm.#.exr'", "sviluppa m.#.exr o#.exr")):
+                (FALLITO, "no file is named like 'm.#.exr'", "sviluppa m.#.exr o#.exr"),
+                (FALLITO, "is what is read", "sviluppa s.exr ./s.exr --overwrite"),
+                (USO, "has a place for a frame number", "sviluppa s.exr o.##.exr")):
             with self.subTest(" ".join(argomenti)):
                 self.rifiuta(uscita, re.escape(messaggio), *argomenti)
 

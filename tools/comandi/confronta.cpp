@@ -143,7 +143,7 @@ bool confronta(const Opzioni& o, const Sorgente& da, long long n, const Sorgente
 void confronta_tutti(const Opzioni& o, const Sorgente& a, const Sorgente& b)
 {
     // A movie has no numbers of its own: its frames are taken in order.
-    if (a.proiezione || b.proiezione ? a.numeri.size() != b.numeri.size() : a.numeri != b.numeri)
+    if (!a.modello || !b.modello ? a.numeri.size() != b.numeri.size() : a.numeri != b.numeri)
         fallisci("the frames of " + tra_apici(o.ingresso) + " and of " + tra_apici(o.altro) +
                  " have not the same numbers");
     const auto differenza = modello_in(o.differenza);
@@ -175,7 +175,7 @@ void comando_confronta(const Opzioni& o)
     const Sorgente b = apri_sorgente(o.altro, {}, o.colori);
     for (const Sorgente* s : {&a, &b})
         std::ranges::for_each(s->note, avviso);
-    if (!singola(a) && !singola(b))
+    if (!singola(a) || !singola(b))
         confronta_tutti(o, a, b);
     else if (!confronta(o, a, a.numeri.front(), b, b.numeri.front(), o.differenza, ""))
         fallisci("the pictures differ by more than the limit of " + testo_di(o.limite));
