@@ -34,7 +34,7 @@ endfunction()
 
 varno_nuclei(base)
 
-if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND NOT APPLE)
+if(VARNO_X86_64)
     set(opzioni -mavx2)
     set(con_avx2 TRUE)
     if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")

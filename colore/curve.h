@@ -1,6 +1,8 @@
 // The cameras' transfer curves, as samples.
 #pragma once
 
+#include "comune/regole.h"
+
 #include <array>
 
 namespace varno {

@@ -1,11 +1,9 @@
 // The small arithmetic that everything shares.
 #pragma once
 
-#include <algorithm>
+#include "comune/regole.h"
 
-#ifdef __FAST_MATH__
-#error "fast-math changes pixels: build without it"
-#endif
+#include <algorithm>
 
 namespace varno {
 

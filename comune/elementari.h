@@ -240,7 +240,7 @@ inline int intero(uint32_t bit)
     return (bit & ultimo) != 0 ? 1 : 2;
 }
 
-/// x to the power y, with every special value as C has it.
+/// x to the power y, with every special value as C has it, not-a-numbers of the quiet kind.
 inline float potenza(float x, float y)
 {
     uint32_t bx = bit_di<uint32_t>(x);
@@ -367,7 +367,8 @@ template <class V> inline V arcotangente_finita(V y, V x)
     return bit_di<V>(bit_di<I>(b) ^ (bit_di<I>(y) & segno));
 }
 
-/// Angle of the point (x, y), -pi to pi, with every special value as C has it.
+/// Angle of the point (x, y), -pi to pi, with every special value as C has it, not-a-numbers of the
+/// quiet kind.
 inline float arcotangente(float y, float x)
 {
     const uint32_t bx = bit_di<uint32_t>(x);

@@ -13,6 +13,8 @@
 #error "the kernels are written in the vector types of GCC and Clang"
 #endif
 
+#include "comune/regole.h"
+
 #include <math.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -25,10 +27,6 @@
 // In files that are built once.
 #ifndef VARNO_LIVELLO
 #define VARNO_LIVELLO unico
-#endif
-
-#ifdef __FAST_MATH__
-#error "fast-math changes pixels: build without it"
 #endif
 
 namespace varno {
