@@ -17,7 +17,7 @@ constexpr const char* TENDINE[] = {"cs_sony3", "cs_sony2", "cs_canon", "cs_apple
 // Null behind the last.
 const ParametroEffetto* consiglio(int posto)
 {
-    for (const ParametroEffetto& p : parametri_effetti())
+    for (const ParametroEffetto& p : PARAMETRI_EFFETTI)
         if (p.consiglio == posto)
             return &p;
     return nullptr;

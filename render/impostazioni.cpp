@@ -40,44 +40,50 @@ std::int32_t numero_fotogramma(double tempo)
     return std::numeric_limits<std::int32_t>::min();
 }
 
-FxRicetta leggi_ricetta(const Lettore& l)
+FxRicetta ricetta_di(const Lettura& l)
 {
     FxRicetta r;
-    for (const ParametroEffetto& p : parametri_effetti())
-        r.*p.campo = l.intero(p.interruttore) != 0
-                         ? static_cast<float>(l.numero(p.quantita)) * p.scala
-                         : 0.0f;
+    const double* quantita = l.quantita.data();
+    for (const ParametroEffetto& p : PARAMETRI_EFFETTI)
+        r.*p.campo = static_cast<float>(*quantita++) * p.scala;
     r.fotogramma = numero_fotogramma(l.tempo);
     // In unsigned arithmetic, since a host may hold any value there.
-    r.punte = static_cast<std::int32_t>(2u * static_cast<std::uint32_t>(l.intero("punte")) + 4u);
+    r.punte = static_cast<std::int32_t>(2u * static_cast<std::uint32_t>(l.punte) + 4u);
     return r;
 }
 
 }  // namespace
 
-ImpostazioniQuadro leggi_impostazioni(OfxParamSetHandle parametri, double tempo)
+Lettura leggi_parametri(OfxParamSetHandle parametri, double tempo)
 {
     const Lettore l{parametri, tempo};
-    ImpostazioniQuadro imp;
-    Chiave& k = imp.chiave;
+    Lettura v;
+    v.tempo = tempo;
+    Chiave& k = v.chiave;
     k.look = l.intero("look");
     k.forza = l.numero("forza");
     k.ev = l.numero("ev");
     k.temp = l.numero("temp");
     k.tinta = l.numero("tinta");
-    imp.ricetta = leggi_ricetta(l);
+    double* quantita = v.quantita.data();
+    for (const ParametroEffetto& p : PARAMETRI_EFFETTI)
+        *quantita++ = l.intero(p.interruttore) != 0 ? l.numero(p.quantita) : 0.0;
+    v.punte = l.intero("punte");
 
     static const std::vector<LookDef> looks = catalogo();
     if (k.look < 0 || static_cast<std::size_t>(k.look) >= looks.size())
         k.look = 0;
-    const LookDef& look = looks[static_cast<std::size_t>(k.look)];
+    v.look = &looks[static_cast<std::size_t>(k.look)];
 
     const int formato = l.intero("formato");
     const char* tendina = tendina_colorspace(formato);
     k.profilo = riga_profilo(formato, tendina != nullptr ? l.intero(tendina) : 0);
+    return v;
+}
 
-    imp.contesto = contesto_di(look, k);
-    return imp;
+ImpostazioniQuadro impostazioni_di(const Lettura& lettura)
+{
+    return {ricetta_di(lettura), contesto_di(*lettura.look, lettura.chiave), lettura.chiave};
 }
 
 }  // namespace varno

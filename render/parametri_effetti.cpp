@@ -2,13 +2,12 @@
 #include "render/parametri_effetti.h"
 
 namespace varno {
-namespace {
 
-constexpr float GRADO = 0.55f;  // the filter grades' share of a full filter
+static constexpr float GRADO = 0.55f;  // the filter grades' share of a full filter
 
 // Both orders are part of what hosts see. Grain and star are the user's own.
 // clang-format off
-constexpr ParametroEffetto PARAMETRI_EFFETTI[] = {
+const ParametroEffetto PARAMETRI_EFFETTI[NUMERO_EFFETTI] = {
     {"enhance_on",  "enhance",  &FxRicetta::enhance,  1.0f,   3},
     {"halation_on", "halation", &FxRicetta::halation, 1.0f,   1},
     {"bloom_on",    "bloom",    &FxRicetta::bloom,    1.0f,   2},
@@ -23,12 +22,5 @@ constexpr ParametroEffetto PARAMETRI_EFFETTI[] = {
     {"stella_on",   "stella",   &FxRicetta::stella,   1.0f,   0},
 };
 // clang-format on
-
-}  // namespace
-
-std::span<const ParametroEffetto> parametri_effetti()
-{
-    return PARAMETRI_EFFETTI;
-}
 
 }  // namespace varno

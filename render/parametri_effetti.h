@@ -3,8 +3,6 @@
 
 #include "fx/ricetta.h"
 
-#include <span>
-
 namespace varno {
 
 /// One effect. Its amount counts only where its switch is on.
@@ -16,7 +14,9 @@ struct ParametroEffetto {
     int consiglio = 0;   // place among those that a look suggests, from 1; 0: no look touches it
 };
 
+constexpr int NUMERO_EFFETTI = 12;
+
 /// In the order in which a render reads them.
-std::span<const ParametroEffetto> parametri_effetti();
+extern const ParametroEffetto PARAMETRI_EFFETTI[NUMERO_EFFETTI];
 
 }  // namespace varno

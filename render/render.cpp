@@ -2,6 +2,7 @@
 // before.
 #include "render/render.h"
 
+#include "comune/modo.h"
 #include "ofx/suite.h"
 #include "render/impostazioni.h"
 #include "render/lut3d.h"
@@ -36,6 +37,23 @@ Finestra finestra_di(const ImmagineHost& i, const int (&finestra)[4])
             i.byte_riga};
 }
 
+// The frame itself, between the last call that asks the host and the first that gives back. False
+// where there is nothing to make it of; a table that was rebuilt before that stays.
+bool fai_quadro(const ImmagineHost& sorgente, const ImmagineHost& uscita, const int (&finestra)[4],
+                const Lettura& lettura)
+{
+    const ModoNormale modo;
+    const ImpostazioniQuadro imp = impostazioni_di(lettura);
+    const std::shared_ptr<const Lut3D> lut = aggiorna_tabella(imp.contesto, imp.chiave);
+    const std::int32_t W = meno(finestra[2], finestra[0]);
+    const std::int32_t H = meno(finestra[3], finestra[1]);
+    if (W <= 0 || H <= 0 || sorgente.dati == nullptr || uscita.dati == nullptr)
+        return false;
+    sviluppa(*lut, finestra_di(sorgente, finestra), finestra_di(uscita, finestra), W, H,
+             imp.ricetta);
+    return true;
+}
+
 }  // namespace
 
 OfxStatus render(OfxImageEffectHandle handle, OfxPropertySetHandle inArgs)
@@ -60,35 +78,21 @@ OfxStatus render(OfxImageEffectHandle handle, OfxPropertySetHandle inArgs)
         gEff->clipReleaseImage(sorgente.props);
         return kOfxStatFailed;
     }
-    const auto rilascia = [&] {
-        gEff->clipReleaseImage(sorgente.props);
-        gEff->clipReleaseImage(uscita.props);
-    };
 
-    for (ImmagineHost* i : {&sorgente, &uscita})
-        gProp->propGetPointer(i->props, "OfxImagePropData", 0, &i->dati);
-    for (ImmagineHost* i : {&sorgente, &uscita})
-        gProp->propGetInt(i->props, "OfxImagePropRowBytes", 0, &i->byte_riga);
-    for (ImmagineHost* i : {&sorgente, &uscita})
-        gProp->propGetIntN(i->props, "OfxImagePropBounds", 4, i->limiti);
+    gProp->propGetPointer(sorgente.props, "OfxImagePropData", 0, &sorgente.dati);
+    gProp->propGetPointer(uscita.props, "OfxImagePropData", 0, &uscita.dati);
+    gProp->propGetInt(sorgente.props, "OfxImagePropRowBytes", 0, &sorgente.byte_riga);
+    gProp->propGetInt(uscita.props, "OfxImagePropRowBytes", 0, &uscita.byte_riga);
+    gProp->propGetIntN(sorgente.props, "OfxImagePropBounds", 4, sorgente.limiti);
+    gProp->propGetIntN(uscita.props, "OfxImagePropBounds", 4, uscita.limiti);
 
     OfxParamSetHandle parametri = nullptr;
     gEff->getParamSet(handle, &parametri);
-    const ImpostazioniQuadro imp = leggi_impostazioni(parametri, tempo);
-    const std::shared_ptr<const Lut3D> lut = aggiorna_tabella(imp.contesto, imp.chiave);
-
-    // Only here: a table that was rebuilt for a frame without pixels stays.
-    const std::int32_t W = meno(finestra[2], finestra[0]);
-    const std::int32_t H = meno(finestra[3], finestra[1]);
-    if (W <= 0 || H <= 0 || sorgente.dati == nullptr || uscita.dati == nullptr) {
-        rilascia();
-        return kOfxStatFailed;
-    }
-
-    sviluppa(*lut, finestra_di(sorgente, finestra), finestra_di(uscita, finestra), W, H,
-             imp.ricetta);
-    rilascia();
-    return kOfxStatOK;
+    const Lettura lettura = leggi_parametri(parametri, tempo);
+    const bool fatto = fai_quadro(sorgente, uscita, finestra, lettura);
+    gEff->clipReleaseImage(sorgente.props);
+    gEff->clipReleaseImage(uscita.props);
+    return fatto ? kOfxStatOK : kOfxStatFailed;
 }
 
 }  // namespace varno

@@ -1,4 +1,5 @@
 // What a render asks of the host, gives it, and answers when something is missing.
+#include "comune/modo.h"
 #include "host.h"
 #include "ofx/ofx.h"
 #include "render/lut3d.h"
@@ -517,4 +518,50 @@ TEST_CASE("instances at once give each frame as if it were alone, while others c
     CHECK(diversi == 0);
     for (const Posto& p : posti)
         senza_violazioni(registro(*p.istanza));
+}
+
+TEST_CASE(
+    "whatever floating-point mode a host's thread is in: the same picture, the mode untouched")
+{
+#if defined(__x86_64__)
+    // denormals written as 0, read as 0; rounding down, up, towards 0; all but the inexact unmasked
+    constexpr std::uint64_t MODI[] = {0x9f80, 0x1fc0, 0x3f80, 0x5f80, 0x7f80, 0x1000};
+    constexpr std::uint64_t BANDIERE = 0x3f;  // of what has happened; the bench host raises its own
+#else
+    // denormals as 0; rounding up, down, towards 0 (of a 64-bit ARM; others have none to set here)
+    constexpr std::uint64_t MODI[] = {1u << 24, 1u << 22, 2u << 22, 3u << 22};
+    constexpr std::uint64_t BANDIERE = 0;
+#endif
+    const Rettangolo f{0, 0, 40, 17};
+    Tela sorgente = tela(f);
+    dipingi(sorgente);
+    for (int x = 0; x < 8; ++x)
+        pixel(sorgente, x, x)[x % 3] = 1e-39f * static_cast<float>(x);
+    const std::uint64_t normale = varno::modo();
+    // All at work, and what leaves denormals as they are.
+    const IstanzaPtr istanze[] = {crea_istanza(modulo(), acceso()),
+                                  crea_istanza(modulo(), con(SPENTO, {{"forza", 0}}))};
+    std::uint64_t visto = 0;
+    const auto reso = [&](Istanza& i, std::uint64_t m) {
+        imposta_funzione(i, "punte", [&](double) {
+            visto = varno::modo() & ~BANDIERE;
+            return 1.0;
+        });
+        Tela u = tela(f);
+        varno::imposta_modo(m);
+        const int stato = rendi(i, 0.0, f, figura(sorgente), figura(u));
+        const std::uint64_t dopo = varno::modo() & ~BANDIERE;
+        varno::imposta_modo(normale);
+        CHECK(stato == kOfxStatOK);
+        CHECK(visto == (m & ~BANDIERE));
+        CHECK(dopo == visto);
+        return bit_di(u, f);
+    };
+    const Bit attesi[] = {reso(*istanze[0], normale), reso(*istanze[1], normale)};
+    for (const std::uint64_t m : MODI)
+        for (int n = 0; n < 2; ++n) {  // each has its table built anew
+            CAPTURE(m);
+            CAPTURE(n);
+            CHECK(reso(*istanze[n], m) == attesi[n]);
+        }
 }

@@ -161,7 +161,7 @@ int entrata(const char* azione, const void* effetto, OfxPropertySetHandle in,
         return OfxGetPlugin(0)->mainEntry(azione, effetto, in, fuori);
     OfxParamSetHandle set = nullptr;
     gEff->getParamSet(static_cast<OfxImageEffectHandle>(const_cast<void*>(effetto)), &set);
-    gLette = leggi_impostazioni(set, gTempo);
+    gLette = impostazioni_di(leggi_parametri(set, gTempo));
     return kOfxStatOK;
 }
 
