@@ -1,8 +1,10 @@
 // What the benchmarks render, and what they compare it with.
 #include "scena.h"
 
+#include "comune/nuclei.h"
 #include "looks/catalogo.h"
 #include "render/contesto.h"
+#include "render/nuclei_tabella.h"
 #include "render/parallel_for.h"
 #include "render/sviluppa.h"
 #include "test/semplici.h"
@@ -181,12 +183,12 @@ void copia(Scena& scena)
         });
 }
 
-void in_immagine(const Lut3D& lut, Scena& scena, Immagine& immagine, Alfa& alfa)
+void in_immagine(const Lut3D& lut, Scena& scena, Immagine& immagine, Piano& alfa)
 {
-    const std::size_t riga = static_cast<std::size_t>(scena.larghezza) * 3;
+    const auto riga = static_cast<std::size_t>(scena.larghezza);
     parallel_for(static_cast<std::uint64_t>(scena.altezza), [&](std::uint64_t y) {
-        passata_colore(lut, scena.finestra_sorgente(), scena.larghezza, y, &immagine[y * riga],
-                       alfa);
+        gNuclei->tabella.campiona(lut.dati.data(), lut.N, &scena.sorgente[y * riga * 4],
+                                  &immagine[y * riga * 3], &alfa[y * riga], scena.larghezza);
     });
 }
 

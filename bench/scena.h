@@ -4,7 +4,7 @@
 #include "colore/colore.h"
 #include "fx/ricetta.h"
 #include "render/lut3d.h"
-#include "render/passata.h"
+#include "render/sviluppa.h"
 
 #include <cstddef>
 #include <vector>
@@ -47,7 +47,7 @@ void quadro(const Lut3D& lut, Scena& scena, const FxRicetta& ricetta);
 void quadro_semplice(const std::vector<float>& tavola, Scena& scena, const FxRicetta& ricetta);
 
 /// The grading of a whole frame alone.
-void in_immagine(const Lut3D& lut, Scena& scena, Immagine& immagine, Alfa& alfa);
+void in_immagine(const Lut3D& lut, Scena& scena, Immagine& immagine, Piano& alfa);
 
 /// The machine's limits. A frame copied on threads, 16 bytes a pixel; its shape changed on the way
 /// as the table pass does, to RGB and alpha; and memory fresh from the system, written once.

@@ -2,7 +2,6 @@
 #include "comune/pagine.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 #if defined(_WIN32)
 #define WIN32_LEAN_AND_MEAN
@@ -25,8 +24,8 @@ std::size_t in_pagine_grandi(std::size_t byte)
 
 }  // namespace
 
-// From one huge page's start to another's: what lies before and behind goes back at once. What
-// does not fill the last one takes small pages as it is touched, not a whole one.
+// From one huge page's start to another's: what lies before and behind goes back at once. The last
+// one is whole too: its 512 small pages would cost more than clearing it.
 void* prendi_pagine(std::size_t byte)
 {
     const std::size_t tenuti = in_pagine_grandi(byte);
@@ -40,7 +39,7 @@ void* prendi_pagine(std::size_t byte)
         munmap(p, inizio - da);
     if (inizio + tenuti < da + preso)
         munmap(reinterpret_cast<void*>(inizio + tenuti), da + preso - inizio - tenuti);
-    madvise(reinterpret_cast<void*>(inizio), byte / PAGINA_GRANDE * PAGINA_GRANDE, MADV_HUGEPAGE);
+    madvise(reinterpret_cast<void*>(inizio), tenuti, MADV_HUGEPAGE);
     return reinterpret_cast<void*>(inizio);
 }
 
@@ -68,16 +67,6 @@ void* prendi_pagine(std::size_t byte)
 void rendi_pagine(void* p, std::size_t)
 {
     VirtualFree(p, 0, MEM_RELEASE);
-}
-#else
-void* prendi_pagine(std::size_t byte)
-{
-    return std::calloc(byte, 1);
-}
-
-void rendi_pagine(void* p, std::size_t)
-{
-    std::free(p);
 }
 #endif
 

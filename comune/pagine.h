@@ -5,8 +5,7 @@
 
 namespace varno {
 
-/// byte bytes, all 0, in huge pages where the system has them and they fill them; null where there
-/// is no memory.
+/// byte bytes, all 0, in whole huge pages where the system has them; null where there is no memory.
 void* prendi_pagine(std::size_t byte);
 
 /// Gives a block of that size back, whole.

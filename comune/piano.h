@@ -1,4 +1,4 @@
-// The memory of pictures: planes of floats, and the arena that a frame takes them from.
+// The memory of pictures: planes of floats.
 #pragma once
 
 #include <cstddef>
@@ -6,36 +6,15 @@
 
 namespace varno {
 
-/// The memory of one frame: blocks taken from the system on demand and handed from one plane to the
-/// next, given back all together at its end. Belongs to one render; not for several threads.
-/// It must outlive the planes taken from it.
-struct Arena {
-    static constexpr int MASSIMO = 32;
-
-    struct Blocco {
-        float* dati = nullptr;
-        std::size_t byte = 0;
-        bool in_uso = false;
-    };
-    Blocco blocchi[MASSIMO];
-    int quanti = 0;
-
-    Arena() = default;
-    Arena(const Arena&) = delete;
-    Arena& operator=(const Arena&) = delete;
-    ~Arena();
-};
-
-/// Where a plane's memory goes back to: a block of an arena, or the system.
+/// Gives a plane's memory back to where it came from.
 struct RendiPiano {
-    Arena::Blocco* blocco = nullptr;
+    std::size_t pagine = 0;  // bytes of the system's own pages; 0: it is the library's
     void operator()(float* p) const noexcept;
 };
 
 /// The project's one growable array of floats: a plane of one float a pixel, or a working image of
 /// three. Moves, does not copy; one that was moved from may only be assigned to. Zeroes come from
-/// the system as untouched pages. Behind the last float lie four more that may be read, not
-/// written. A size that cannot be had throws std::bad_alloc.
+/// the system as untouched pages. A size that cannot be had throws std::bad_alloc.
 struct Piano {
     Piano() noexcept = default;
     /// n floats, all 0.
@@ -57,7 +36,7 @@ struct Piano {
     void azzera(std::size_t n) { *this = Piano(n); }
 
   private:
-    friend Piano piano_di_lavoro(std::size_t n, Arena* arena);
+    friend Piano piano_di_lavoro(std::size_t n);
     std::unique_ptr<float[], RendiPiano> dati;
     std::size_t lunghezza = 0;
 };
@@ -65,8 +44,19 @@ struct Piano {
 /// Three floats a pixel, interleaved, row after row.
 using Immagine = Piano;
 
-/// n floats whose contents are unspecified, from the arena where there is one: for stages that
-/// write every sample before they read it.
-Piano piano_di_lavoro(std::size_t n, Arena* arena);
+/// n floats whose contents are unspecified, for what is written before it is read; large ones in
+/// huge pages. Throws std::bad_alloc.
+Piano piano_di_lavoro(std::size_t n);
+
+/// Rows of floats that lie in another's memory.
+struct Campo {
+    float* dati = nullptr;
+    std::ptrdiff_t passo = 0;  // floats from one row to the next, also backwards
+};
+
+inline float* riga_di(const Campo& c, std::ptrdiff_t y)
+{
+    return c.dati + y * c.passo;
+}
 
 }  // namespace varno

@@ -23,15 +23,16 @@ void rosso_e_blu(const float* rgb, const float*, float* const* piani, ptrdiff_t 
 }
 
 struct Asse {
-    ptrdiff_t lato;  // pixels
-    float centro;    // half the side: half a pixel past the middle of the grid
-    float limite;    // below 0 on a side of 1, where a pair is the one sample twice
+    ptrdiff_t lato;   // pixels
+    ptrdiff_t passo;  // floats from one to the next
+    float centro;     // half the side: half a pixel past the middle of the grid
+    float limite;     // below 0 on a side of 1, where a pair is the one sample twice
 };
 
-Asse asse_di(ptrdiff_t lato)
+Asse asse_di(ptrdiff_t lato, ptrdiff_t passo)
 {
     constexpr float MARGINE = 1.001f;  // keeps the second sample of a pair inside the frame
-    return {lato, static_cast<float>(lato) * 0.5f, static_cast<float>(lato) - MARGINE};
+    return {lato, passo, static_cast<float>(lato) * 0.5f, static_cast<float>(lato) - MARGINE};
 }
 
 // Where a pixel at the distance d from the centre samples; not-a-number counts as 0.
@@ -55,8 +56,8 @@ float campione(const float* piano, float sx, float sy, const Asse& ax, const Ass
     const float ty = sy - static_cast<float>(iy);
     const ptrdiff_t x0 = ix < ax.lato ? ix : ax.lato - 1;
     const ptrdiff_t x1 = ix + 1 < ax.lato ? ix + 1 : ax.lato - 1;
-    const float* r0 = piano + (iy < ay.lato ? iy : ay.lato - 1) * ax.lato;
-    const float* r1 = piano + (iy + 1 < ay.lato ? iy + 1 : ay.lato - 1) * ax.lato;
+    const float* r0 = piano + (iy < ay.lato ? iy : ay.lato - 1) * ay.passo;
+    const float* r1 = piano + (iy + 1 < ay.lato ? iy + 1 : ay.lato - 1) * ay.passo;
     return mescola(mescola(r0[x0], r0[x1], tx), mescola(r1[x0], r1[x1], tx), ty);
 }
 
@@ -78,8 +79,8 @@ Vf campioni(const float* piano, Vf sx, Vf sy, const Asse& ax, const Asse& ay)
     if (vicini && x0 >= 0 && y0 >= 0 && x0 + CAMPIONI<Vf> < ax.lato && y0 + 1 < ay.lato) {
         const Vf tx = sx - __builtin_convertvector(ix, Vf);
         const Vf ty = sy - __builtin_convertvector(iy, Vf);
-        const float* r0 = piano + y0 * ax.lato + x0;
-        const float* r1 = r0 + ax.lato;
+        const float* r0 = piano + y0 * ay.passo + x0;
+        const float* r1 = r0 + ay.passo;
         return mescola(mescola(carica<Vf>(r0), carica<Vf>(r0 + 1), tx),
                        mescola(carica<Vf>(r1), carica<Vf>(r1 + 1), tx), ty);
     }
@@ -110,14 +111,14 @@ void riga_aberrazione(const float* da, float* a, const float* rosso, const float
     });
 }
 
-void aberrazione(const Quadro& q, const Righe& r, const float* piani, float quantita)
+void aberrazione(const Quadro& q, const Righe& r, const Mezzi& m)
 {
-    const Asse ax = asse_di(q.larghezza);
-    const Asse ay = asse_di(q.altezza);
-    const ptrdiff_t riga = 3 * q.larghezza;
+    const Asse ax = asse_di(q.larghezza, 1);
+    const Asse ay = asse_di(q.altezza, m.passo);
+    const float* const blu = m.piani + q.altezza * m.passo;
     for (ptrdiff_t i = 0; i < r.n; ++i)
-        riga_aberrazione(r.da + i * riga, r.a + i * riga, piani, piani + q.larghezza * q.altezza,
-                         ax, ay, r.y + i, quantita * SPOSTAMENTO);
+        riga_aberrazione(r.da + i * r.passo_da, r.a + i * r.passo_a, m.piani, blu, ax, ay, r.y + i,
+                         m.quantita * SPOSTAMENTO);
 }
 
 }  // namespace

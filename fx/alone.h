@@ -5,6 +5,7 @@
 #pragma once
 
 #include "comune/vettore.h"
+#include "fx/blur.h"
 #include "fx/effetto.h"
 
 namespace varno {

@@ -7,7 +7,7 @@ namespace {
 
 struct Bloom {
     static constexpr int PIANI = 1;
-    static constexpr float INIZIO = 0.72f;    // luminance at which the mask leaves 0
+    static constexpr float INIZIO = 0.72f;    // luminance at which the mask departs from 0
     static constexpr float AMPIEZZA = 0.28f;  // written out: 1 - INIZIO rounds to another float
 
     template <class V> static V maschera(V luma)
@@ -30,7 +30,7 @@ extern const Effetto BLOOM;
 constinit const Effetto BLOOM = alone<Bloom>({
     .quantita = &FxRicetta::bloom,
     .copia = Copia::RIDOTTA,
-    .lavoro = Lavoro::SFOCA,
+    .prepara = &BOX_BLUR,
     .raggio = 0.01,
     .minimo = 1,
     .rinfresca_luma = false,  // what follows masks by the picture before the glow

@@ -18,7 +18,8 @@ template <class V> V limita_dettaglio(V differenza)
     return d > 3.0f ? tutti<V>(0.33333334f) : d < -3.0f ? tutti<V>(-0.33333334f) : t;
 }
 
-/// A glow whose mask is the luminance. D::PENDENZA is the share at an amount of 1; leaves 0..1.
+/// A glow whose mask is the luminance. D::PENDENZA is the share at an amount of 1. The result
+/// lies in 0..1.
 template <class D> struct Dettaglio {
     static constexpr int PIANI = 1;
     static constexpr float MINIMO = 0.000001f;  // floor of luminance, before and after

@@ -14,7 +14,7 @@ struct Enhance {
 extern const Effetto ENHANCE;
 constinit const Effetto ENHANCE = alone<Dettaglio<Enhance>>({
     .quantita = &FxRicetta::enhance,
-    .lavoro = Lavoro::SFOCA,
+    .prepara = &BOX_BLUR,
     .raggio = 0.012,
 });
 

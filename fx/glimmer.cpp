@@ -7,7 +7,7 @@ namespace {
 
 struct Glimmer {
     static constexpr int PIANI = 1;
-    static constexpr float INIZIO = 0.55f;    // luminance at which the mask leaves 0
+    static constexpr float INIZIO = 0.55f;    // luminance at which the mask departs from 0
     static constexpr float AMPIEZZA = 0.45f;  // written out: 1 - INIZIO rounds to another float
     static constexpr float GUADAGNO = 1.4f;
 
@@ -33,7 +33,7 @@ extern const Effetto GLIMMER;
 constinit const Effetto GLIMMER = alone<Glimmer>({
     .quantita = &FxRicetta::glimmer,
     .copia = Copia::RIDOTTA,
-    .lavoro = Lavoro::SFOCA,
+    .prepara = &BOX_BLUR,
     .raggio = 0.008,
     .minimo = 2,
 });

@@ -1,5 +1,5 @@
 // Film grain: monochrome noise by cells of two by two pixels, seeded by the frame number alone, at
-// every frame size; enlarged, and laid over two rows at a time. Leaves 0..1.
+// every frame size; enlarged, and laid over two rows at a time. The result lies in 0..1.
 #include "comune/vettore.h"
 #include "fx/effetto.h"
 
@@ -7,7 +7,7 @@ namespace varno {
 namespace VARNO_LIVELLO {
 namespace {
 
-constexpr ptrdiff_t CELLA = 2;  // side of a cell in pixels
+constexpr int CELLA = 2;        // side of a cell in pixels
 constexpr float FORZA = 0.14f;  // swing of a mid grey at an amount of 1
 
 typedef uint32_t Naturali __attribute__((vector_size(sizeof(Vf))));
@@ -73,14 +73,15 @@ void riga_grana(const float* da, float* a, const float* rumore, ptrdiff_t n, flo
 // The hash costs less than storing what it gives: the noise of a stretch of two rows of pixels is
 // made where it is used. An even row lies on the cells, an odd one half way between two; the last
 // row of an odd height is even.
-void due_righe(const Quadro& q, const float* da, float* a, ptrdiff_t y, bool anche_dispari,
-               float quantita)
+void due_righe(const Quadro& q, const Righe& r, ptrdiff_t prima, float quantita)
 {
     const ptrdiff_t colonne = (q.larghezza + 1) / CELLA;
     const ptrdiff_t ultima = (q.altezza + 1) / CELLA - 1;
-    const ptrdiff_t riga = 3 * q.larghezza;
-    const auto cella = static_cast<uint32_t>(y / CELLA);
-    const uint32_t prossima = y / CELLA < ultima ? cella + 1 : cella;
+    const ptrdiff_t riga = (r.y + prima) / CELLA;
+    const auto cella = static_cast<uint32_t>(riga);
+    const uint32_t prossima = riga < ultima ? cella + 1 : cella;
+    const float* const da = r.da + prima * r.passo_da;
+    float* const a = r.a + prima * r.passo_a;
     const auto fotogramma = static_cast<uint32_t>(q.fotogramma);
     float celle[RUMORE];
     float sopra[2 * RUMORE];
@@ -92,21 +93,20 @@ void due_righe(const Quadro& q, const float* da, float* a, ptrdiff_t y, bool anc
         riga_rumore(celle, c, cella, n, colonne, fotogramma);
         raddoppia(celle, sopra, n);
         riga_grana(da + 3 * x, a + 3 * x, sopra, pixel, quantita);
-        if (!anche_dispari)
+        if (prima + 1 == r.n)
             continue;
         riga_rumore(celle, c, prossima, n, colonne, fotogramma);
         raddoppia(celle, sotto, n);
         for (ptrdiff_t i = 0; i < 2 * n; i += CAMPIONI<Vf>)
             scrivi(sotto + i, carica<Vf>(sopra + i) * 0.5f + carica<Vf>(sotto + i) * 0.5f);
-        riga_grana(da + riga + 3 * x, a + riga + 3 * x, sotto, pixel, quantita);
+        riga_grana(da + r.passo_da + 3 * x, a + r.passo_a + 3 * x, sotto, pixel, quantita);
     }
 }
 
-void grana(const Quadro& q, const Righe& r, const float*, float quantita)
+void grana(const Quadro& q, const Righe& r, const Mezzi& m)
 {
-    const ptrdiff_t riga = 3 * q.larghezza;
     for (ptrdiff_t i = 0; i < r.n; i += CELLA)
-        due_righe(q, r.da + i * riga, r.a + i * riga, r.y + i, i + 1 < r.n, quantita);
+        due_righe(q, r, i, m.quantita);
 }
 
 }  // namespace
@@ -114,6 +114,7 @@ void grana(const Quadro& q, const Righe& r, const float*, float quantita)
 extern const Effetto GRANA;
 constinit const Effetto GRANA = {
     .quantita = &FxRicetta::grana,
+    .insieme = CELLA,
     .cambia = grana,
 };
 

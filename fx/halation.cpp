@@ -9,7 +9,7 @@ namespace {
 
 struct Halation {
     static constexpr int PIANI = 1;
-    static constexpr float INIZIO = 0.62f;    // luminance at which the mask leaves 0
+    static constexpr float INIZIO = 0.62f;    // luminance at which the mask departs from 0
     static constexpr float AMPIEZZA = 0.38f;  // written out: 1 - INIZIO rounds to another float
     static constexpr float POTENZA = 1.6f;
     static constexpr float COLORE[3] = {1.0f, 0.36f, 0.12f};
@@ -33,7 +33,7 @@ extern const Effetto HALATION;
 constinit const Effetto HALATION = alone<Halation>({
     .quantita = &FxRicetta::halation,
     .copia = Copia::RIDOTTA,
-    .lavoro = Lavoro::SFOCA,
+    .prepara = &BOX_BLUR,
     .raggio = 0.018,
     .minimo = 2,
 });

@@ -2,17 +2,23 @@
 #include "fx/media.h"
 
 #include "comune/nuclei.h"
+#include "fx/effetto.h"
 #include "fx/nuclei_piani.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace varno {
 namespace {
 
-// Above this many pixels the sum may pass 2^23, and is counted in coarser units.
-constexpr std::int64_t PIXEL_FINI = std::int64_t{1} << 23;
-constexpr float SCALA_FINE = 0x1p+30f;
-constexpr float SCALA_GROSSA = 0x1p+28f;
+// Samples are counted in units of 2^-30, or in a frame so large that its sum may pass 2^23, 2^-28:
+// then the sum stays below 2^53 units.
+constexpr std::ptrdiff_t PIXEL_FINI = std::ptrdiff_t{1} << 23;
+
+float scala_di(const Quadro& q)
+{
+    return q.larghezza * q.altezza <= PIXEL_FINI ? 0x1p+30f : 0x1p+28f;
+}
 
 bool stesso_esponente(double a, double b)
 {
@@ -23,9 +29,10 @@ bool stesso_esponente(double a, double b)
 }
 
 // Whether a sum that is not negative, and the next row's, add up as their samples would one by one.
-// A double holds 53 bits: whole units below 2^53 of them add up without rounding, in any order. A
-// sum that has finer digits, from a row that was added sample by sample, keeps them as long as it
-// stays within a power of two; where it passes one, the place shows at which they are rounded.
+// Below 2^53 units a double holds every whole number of them: 0.5 + 0.25 + 0.125 is the same
+// whatever comes first. A sum such as 700.1, from a row that was added sample by sample, has digits
+// finer than a unit, down to 2^-43 as every double from 512 to 1024: whole units on top leave them
+// alone. At 1024 the last digit becomes 2^-42, and it shows at which sample that was.
 bool esatta(double somma, double riga, double scala)
 {
     const double dopo = somma + riga;
@@ -38,33 +45,25 @@ bool esatta(double somma, double riga, double scala)
 
 }  // namespace
 
-SommeDiRiga::SommeDiRiga(std::int64_t w, std::int64_t h)
-    : larghezza(w), scala(w * h <= PIXEL_FINI ? SCALA_FINE : SCALA_GROSSA),
-      somme(static_cast<std::size_t>(h))
+double somma_di_riga(const float* luma, const Quadro& q)
 {
+    return gNuclei->piani.somma_intera(luma, q.larghezza, scala_di(q));
 }
 
-void SommeDiRiga::aggiungi(const float* luma, std::int64_t y)
+float media_di(const Campo& immagine, const Quadro& q, const double* somme, float* luma)
 {
-    somme[static_cast<std::size_t>(y)] = gNuclei->piani.somma_intera(luma, larghezza, scala);
-}
-
-float media_di(const float* immagine, const SommeDiRiga& s)
-{
-    Piano luma(static_cast<std::size_t>(s.larghezza));
+    const auto scala = static_cast<double>(scala_di(q));
     double somma = 0.0;
-    for (const double riga : s.somme) {
-        if (esatta(somma, riga, static_cast<double>(s.scala))) {
-            somma += riga;
-        } else {
-            gNuclei->piani.luminanza(immagine, luma.data(), s.larghezza);
-            for (const float l : luma)
-                somma += static_cast<double>(l);
+    for (std::ptrdiff_t y = 0; y < q.altezza; ++y) {
+        if (esatta(somma, somme[y], scala)) {
+            somma += somme[y];
+            continue;
         }
-        immagine += 3 * s.larghezza;
+        gNuclei->piani.luminanza(riga_di(immagine, y), luma, q.larghezza);
+        for (std::ptrdiff_t x = 0; x < q.larghezza; ++x)
+            somma += static_cast<double>(luma[x]);
     }
-    return static_cast<float>(
-        somma / static_cast<double>(s.larghezza * static_cast<std::int64_t>(s.somme.size())));
+    return static_cast<float>(somma / static_cast<double>(q.larghezza * q.altezza));
 }
 
 }  // namespace varno

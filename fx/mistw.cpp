@@ -1,5 +1,6 @@
 // The white mist: the halo of the black one, and over it a veil that follows the brightness around
-// the pixel and of the whole frame. The fourth plane is the luminance itself. Leaves 0..1.
+// the pixel and of the whole frame. The fourth plane is the luminance itself. The
+// result lies in 0..1.
 #include "fx/alone.h"
 
 namespace varno {
@@ -8,7 +9,7 @@ namespace {
 
 struct Mistw {
     static constexpr int PIANI = 4;
-    static constexpr float INIZIO = 0.35f;    // luminance at which the mask leaves 0
+    static constexpr float INIZIO = 0.35f;    // luminance at which the mask departs from 0
     static constexpr float AMPIEZZA = 0.65f;  // written out: 1 - INIZIO rounds to another float
     static constexpr float GUADAGNO = 1.3f;
     static constexpr float FORZA_VELO = 0.22f;
@@ -41,7 +42,7 @@ extern const Effetto MISTW;
 constinit const Effetto MISTW = alone<Mistw>({
     .quantita = &FxRicetta::mistw,
     .copia = Copia::SEMPRE_RIDOTTA,  // so wide a radius is felt on a small frame too
-    .lavoro = Lavoro::SFOCA,
+    .prepara = &BOX_BLUR,
     .raggio = 0.035,
     .minimo = 3,
     .legge_media = true,

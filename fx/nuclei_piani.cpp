@@ -20,37 +20,31 @@ void luminanza(const float* rgb, float* luma, ptrdiff_t n)
 
 // --- Reduction ----------------------------------------------------------------------------------
 
-template <int R> void riduci_di(const float* riga, float* copia, const Blocchi& b, ptrdiff_t numero)
+// A frame narrower than a block: one sample, of the columns that there are.
+void riduci_stretta(const float* riga, float* copia, const Forma& f, bool prima, float quanti)
 {
-    const bool prima = numero == 0;
-    const bool ultima = numero == b.righe - 1;
-    const ptrdiff_t colonne = b.larghezza < R ? b.larghezza : R;
-    const auto quanti = static_cast<float>(b.righe * colonne);
-    if (colonne == R) {
-        // As many blocks as a vector has samples: separa makes a vector of each place in them.
-        per_vettori(b.ridotta, [=](auto tipo, ptrdiff_t X) {
-            using V = decltype(tipo);
-            V somma = prima ? V{} : carica<V>(copia + X);
-            V v[R];
-            if constexpr (SCALARE<V>) {
-                for (int j = 0; j < R; ++j)
-                    v[j] = riga[X * R + j];
-            } else {
-                for (int j = 0; j < R; ++j)
-                    v[j] = carica_corsie<V>(riga + X * R + j * CORSIA<V>, R * CORSIA<V>);
-                separa<R>(v);
-            }
-            for (int j = 0; j < R; ++j)
-                somma = somma + v[j];
-            scrivi<V>(copia + X, ultima ? somma / quanti : somma);
-        });
-        return;
-    }
-    // A frame narrower than a block.
     float somma = prima ? 0.0f : copia[0];
-    for (ptrdiff_t x = 0; x < colonne; ++x)
+    for (ptrdiff_t x = 0; x < f.larghezza; ++x)
         somma = somma + riga[x];
-    copia[0] = ultima ? somma / quanti : somma;
+    copia[0] = quanti > 0.0f ? somma / quanti : somma;
+}
+
+// As many blocks at once as a vector has samples: separa makes a vector of each place in them.
+// quanti: 0, or what the sums are divided by.
+template <int R>
+void riduci_di(const float* riga, float* copia, ptrdiff_t colonne, bool prima, float quanti)
+{
+    per_vettori(colonne, [=](auto tipo, ptrdiff_t X) {
+        using V = decltype(tipo);
+        V somma = prima ? V{} : carica<V>(copia + X);
+        V v[R];
+        for (int j = 0; j < R; ++j)
+            v[j] = carica_corsie<V>(riga + X * R + j * CORSIA<V>, R * CORSIA<V>);
+        separa<R>(v);
+        for (int j = 0; j < R; ++j)
+            somma = somma + v[j];
+        scrivi<V>(copia + X, quanti > 0.0f ? somma / quanti : somma);
+    });
 }
 
 // Calls f with the reduction, 1 to 4, as a constant.
@@ -68,9 +62,15 @@ template <class Funzione> void con_riduzione(ptrdiff_t riduzione, const Funzione
     }
 }
 
-void riduci(const float* riga, float* copia, const Blocchi& b, ptrdiff_t numero)
+void riduci(const float* riga, float* copia, const Forma& f, ptrdiff_t numero)
 {
-    con_riduzione(b.riduzione, [&]<int R>() { riduci_di<R>(riga, copia, b, numero); });
+    const ptrdiff_t R = f.riduzione;
+    const ptrdiff_t righe = f.altezza < R ? f.altezza : R;
+    const ptrdiff_t larga = f.larghezza < R ? f.larghezza : R;
+    const float quanti = numero == righe - 1 ? static_cast<float>(righe * larga) : 0.0f;
+    if (f.larghezza < R)
+        return riduci_stretta(riga, copia, f, numero == 0, quanti);
+    con_riduzione(R, [&]<int N>() { riduci_di<N>(riga, copia, f.colonne, numero == 0, quanti); });
 }
 
 // --- Enlargement --------------------------------------------------------------------------------
@@ -82,16 +82,16 @@ template <class V> V bilineare(V sopra0, V sopra1, V sotto0, V sotto1, V tx, flo
 }
 
 // Samples X and X + 1 of a row of the copy; past the last one it is repeated.
-template <class V> void vicini(const float* riga, ptrdiff_t X, ptrdiff_t ridotta, V& v0, V& v1)
+template <class V> void vicini(const float* riga, ptrdiff_t X, ptrdiff_t colonne, V& v0, V& v1)
 {
     v0 = carica<V>(riga + X);
-    if (X + CAMPIONI<V> < ridotta) {
+    if (X + CAMPIONI<V> < colonne) {
         v1 = carica<V>(riga + X + 1);
         return;
     }
     float f[CAMPIONI<V>];
     for (ptrdiff_t k = 0; k < CAMPIONI<V>; ++k)
-        f[k] = riga[X + k + 1 < ridotta ? X + k + 1 : ridotta - 1];
+        f[k] = riga[X + k + 1 < colonne ? X + k + 1 : colonne - 1];
     v1 = carica<V>(f);
 }
 
@@ -106,7 +106,7 @@ template <int R> Vf parte_di_blocco(int X, int k)
 }
 
 template <int R>
-void ingrandisci_di(const float* sopra, const float* sotto, float ty, float* riga, const Blocchi& b)
+void ingrandisci_di(const float* sopra, const float* sotto, float ty, float* riga, const Forma& f)
 {
     constexpr ptrdiff_t N = CAMPIONI<Vf>;
     constexpr ptrdiff_t C = CORSIA<Vf>;
@@ -115,14 +115,14 @@ void ingrandisci_di(const float* sopra, const float* sotto, float ty, float* rig
     ptrdiff_t X = 0;
     // The pixels of as many blocks as a vector has samples: each place in the block is one vector,
     // until intreccia laces the places into pixels.
-    if (b.larghezza <= SICURA)
-        for (; X + N <= b.ridotta && (X + N) * R <= b.larghezza; X += N) {
+    if (f.larghezza <= SICURA)
+        for (; X + N <= f.colonne && (X + N) * R <= f.larghezza; X += N) {
             Vf sopra0;
             Vf sopra1;
             Vf sotto0;
             Vf sotto1;
-            vicini(sopra, X, b.ridotta, sopra0, sopra1);
-            vicini(sotto, X, b.ridotta, sotto0, sotto1);
+            vicini(sopra, X, f.colonne, sopra0, sopra1);
+            vicini(sotto, X, f.colonne, sotto0, sotto1);
             Vf v[R];
             for (int k = 0; k < R; ++k)
                 v[k] = bilineare(sopra0, sopra1, sotto0, sotto1,
@@ -131,19 +131,19 @@ void ingrandisci_di(const float* sopra, const float* sotto, float ty, float* rig
             for (ptrdiff_t j = 0; j < R; ++j)
                 scrivi_corsie<Vf>(riga + X * R + j * C, R * C, v[j]);
         }
-    for (ptrdiff_t x = X * R; x < b.larghezza; ++x) {
+    for (ptrdiff_t x = X * R; x < f.larghezza; ++x) {
         const float fx = static_cast<float>(x) / static_cast<float>(R);
         const auto intero = static_cast<ptrdiff_t>(fx);
-        const ptrdiff_t x0 = intero < b.ridotta - 1 ? intero : b.ridotta - 1;
-        const ptrdiff_t x1 = x0 < b.ridotta - 1 ? x0 + 1 : x0;
+        const ptrdiff_t x0 = intero < f.colonne - 1 ? intero : f.colonne - 1;
+        const ptrdiff_t x1 = x0 < f.colonne - 1 ? x0 + 1 : x0;
         riga[x] =
             bilineare(sopra[x0], sopra[x1], sotto[x0], sotto[x1], fx - static_cast<float>(x0), ty);
     }
 }
 
-void ingrandisci(const float* sopra, const float* sotto, float ty, float* riga, const Blocchi& b)
+void ingrandisci(const float* sopra, const float* sotto, float ty, float* riga, const Forma& f)
 {
-    con_riduzione(b.riduzione, [&]<int R>() { ingrandisci_di<R>(sopra, sotto, ty, riga, b); });
+    con_riduzione(f.riduzione, [&]<int R>() { ingrandisci_di<R>(sopra, sotto, ty, riga, f); });
 }
 
 // --- Running sums -------------------------------------------------------------------------------
@@ -155,13 +155,14 @@ struct Gruppo {
     static constexpr ptrdiff_t C = CORSIA<Vf>;
     ptrdiff_t riga[N];  // where each starts, in floats from the first
 
-    Gruppo(ptrdiff_t larghezza, ptrdiff_t righe)
+    Gruppo(ptrdiff_t passo, ptrdiff_t righe)
     {
         for (ptrdiff_t k = 0; k < N; ++k)
-            riga[k] = (k < righe ? k : righe - 1) * larghezza;
+            riga[k] = (k < righe ? k : righe - 1) * passo;
     }
 
-    // How far the row of the vector's second lane lies from that of the first.
+    // How far the row of the vector's second lane lies from that of the first; a vector of one lane
+    // has no second, and the remainder keeps the index in the table.
     ptrdiff_t passo(ptrdiff_t i) const { return riga[(C + i) % N] - riga[i]; }
 
     // Rows i, C + i, ... from the column x on, C columns each.
@@ -218,12 +219,12 @@ struct Anello {
     }
 };
 
-void righe_insieme(float* piano, float* memoria, ptrdiff_t posti, ptrdiff_t larghezza,
-                   ptrdiff_t righe, ptrdiff_t raggio)
+void righe_insieme(float* piano, ptrdiff_t passo, float* memoria, ptrdiff_t posti,
+                   ptrdiff_t larghezza, ptrdiff_t righe, ptrdiff_t raggio)
 {
     constexpr ptrdiff_t C = Gruppo::C;
     constexpr ptrdiff_t N = Gruppo::N;
-    const Gruppo gruppo(larghezza, righe);
+    const Gruppo gruppo(passo, righe);
     Anello anello = {gruppo, piano, memoria, posti, larghezza};
     const auto finestra = static_cast<float>(2 * raggio + 1);
 
@@ -253,15 +254,15 @@ void righe_insieme(float* piano, float* memoria, ptrdiff_t posti, ptrdiff_t larg
     }
 }
 
-void orizzontale(float* piano, float* anello, ptrdiff_t posti, ptrdiff_t larghezza, ptrdiff_t righe,
-                 ptrdiff_t raggio)
+void orizzontale(float* piano, ptrdiff_t passo, float* anello, ptrdiff_t posti, ptrdiff_t larghezza,
+                 ptrdiff_t righe, ptrdiff_t raggio)
 {
     for (ptrdiff_t y = 0; y < righe; y += Gruppo::N)
-        righe_insieme(piano + y * larghezza, anello, posti, larghezza, righe - y, raggio);
+        righe_insieme(piano + y * passo, passo, anello, posti, larghezza, righe - y, raggio);
 }
 
 // Row by row over all columns: every access runs along memory.
-void verticale(float* piano, float* anello, ptrdiff_t larghezza, ptrdiff_t altezza,
+void verticale(float* piano, ptrdiff_t passo, float* anello, ptrdiff_t larghezza, ptrdiff_t altezza,
                ptrdiff_t inizio, ptrdiff_t fine, ptrdiff_t raggio)
 {
     const auto finestra = static_cast<float>(2 * raggio + 1);
@@ -270,7 +271,7 @@ void verticale(float* piano, float* anello, ptrdiff_t larghezza, ptrdiff_t altez
     float* const s = anello + posti * larghezza + inizio;
     const auto riga = [=](ptrdiff_t y) {
         y = y < altezza ? y : altezza - 1;
-        return piano + (y > 0 ? y : 0) * larghezza + inizio;
+        return piano + (y > 0 ? y : 0) * passo + inizio;
     };
     const auto posto = [=](ptrdiff_t y) {
         return anello + (y > 0 ? y % posti : 0) * larghezza + inizio;
@@ -333,18 +334,7 @@ double somma_intera(const float* campioni, ptrdiff_t n, float scala)
     return static_cast<double>(somma) / static_cast<double>(scala);
 }
 
-void somma_pesata(float* somma, const float* campioni, ptrdiff_t n, float peso)
-{
-    per_vettori(n, [=](auto v, ptrdiff_t x) {
-        using V = decltype(v);
-        scrivi(somma + x, carica<V>(somma + x) + peso * carica<V>(campioni + x));
-    });
-}
-
 }  // namespace
-
-// Its kernel stands with the effect, in fx/vignetta.cpp.
-Intatta pesi_vignetta(float* pesi, int larghezza, float a);
 
 extern const NucleiPiani PIANI;
 const NucleiPiani PIANI = {
@@ -354,8 +344,6 @@ const NucleiPiani PIANI = {
     .orizzontale = orizzontale,
     .verticale = verticale,
     .somma_intera = somma_intera,
-    .somma_pesata = somma_pesata,
-    .pesi_vignetta = pesi_vignetta,
 };
 
 }  // namespace VARNO_LIVELLO

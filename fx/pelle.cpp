@@ -14,7 +14,7 @@ struct Pelle {
 extern const Effetto PELLE;
 constinit const Effetto PELLE = alone<Dettaglio<Pelle>>({
     .quantita = &FxRicetta::pelle,
-    .lavoro = Lavoro::SFOCA,
+    .prepara = &BOX_BLUR,
     .raggio = 0.007,  // pores, not features
 });
 

@@ -1,15 +1,28 @@
-// From a recipe and a size to the list of sweeps.
+// From a recipe and a size to the list of sweeps and the places of planes.
 #include "fx/programma.h"
 
 #include "comune/nuclei.h"
+#include "fx/passo.h"
+#include "render/parallel_for.h"
 
 #include <algorithm>
 #include <cmath>
+#include <new>
+#include <numeric>
 
 namespace varno {
 namespace {
 
-constexpr int CELLA_GRANA = 2;  // rows that the last sweep takes together
+// No memory is that large; sums of a few times as much do not wrap.
+constexpr std::ptrdiff_t MASSIMO_PIXEL = std::ptrdiff_t{1} << 56;
+
+// Each thread's memory begins a cache line, and places that doubles stand in are even.
+constexpr std::size_t LINEA = 16;  // floats
+
+std::size_t a_linea(std::size_t n)
+{
+    return (n + LINEA - 1) / LINEA * LINEA;
+}
 
 Forma forma_dei_piani(const Effetto& e, int larghezza, int altezza, int riduzione)
 {
@@ -23,11 +36,149 @@ Forma forma_dei_piani(const Effetto& e, int larghezza, int altezza, int riduzion
     return forma_di(larghezza, altezza, riduzione, e.piani, raggio);
 }
 
-// Blurs along rows and rays always go through a copy and back, also one of the frame's size: what
-// is infinite spreads in the enlargement, times 0.
-bool ingrandita(const Effetto& e, const Forma& f)
+std::size_t campioni_di(const Forma& f)
 {
-    return f.riduzione > 1 || e.lavoro == Lavoro::SFOCA_RIGHE || e.lavoro == Lavoro::RAGGI;
+    return static_cast<std::size_t>(f.colonne * f.righe * f.piani);
+}
+
+void accendi(Programma& p, const FxRicetta& ricetta, int larghezza, int altezza, int riduzione)
+{
+    for (const Effetto* const* c = gNuclei->catena; *c != nullptr; ++c) {
+        const Effetto& e = **c;
+        const float quantita = ricetta.*e.quantita;
+        if (!(quantita > 0.0f))
+            continue;
+        Stadio& s = p.stadi[p.numero_stadi++];
+        s.effetto = &e;
+        s.quantita = quantita;
+        if (e.piani == 0)
+            continue;
+        s.forma = forma_dei_piani(e, larghezza, altezza, riduzione);
+        s.ingrandita = s.forma.riduzione > 1 || (e.prepara != nullptr && e.prepara->da_copia);
+    }
+}
+
+// A sweep ends where an effect has planes, which must be whole before its rows change: rows feed
+// them, and the next sweep begins with that effect.
+void dividi(Programma& p, bool tutte_prima)
+{
+    int n = 0;
+    for (int i = 0; i < p.numero_stadi; ++i) {
+        if (p.stadi[i].forma.piani > 0) {
+            p.spazzate[n].alimenta = i;
+            p.spazzate[++n].primo = i;
+        }
+        p.spazzate[n].dopo = i + 1;
+    }
+    // One sweep would write what others still have to read: the first only fetches.
+    if (tutte_prima && n == 0)
+        std::swap(p.spazzate[0], p.spazzate[++n]);
+    p.spazzate[0].da_fuori = true;
+    p.spazzate[n].fuori = true;
+    p.numero_spazzate = n + 1;
+}
+
+// What the rows of each sweep share, and whose luminance they feed.
+void accorda(Programma& p)
+{
+    for (int n = 0; n < p.numero_spazzate; ++n) {
+        Spazzata& s = p.spazzate[n];
+        for (int i = s.primo; i < s.dopo; ++i)
+            s.insieme = std::lcm(s.insieme, std::ptrdiff_t{p.stadi[i].effetto->insieme});
+        if (s.alimenta < 0)
+            continue;
+        const Stadio& nutrito = p.stadi[s.alimenta];
+        s.insieme = std::lcm(s.insieme, nutrito.forma.riduzione);
+        // Of the effects that are followed by a mask, bloom alone leaves luminance as it was.
+        s.luma_prima = s.primo < s.dopo && !p.stadi[s.dopo - 1].effetto->rinfresca_luma;
+        // The mean belongs to the luminance of the mask.
+        if (nutrito.effetto->legge_media)
+            p.spazzate[s.luma_prima ? n - 1 : n].media = true;
+    }
+}
+
+// One plane of the frame's size, of which a pixel takes its own sample, lies in the picture's rows,
+// and where the next effect's does too, it takes that place over row by row: the row that is fed
+// has just been read. Other planes take turns in two parts of the own memory, since those of two
+// effects live in one sweep at most.
+void alloggia(Programma& p)
+{
+    std::size_t grandi[2] = {0, 0};
+    int occupata = 1;
+    for (int i = 0; i < p.numero_stadi; ++i) {
+        Stadio& s = p.stadi[i];
+        const Effetto& e = *s.effetto;
+        if (e.piani == 0)
+            continue;
+        if (e.piani == 1 && !s.ingrandita && e.componi != nullptr) {
+            s.nutriti = s.pronti = {.in_quadro = true};
+            p.piano_in_quadro = true;
+            continue;
+        }
+        s.nutriti.fetta = 1 - occupata;
+        s.pronti.fetta = e.prepara != nullptr && e.prepara->in_altri ? occupata : 1 - occupata;
+        for (const int fetta : {s.nutriti.fetta, s.pronti.fetta})
+            grandi[fetta] = std::max(grandi[fetta], a_linea(campioni_di(s.forma)));
+        occupata = s.pronti.fetta;
+    }
+    for (Stadio& s : p.stadi)
+        for (Posto* posto : {&s.nutriti, &s.pronti})
+            posto->da = posto->fetta == 0 ? 0 : grandi[0];
+    p.somme = grandi[0] + grandi[1];
+}
+
+std::uint64_t parti(std::ptrdiff_t count, std::uint64_t hc)
+{
+    return parti_di(static_cast<std::uint64_t>(count), hc).quante;
+}
+
+// As many threads as the loop that is shared out among the most.
+void conta_thread(Programma& p)
+{
+    const std::uint64_t hc = gThreadHardware();
+    for (int n = 0; n < p.numero_spazzate; ++n) {
+        const std::ptrdiff_t insieme = p.spazzate[n].insieme;
+        p.thread = std::max(p.thread, parti((p.quadro.altezza + insieme - 1) / insieme, hc));
+    }
+    for (int i = 0; i < p.numero_stadi; ++i) {
+        const Forma& f = p.stadi[i].forma;
+        if (p.stadi[i].effetto->prepara != nullptr)
+            p.thread = std::max(p.thread, parti(std::max(f.colonne, f.righe) * f.piani, hc));
+    }
+}
+
+void conta_memoria(Programma& p)
+{
+    std::size_t comune = 0;
+    bool media = false;
+    for (int n = 0; n < p.numero_spazzate; ++n) {
+        Spazzata& s = p.spazzate[n];
+        const auto riga = static_cast<std::size_t>(p.quadro.larghezza);
+        const auto righe = static_cast<std::size_t>(s.insieme) * riga;
+        const Stadio* nutrito = s.alimenta < 0 ? nullptr : &p.stadi[s.alimenta];
+        std::ptrdiff_t piani = 0;
+        for (int i = s.primo; i < s.dopo; ++i)
+            if (p.stadi[i].ingrandita)
+                piani = std::max(piani, p.stadi[i].forma.piani);
+        if (nutrito != nullptr && nutrito->forma.riduzione > 1)
+            piani = std::max(piani, nutrito->forma.piani);
+        s.righe = s.fuori ? 3 * righe : 0;
+        s.luma = s.luma_prima || s.media ? righe : 0;
+        s.campioni = static_cast<std::size_t>(piani) * riga;
+        const Passo* passo = nutrito == nullptr ? nullptr : nutrito->effetto->prepara;
+        s.appoggio =
+            passo != nullptr && passo->righe != nullptr ? passo->appoggio(nutrito->forma) : 0;
+        s.ripiano = a_linea(s.righe + s.luma + s.campioni + s.appoggio);
+        comune = std::max(comune, p.thread * s.ripiano);
+        media |= s.media;
+    }
+    for (int i = 0; i < p.numero_stadi; ++i) {
+        const Passo* passo = p.stadi[i].effetto->prepara;
+        if (passo != nullptr && passo->piani != nullptr)
+            comune = std::max(comune, passo->memoria(p.stadi[i].forma, p.thread));
+    }
+    p.comune = p.somme + (media ? a_linea(2 * static_cast<std::size_t>(p.quadro.altezza)) : 0);
+    p.memoria = p.comune + comune;
 }
 
 }  // namespace
@@ -40,50 +191,33 @@ int riduzione_di(int larghezza, int altezza)
     return lato_max < 3840 ? lato_max / 960 : 4;
 }
 
-// A sweep ends where an effect has planes, which must be whole before its rows change: rows feed
-// them, and the next sweep begins with that effect.
-Programma programma_di(const FxRicetta& ricetta, int larghezza, int altezza, Strada strada,
+Forma forma_di(int larghezza, int altezza, int riduzione, int piani, int raggio)
+{
+    return {.larghezza = larghezza,
+            .altezza = altezza,
+            .riduzione = riduzione,
+            .piani = piani,
+            .colonne = std::max(1, larghezza / riduzione),
+            .righe = std::max(1, altezza / riduzione),
+            .raggio = std::max(1, raggio / riduzione)};
+}
+
+Programma programma_di(const FxRicetta& ricetta, int larghezza, int altezza, bool tutte_prima,
                        int riduzione)
 {
     Programma p;
-    p.larghezza = larghezza;
-    p.altezza = altezza;
-    p.fotogramma = ricetta.fotogramma;
-    p.punte = ricetta.punte;
-    Spazzata* spazzata = &p.spazzate[0];
-    spazzata->da_fuori = strada != Strada::IN_IMMAGINE;
-    for (const Effetto* const* c = gNuclei->catena; *c != nullptr; ++c) {
-        const Effetto& e = **c;
-        const float quantita = ricetta.*e.quantita;
-        if (!(quantita > 0.0f))
-            continue;
-        const int i = p.numero_stadi++;
-        const Forma forma =
-            e.piani > 0 ? forma_dei_piani(e, larghezza, altezza, riduzione) : Forma{};
-        p.stadi[i] = {&e, quantita, forma, ingrandita(e, forma)};
-        if (e.piani > 0) {
-            spazzata->alimenta = i;
-            // Of the effects that are followed by a mask, bloom alone leaves luminance as it was.
-            spazzata->luma_prima = spazzata->primo < spazzata->dopo &&
-                                   !p.stadi[spazzata->dopo - 1].effetto->rinfresca_luma;
-            spazzata->insieme = forma.riduzione;
-            // The mean belongs to the luminance of the mask.
-            if (e.legge_media)
-                (spazzata->luma_prima ? spazzata - 1 : spazzata)->media = true;
-            ++spazzata;
-            spazzata->primo = spazzata->dopo = i;
-        }
-        spazzata->dopo = i + 1;
-    }
-    // One sweep would write what others still have to read: the first only fetches.
-    if (strada == Strada::TUTTE_PRIMA && spazzata == &p.spazzate[0]) {
-        ++spazzata;
-        spazzata->dopo = p.spazzate[0].dopo;
-        p.spazzate[0].dopo = 0;
-    }
-    spazzata->fuori = strada != Strada::IN_IMMAGINE;
-    spazzata->insieme = CELLA_GRANA;
-    p.numero_spazzate = static_cast<int>(spazzata - p.spazzate) + 1;
+    p.quadro = {.larghezza = larghezza,
+                .altezza = altezza,
+                .fotogramma = ricetta.fotogramma,
+                .punte = ricetta.punte};
+    if (p.quadro.larghezza * p.quadro.altezza > MASSIMO_PIXEL)
+        throw std::bad_alloc();
+    accendi(p, ricetta, larghezza, altezza, riduzione);
+    dividi(p, tutte_prima);
+    accorda(p);
+    alloggia(p);
+    conta_thread(p);
+    conta_memoria(p);
     return p;
 }
 

@@ -7,7 +7,7 @@ namespace {
 
 struct Promist {
     static constexpr int PIANI = 3;
-    static constexpr float INIZIO = 0.45f;    // luminance at which the mask leaves 0
+    static constexpr float INIZIO = 0.45f;    // luminance at which the mask departs from 0
     static constexpr float AMPIEZZA = 0.55f;  // written out: 1 - INIZIO rounds to another float
     static constexpr float GUADAGNO = 1.5f;
 
@@ -32,7 +32,7 @@ extern const Effetto PROMIST;
 constinit const Effetto PROMIST = alone<Promist>({
     .quantita = &FxRicetta::promist,
     .copia = Copia::SEMPRE_RIDOTTA,  // so wide a radius is felt on a small frame too
-    .lavoro = Lavoro::SFOCA,
+    .prepara = &BOX_BLUR,
     .raggio = 0.035,
     .minimo = 3,
 });

@@ -1,16 +1,14 @@
 // The rays: where the lights are, and what each line through them adds up to.
 #include "fx/raggi.h"
 
-#include "comune/nuclei.h"
-#include "fx/nuclei_piani.h"
-#include "render/parallel_for.h"
+#include "fx/passo.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
-#include <vector>
 
 namespace varno {
 namespace {
@@ -19,6 +17,8 @@ constexpr double LUNGHEZZA = 0.09;  // reach of a ray on each side, of the width
 constexpr int MINIMA = 3;           // reduced pixels
 constexpr int VUOTO = 16;           // reduced samples of nothing that end a run of light
 
+constexpr int MASSIMO_LINEE = 4;
+
 // Lines through a source, each two rays.
 struct Raggiera {
     struct Direzione {
@@ -26,7 +26,7 @@ struct Raggiera {
         float seno;
     };
     int direzioni;
-    Direzione linee[4];
+    Direzione linee[MASSIMO_LINEE];
 };
 
 // Four points stand diagonally; the other stars have a horizontal line. Of angles that are floats,
@@ -50,15 +50,63 @@ const Raggiera& raggiera_di(int punte)
     return punte < 8 ? TRE : QUATTRO;
 }
 
-// Where there is light in the reduced mask.
-struct Luci {
-    struct Tratto {
-        int inizio;
-        int fine;
-    };
-    std::vector<Tratto> tratti;      // runs of samples, row after row
-    std::vector<std::size_t> primo;  // first run of each row, and the end of the last
+// A run of samples that hold light.
+struct Tratto {
+    int inizio;
+    int fine;
 };
+
+// One tap of a line: where it takes a sample, from the pixel that it reaches.
+struct Tocco {
+    int dx;
+    int dy;
+    float peso;
+};
+
+int mezza_lunghezza(const Forma& f)
+{
+    return std::max(MINIMA,
+                    static_cast<int>(std::lround(static_cast<double>(f.larghezza) * LUNGHEZZA /
+                                                 static_cast<double>(f.riduzione))));
+}
+
+std::ptrdiff_t tocchi_di_linea(const Forma& f)
+{
+    return 2 * std::ptrdiff_t{mezza_lunghezza(f)} + 1;
+}
+
+// Of a row, at most: VUOTO samples lie between two.
+std::ptrdiff_t tratti_di_riga(const Forma& f)
+{
+    return (f.colonne + VUOTO) / (VUOTO + 1);
+}
+
+template <class T> constexpr std::ptrdiff_t FLOAT = sizeof(T) / sizeof(float);
+
+// The step's memory: taps, line after line; runs, row after row; how many of them a row has; and a
+// row of sums for each thread.
+struct Raggi {
+    const Forma& f;
+    Tocco* tocchi;
+    Tratto* tratti;
+    int* quanti;
+    float* somme;
+};
+
+Raggi raggi_in(const Forma& f, float* memoria)
+{
+    float* const tratti = memoria + MASSIMO_LINEE * tocchi_di_linea(f) * FLOAT<Tocco>;
+    float* const quanti = tratti + f.righe * tratti_di_riga(f) * FLOAT<Tratto>;
+    return {f, reinterpret_cast<Tocco*>(memoria), reinterpret_cast<Tratto*>(tratti),
+            reinterpret_cast<int*>(quanti), quanti + f.righe};
+}
+
+std::size_t memoria_di(const Forma& f, std::uint64_t thread)
+{
+    const std::ptrdiff_t n = MASSIMO_LINEE * tocchi_di_linea(f) * FLOAT<Tocco> +
+                             f.righe * (tratti_di_riga(f) * FLOAT<Tratto> + 1);
+    return static_cast<std::size_t>(n) + static_cast<std::size_t>(f.colonne) * thread;
+}
 
 // Whether VUOTO samples are 0; a negative zero passes for light here, and is found out one by one.
 bool buio(const float* campioni)
@@ -82,106 +130,103 @@ int prossima_luce(const float* riga, int x, int larghezza)
     return x;
 }
 
-Luci luci_di(const float* campioni, const Forma& f)
+// The runs of light of a row.
+void trova_luci(const Raggi& r, const float* riga, std::ptrdiff_t y)
 {
-    Luci luci;
-    for (int y = 0; y < f.altezza; ++y) {
-        const float* riga = campioni + std::ptrdiff_t{y} * f.larghezza;
-        luci.primo.push_back(luci.tratti.size());
-        int x = prossima_luce(riga, 0, f.larghezza);
-        while (x < f.larghezza) {
-            if (luci.tratti.size() == luci.primo.back() || x - luci.tratti.back().fine >= VUOTO)
-                luci.tratti.push_back({x, x});
-            luci.tratti.back().fine = x + 1;
-            x = prossima_luce(riga, x + 1, f.larghezza);
-        }
+    const auto larghezza = static_cast<int>(r.f.colonne);
+    Tratto* const tratti = r.tratti + y * tratti_di_riga(r.f);
+    int n = 0;
+    int x = prossima_luce(riga, 0, larghezza);
+    while (x < larghezza) {
+        if (n == 0 || x - tratti[n - 1].fine >= VUOTO)
+            tratti[n++] = {x, x};
+        tratti[n - 1].fine = x + 1;
+        x = prossima_luce(riga, x + 1, larghezza);
     }
-    luci.primo.push_back(luci.tratti.size());
-    return luci;
+    r.quanti[y] = n;
 }
 
 // One line through a source: its taps from end to end, seen from the pixel that they reach.
-struct Linea {
-    struct Tocco {
-        int dx;
-        int dy;
-        float peso;
-    };
-    std::vector<Tocco> tocchi;
-    float peso_totale = 0.0f;
-};
-
-Linea linea_di(int mezza_lunghezza, const Raggiera::Direzione& verso)
+void traccia(const Raggi& r, int linea, const Raggiera::Direzione& verso)
 {
-    Linea linea;
-    for (int k = -mezza_lunghezza; k <= mezza_lunghezza; ++k) {
+    const int mezza = mezza_lunghezza(r.f);
+    Tocco* tocco = r.tocchi + linea * tocchi_di_linea(r.f);
+    for (int k = -mezza; k <= mezza; ++k) {
         const auto passo = static_cast<float>(k);
-        const float peso =
-            1.0f - static_cast<float>(std::abs(k)) / static_cast<float>(mezza_lunghezza + 1);
-        linea.tocchi.push_back({static_cast<int>(std::lround(passo * verso.coseno)),
-                                static_cast<int>(std::lround(passo * verso.seno)), peso});
-        linea.peso_totale += peso;
+        const float peso = 1.0f - static_cast<float>(std::abs(k)) / static_cast<float>(mezza + 1);
+        *tocco++ = {static_cast<int>(std::lround(passo * verso.coseno)),
+                    static_cast<int>(std::lround(passo * verso.seno)), peso};
     }
-    return linea;
 }
 
 // Adds to a row what one line brings to it, each pixel's taps in the line's order. Where the taps
 // are 0 they are left out: they would not change a sum that is never below 0. somma is a row of
 // zeros, before and after.
-void riga_linea(const float* ridotta, const Forma& f, const Luci& luci, const Linea& linea, int y,
-                float* somma, float* accumulo)
+void riga_linea(const Lavoro& l, const Raggi& r, int linea, std::ptrdiff_t y, float* somma,
+                float* accumulo)
 {
-    const int larghezza = f.larghezza;
+    const auto somma_pesata = static_cast<const NucleiRaggi*>(l.effetto.nuclei)->somma_pesata;
+    const auto larghezza = static_cast<int>(r.f.colonne);
+    const Tocco* const tocchi = r.tocchi + linea * tocchi_di_linea(r.f);
+    float peso_totale = 0.0f;
     int inizio = larghezza;  // the part of the row that got something
     int fine = 0;
-    for (const Linea::Tocco& tocco : linea.tocchi) {
-        const int sorgente = y + tocco.dy;
-        if (sorgente < 0 || sorgente >= f.altezza)
+    for (const Tocco* tocco = tocchi; tocco < tocchi + tocchi_di_linea(r.f); ++tocco) {
+        peso_totale += tocco->peso;
+        const std::ptrdiff_t sorgente = y + tocco->dy;
+        if (sorgente < 0 || sorgente >= r.f.righe)
             continue;
-        const float* riga = ridotta + std::ptrdiff_t{sorgente} * larghezza;
-        for (std::size_t t = luci.primo[sorgente]; t < luci.primo[sorgente + 1]; ++t) {
-            const int da = std::max(0, luci.tratti[t].inizio - tocco.dx);
-            const int a = std::min(larghezza, luci.tratti[t].fine - tocco.dx);
+        const float* const riga = riga_di(l.piani, sorgente);
+        const Tratto* const tratti = r.tratti + sorgente * tratti_di_riga(r.f);
+        for (const Tratto* t = tratti; t < tratti + r.quanti[sorgente]; ++t) {
+            const int da = std::max(0, t->inizio - tocco->dx);
+            const int a = std::min(larghezza, t->fine - tocco->dx);
             if (da >= a)
                 continue;
-            gNuclei->piani.somma_pesata(somma + da, riga + da + tocco.dx, a - da, tocco.peso);
+            somma_pesata(somma + da, riga + da + tocco->dx, a - da, tocco->peso);
             inizio = std::min(inizio, da);
             fine = std::max(fine, a);
         }
     }
     for (int x = inizio; x < fine; ++x) {
-        accumulo[x] += somma[x] / linea.peso_totale;
+        accumulo[x] += somma[x] / peso_totale;
         somma[x] = 0.0f;
     }
 }
 
+void somma_raggi(const Lavoro& l)
+{
+    const Raggi r = raggi_in(l.forma, l.memoria);
+    const Raggiera& raggiera = raggiera_di(l.quadro.punte);
+    const auto righe = static_cast<std::uint64_t>(r.f.righe);
+    const std::ptrdiff_t W = r.f.colonne;
+    l.io.per_parti(righe, [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
+        for (int d = 0; parte == 0 && d < raggiera.direzioni; ++d)
+            traccia(r, d, raggiera.linee[d]);
+        for (auto y = static_cast<std::ptrdiff_t>(inizio); y < static_cast<std::ptrdiff_t>(fine);
+             ++y)
+            trova_luci(r, riga_di(l.piani, y), y);
+    });
+    l.io.per_parti(righe, [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
+        float* const somma = r.somme + static_cast<std::ptrdiff_t>(parte) * W;
+        std::fill_n(somma, W, 0.0f);
+        for (auto y = static_cast<std::ptrdiff_t>(inizio); y < static_cast<std::ptrdiff_t>(fine);
+             ++y) {
+            float* const riga = riga_di(l.altri, y);
+            std::fill_n(riga, W, 0.0f);
+            for (int d = 0; d < raggiera.direzioni; ++d)
+                riga_linea(l, r, d, y, somma, riga);
+        }
+    });
+}
+
 }  // namespace
 
-Piano raggi_di(const Piano& luci, const Forma& forma, std::int32_t punte, Arena* arena)
-{
-    const int mezza_lunghezza = std::max(
-        MINIMA,
-        static_cast<int>(std::lround(forma.quadro_larghezza * LUNGHEZZA / forma.riduzione)));
-    const Raggiera& raggiera = raggiera_di(punte);
-    std::vector<Linea> linee;
-    for (int d = 0; d < raggiera.direzioni; ++d)
-        linee.push_back(linea_di(mezza_lunghezza, raggiera.linee[d]));
-    const Luci tratti = luci_di(luci.data(), forma);
-
-    const auto riga = static_cast<std::size_t>(forma.larghezza);
-    Piano raggi = piano_di_lavoro(campioni_di(forma), arena);
-    const Parti parti = parti_di(static_cast<std::uint64_t>(forma.altezza));
-    Piano somme = piano_di_lavoro(riga * parti.quante, arena);
-    parallel_for_parti(parti, [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
-        float* const somma = &somme[parte * riga];
-        std::fill_n(somma, riga, 0.0f);
-        std::fill(&raggi[inizio * riga], raggi.data() + fine * riga, 0.0f);
-        for (std::uint64_t y = inizio; y < fine; ++y)
-            for (const Linea& linea : linee)
-                riga_linea(luci.data(), forma, tratti, linea, static_cast<int>(y), somma,
-                           &raggi[y * riga]);
-    });
-    return raggi;
-}
+constinit const Passo RAGGI = {
+    .da_copia = true,
+    .in_altri = true,
+    .piani = somma_raggi,
+    .memoria = memoria_di,
+};
 
 }  // namespace varno

@@ -1,15 +1,19 @@
-// The rays of the star filter.
+// The rays of the star, as the step of its effect.
 #pragma once
 
-#include "comune/piano.h"
-#include "fx/blur.h"
-
-#include <cstdint>
+#include <stddef.h>
 
 namespace varno {
 
-/// The rays of the lights in a masked copy of a frame, summed on a copy of its size; their length
-/// follows the frame's width. punte 4, 6 or 8. Throws std::bad_alloc.
-Piano raggi_di(const Piano& luci, const Forma& forma, std::int32_t punte, Arena* arena);
+struct Passo;
+
+struct NucleiRaggi {
+    /// somma[x] += peso * campioni[x].
+    void (*somma_pesata)(float* somma, const float* campioni, ptrdiff_t n, float peso);
+};
+
+/// The rays of the lights in a masked copy of a frame, summed on another of its size; their length
+/// follows the frame's width. For an effect whose kernels are NucleiRaggi.
+extern const Passo RAGGI;
 
 }  // namespace varno

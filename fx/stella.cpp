@@ -1,5 +1,6 @@
 // The star: white rays through the brightest points. The rays themselves: fx/raggi.h.
 #include "fx/alone.h"
+#include "fx/raggi.h"
 
 namespace varno {
 namespace VARNO_LIVELLO {
@@ -7,7 +8,7 @@ namespace {
 
 struct Stella {
     static constexpr int PIANI = 1;
-    static constexpr float INIZIO = 0.85f;    // luminance at which the mask leaves 0
+    static constexpr float INIZIO = 0.85f;    // luminance at which the mask departs from 0
     static constexpr float AMPIEZZA = 0.15f;  // written out: 1 - INIZIO rounds to another float
     static constexpr float GUADAGNO = 2.4f;
 
@@ -26,13 +27,24 @@ struct Stella {
     }
 };
 
+void somma_pesata(float* somma, const float* campioni, ptrdiff_t n, float peso)
+{
+    per_vettori(n, [=](auto v, ptrdiff_t x) {
+        using V = decltype(v);
+        scrivi(somma + x, carica<V>(somma + x) + peso * carica<V>(campioni + x));
+    });
+}
+
+constexpr NucleiRaggi NUCLEI_RAGGI = {somma_pesata};
+
 }  // namespace
 
 extern const Effetto STELLA;
 constinit const Effetto STELLA = alone<Stella>({
     .quantita = &FxRicetta::stella,
     .copia = Copia::RIDOTTA,
-    .lavoro = Lavoro::RAGGI,
+    .prepara = &RAGGI,
+    .nuclei = &NUCLEI_RAGGI,
 });
 
 }  // namespace VARNO_LIVELLO

@@ -8,7 +8,7 @@ namespace {
 
 struct Streak {
     static constexpr int PIANI = 1;
-    static constexpr float INIZIO = 0.8f;    // luminance at which the mask leaves 0
+    static constexpr float INIZIO = 0.8f;    // luminance at which the mask departs from 0
     static constexpr float AMPIEZZA = 0.2f;  // written out: 1 - INIZIO rounds to another float
     static constexpr float GUADAGNO = 2.2f;
     static constexpr float COLORE[3] = {0.3f, 0.55f, 1.0f};
@@ -33,7 +33,7 @@ extern const Effetto STREAK;
 constinit const Effetto STREAK = alone<Streak>({
     .quantita = &FxRicetta::streak,
     .copia = Copia::RIDOTTA,
-    .lavoro = Lavoro::SFOCA_RIGHE,
+    .prepara = &BLUR_ORIZZ,
     .raggio = 0.1,
     .lato = Lato::LARGHEZZA,  // also on a portrait frame
     .minimo = 4,

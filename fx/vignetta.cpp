@@ -1,4 +1,5 @@
-// The vignette: corners darkened by the weights of fx/vignetta_mask.h. Leaves 0..1.
+// The vignette: corners darkened by the weights of fx/vignetta_mask.cpp. The result lies in 0..1.
+#include "fx/vignetta.h"
 #include "comune/elementari.h"
 #include "fx/effetto.h"
 
@@ -48,27 +49,26 @@ void limita(const float* da, float* a, ptrdiff_t n)
 
 // A weight of 0 multiplies by exactly 1: in the middle only the clamp is left. But not by an
 // infinite amount, of which 0 times is not a number.
-void vignetta(const Quadro& q, const Righe& r, const float*, float quantita)
+void vignetta(const Quadro& q, const Righe& r, const Mezzi& m)
 {
+    const auto& maschera = *static_cast<const Maschera*>(m.tenuto);
     const ptrdiff_t W = q.larghezza;
-    const bool finita = quantita - quantita == 0.0f;
+    const bool finita = m.quantita - m.quantita == 0.0f;
     for (ptrdiff_t i = 0; i < r.n; ++i) {
-        const float* const da = r.da + 3 * W * i;
-        float* const a = r.a + 3 * W * i;
-        const float* const maschera = q.vignetta + (r.y + i) * W;
-        const ptrdiff_t inizio = finita ? q.intatta[r.y + i].inizio : W;
-        const ptrdiff_t fine = finita ? q.intatta[r.y + i].fine : W;
-        scurisci(da, a, maschera, 0, inizio, quantita);
+        const float* const da = r.da + r.passo_da * i;
+        float* const a = r.a + r.passo_a * i;
+        const float* const pesi = maschera.pesi + (r.y + i) * W;
+        const ptrdiff_t inizio = finita ? maschera.intatte[r.y + i].inizio : W;
+        const ptrdiff_t fine = finita ? maschera.intatte[r.y + i].fine : W;
+        scurisci(da, a, pesi, 0, inizio, m.quantita);
         limita(da + 3 * inizio, a + 3 * inizio, 3 * (fine - inizio));
-        scurisci(da, a, maschera, fine, W, quantita);
+        scurisci(da, a, pesi, fine, W, m.quantita);
     }
 }
 
-}  // namespace
-
 // Along a row the weight sinks to the middle and rises again: vectors from either end to the first
 // that is 0 throughout are all that has to be written.
-Intatta pesi_vignetta(float* pesi, int larghezza, float a)
+Intatta riga_di_pesi(float* pesi, int larghezza, float a)
 {
     constexpr int N = CAMPIONI<Vf>;
     const float centro = static_cast<float>(larghezza) * 0.5f;
@@ -88,10 +88,15 @@ Intatta pesi_vignetta(float* pesi, int larghezza, float a)
     return c;
 }
 
+constexpr NucleiVignetta NUCLEI_VIGNETTA = {riga_di_pesi};
+
+}  // namespace
+
 extern const Effetto VIGNETTA;
 constinit const Effetto VIGNETTA = {
     .quantita = &FxRicetta::vignetta,
-    .lavoro = Lavoro::VIGNETTA,
+    .prepara = &VIGNETTA_MASK,
+    .nuclei = &NUCLEI_VIGNETTA,
     .cambia = vignetta,
 };
 

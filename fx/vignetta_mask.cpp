@@ -1,8 +1,7 @@
 // The weights of the vignette, made once a size.
 #include "fx/vignetta_mask.h"
 
-#include "comune/nuclei.h"
-#include "fx/nuclei_piani.h"
+#include "fx/passo.h"
 #include "render/parallel_for.h"
 
 #include <cstddef>
@@ -27,7 +26,8 @@ float distanza_quadra(int i, float centro)
     return d * d;
 }
 
-std::shared_ptr<const MascheraVignetta> costruisci(int larghezza, int altezza)
+std::shared_ptr<const MascheraVignetta> costruisci(int larghezza, int altezza,
+                                                   const NucleiVignetta& nuclei)
 {
     auto m = std::make_shared<MascheraVignetta>();
     // A negative product is a size that cannot be had.
@@ -39,22 +39,33 @@ std::shared_ptr<const MascheraVignetta> costruisci(int larghezza, int altezza)
     m->intatte.resize(static_cast<std::size_t>(altezza));
     parallel_for(m->intatte.size(), [&](std::uint64_t y) {
         const float a = distanza_quadra(static_cast<int>(y), cy);
-        m->intatte[y] = gNuclei->piani.pesi_vignetta(&m->valori[y * riga], larghezza, a);
+        m->intatte[y] = nuclei.riga_di_pesi(&m->valori[y * riga], larghezza, a);
     });
+    m->vista = {m->valori.data(), m->intatte.data()};
     return m;
 }
 
 }  // namespace
 
-std::shared_ptr<const MascheraVignetta> vignetta_mask(int larghezza, int altezza)
+std::shared_ptr<const MascheraVignetta> vignetta_mask(int larghezza, int altezza,
+                                                      const NucleiVignetta& nuclei)
 {
     const std::lock_guard<std::mutex> blocco(gVignetta.guardia);
     if (!gVignetta.maschera || gVignetta.larghezza != larghezza || gVignetta.altezza != altezza) {
-        gVignetta.maschera = costruisci(larghezza, altezza);
+        gVignetta.maschera = costruisci(larghezza, altezza, nuclei);
         gVignetta.larghezza = larghezza;
         gVignetta.altezza = altezza;
     }
     return gVignetta.maschera;
 }
+
+constinit const Passo VIGNETTA_MASK = {
+    .tieni = [](const Effetto& e, const Quadro& q) -> std::shared_ptr<const void> {
+        const auto maschera =
+            vignetta_mask(static_cast<int>(q.larghezza), static_cast<int>(q.altezza),
+                          *static_cast<const NucleiVignetta*>(e.nuclei));
+        return {maschera, &maschera->vista};
+    },
+};
 
 }  // namespace varno

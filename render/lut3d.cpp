@@ -32,7 +32,7 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
     using namespace VARNO_LIVELLO;
     N = n;
     const auto lato = static_cast<std::size_t>(n);
-    dati = piano_di_lavoro(lato * lato * lato * 3, nullptr);
+    dati = piano_di_lavoro(lato * lato * lato * 3);
     // A channel's decoding depends on its own axis value alone.
     const float passo = 1.0f / static_cast<float>(N - 1);
     Piano asse(lato);

@@ -153,6 +153,10 @@ struct AlfaDiRiga {
     {
         if (unica && stessi_bit(v, rgba + 3))
             return;
+        if (alfa == nullptr) {
+            unica = false;
+            return;
+        }
         if (unica)
             for (ptrdiff_t i = 0; i < x; ++i)
                 memcpy(alfa + i, rgba + 3, sizeof(float));
@@ -223,6 +227,15 @@ void unisci(const float* rgb, const float* alfa, float* rgba, ptrdiff_t larghezz
                 [=](auto tipo, ptrdiff_t x) { return carica<decltype(tipo)>(alfa + x); });
 }
 
+void unisci_da(const float* rgb, const float* sorgente, float* rgba, ptrdiff_t larghezza)
+{
+    unisci_riga(rgb, rgba, larghezza, [=](auto tipo, ptrdiff_t x) {
+        decltype(tipo) v[4];
+        carica_rgba(sorgente + 4 * x, v);
+        return v[3];
+    });
+}
+
 void unisci_uno(const float* rgb, const float* alfa, float* rgba, ptrdiff_t larghezza)
 {
     float ripetuta[CAMPIONI<Vf>];
@@ -239,6 +252,7 @@ const NucleiTabella TABELLA = {
     .campiona = campiona,
     .campiona_rgba = campiona_rgba,
     .unisci = unisci,
+    .unisci_da = unisci_da,
     .unisci_uno = unisci_uno,
 };
 

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdint>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -21,10 +23,9 @@ struct Parti {
     std::uint64_t quante = 0;  // chunks; 0 where there are no items
 };
 
-/// The parts of a loop that is about to start, for callers who lay out memory for each.
-inline Parti parti_di(std::uint64_t count)
+/// The parts of a loop on hc hardware threads, for callers who lay out memory for each.
+inline Parti parti_di(std::uint64_t count, std::uint64_t hc)
 {
-    const std::uint64_t hc = gThreadHardware();
     if (hc < 2 || count < 16)
         return {count, count, count > 0 ? 1u : 0u};
     const std::uint64_t T = std::min(hc, count);
@@ -58,8 +59,9 @@ template <class Corpo> void parallel_for_parti(const Parti& parti, Corpo&& corpo
 /// The same, body(begin, end).
 template <class Corpo> void parallel_for_blocchi(std::uint64_t count, Corpo&& corpo)
 {
-    parallel_for_parti(parti_di(count), [&corpo](std::uint64_t, std::uint64_t begin,
-                                                 std::uint64_t end) { corpo(begin, end); });
+    parallel_for_parti(
+        parti_di(count, gThreadHardware()),
+        [&corpo](std::uint64_t, std::uint64_t begin, std::uint64_t end) { corpo(begin, end); });
 }
 
 /// The same, one index at a time: body(0) .. body(count - 1), ascending within a chunk.
@@ -68,6 +70,66 @@ template <class Corpo> void parallel_for(std::uint64_t count, Corpo&& corpo)
     parallel_for_blocchi(count, [&corpo](std::uint64_t begin, std::uint64_t end) {
         for (std::uint64_t i = begin; i < end; ++i)
             corpo(i);
+    });
+}
+
+/// Threads that go through several loops together, for work that may neither allocate nor fail
+/// between them.
+struct Squadra {
+    explicit Squadra(std::uint64_t n) : quanti(n) {}
+
+    /// Returns when all have come here.
+    void aspetta()
+    {
+        std::unique_lock<std::mutex> guardia(mutex_giro);
+        if (++arrivati == quanti) {
+            arrivati = 0;
+            ++giro;
+            tutti.notify_all();
+            return;
+        }
+        tutti.wait(guardia, [this, questo = giro] { return giro != questo; });
+    }
+
+    const std::uint64_t quanti;
+
+  private:
+    std::mutex mutex_giro;
+    std::condition_variable tutti;
+    std::uint64_t arrivati = 0;
+    std::uint64_t giro = 0;
+};
+
+/// One of them. What it calls, all the others call too, in the same order.
+struct Membro {
+    Squadra& squadra;
+    std::uint64_t quale;
+
+    /// A loop: body(part, begin, end) over the parts, done when this returns.
+    template <class Corpo> void per_parti(std::uint64_t count, const Corpo& corpo) const
+    {
+        const Parti p = parti_di(count, squadra.quanti);
+        if (quale < p.quante)
+            corpo(quale, quale * p.passo, std::min(count, (quale + 1) * p.passo));
+        squadra.aspetta();
+    }
+
+    /// What one does for all.
+    template <class Azione> void uno(const Azione& azione) const
+    {
+        if (quale == 0)
+            azione();
+        squadra.aspetta();
+    }
+};
+
+/// Starts the threads, each of which runs corpo(member) to its end; where it is one, it is the
+/// calling one. Starting them fails as in parallel_for_parti.
+template <class Corpo> void in_squadra(std::uint64_t quanti, const Corpo& corpo)
+{
+    Squadra squadra(quanti);
+    parallel_for_parti({quanti, 1, quanti}, [&](std::uint64_t quale, std::uint64_t, std::uint64_t) {
+        corpo(Membro{squadra, quale});
     });
 }
 

@@ -1,9 +1,9 @@
 // What can be worked out by hand about each effect, and what must hold between runs.
-#include "fx/fx.h"
-
-#include "quadri.h"
-
 #include "fx/vignetta_mask.h"
+
+#include "catena.h"
+#include "fx/effetto.h"
+#include "quadri.h"
 
 using namespace varno;
 using doctest::Approx;
@@ -28,6 +28,14 @@ struct Tavolozza {
         applica_fx(img, larghezza, altezza, r);
     }
 };
+
+std::shared_ptr<const MascheraVignetta> maschera_di(int larghezza, int altezza)
+{
+    const auto* e = *std::find_if(gNuclei->catena, gNuclei->catena + 12, [](const Effetto* v) {
+        return v->quantita == &FxRicetta::vignetta;
+    });
+    return vignetta_mask(larghezza, altezza, *static_cast<const NucleiVignetta*>(e->nuclei));
+}
 
 }  // namespace
 
@@ -126,8 +134,8 @@ TEST_CASE("the vignette is 1 in the first corner and the plain loops' elsewhere"
 {
     for (const auto& [w, h] :
          {std::pair{192, 108}, {108, 192}, {1, 1}, {1, 33}, {48, 1}, {17, 16}, {641, 3}})
-        CHECK(differenza(semplici::vignetta_mask(w, h), vignetta_mask(w, h)->valori, w, 1) == "");
-    const auto larga = vignetta_mask(192, 108);
+        CHECK(differenza(semplici::vignetta_mask(w, h), maschera_di(w, h)->valori, w, 1) == "");
+    const auto larga = maschera_di(192, 108);
     CHECK((larga->valori[0] == 1.0f && larga->valori[96] == 0.0f));
     CHECK(larga->valori[54 * 192] == 0.0f);
     // The centre is half the size, not the middle pixel: the last corner is half a pixel nearer.
@@ -139,11 +147,11 @@ TEST_CASE("the vignette is 1 in the first corner and the plain loops' elsewhere"
 
 TEST_CASE("one mask serves a size; those who hold another never see it change")
 {
-    const auto prima = vignetta_mask(64, 48);
-    CHECK(vignetta_mask(64, 48).get() == prima.get());
-    vignetta_mask(48, 64);
+    const auto prima = maschera_di(64, 48);
+    CHECK(maschera_di(64, 48).get() == prima.get());
+    maschera_di(48, 64);
     CHECK(differenza(semplici::vignetta_mask(64, 48), prima->valori, 64, 1) == "");
-    CHECK(vignetta_mask(0, 0)->valori.empty());
+    CHECK(maschera_di(0, 0)->valori.empty());
 }
 
 TEST_CASE("grain has its check values, is the frame number's alone and stays small")

@@ -2,6 +2,7 @@
 // the number of threads and the instruction set.
 #include "fx/fx.h"
 
+#include "catena.h"
 #include "fx/media.h"
 #include "fx/nuclei_piani.h"
 #include "quadri.h"
@@ -32,18 +33,6 @@ Campioni quadro(int contenuto, Misura m, std::uint32_t seme)
     return riempi(static_cast<Contenuto>(contenuto), m.larghezza, m.altezza, 3, seme);
 }
 
-// Memory as a render hands it out, used before: what a stage reads without having written it is
-// not-a-number.
-void sporca(Arena& arena, std::size_t pixel)
-{
-    std::vector<Piano> piani;
-    for (const std::size_t n : {pixel / 16 + 1, pixel / 4 + 1, pixel, 3 * pixel})
-        for (int i = 0; i < 5; ++i) {
-            piani.push_back(piano_di_lavoro(n, &arena));
-            std::fill(piani.back().begin(), piani.back().end(), NAN);
-        }
-}
-
 // A frame of this content by the chain and by the plain loops, with the next count of threads, set
 // of instructions and seed; riduzione 0: the frame's own.
 void prova(Giro& giro, int contenuto, Misura m, const FxRicetta& ricetta, int riduzione = 0)
@@ -59,12 +48,9 @@ void prova(Giro& giro, int contenuto, Misura m, const FxRicetta& ricetta, int ri
     CAPTURE(m.altezza);
     CAPTURE(contenuto);
     Campioni atteso = quadro(contenuto, m, static_cast<std::uint32_t>(giro.passo));
-    Arena arena;
-    sporca(arena, atteso.size() / 3);
     Immagine avuto = piano_di(atteso);
-    esegui(programma_di(ricetta, m.larghezza, m.altezza, Strada::IN_IMMAGINE,
-                        riduzione > 0 ? riduzione : riduzione_di(m.larghezza, m.altezza)),
-           avuto, {}, arena);
+    constexpr std::ptrdiff_t DISTANZE[] = {0, 3, -1, 64};
+    applica_fx(avuto, m.larghezza, m.altezza, ricetta, riduzione, DISTANZE[giro.passo % 4]);
     semplici::applica_fx(atteso, m.larghezza, m.altezza, ricetta, riduzione);
     CHECK(differenza(atteso, avuto, m.larghezza, 3) == "");
 }
@@ -151,10 +137,13 @@ TEST_CASE("the mean luminance is one sum in index order, to the last bit")
             const double attesa = std::accumulate(q.luma.begin(), q.luma.end(), 0.0);
             for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
                 const LivelloFinto livello(*l);
-                SommeDiRiga somme(W, H);
-                for (int y = 0; y < H; ++y)
-                    somme.aggiungi(&q.luma[static_cast<std::size_t>(y) * W], y);
-                const float media = media_di(img.data(), somme);
+                const Quadro quadro = {.larghezza = W, .altezza = H};
+                std::vector<double> somme;
+                for (std::size_t y = 0; y < H; ++y)
+                    somme.push_back(somma_di_riga(&q.luma[y * W], quadro));
+                Campioni riga(W);
+                const float media =
+                    media_di({img.data(), 3 * W}, quadro, somme.data(), riga.data());
                 CHECK((media == static_cast<float>(attesa / (W * H)) || std::isnan(attesa)));
             }
         }
@@ -178,7 +167,7 @@ TEST_CASE("the mean luminance is one sum in index order, to the last bit")
     }
 }
 
-TEST_CASE("effects that are off leave every bit and take no memory")
+TEST_CASE("effects that are off leave every bit and have no plan")
 {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const Campioni prima = quadro(static_cast<int>(Contenuto::GUASTI), {37, 19}, 5);
@@ -186,11 +175,10 @@ TEST_CASE("effects that are off leave every bit and take no memory")
         FxRicetta r;
         for (const Voce& e : EFFETTI)
             r.*e.campo = spento;
-        const Programma p = programma_di(r, 37, 19, Strada::IN_IMMAGINE, 1);
-        Arena arena;
+        const Programma p = programma_di(r, 37, 19, false, 1);
+        CHECK(solo_passaggio(p));
         Immagine img = piano_di(prima);
-        esegui(p, img, {}, arena);
-        CHECK((solo_passaggio(p) && arena.quanti == 0));
+        applica_fx(img, 37, 19, r);
         CHECK(std::memcmp(img.data(), prima.data(), prima.size() * sizeof(float)) == 0);
     }
 }
@@ -208,12 +196,12 @@ TEST_CASE("a frame takes as few sweeps as its recipe allows")
         {{.bloom = 0.1f, .ca = 0.1f, .mistw = 0.1f}, 4, 4},
     };
     for (const Caso& c : casi) {
-        const auto piano = [&](Strada strada) {
-            return programma_di(c.ricetta, 3840, 2160, strada, 4);
+        const auto piano = [&](bool tutte_prima) {
+            return programma_di(c.ricetta, 3840, 2160, tutte_prima, 4);
         };
-        const Programma p = piano(Strada::DA_FUORI_A_FUORI);
+        const Programma p = piano(false);
         CHECK(p.numero_spazzate == c.passate);
         CHECK(tiene_immagine(p) == (c.passate > 1));
-        CHECK(piano(Strada::TUTTE_PRIMA).numero_spazzate == c.tutte_prima);
+        CHECK(piano(true).numero_spazzate == c.tutte_prima);
     }
 }

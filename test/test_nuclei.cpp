@@ -5,6 +5,8 @@
 #include "colore/nuclei_colore.h"
 #include "fx/effetto.h"
 #include "fx/nuclei_piani.h"
+#include "fx/raggi.h"
+#include "fx/vignetta.h"
 #include "quadri.h"
 #include "render/nuclei_tabella.h"
 
@@ -68,8 +70,9 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
         piani[p] = dati[p].data();
     }
     const std::vector<Intatta> intatte(H, {W / 3, W / 2});
-    const Quadro q = {W, H, 7, 0.4f, piani[0], intatte.data()};
-    const Blocchi blocchi = {W, W / 2, 2, 2};
+    const Quadro q = {.larghezza = W, .altezza = H, .fotogramma = 7, .media = 0.4f};
+    const Maschera maschera = {piani[0], intatte.data()};
+    const Forma forma = {W, H, 2, 1, W / 2, H / 2, 5};
     const Curva curva = normalizza_curva(0.9f, 18.0f, 1.1f, 1.0f);
     Lotto lotto;
     const auto riempi_lotto = [&] {
@@ -83,8 +86,8 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
         const bool resto = sporco();
         CHECK_MESSAGE(!resto, quale);
     };
-    static_assert(sizeof(NucleiPiani) == 8 * sizeof(void*) &&
-                  sizeof(NucleiTabella) == 4 * sizeof(void*) &&
+    static_assert(sizeof(NucleiPiani) == 6 * sizeof(void*) &&
+                  sizeof(NucleiTabella) == 5 * sizeof(void*) &&
                   sizeof(NucleiColore) == 2 * sizeof(void*));  // all of them are called here
     for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
         CAPTURE(std::string((*l)->nome));
@@ -100,25 +103,34 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
                 pulito("componi", [&] { e.componi(rgba.data(), rgba.data(), piani, W, 0.3f, q); });
             if (e.cambia != nullptr)
                 pulito("cambia", [&] {
-                    e.cambia(q, {rgba.data(), rgba.data(), 0, 2}, piani[1], 0.3f);
+                    e.cambia(q, {rgba.data(), 3 * W, rgba.data(), 3 * W, 0, 2},
+                             {0.3f, piani[1], W, &maschera});
+                });
+            if (e.quantita == &FxRicetta::stella)
+                pulito("somma_pesata", [&] {
+                    static_cast<const NucleiRaggi*>(e.nuclei)->somma_pesata(piani[0], piani[1], W,
+                                                                            0.5f);
+                });
+            if (e.quantita == &FxRicetta::vignetta)
+                pulito("riga_di_pesi", [&] {
+                    static_cast<const NucleiVignetta*>(e.nuclei)->riga_di_pesi(piani[0], W, 0.9f);
                 });
         }
         CHECK(effetti == 12);
 
         const NucleiPiani& k = (*l)->piani;
         pulito("luminanza", [&] { k.luminanza(rgba.data(), piani[0], W); });
-        pulito("riduci", [&] { k.riduci(piani[0], piani[1], blocchi, 0); });
-        pulito("ingrandisci", [&] { k.ingrandisci(piani[1], piani[1], 0.5f, piani[0], blocchi); });
-        pulito("orizzontale", [&] { k.orizzontale(piani[0], piani[1], 128, W, 11, 5); });
-        pulito("verticale", [&] { k.verticale(piani[0], piani[1], W, H, 0, W, 5); });
+        pulito("riduci", [&] { k.riduci(piani[0], piani[1], forma, 0); });
+        pulito("ingrandisci", [&] { k.ingrandisci(piani[1], piani[1], 0.5f, piani[0], forma); });
+        pulito("orizzontale", [&] { k.orizzontale(piani[0], W, piani[1], 128, W, 11, 5); });
+        pulito("verticale", [&] { k.verticale(piani[0], W, piani[1], W, H, 0, W, 5); });
         pulito("somma_intera", [&] { k.somma_intera(piani[2], W, 0x1p+30f); });
-        pulito("somma_pesata", [&] { k.somma_pesata(piani[0], piani[1], W, 0.5f); });
-        pulito("pesi_vignetta", [&] { k.pesi_vignetta(piani[0], W, 0.9f); });
 
         const NucleiTabella& t = (*l)->tabella;
         pulito("campiona", [&] { t.campiona(piani[2], 5, rgba.data(), piani[0], piani[1], W); });
         pulito("campiona_rgba", [&] { t.campiona_rgba(piani[2], 5, rgba.data(), piani[0], W); });
         pulito("unisci", [&] { t.unisci(piani[2], piani[1], piani[0], W); });
+        pulito("unisci_da", [&] { t.unisci_da(piani[2], rgba.data(), piani[0], W); });
         pulito("unisci_uno", [&] { t.unisci_uno(piani[2], piani[1], piani[0], W); });
 
         for (const LookDef& look : looks()) {

@@ -1,11 +1,10 @@
 // Frames from window to window: table, alpha, strides, overlap, memory.
-#include "render/passata.h"
+#include "render/sviluppa.h"
 
 #include "banco/tela.h"
 #include "quadri.h"
 
 #include "render/lut3d.h"
-#include "render/sviluppa.h"
 
 using namespace varno;
 
@@ -191,54 +190,13 @@ TEST_CASE("a plane starts as zeros, moves with its memory and can be filled")
     CHECK((r.size() == 5 && r[4] == 0.0f));
 }
 
-TEST_CASE("an arena hands a free block on and never one that is in use")
+TEST_CASE("a plane that gets no memory is an exception")
 {
-    // Small blocks and large ones have their memory from different places.
-    // The middle one is just as long as the shortest large one, with the margin behind it.
-    for (const std::size_t n :
-         {std::size_t{5000}, (std::size_t{1} << 20) - 4, std::size_t{2} << 20}) {
-        CAPTURE(n);
-        Arena arena;
-        Piano a = piano_di_lavoro(n, &arena);
-        const float* primo = nullptr;
-        {
-            Piano b = piano_di_lavoro(n, &arena);
-            primo = b.data();
-            std::fill(a.begin(), a.end(), 1.0f);
-            std::fill(b.begin(), b.end(), 2.0f);
-            CHECK(std::count(a.begin(), a.end(), 1.0f) == static_cast<std::ptrdiff_t>(n));
-        }
-        Piano c = piano_di_lavoro(n, &arena);
-        CHECK(c.data() == primo);
-        Piano d = piano_di_lavoro(n - 100, &arena);  // nothing is free
-        CHECK((d.data() != primo && d.data() != a.data()));
-        c = Piano();  // c's memory is free again
-        const Piano briciola = piano_di_lavoro(10, &arena);
-        CHECK(briciola.data() != primo);  // too small to deserve the block
-        CHECK(piano_di_lavoro(n - 100, &arena).data() == primo);
-        CHECK(arena.quanti == 4);
-    }
-}
-
-TEST_CASE("an arena that is full leaves planes to the system, one that gets no memory as it was")
-{
-    Arena arena;
     for (const std::size_t n : {SIZE_MAX, SIZE_MAX / 4, SIZE_MAX / 4 - 4, SIZE_MAX / 8 + 1}) {
         CAPTURE(n);
         CHECK_THROWS_AS(Piano{n}, std::bad_alloc);
-        CHECK_THROWS_AS(piano_di_lavoro(n, nullptr), std::bad_alloc);
-        CHECK_THROWS_AS(piano_di_lavoro(n, &arena), std::bad_alloc);
+        CHECK_THROWS_AS(piano_di_lavoro(n), std::bad_alloc);
     }
     // A size that only the system refuses; address sanitizers would stop at malloc with it.
-    CHECK_THROWS_AS(piano_di_lavoro(SIZE_MAX / 8, &arena), std::bad_alloc);
-    CHECK(arena.quanti == 0);
-
-    std::vector<Piano> piani;
-    for (int i = 0; i < Arena::MASSIMO + 5; ++i) {
-        piani.push_back(piano_di_lavoro(100, &arena));
-        std::fill(piani.back().begin(), piani.back().end(), static_cast<float>(i));
-    }
-    CHECK(arena.quanti == Arena::MASSIMO);
-    for (int i = 0; i < Arena::MASSIMO + 5; ++i)
-        CHECK(piani[static_cast<std::size_t>(i)][99] == static_cast<float>(i));
+    CHECK_THROWS_AS(piano_di_lavoro(SIZE_MAX / 8), std::bad_alloc);
 }

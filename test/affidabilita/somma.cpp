@@ -18,7 +18,7 @@
 
 #include "comune/nuclei.h"
 #include "fx/effetto.h"
-#include "fx/fx.h"
+#include "test/catena.h"
 
 #include <cmath>
 #include <cstdio>
