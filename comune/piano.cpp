@@ -14,9 +14,8 @@ namespace {
 // The table's kernels load four floats where the last three are theirs.
 constexpr std::size_t MARGINE = 4;
 
-// From here on memory comes straight from the system, in huge pages: malloc gives blocks of this
-// size back after each frame, and to touch them anew in pages of 4 KiB costs more than what is
-// written there.
+// From here on huge pages pay: malloc gives blocks of this size back to the system after each
+// frame, and to touch them anew in pages of 4 KiB costs more than what is written there.
 constexpr std::size_t GRANDE = std::size_t{1} << 20;  // bytes
 
 std::size_t byte_di(std::size_t n)
@@ -54,11 +53,11 @@ Piano::Piano(std::size_t n, float v) : Piano(n)
     std::fill(begin(), end(), v);
 }
 
-Piano piano_di_lavoro(std::size_t n)
+Piano piano_di_lavoro(std::size_t n, bool in_pagine)
 {
     Piano p;
     const std::size_t byte = byte_di(n);
-    if (byte >= GRANDE)
+    if (in_pagine && byte >= GRANDE)
         p.dati = {o_errore(prendi_pagine(byte)), RendiPiano{byte}};
     else if (n > 0)
         p.dati = {o_errore(std::malloc(byte)), RendiPiano{}};

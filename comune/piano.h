@@ -36,7 +36,7 @@ struct Piano {
     void azzera(std::size_t n) { *this = Piano(n); }
 
   private:
-    friend Piano piano_di_lavoro(std::size_t n);
+    friend Piano piano_di_lavoro(std::size_t n, bool in_pagine);
     std::unique_ptr<float[], RendiPiano> dati;
     std::size_t lunghezza = 0;
 };
@@ -44,9 +44,9 @@ struct Piano {
 /// Three floats a pixel, interleaved, row after row.
 using Immagine = Piano;
 
-/// n floats whose contents are unspecified, for what is written before it is read; large ones in
-/// huge pages. Throws std::bad_alloc.
-Piano piano_di_lavoro(std::size_t n);
+/// n floats whose contents are unspecified, for what is written before it is read; in_pagine: many
+/// of them straight from the system, for what is given back soon. Throws std::bad_alloc.
+Piano piano_di_lavoro(std::size_t n, bool in_pagine = false);
 
 /// Rows of floats that lie in another's memory.
 struct Campo {

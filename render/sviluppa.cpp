@@ -109,7 +109,7 @@ void sviluppa(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita
     const std::size_t passo = (p.piano_in_quadro ? 4 : 3) * riga;
     const std::size_t immagine = !in_finestra && tiene_immagine(p) ? passo * righe : 0;
     // Alpha comes last: rows of one value never touch it, and what is not touched costs nothing.
-    Piano memoria = piano_di_lavoro(p.memoria + immagine + (insieme ? riga * righe : 0));
+    Piano memoria = piano_di_lavoro(p.memoria + immagine + (insieme ? riga * righe : 0), true);
     float* const quadro = memoria.data() + p.memoria;
     Sviluppo s = {.lut = lut,
                   .sorgente = sorgente,
