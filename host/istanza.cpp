@@ -12,8 +12,6 @@
 namespace varno {
 namespace {
 
-constexpr const char* TENDINE[] = {"cs_sony3", "cs_sony2", "cs_canon", "cs_apple"};
-
 // Null behind the last.
 const ParametroEffetto* consiglio(int posto)
 {

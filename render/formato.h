@@ -5,7 +5,10 @@
 
 namespace varno {
 
-/// The colour-space choice that belongs to a log format: "cs_sony3" and so on, null for none.
+/// The colour-space choices, in the order in which an instance shows or hides them.
+constexpr const char* TENDINE[] = {"cs_sony3", "cs_sony2", "cs_canon", "cs_apple"};
+
+/// The one that belongs to a log format; null for none.
 const char* tendina_colorspace(std::int32_t formato);
 
 /// Row of PROFILI for a log format and the value of its choice, which is held to the choice's

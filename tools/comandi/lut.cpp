@@ -80,13 +80,13 @@ std::string testo_cubo(const Foto& cubo, int lato, const std::string& ingresso,
 // The log format and, where one belongs to it, the gamut, as the plug-in words them.
 std::string nome_ingresso(const Plugin& plugin, const banco::Istanza& i)
 {
-    const auto opzione = [&](const char* nome) {
+    const auto opzione = [&](const std::string& nome) {
         return scrivi_valore(trova_parametro(plugin, nome), banco::valore(i, nome));
     };
     std::string s = opzione("formato");
-    for (const char* scelta : {"cs_sony3", "cs_sony2", "cs_canon", "cs_apple"})
-        if (!banco::nascosto(i, scelta))
-            s += " / " + opzione(scelta);
+    for (const banco::Parametro& p : plugin.parametri)
+        if (p.nome.starts_with("cs_") && !banco::nascosto(i, p.nome))
+            s += " / " + opzione(p.nome);
     return s;
 }
 
