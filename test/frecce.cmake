@@ -2,12 +2,10 @@
 #
 #     host -> render -> colore -> looks -> fx -> comune
 #
-# parallel_for knows nothing and is open to all; ofx is for the host and the files that speak to it.
+# parallel_for knows nothing and is open to all; ofx/ofx.h itself refuses all but the host's files.
 cmake_minimum_required(VERSION 3.18)
 set(radice "${CMAKE_CURRENT_LIST_DIR}/..")
 set(ordine host render colore looks fx comune ofx)
-set(parlano_ofx host render/render render/impostazioni ofx)
-set(contro 0)
 set(letti 0)
 foreach(cartella ${ordine})
     file(GLOB file_di RELATIVE "${radice}" "${radice}/${cartella}/*.h" "${radice}/${cartella}/*.cpp")
@@ -20,17 +18,7 @@ foreach(cartella ${ordine})
             list(GET coppia -1 dove)
             list(FIND ordine "${cartella}" da)
             list(FIND ordine "${dove}" a)
-            set(ammesso FALSE)
-            if(dove STREQUAL "ofx")
-                foreach(chi ${parlano_ofx})
-                    if(file MATCHES "^${chi}[/.]")
-                        set(ammesso TRUE)
-                    endif()
-                endforeach()
-            elseif(incluso STREQUAL "render/parallel_for.h" OR (a GREATER -1 AND NOT a LESS da))
-                set(ammesso TRUE)
-            endif()
-            if(NOT ammesso)
+            if(NOT incluso STREQUAL "render/parallel_for.h" AND (a LESS 0 OR a LESS da))
                 message(SEND_ERROR "${file} may not include ${incluso}")
             endif()
         endforeach()
