@@ -9,18 +9,18 @@
 
 namespace varno {
 
-Grado grado_di(const Contesto& ctx)
+Gradazione gradazione_di(const Contesto& ctx)
 {
     return {.ctx = ctx,
             .matrice = matrice_di(ctx.profilo).data(),
-            .fattore = VARNO_LIVELLO::potenza(2.0f, ctx.ev),
+            .fattore = potenza(2.0f, ctx.ev),
             .bianco_look = bianco_di(ctx.curva_look),
             .bianco_neutro = bianco_di(ctx.curva_neutra)};
 }
 
-void grada(Lotto& luce, const Grado& grado)
+void grada(Lotto& luce, const Gradazione& g)
 {
-    gNuclei->colore.grada(luce, grado);
+    gNuclei->colore.grada(luce, g);
 }
 
 RGB applica_colore(RGB codice, const Contesto& ctx)
@@ -30,7 +30,7 @@ RGB applica_colore(RGB codice, const Contesto& ctx)
     uno.r[0] = decodifica_canale(codice.r, ctx.profilo);
     uno.g[0] = decodifica_canale(codice.g, ctx.profilo);
     uno.b[0] = decodifica_canale(codice.b, ctx.profilo);
-    grada(uno, grado_di(ctx));
+    grada(uno, gradazione_di(ctx));
     return {uno.r[0], uno.g[0], uno.b[0]};
 }
 

@@ -16,7 +16,7 @@ struct Lotto {
 };
 
 /// What the colours of one frame share, worked out once from its context, which must outlive it.
-struct Grado {
+struct Gradazione {
     const Contesto& ctx;
     const float* matrice;  // row-major, linear camera RGB to linear Rec.709
     float fattore;         // of the exposure: 2 to the power ev
@@ -24,11 +24,11 @@ struct Grado {
     float bianco_neutro;   // and of the neutral one
 };
 
-Grado grado_di(const Contesto& ctx);
+Gradazione gradazione_di(const Contesto& ctx);
 
 /// Decoded camera light to the final colour, in place: matrix, exposure, white balance, and the
 /// look at its strength over the neutral rendering. A colour's result does not depend on its
 /// neighbours.
-void grada(Lotto& luce, const Grado& grado);
+void grada(Lotto& luce, const Gradazione& g);
 
 }  // namespace varno

@@ -98,7 +98,7 @@ float decodifica_analitica(float x)
 {
     const float y = x * 1023.0f;
     if (x >= 0.16736099f)
-        return VARNO_LIVELLO::potenza(10.0f, (y - 420.0f) / 261.5f) * 0.19000001f - 0.01f;
+        return potenza(10.0f, (y - 420.0f) / 261.5f) * 0.19000001f - 0.01f;
     return ((y - 95.0f) * 0.01125f) / 76.2103f;
 }
 

@@ -47,7 +47,7 @@ float bianco_di(const Curva& k)
     constexpr float MARGINE = 1.0001f;  // the power's and the product's rounding, many times
     if (!(k.contrasto > 0.1f && k.gamma > 0.1f))
         return std::numeric_limits<float>::quiet_NaN();
-    return VARNO_LIVELLO::potenza(1.0f / k.grigio, 1.0f / k.contrasto) * MARGINE;
+    return potenza(1.0f / k.grigio, 1.0f / k.contrasto) * MARGINE;
 }
 
 RGB tonemap_ratio(RGB c, const Curva& k, float miscela)

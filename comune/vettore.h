@@ -24,9 +24,14 @@
 #include <immintrin.h>
 #endif
 
-// In files that are built once.
+// Files that are built once see all of it in varno itself.
 #ifndef VARNO_LIVELLO
 #define VARNO_LIVELLO unico
+namespace varno {
+namespace unico {
+}
+using namespace unico;
+}  // namespace varno
 #endif
 
 namespace varno {

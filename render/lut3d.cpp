@@ -29,7 +29,6 @@ TabellaCondivisa gLut;
 
 void Lut3D::costruisci(const Contesto& contesto, int n)
 {
-    using namespace VARNO_LIVELLO;
     N = n;
     const auto lato = static_cast<std::size_t>(n);
     dati = piano_di_lavoro(lato * lato * lato * 3);
@@ -38,7 +37,7 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
     Piano asse(lato);
     for (std::size_t i = 0; i < lato; ++i)
         asse[i] = decodifica_canale(static_cast<float>(i) * passo, contesto.profilo);
-    const Grado grado = grado_di(contesto);
+    const Gradazione gradazione = gradazione_di(contesto);
 
     parallel_for(lato * lato, [&](std::uint64_t i) {
         float* const uscita = &dati[i * lato * 3];
@@ -48,7 +47,7 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
             std::copy_n(&asse[R], lotto.n, lotto.r);
             std::fill_n(lotto.g, lotto.n, asse[i % lato]);
             std::fill_n(lotto.b, lotto.n, asse[i / lato]);
-            grada(lotto, grado);
+            grada(lotto, gradazione);
             per_vettori(lotto.n, [&](auto v, std::ptrdiff_t k) {
                 using V = decltype(v);
                 scrivi_rgb<V>(uscita + 3 * (R + k), {carica<V>(lotto.r + k), carica<V>(lotto.g + k),

@@ -203,7 +203,7 @@ Colore viraggio(const Colore& v, const LookDef& look)
     return tinto;
 }
 
-Colore grado(const Colore& luce, const Contesto& ctx)
+Colore gradazione(const Colore& luce, const Contesto& ctx)
 {
     const LookDef& look = *ctx.look;
     Colore v = mappa_colore(luce, ctx.curva_look, look.miscela);
@@ -245,7 +245,7 @@ RGB applica_colore(RGB codice, const Contesto& ctx)
         luce.c[i] = c < 0.0f ? 0.0f : c;
     }
     Colore n = mappa_colore(luce, ctx.curva_neutra, 0.0f);
-    const Colore v = ctx.look->tipo == 1 ? stampa(luce, ctx) : grado(luce, ctx);
+    const Colore v = ctx.look->tipo == 1 ? stampa(luce, ctx) : gradazione(luce, ctx);
     for (int i = 0; i < 3; ++i)
         n.c[i] = v.c[i] * ctx.forza + (1.0f - ctx.forza) * codifica(n.c[i]);
     return {n.c[0], n.c[1], n.c[2]};

@@ -135,7 +135,8 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
 
         for (const LookDef& look : looks()) {
             riempi_lotto();
-            pulito("grada", [&] { (*l)->colore.grada(lotto, grado_di(contesto_di(look, 0.5f))); });
+            pulito("grada",
+                   [&] { (*l)->colore.grada(lotto, gradazione_di(contesto_di(look, 0.5f))); });
         }
         riempi_lotto();
         pulito("tonemap", [&] { (*l)->colore.tonemap(lotto, curva, bianco_di(curva), 0.5f); });
