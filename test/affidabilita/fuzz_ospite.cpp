@@ -32,6 +32,10 @@ using namespace varno;
 constexpr int RARO = 2000;
 int gDaTabella = RARO;
 
+// A strip of a large frame costs some hundred small ones, likewise.
+constexpr int RARA = 100;
+int gDaStriscia = RARA;
+
 unsigned gThread = 1;
 
 void pretendi(bool vero, const char* testo)
@@ -242,7 +246,8 @@ Geometria geometria(Lettore& l)
     const unsigned massimo = forma % 4 == 0 ? 23 : 11;
     Geometria g{origini[l.fino_a(5)], origini[l.fino_a(5)], static_cast<int>(1 + l.fino_a(massimo)),
                 static_cast<int>(1 + l.fino_a(massimo))};
-    if (forma >= 253) {
+    if (forma >= 253 && gDaStriscia++ >= RARA) {
+        gDaStriscia = 0;
         g.larghezza = lunghi[l.fino_a(5)];
         g.altezza = std::min(g.altezza, 3);
         if (forma == 255)
