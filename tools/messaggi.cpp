@@ -88,7 +88,7 @@ int canale_errori()
 void riga(const std::string& testo)
 {
     const std::lock_guard<std::mutex> chiuso(gMutex);
-    if (std::fputs((testo + "\n").c_str(), stdout) < 0 || std::fflush(stdout) != 0)
+    if (std::fputs((pulito(testo) + "\n").c_str(), stdout) < 0 || std::fflush(stdout) != 0)
         fallisci(errno == EPIPE ? "" : "cannot write to the standard output");
 }
 

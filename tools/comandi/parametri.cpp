@@ -56,7 +56,9 @@ void comando_parametri(const Opzioni& o)
         Json j = {{"plugin", plugin.file}};
         for (const banco::Parametro& p : plugin.parametri)
             j["parameters"].push_back(in_json(p));
-        return riga(j.dump(2));
+        for (const std::string& una : OIIO::Strutil::splits(j.dump(2), "\n"))
+            riga(una);
+        return;
     }
     riga("plug-in " + plugin.file);
     for (const banco::Parametro& p : plugin.parametri)

@@ -99,15 +99,16 @@ void segui(Destinazione& a, const Sorgente& da, const std::vector<long long>& nu
         avviso(nome + " cannot hold the audio as it is, which is left out: a .mov or .mkv can");
     else if (f.audio && !intero)
         avviso(nome + " is without audio, which is copied with whole clips only");
-    if (f.alfa && modo.formato_con_alfa.empty())
-        avviso(nome + " is without alpha: --codec prores4444 or ffv1 hold it");
 }
 
 void scrivi(Destinazione& a, long long n, const Foto& foto)
 {
     if (!a.ripresa)
         return scrivi_foto(nome_al(a, n), foto, a.modo.scrittura, a.impostazioni);
-    a.ripresa->scrittura.modo.impostazioni = a.impostazioni;
+    ModoFilmato& modo = a.ripresa->scrittura.modo;
+    if (foto.alfa && modo.formato_con_alfa.empty())
+        nota(a.nome, "is without alpha: --codec prores4444 or ffv1 hold it");
+    modo.impostazioni = a.impostazioni;
     scrivi_fotogramma(a.ripresa->scrittura, foto);
 }
 
