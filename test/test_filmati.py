@@ -274,12 +274,14 @@ class Filmati(Prova):
                 self.nessuno_resta()
 
     def test_a_killed_program_takes_the_others_with_it(self):
-        self.clip("in.mkv", "-c:v ffv1", 8, "640x360")
+        # Long enough that none has ended when it is killed: then there was nobody under its number.
+        self.clip("in.mkv", "-c:v ffv1", 60, "640x360")
         for chi, segno in (("passthrough", signal.SIGKILL), ("thread_queue_size", signal.SIGKILL),
                            ("", signal.SIGINT), ("", signal.SIGTERM), ("", signal.SIGKILL)):
             with self.subTest(chi=chi, segno=segno):
                 p = subprocess.Popen([PROVINO, "sviluppa", "in.mkv", "o.mov", "--plugin", BUNDLE],
-                                     cwd=self.cartella, stderr=subprocess.PIPE, text=True)
+                                     cwd=self.cartella, stderr=subprocess.PIPE, text=True,
+                                     preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
                 figli = []
                 while p.poll() is None and not (figli and self.nomi(".provino")):
                     figli = [n for n, da, _, comando in processi() if da == p.pid and re.search(chi, comando)]

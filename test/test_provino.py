@@ -5,6 +5,7 @@ usage: test_provino.py PROVINO BUNDLE [--lungo] [unittest arguments]
 --lungo breaks a thousand pictures of each format and kills a hundred runs.
 """
 import json
+import math
 import os
 import random
 import re
@@ -136,6 +137,7 @@ class Parole(Prova):
         Path(self.qui("rotto.ofx")).write_text("no library")
         os.mkdir(self.qui("cartella.exr"))
         Path(self.qui("c.007.exr")).touch()
+        Path(self.qui("k.json")).write_text('{"parameters": {"formato": 18}}')
         su, da = "sviluppa s.exr o.exr", "sviluppa s.exr"
         for uscita, messaggio, *argomenti in (
                 (USO, "give a command"),
@@ -146,6 +148,10 @@ class Parole(Prova):
                 (USO, "did you mean 'Sony S-Log3'", su, "-p", "formato=Sony SLog3"),
                 (USO, "options 0 to 17, not 18", su + " -p formato=18"),
                 (USO, "ev goes from -2 to 2, not 2.5", su + " -p ev=2.5"),
+                (USO, "ev takes a number", su + " -p ev=-inf"),
+                (FALLITO, "formato cannot be 18", su + " --settings k.json"),
+                (FALLITO, "'k.json' exists already: give --overwrite", su + " --save-settings k.json"),
+                (FALLITO, "no file 'a b.exr'", "sviluppa 'a\x1bb.exr' o.exr"),
                 (USO, "did you mean 'Exposure (EV)'", su + " -p exposure=1"),
                 (USO, "did you mean '-p look=Amber'", su + " --look Amber"),
                 (USO, "give -p before each, as in -p ev=1", su + " -p look=Amber ev=1"),
@@ -157,6 +163,7 @@ class Parole(Prova):
                 (USO, "on or off", su + " -p halation_on=2"),
                 (USO, "name@time=value", su + " --key ev=1"),
                 (USO, "out of range", "tavola o.exr --size 65537x1"),
+                (USO, "out of range", "tavola o.exr --size 16385x8192"),
                 (USO, "JPEG has no depth 'half'", "tavola o.jpg --depth half"),
                 (USO, "EXR has no compression 'lzw'", "tavola o.exr --compression lzw"),
                 (FALLITO, "no file 'manca.exr'", "sviluppa manca.exr o.exr"),
@@ -175,7 +182,8 @@ class Parole(Prova):
                 (USO, "two keys at time 1", da + " o.png --key ev@1=0 --key ev@1=1"),
                 (FALLITO, "no JSON object", da + " o.png --settings s.exr"),
                 (FALLITO, "carries no settings", su + " --settings-from s.exr"),
-                (USO, "outside the picture", "effetti s.exr o.png --crop 90x20+20+10"),
+                (USO, "outside the picture", "effetti s.exr o.png --crop 90x20+7+34"),
+                (USO, "outside the picture", "looks s.exr o.png --crop 90x20+6+35"),
                 (FALLITO, "no file is named like 'm.#.exr'", "sviluppa m.#.exr o#.exr"),
                 (FALLITO, "is what is read", "sviluppa s.exr ./s.exr --overwrite"),
                 (USO, "has a place for a frame number", "sviluppa s.exr o.##.exr")):
@@ -189,6 +197,9 @@ class Parole(Prova):
         self.assertEqual(len(detto["parameters"]), 35)
         self.assertTrue(detto["plugin"].startswith(BUNDLE), detto["plugin"])
         self.assertEqual(detto["parameters"][0]["options"][16], "Rec.709 (No Log)")
+        with open("/dev/full", "w") as pieno:
+            r = subprocess.run([PROVINO, "parametri", "--plugin", BUNDLE], stdout=pieno, stderr=subprocess.DEVNULL)
+        self.assertEqual(r.returncode, FALLITO)
 
     def test_the_plugin_is_found_where_hosts_look(self):
         self.fai("parametri --plugin", os.path.dirname(BUNDLE))
@@ -228,7 +239,7 @@ class Immagini(Prova):
         self.assertEqual([round(a * 255) for a in tornati[3::4]], alfa)
 
     def test_a_look_brings_its_recipe_and_what_follows_overrides_it(self):
-        self.fai("sviluppa s.exr a.exr -p look=Amber")
+        self.fai("sviluppa s.exr a.exr -p look=aMBER")
         self.fai("sviluppa s.exr b.exr -p look=5 -p mistw_on=0")
         self.fai("sviluppa s.exr c.exr -p mistw_on=0 -p look=5")
         self.uguali("a.exr", "c.exr")
@@ -256,6 +267,10 @@ class Immagini(Prova):
         for cosa in ("x=4, y=-3", "display size: 64 x 36", "01:02:03:04", "somebody", "number nine", "piz",
                      "provino 1", "half"):
             self.assertIn(cosa, exr)
+        self.altri("oiiotool --create 8x4 3 --attrib ImageDescription mine -o d.tif")
+        for argomenti in ("d.tif e.tif", "e.tif f.tif"):
+            self.fai("sviluppa " + argomenti, *NEUTRO)
+        self.assertRegex(self.altri("oiiotool --info -v f.tif"), r"mine\\?n?\s*provino")
         self.assertIn("uint16", tiff)  # how a file was laid out does not follow
         for detto in dpx:
             self.assertRegex(detto, "(?s)uint10.*01:02:03:04")
@@ -283,6 +298,16 @@ class Immagini(Prova):
                   "oiio:Gamma: 2.4", 'ColorSpace: "data"']
         for detto, parola in zip(detti, parole, strict=True):
             self.assertIn(parola, detto)
+        self.assertIn("chromaticities: 0.64, 0.33, 0.3, 0.6, 0.15, 0.06, 0.3127, 0.329\n", detti[0])
+        # One power, 2.4 in 256ths, and red as the profile's own white has it.
+        for formato in ("tif", "jpg"):
+            dati = self.byte("da." + formato)
+            self.assertIn(b"curv" + struct.pack(">4xIH", 1, round(2.4 * 256)), dati)
+            dove, = struct.unpack_from(">I", dati, dati.index(b"rXYZ") + 4)
+            rosso = struct.unpack_from(">3i", dati, dati.index(b"acsp") - 36 + dove + 8)
+            self.assertEqual([round(v / 655.36) for v in rosso], [44, 22, 1])
+        self.fai("sviluppa da.tif z.exr", *NEUTRO)
+        self.assertNotIn("ICCProfile", self.altri("oiiotool --info -v z.exr"))
 
     def test_what_is_left_out_is_said(self):
         for nome, *misura in (("grey.tif", 96, 54), ("c2.tif", 9, 9), ("c5.tif", 9, 9)):
@@ -290,11 +315,12 @@ class Immagini(Prova):
         self.altri("oiiotool s.exr --attrib oiio:subimagename a grey.tif --attrib oiio:subimagename b --siappend "
                    "-o parts.exr --pop s.exr grey.tif --chnames key.R,key.G,key.B --chappend -o layers.exr "
                    "s.exr --ch R --chnames Z -o z.exr s.exr --ch R,G --chnames u,v -o uv.exr "
-                   "s.exr --ch R,G,B,A=0.5 -o alpha.exr s.exr -d uint8 --attrib Orientation 6 -o turned.jpg")
+                   "s.exr --ch R,G,B,A=0.5 -o alpha.exr --chnames k.R,k.G,k.B,k.A -o k.exr s.exr -d uint8 --attrib Orientation 6 -o turned.jpg")
         for testo, argomenti in (
                 ("has 2 parts, .*: a, b$", "parts.exr o.exr"),
                 ("left out, .*: key.R, key.G, key.B$", "layers.exr o.exr"),
                 ("holds no alpha", "alpha.exr o.jpg"),
+                ("is without alpha", "alpha.exr o.mp4 --rate 24"),
                 ("asks to be shown turned", "turned.jpg o.exr"),
                 ("has no frames 3-4$", "c#.tif o#.exr"),
                 ("halation is overwritten by the recipe", "s.exr o.exr -p halation=0.1 -p look=Amber"),
@@ -307,6 +333,7 @@ class Immagini(Prova):
         for scelta in ("parts.exr --part b", "parts.exr --part=1", "layers.exr --layer key"):
             self.assertEqual(self.fai("sviluppa %s o.exr --overwrite" % scelta).stderr, "")
             self.fai("confronta o.exr g.exr --limit 1e-3")
+        self.assertEqual(self.campioni("sviluppa k.exr --layer k --depth float")[0][3], 0.5)
         for nome in ("z.exr", "uv.exr"):
             self.rifiuta(FALLITO, "choose with --layer", "sviluppa", nome, "p.exr")
         self.fai("looks z.exr p.png --layer Z")
@@ -336,6 +363,10 @@ class Sequenze(Prova):
         # The sequence that is there, read by another pattern, into another.
         self.fai("sviluppa", "o.%03d.png", "q@.png", *self.GRANA)
         self.assertEqual(self.nomi("q"), ["q2.png", "q4.png", "q6.png"])
+        # A name with other digits is another picture's.
+        shutil.copy(self.qui("q2.png"), self.qui("q03.png"))
+        self.fai("sviluppa", "q#.png", "r#.png", *NEUTRO)
+        self.assertEqual(self.nomi("r"), ["r2.png", "r4.png", "r6.png"])
 
     def test_keys_are_drawn_linearly(self):
         acceso = ["-p", "formato=0", "-p", "bloom_on=1"]
@@ -367,6 +398,8 @@ class Sequenze(Prova):
         self.fai("sviluppa s.exr b##.png --skip-existing", *modo)
         for n in range(1, 13):
             self.uguali("a%02d.png" % n, "b%02d.png" % n)
+        detto = self.fai("sviluppa s.exr b##.png --skip-existing", *modo).stdout
+        self.assertRegex(detto, r"(?s)b01.png: exists, skipped\n.*0 of 12 frames .*, 12 skipped\n\Z")
 
     def test_progress_is_told_as_asked(self):
         modo = "sviluppa s.exr o#.png --frames 1-3 --overwrite"
@@ -377,6 +410,7 @@ class Sequenze(Prova):
         self.assertTrue(detto[0]["plugin"].endswith(".ofx"))
         self.assertEqual([x["frame"] for x in detto[1:4]], [1, 2, 3])
         self.assertEqual((detto[4]["done"], detto[4]["failed"]), (3, []))
+        self.assertIn("\no o.png: done", self.fai("sviluppa s.exr 'o\x1bo.png'").stdout)
 
 
 class Fogli(Prova):
@@ -386,6 +420,9 @@ class Fogli(Prova):
         self.assertEqual(len(righe[0]), 3 * 400)
         # Light strokes of the large one's label.
         self.assertGreater(max(max(r) for r in righe[2 + 2 * 55 + 14:2 + 2 * 55 + 14 + 12]), 150)
+        # The large one is neutral to its corner, where the vignette would show.
+        neutro = self.campioni("sviluppa f.tif --depth uint8", *NEUTRO)[0][:3]
+        self.assertEqual(righe[2][6:9], neutro)
         for look, colonna, riga in ((0, 2, 0), (4, 0, 2), (11, 3, 3)):
             x, y = 2 + colonna * 99 + 48, 2 + riga * 69 + 27
             centro = self.campioni("sviluppa f.tif -p look=%d" % look)[18][3 * 32:3 * 32 + 3]
@@ -404,16 +441,21 @@ class Fogli(Prova):
             senza, con = ([r[3 * (x + d):3 * (x + d + 64)] for r in righe[2:50]] for d in (0, 66))
             self.assertEqual(sum(max(p) > 200 for r in senza for p in zip(*[iter(r)] * 3)), 256)
             self.assertGreater(sum(map(sum, con)), sum(map(sum, senza)) + 48 * 64, nome)
+        # An amount beyond an effect's range is the most that it has.
+        tanto, troppo = (self.campioni("effetti f.tif --width 200 --depth uint8 --amount=" + a) for a in ("0.6", "1"))
+        for r, q in zip(tanto[2:20], troppo[2:20]):
+            self.assertEqual(r[:3 * 60], q[:3 * 60])
 
     def test_a_cube_has_the_corners_of_the_grade_and_red_first(self):
         angoli = [[255 * (i & 1), 255 * (i >> 1 & 1), 255 * (i >> 2)] for i in range(8)]
         scrivi_tiff(self.qui("a.tif"), [sum(angoli, [])])
-        modo = ["-p", "formato=Canon Log 2", "-p", "cs_canon=BT.2020", "-p", "look=Ember"]
+        modo = ["-p", "formato=Canon Log 2", "-p", "cs_canon=BT.2020", "-p", "look=Ember", "-p", "temp=0.25",
+                "-p", "tinta=-0.5"]
         veri = self.campioni("sviluppa a.tif --depth uint16", *modo, *SPENTO)[0]
         r = self.fai("lut g.cube", *modo)
         self.assertIn("off the plug-in", r.stdout)
         testo = Path(self.qui("g.cube")).read_text()
-        self.assertIn("Canon Log 2 / BT.2020", testo)
+        self.assertIn('TITLE "Varno Color: Ember, Canon Log 2 / BT.2020, temp 0.25, tinta -0.5"\n', testo)
         self.assertIn("LUT_3D_SIZE 33\n", testo)
         punti = [[float(v) for v in x.split()] for x in testo.splitlines() if re.match(r"[-\d.]\S* ", x)]
         self.assertEqual(len(punti), 33 ** 3)
@@ -432,6 +474,18 @@ class Fogli(Prova):
         self.assertAlmostEqual(r["largest"], 3 / 255, places=6)
         self.assertEqual((r["x"], r["y"], r["channel"]), (1, 0, "G"))
         self.rifiuta(FALLITO, "limit", "confronta a.tif b.tif --limit 0.0117")
+        # Not-a-number equals itself alone; steps are counted across 0; mean squares are of all values.
+        for a, b, atteso in (
+                ([math.nan, -0.5, 1], [math.nan, -0.5, 1], {"equal": True, "psnr_db": None}),
+                ([math.nan, 1, 1], [0, 1, 1], {"equal": False, "passes": False, "largest": None, "channel": "R"}),
+                ([-1e-45, -1, 1], [1e-45, -1, 1], {"ulp": 2, "values_that_differ": 1}),
+                ([1, -1, 1], [1, -1.1, 1], {"channel": "G", "psnr_db": 10 * math.log10(300)}),
+                ([1, 1, 1, 0.75], [1, 1, 1], {"channel": "A", "largest": 0.25})):
+            for nome, riga in (("v.tif", a), ("w.tif", b)):
+                scrivi_tiff(self.qui(nome), [riga], len(riga), "f")
+            detto = json.loads(self.lancia("confronta v.tif w.tif --json").stdout)
+            for voce, valore in atteso.items():
+                self.assertAlmostEqual(detto[voce], valore, places=4, msg=(a, b, voce))
         scrivi_tiff(self.qui("d.tif"), [[0, 0, 0, 0, 30, 0]])
         self.fai("confronta d.png d.tif --limit 1e-4")
         self.fai("confronta s.tif b.tif --limit 1e-6")
