@@ -6,6 +6,7 @@
 
 #include <OpenImageIO/strutil.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <iterator>
@@ -27,16 +28,20 @@ template <class Numero> bool leggi(std::string_view testo, Numero& numero)
 std::string proposta(std::string_view scritto, const std::vector<std::string>& candidati)
 {
     using namespace OIIO::Strutil;
-    const std::string s = lower(std::string(scritto));
+    const auto nudo = [](std::string_view c) {
+        c.remove_prefix(std::min(c.find_first_not_of('-'), c.size()));  // of an option
+        return lower(std::string(c));
+    };
+    const std::string s = nudo(scritto);
     const std::string* vicino = nullptr;
     std::size_t minima = s.size() / 3 + 2;  // further off it is another word
     for (const std::string& c : candidati)
-        if (const std::size_t d = edit_distance(s, lower(c)); d < minima) {
+        if (const std::size_t d = edit_distance(s, nudo(c)); d < minima) {
             minima = d;
             vicino = &c;
         }
     for (const std::string& c : candidati)  // the beginning or a part of one
-        if (vicino == nullptr && s.size() >= 3 && contains(lower(c), s))
+        if (vicino == nullptr && s.size() >= 3 && contains(nudo(c), s))
             vicino = &c;
     return vicino == nullptr ? "" : "; did you mean " + tra_apici(*vicino) + "?";
 }

@@ -1,54 +1,59 @@
-// What the command line says, and the sub-commands that it is said to, a file each.
+// The sub-commands, a file each, and the tables of options that they hand to the parser.
 #pragma once
 
 #include "tools/plugin/impostazioni.h"
 #include "tools/quadri/filmato.h"
 
+#include <functional>
+#include <initializer_list>
 #include <optional>
 #include <string>
+#include <variant>
+#include <vector>
 
 namespace varno::provino {
 
-/// Options of all sub-commands; each reads those that are its own. Empty texts were not given.
-struct Opzioni {
-    std::string ingresso, uscita, plugin;
-    std::string misura = "1920x1080";
-    OpzioniParametri parametri;
-    Scelta scelta;
-    ColoriFilmato colori;
-    Scrittura scrittura;
-    std::optional<double> tempo;
-    bool json = false, csv = false, muto = false;
-
-    // Of sviluppa.
-    std::string fotogrammi, salva, codec, qualita, cadenza;
-    std::optional<long long> inizio;
-    int lavori = 2;
-    bool salta = false, continua = false;
-
-    // Of the sheets.
-    std::string ritaglio;
-    int larghezza = 1920;
-    int fotogramma = 0;  // of a movie; 0: a picture, or a movie's first
-    double quantita = 1.0;
-
-    int lato = 33;  // of lut
-
-    // Of confronta.
-    std::string altro, affiancati, differenza;
-    double limite = 0.0, guadagno = 1.0;
-
-    int giri = 9;  // of misura
+/// What a value must be.
+struct Limiti {
+    double minimo = 0.0, massimo = 0.0;    // where they differ
+    std::vector<std::string> valori = {};  // one of these, where there are any
+    const char* esclude = nullptr;         // an option above that cannot stand beside this
+    bool detto = false;                    // the default, in the help
 };
 
-// The sub-commands. They throw Errore where they cannot go on.
-void comando_parametri(const Opzioni& o);
-void comando_sviluppa(const Opzioni& o);
-void comando_looks(const Opzioni& o);
-void comando_effetti(const Opzioni& o);
-void comando_tavola(const Opzioni& o);
-void comando_lut(const Opzioni& o);
-void comando_confronta(const Opzioni& o);
-void comando_misura(const Opzioni& o);
+/// An option, and where its value goes; what stands there before is the default.
+struct Opzione {
+    const char* nome;  // "-p,--param"; without a dash what must be given, by its place
+    std::variant<bool*, int*, double*, std::string*, std::vector<std::string>*,
+                 std::optional<double>*, std::optional<long long>*>
+        dove;
+    const char* aiuto;
+    Limiti limiti = {};
+};
+using Opzioni = std::vector<Opzione>;
+Opzioni unite(std::initializer_list<Opzioni> gruppi);
+
+// Options that several commands have.
+Opzione opzione_plugin(std::string& dove);
+Opzione opzione_sostituisci(bool& dove);
+Opzioni opzioni_parametri(OpzioniParametri& o);
+Opzioni opzioni_scelta(Scelta& o);
+Opzioni opzioni_filmato(ColoriFilmato& o);
+Opzioni opzioni_scrittura(Scrittura& o);
+
+struct Sottocomando {
+    const char *nome, *inglese;  // the second may be missing
+    const char *aiuto, *esempi;
+    Opzioni opzioni;
+    std::function<void()> fai;  // with the options filled; throws Errore where it cannot go on
+};
+Sottocomando comando_parametri();
+Sottocomando comando_sviluppa();
+Sottocomando comando_looks();
+Sottocomando comando_effetti();
+Sottocomando comando_tavola();
+Sottocomando comando_lut();
+Sottocomando comando_confronta();
+Sottocomando comando_misura();
 
 }  // namespace varno::provino

@@ -14,9 +14,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 
 namespace varno::provino {
 namespace {
+
+struct OpzioniConfronto {
+    std::string ingresso, altro, affiancati, differenza;
+    double limite = 0.0, guadagno = 1.0;
+    ColoriFilmato colori;
+    Scrittura scrittura;
+    bool json = false;
+};
 
 struct Differenza {
     double massima = 0.0;            // infinite where one value is no number and the other is
@@ -89,7 +98,8 @@ Foto scarto(const Foto& a, const Foto& b, float guadagno)
     return f;
 }
 
-void stampa(const Opzioni& o, const std::string& davanti, const Foto& a, const Differenza& d)
+void stampa(const OpzioniConfronto& o, const std::string& davanti, const Foto& a,
+            const Differenza& d)
 {
     constexpr const char* CANALI[] = {"R", "G", "B", "A"};
     const double psnr = d.errore_quadratico > 0.0 ? -10.0 * std::log10(d.errore_quadratico)
@@ -122,8 +132,8 @@ void stampa(const Opzioni& o, const std::string& davanti, const Foto& a, const D
 
 // Frame n of A and m of B; `davanti` names them where they are two of many. Returns whether they
 // pass.
-bool confronta(const Opzioni& o, const Sorgente& da, long long n, const Sorgente& con, long long m,
-               const std::string& differenza, const std::string& davanti)
+bool confronta(const OpzioniConfronto& o, const Sorgente& da, long long n, const Sorgente& con,
+               long long m, const std::string& differenza, const std::string& davanti)
 {
     const Foto a = leggi(da, n);
     const Foto b = leggi(con, m);
@@ -140,7 +150,7 @@ bool confronta(const Opzioni& o, const Sorgente& da, long long n, const Sorgente
     return d.massima <= o.limite;
 }
 
-void confronta_tutti(const Opzioni& o, const Sorgente& a, const Sorgente& b)
+void confronta_tutti(const OpzioniConfronto& o, const Sorgente& a, const Sorgente& b)
 {
     // A movie has no numbers of its own: its frames are taken in order.
     if (!a.modello || !b.modello ? a.numeri.size() != b.numeri.size() : a.numeri != b.numeri)
@@ -162,9 +172,7 @@ void confronta_tutti(const Opzioni& o, const Sorgente& a, const Sorgente& b)
                  in_una_riga(diversi));
 }
 
-}  // namespace
-
-void comando_confronta(const Opzioni& o)
+void confronta(const OpzioniConfronto& o)
 {
     for (const std::string& uscita : {o.affiancati, o.differenza})
         if (!uscita.empty()) {
@@ -179,6 +187,34 @@ void comando_confronta(const Opzioni& o)
         confronta_tutti(o, a, b);
     else if (!confronta(o, a, a.numeri.front(), b, b.numeri.front(), o.differenza, ""))
         fallisci("the pictures differ by more than the limit of " + testo_di(o.limite));
+}
+
+}  // namespace
+
+Sottocomando comando_confronta()
+{
+    const auto o = std::make_shared<OpzioniConfronto>();
+    const double infinito = std::numeric_limits<double>::infinity();
+    return {
+        "confronta",
+        "compare",
+        "Compare two pictures, sequences or movies; exit code 1 where they differ",
+        "  provino confronta a.exr b.exr --limit 0.001 --split ab.png\n"
+        "  provino confronta 'a.####.exr' 'b.####.exr' --difference 'd.####.png' --gain 20\n",
+        unite(
+            {{{"A", &o->ingresso, "One picture, shot.####.exr, or a movie"},
+              {"B", &o->altro, "The other, of the same size"},
+              {"--limit",
+               &o->limite,
+               "Largest difference that passes; 0 wants equal values",
+               {.massimo = infinito}},
+              {"--split", &o->affiancati, "Write A left and B right of a divider"},
+              {"--difference", &o->differenza, "Write how far they are apart"},
+              {"--gain", &o->guadagno, "Times that --difference is scaled", {.massimo = infinito}}},
+             opzioni_filmato(o->colori),
+             {opzione_sostituisci(o->scrittura.sovrascrivi),
+              {"--json", &o->json, "For machines"}}}),
+        [o] { confronta(*o); }};
 }
 
 }  // namespace varno::provino

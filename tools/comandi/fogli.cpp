@@ -9,12 +9,25 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace varno::provino {
 namespace {
 
-constexpr int FESSURA = 2;  // between the two parts of a pair, pixels
+struct OpzioniFoglio {
+    std::string ingresso, uscita, ritaglio;
+    int larghezza = 1920;
+    int fotogramma = 0;     // of a movie or a sequence; 0: the first
+    double quantita = 1.0;  // of each effect
+    std::optional<double> tempo;
+    OpzioniParametri parametri;
+    Scelta scelta;
+    ColoriFilmato colori;
+    Scrittura scrittura;
+};
 
 // What both sheets begin with.
 struct Inizio {
@@ -24,9 +37,9 @@ struct Inizio {
     double tempo;
 };
 
-Inizio inizia(const Opzioni& o)
+Inizio inizia(const OpzioniFoglio& o)
 {
-    Plugin plugin = carica_plugin(o.plugin);
+    Plugin plugin = carica_plugin(o.parametri.plugin);
     Impostazioni base = leggi_impostazioni(plugin, o.parametri);
     controlla_scrittura(o.uscita, o.scrittura);
     controlla_uscita(o.uscita, o.scrittura.sovrascrivi);
@@ -59,7 +72,7 @@ Foto rendi(Inizio& inizio, const Impostazioni& imp)
 
 // File, look and settings, as far as the sheet itself does not tell them and they are not the
 // plug-in's own.
-std::string piede(const Opzioni& o, Inizio& inizio, bool look, bool effetti)
+std::string piede(const OpzioniFoglio& o, Inizio& inizio, bool look, bool effetti)
 {
     const banco::IstanzaPtr istanza = istanza_con(inizio.plugin, inizio.base);
     std::string s = std::filesystem::path(o.ingresso).filename().string();
@@ -73,76 +86,106 @@ std::string piede(const Opzioni& o, Inizio& inizio, bool look, bool effetti)
     return s;
 }
 
-// The large one top left, the small ones row by row in what is left of four by four.
-OIIO::ROI posto_del_look(const Foglio& foglio, int n)
+void looks(const OpzioniFoglio& o)
 {
-    if (n == 0)
-        return posto(foglio, 0, 0, 2);
-    return n <= 4 ? posto(foglio, 2 + (n - 1) % 2, (n - 1) / 2)
-                  : posto(foglio, (n - 5) % 4, 2 + (n - 5) / 4);
+    Inizio inizio = inizia(o);
+    const OIIO::ROI parte = o.ritaglio.empty() ? tutta(inizio.foto) : leggi_ritaglio(o.ritaglio);
+    std::vector<Casella> caselle;
+    const auto mostra = [&](const std::string& nome, const Impostazioni& imp, int lato) {
+        caselle.push_back({{nome}, lato, [&inizio, &parte, imp](auto& foglio, const auto& dove) {
+                               incolla(foglio, dove[0], rendi(inizio, imp), parte);
+                           }});
+    };
+    Impostazioni neutra = inizio.base;
+    spegni_effetti(inizio.plugin, neutra);
+    mostra("Neutral", con(neutra, "forza", 0.0), 2);
+    for (const std::string& nome : trova_parametro(inizio.plugin, "look").opzioni)
+        mostra(nome, con(inizio.base, "look", static_cast<double>(caselle.size() - 1)), 1);
+    const double forma = static_cast<double>(parte.width()) / parte.height();
+    scrivi_foto(o.uscita, foglio(o.larghezza, 4, forma, caselle, piede(o, inizio, false, true)),
+                o.scrittura);
+}
+
+// Each effect beside the same part without it, pixel for pixel where the picture is large enough.
+void effetti(const OpzioniFoglio& o)
+{
+    Inizio inizio = inizia(o);
+    spegni_effetti(inizio.plugin, inizio.base);
+    const Foto senza = rendi(inizio, inizio.base);
+    const std::optional<OIIO::ROI> ritaglio =
+        o.ritaglio.empty() ? std::nullopt : std::optional(leggi_ritaglio(o.ritaglio));
+    std::vector<Casella> caselle;
+    for (const auto& [p, quantita] : effetti(inizio.plugin)) {
+        const double q = std::clamp(o.quantita, quantita.minimo, quantita.massimo);
+        const Impostazioni imp = con(con(inizio.base, p.nome, 1.0), quantita.nome, q);
+        const auto disegna = [&inizio, &senza, &ritaglio, imp](auto& foglio, const auto& dove) {
+            const Foto con_effetto = rendi(inizio, imp);
+            const double largo = dove[0].width();
+            const double alto = dove[0].height();
+            const double scala = std::min({1.0, senza.larghezza / largo, senza.altezza / alto});
+            const OIIO::ROI parte =
+                ritaglio
+                    ? *ritaglio
+                    : dove_cambia(senza, con_effetto, std::max(1, static_cast<int>(scala * largo)),
+                                  std::max(1, static_cast<int>(scala * alto)));
+            incolla(foglio, dove[0], senza, parte);
+            incolla(foglio, dove[1], con_effetto, parte);
+        };
+        caselle.push_back({{"without", p.etichetta + " " + testo_di(q)}, 1, disegna});
+    }
+    const double forma =
+        ritaglio ? static_cast<double>(ritaglio->width()) / ritaglio->height() : 4.0 / 3.0;
+    scrivi_foto(o.uscita,
+                foglio(o.larghezza, 3, 2.0 * forma, caselle, piede(o, inizio, true, false)),
+                o.scrittura);
+}
+
+Opzioni opzioni_foglio(OpzioniFoglio& o)
+{
+    return unite({{{"IN", &o.ingresso, "Picture or movie to read"},
+                   {"OUT", &o.uscita, "Sheet to write"},
+                   {"--width",
+                    &o.larghezza,
+                    "Width of the sheet in pixels",
+                    {.minimo = 200, .massimo = 65536, .detto = true}},
+                   {"--crop", &o.ritaglio, "WIDTHxHEIGHT+X+Y: show this part of each picture"},
+                   {"--frame",
+                    &o.fotogramma,
+                    "Frame of a movie or a sequence, and its render time; the first is 1",
+                    {.minimo = 1, .massimo = 1e9}}},
+                  opzioni_filmato(o.colori),
+                  {{"--time", &o.tempo, "Render time"}},
+                  opzioni_parametri(o.parametri),
+                  opzioni_scelta(o.scelta),
+                  opzioni_scrittura(o.scrittura)});
 }
 
 }  // namespace
 
-void comando_looks(const Opzioni& o)
+Sottocomando comando_looks()
 {
-    Inizio inizio = inizia(o);
-    const OIIO::ROI parte = o.ritaglio.empty() ? tutta(inizio.foto) : leggi_ritaglio(o.ritaglio);
-    Foglio foglio =
-        foglio_nuovo(o.larghezza, 4, 4, static_cast<double>(parte.width()) / parte.height());
-    const auto mostra = [&](int n, const std::string& nome, const Impostazioni& imp) {
-        const OIIO::ROI dove = posto_del_look(foglio, n);
-        incolla(foglio, dove, rendi(inizio, imp), parte);
-        scrivi_sotto(foglio, dove, nome);
-    };
-    Impostazioni neutra = inizio.base;
-    spegni_effetti(inizio.plugin, neutra);
-    mostra(0, "Neutral", con(neutra, "forza", 0.0));
-    const std::vector<std::string> nomi = trova_parametro(inizio.plugin, "look").opzioni;
-    for (int i = 0; i < static_cast<int>(nomi.size()); ++i)
-        mostra(i + 1, nomi[static_cast<std::size_t>(i)], con(inizio.base, "look", i));
-    scrivi_piede(foglio, piede(o, inizio, false, true));
-    scrivi_foto(o.uscita, foglio.foto, o.scrittura);
+    const auto o = std::make_shared<OpzioniFoglio>();
+    return {"looks",
+            nullptr,
+            "Draw a sheet of the neutral picture and all looks, each with its recipe",
+            "  provino looks scene.exr looks.jpg -p formato=\"Sony S-Log3\"\n",
+            opzioni_foglio(*o),
+            [o] { looks(*o); }};
 }
 
-// Each effect beside the same part without it, pixel for pixel where the picture is large enough.
-void comando_effetti(const Opzioni& o)
+Sottocomando comando_effetti()
 {
-    constexpr int COLONNE = 3;
-    constexpr int RIGHE = 4;
-    Inizio inizio = inizia(o);
-    spegni_effetti(inizio.plugin, inizio.base);
-    const Foto senza = rendi(inizio, inizio.base);
-    OIIO::ROI parte;
-    double forma = 4.0 / 3.0;
-    if (!o.ritaglio.empty()) {
-        parte = leggi_ritaglio(o.ritaglio);
-        forma = static_cast<double>(parte.width()) / parte.height();
-    }
-    Foglio foglio = foglio_nuovo(o.larghezza, COLONNE, RIGHE, 2.0 * forma);
-    const int largo = (foglio.cella_l - FESSURA) / 2;
-    int n = 0;
-    for (const auto& [p, quantita] : effetti(inizio.plugin)) {
-        const double q = std::clamp(o.quantita, quantita.minimo, quantita.massimo);
-        const Foto con_effetto =
-            rendi(inizio, con(con(inizio.base, p.nome, 1.0), quantita.nome, q));
-        if (o.ritaglio.empty()) {
-            const double scala = std::min({1.0, static_cast<double>(senza.larghezza) / largo,
-                                           static_cast<double>(senza.altezza) / foglio.cella_a});
-            parte = dove_cambia(senza, con_effetto, std::max(1, static_cast<int>(scala * largo)),
-                                std::max(1, static_cast<int>(scala * foglio.cella_a)));
-        }
-        const OIIO::ROI dove = posto(foglio, n % COLONNE, n / COLONNE);
-        const OIIO::ROI sinistra(dove.xbegin, dove.xbegin + largo, dove.ybegin, dove.yend);
-        const OIIO::ROI destra(dove.xend - largo, dove.xend, dove.ybegin, dove.yend);
-        incolla(foglio, sinistra, senza, parte);
-        incolla(foglio, destra, con_effetto, parte);
-        scrivi_sotto(foglio, sinistra, "without");
-        scrivi_sotto(foglio, destra, p.etichetta + " " + testo_di(q));
-        ++n;
-    }
-    scrivi_piede(foglio, piede(o, inizio, true, false));
-    scrivi_foto(o.uscita, foglio.foto, o.scrittura);
+    const auto o = std::make_shared<OpzioniFoglio>();
+    return {"effetti",
+            "effects",
+            "Draw a sheet of the twelve effects, each beside the picture without it",
+            "  provino effetti scene.exr effects.png -p formato=\"Sony S-Log3\"\n",
+            unite({opzioni_foglio(*o),
+                   {{"--amount",
+                     &o->quantita,
+                     "Amount of each effect, held to its range",
+                     {.massimo = 1.0, .detto = true}}}}),
+            [o] { effetti(*o); }};
 }
 
 }  // namespace varno::provino

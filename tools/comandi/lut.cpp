@@ -12,6 +12,8 @@
 #include <cmath>
 #include <cstddef>
 #include <filesystem>
+#include <memory>
+#include <optional>
 
 namespace varno::provino {
 namespace {
@@ -104,16 +106,22 @@ std::string titolo(const Plugin& plugin, const banco::Istanza& i)
     return s;
 }
 
-}  // namespace
+struct OpzioniLut {
+    std::string uscita;
+    int lato = 33;
+    std::optional<double> tempo;
+    bool sovrascrivi = false;
+    OpzioniParametri parametri;
+};
 
-void comando_lut(const Opzioni& o)
+void scrivi_lut(const OpzioniLut& o)
 {
     if (std::filesystem::path(o.uscita).extension() != ".cube")
         rifiuta(tra_apici(o.uscita) + " must end in .cube");
     const double tempo = o.tempo.value_or(0.0);
-    Plugin plugin = carica_plugin(o.plugin);
+    Plugin plugin = carica_plugin(o.parametri.plugin);
     const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
-    controlla_uscita(o.uscita, o.scrittura.sovrascrivi);
+    controlla_uscita(o.uscita, o.sovrascrivi);
     const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
     const std::string impostazioni = in_json(plugin, *istanza, imp, true);
     for (const Effetto& e : effetti(plugin))
@@ -122,7 +130,7 @@ void comando_lut(const Opzioni& o)
     riga("plug-in " + plugin.file);
     avvisa_nulla_di_fatto(plugin, *istanza, imp);
     const Foto cubo = rendi_foto(*istanza, griglia(o.lato), tempo);
-    scrivi_testo(o.uscita, o.scrittura.sovrascrivi,
+    scrivi_testo(o.uscita, o.sovrascrivi,
                  testo_cubo(cubo, o.lato, nome_ingresso(plugin, *istanza), titolo(plugin, *istanza),
                             impostazioni));
 
@@ -142,6 +150,26 @@ void comando_lut(const Opzioni& o)
                                 "plug-in, %.3g on average",
                                 o.uscita, o.lato, massimo,
                                 somma / (static_cast<double>(quanti_float(scena)) * 0.75)));
+}
+
+}  // namespace
+
+Sottocomando comando_lut()
+{
+    const auto o = std::make_shared<OpzioniLut>();
+    return {"lut",
+            nullptr,
+            "Write the grade, without effects, as a .cube",
+            "  provino lut amber.cube --size 65 -p formato=\"Sony S-Log3\" -p look=Amber\n",
+            unite({{{"OUT", &o->uscita, "The .cube file to write"},
+                    {"--size",
+                     &o->lato,
+                     "Points an axis: 17, 32, 33, 64, 65 or 81; 81 are the plug-in's own",
+                     {.valori = {"17", "32", "33", "64", "65", "81"}}},
+                    {"--time", &o->tempo, "Time at which keyed settings are read"},
+                    opzione_sostituisci(o->sovrascrivi)},
+                   opzioni_parametri(o->parametri)}),
+            [o] { scrivi_lut(*o); }};
 }
 
 }  // namespace varno::provino

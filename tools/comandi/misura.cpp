@@ -1,19 +1,26 @@
 // provino misura: how long frames take.
-#include "bench/orologio.h"
 #include "tools/argomenti.h"
 #include "tools/comandi/comandi.h"
 #include "tools/messaggi.h"
 #include "tools/scena/scena.h"
 
 #include <OpenImageIO/imagebufalgo.h>
+#include <OpenImageIO/timer.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 #include <vector>
 
 namespace varno::provino {
 namespace {
+
+double mediana(std::vector<double> v)
+{
+    std::ranges::sort(v);
+    return v[v.size() / 2];
+}
 
 // The test scene drawn small and blown up: content for the effects without the wait.
 Foto soggetto(int larghezza, int altezza)
@@ -25,12 +32,17 @@ Foto soggetto(int larghezza, int altezza)
     return f;
 }
 
-}  // namespace
+struct OpzioniMisura {
+    std::string misura = "1920x1080";
+    int giri = 9;
+    bool csv = false, json = false;
+    OpzioniParametri parametri;
+};
 
-void comando_misura(const Opzioni& o)
+void misura(const OpzioniMisura& o)
 {
     const auto [larghezza, altezza] = leggi_misura(o.misura);
-    Plugin plugin = carica_plugin(o.plugin);
+    Plugin plugin = carica_plugin(o.parametri.plugin);
     const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
     const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
 
@@ -39,12 +51,14 @@ void comando_misura(const Opzioni& o)
     Foto uscita = foto_nuova(larghezza, altezza);
     std::fill_n(uscita.rgba.get(), quanti_float(uscita), 0.0f);
     const auto fotogramma = [&] {
-        return bench::millisecondi([&] { rendi_in(*istanza, sorgente, uscita, 0.0); });
+        const OIIO::Timer trascorsi;
+        rendi_in(*istanza, sorgente, uscita, 0.0);
+        return trascorsi() * 1000.0;  // milliseconds
     };
     const auto piu_volte = [&] {
         std::vector<double> tempi(static_cast<std::size_t>(o.giri));
         std::generate(tempi.begin(), tempi.end(), fotogramma);
-        return bench::mediana(tempi);
+        return mediana(tempi);
     };
 
     std::vector<std::pair<std::string, double>> voci;  // milliseconds
@@ -62,7 +76,7 @@ void comando_misura(const Opzioni& o)
     }
     banco::imposta(*istanza, "ev", ev);
     fotogramma();
-    voci.emplace_back("table rebuild", std::max(0.0, bench::mediana(rifatte)));
+    voci.emplace_back("table rebuild", std::max(0.0, mediana(rifatte)));
 
     // Each effect that is on, by itself, over the frame without any.
     std::vector<const banco::Parametro*> accesi;
@@ -97,6 +111,26 @@ void comando_misura(const Opzioni& o)
     for (const auto& [nome, ms] : voci)
         di(nome, ms, " ms");
     di("frames a second", 1000.0 / intero, "");
+}
+
+}  // namespace
+
+Sottocomando comando_misura()
+{
+    const auto o = std::make_shared<OpzioniMisura>();
+    return {"misura",
+            "measure",
+            "Measure milliseconds a frame, through the plug-in",
+            "  provino misura --size 3840x2160 -p look=Amber\n",
+            unite({{{"--size", &o->misura, "WIDTHxHEIGHT"},
+                    {"--rounds",
+                     &o->giri,
+                     "Frames a figure, whose median is told",
+                     {.minimo = 1, .massimo = 1000}},
+                    {"--csv", &o->csv, "name,milliseconds"},
+                    {"--json", &o->json, "For machines", {.esclude = "--csv"}}},
+                   opzioni_parametri(o->parametri)}),
+            [o] { misura(*o); }};
 }
 
 }  // namespace varno::provino

@@ -7,6 +7,8 @@
 #include <OpenImageIO/strutil.h>
 #include <nlohmann/json.hpp>
 
+#include <memory>
+
 namespace varno::provino {
 namespace {
 
@@ -47,9 +49,12 @@ void stampa(const banco::Parametro& p)
         riga(std::string(13, ' ') + p.hint);
 }
 
-}  // namespace
+struct OpzioniElenco {
+    std::string plugin;
+    bool json = false;
+};
 
-void comando_parametri(const Opzioni& o)
+void elenca(const OpzioniElenco& o)
 {
     const Plugin plugin = carica_plugin(o.plugin);
     if (o.json) {
@@ -63,6 +68,19 @@ void comando_parametri(const Opzioni& o)
     riga("plug-in " + plugin.file);
     for (const banco::Parametro& p : plugin.parametri)
         stampa(p);
+}
+
+}  // namespace
+
+Sottocomando comando_parametri()
+{
+    const auto o = std::make_shared<OpzioniElenco>();
+    return {"parametri",
+            "parameters",
+            "List the plug-in's parameters as it declares them",
+            "  provino parametri --json\n",
+            {opzione_plugin(o->plugin), {"--json", &o->json, "As JSON"}},
+            [o] { elenca(*o); }};
 }
 
 }  // namespace varno::provino

@@ -4,9 +4,18 @@
 #include "tools/quadri/uscita.h"
 #include "tools/scena/scena.h"
 
+#include <memory>
+
 namespace varno::provino {
 
-void comando_tavola(const Opzioni& o)
+namespace {
+
+struct OpzioniTavola {
+    std::string uscita, misura = "1920x1080";
+    Scrittura scrittura;
+};
+
+void disegna(const OpzioniTavola& o)
 {
     const auto [larghezza, altezza] = leggi_misura(o.misura);
     controlla_scrittura(o.uscita, o.scrittura);
@@ -14,6 +23,21 @@ void comando_tavola(const Opzioni& o)
     Foto scena = disegna_scena(larghezza, altezza);
     scena.colore = DATI;
     scrivi_foto(o.uscita, scena, o.scrittura);
+}
+
+}  // namespace
+
+Sottocomando comando_tavola()
+{
+    const auto o = std::make_shared<OpzioniTavola>();
+    return {"tavola",
+            "scene",
+            "Draw a test scene as S-Log3 / S-Gamut3.Cine code values",
+            "  provino tavola scene.exr --size 3840x2160\n",
+            unite({{{"OUT", &o->uscita, "Picture to write"},
+                    {"--size", &o->misura, "WIDTHxHEIGHT", {.detto = true}}},
+                   opzioni_scrittura(o->scrittura)}),
+            [o] { disegna(*o); }};
 }
 
 }  // namespace varno::provino

@@ -10,8 +10,9 @@
 
 namespace varno::provino {
 
-/// What the command line says of the parameters.
+/// What the command line says of the plug-in and its parameters.
 struct OpzioniParametri {
+    std::string plugin;               // its path, or empty
     std::vector<std::string> valori;  // "name=value"
     std::vector<std::string> chiavi;  // "name@time=value"
     std::string da_file;              // settings as JSON

@@ -4,12 +4,12 @@
 #include "tools/argomenti.h"
 
 #include <OpenImageIO/Imath.h>
-#include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
 #include <OpenImageIO/strutil.h>
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 #include <vector>
 
 namespace varno::provino {
@@ -33,19 +33,48 @@ const std::string& carattere()
     return nome;
 }
 
+struct Misure {
+    int margine = 0;               // pixels between pictures and around them
+    int cella_l = 0, cella_a = 0;  // of a picture
+    int scritta = 0;               // height of the strip for a text
+};
+
 // In the strip below y. OpenImageIO draws wrong letters for what is not ASCII.
-void scrivi(Foglio& foglio, int x, int y, int largo, std::string testo)
+void scrivi(OIIO::ImageBuf& su, const Misure& m, int x, int y, int largo, std::string testo)
 {
     std::replace_if(
         testo.begin(), testo.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    const int alto = foglio.scritta * 2 / 3;
+    const int alto = m.scritta * 2 / 3;
     if (Algo::text_size(testo, alto, carattere()).width() > largo) {
         while (!testo.empty() && Algo::text_size(testo + "...", alto, carattere()).width() > largo)
             testo.pop_back();
         testo += "...";
     }
-    OIIO::ImageBuf su = tela(foglio.foto);
-    Algo::render_text(su, x, y + foglio.scritta * 3 / 4, testo, alto, carattere(), INCHIOSTRO);
+    Algo::render_text(su, x, y + m.scritta * 3 / 4, testo, alto, carattere(), INCHIOSTRO);
+}
+
+// The first cell of each, counted row by row; and how many rows that makes.
+std::vector<int> disponi(const std::vector<Casella>& caselle, int colonne, int& righe)
+{
+    std::set<int> presi;
+    std::vector<int> posti;
+    for (const Casella& c : caselle) {
+        const auto celle = [&](int dove) {
+            std::vector<int> tutte;
+            for (int i = 0; i < c.lato * c.lato; ++i)
+                tutte.push_back(dove + i / c.lato * colonne + i % c.lato);
+            return tutte;
+        };
+        int dove = 0;
+        while (dove % colonne + c.lato > colonne ||
+               std::ranges::any_of(celle(dove), [&](int i) { return presi.contains(i); }))
+            ++dove;
+        for (const int i : celle(dove))
+            presi.insert(i);
+        posti.push_back(dove);
+    }
+    righe = *presi.rbegin() / colonne + 1;
+    return posti;
 }
 
 }  // namespace
@@ -107,35 +136,49 @@ OIIO::ROI dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza)
     return migliore;
 }
 
-Foglio foglio_nuovo(int larghezza, int colonne, int righe, double forma)
+Foto foglio(int larghezza, int colonne, double forma, const std::vector<Casella>& caselle,
+            const std::string& piede)
 {
-    Foglio f;
-    f.margine = std::max(2, larghezza / 200);
-    f.cella_l = (larghezza - (colonne + 1) * f.margine) / colonne;
-    f.cella_a = static_cast<int>(std::lround(f.cella_l / forma));
-    f.scritta = std::max(12, larghezza / 55);
-    const std::int64_t altezza =
-        2 * f.margine + f.scritta + std::int64_t{righe} * (f.cella_a + f.scritta + f.margine);
-    if (f.cella_l < 48 || f.cella_a < 1 || altezza > LATO_LIMITE ||
+    constexpr int FESSURA = 2;  // between pictures side by side in one place, pixels
+    int righe = 0;
+    const std::vector<int> posti = disponi(caselle, colonne, righe);
+    Misure m;
+    m.margine = std::max(2, larghezza / 200);
+    m.cella_l = (larghezza - (colonne + 1) * m.margine) / colonne;
+    m.cella_a = static_cast<int>(std::lround(m.cella_l / forma));
+    m.scritta = std::max(12, larghezza / 55);
+    const int passo = m.cella_a + m.scritta + m.margine;
+    const std::int64_t altezza = 2 * m.margine + m.scritta + std::int64_t{righe} * passo;
+    if (m.cella_l < 48 || m.cella_a < 1 || altezza > LATO_LIMITE ||
         larghezza * altezza > PIXEL_LIMITE)
         rifiuta("a sheet " + std::to_string(larghezza) +
                 " wide has no room for pictures of this shape: give another --width");
     carattere();
-    f.foto = foto_nuova(larghezza, static_cast<int>(altezza));
-    OIIO::ImageBuf su = tela(f.foto);
+    Foto foto = foto_nuova(larghezza, static_cast<int>(altezza));
+    OIIO::ImageBuf su = tela(foto);
     Algo::fill(su, SFONDO);
-    return f;
+    for (std::size_t c = 0; c < caselle.size(); ++c) {
+        const int quante = static_cast<int>(caselle[c].nomi.size());
+        const int lato = caselle[c].lato;
+        const int l = lato * m.cella_l + (lato - 1) * m.margine;
+        const int x = m.margine + posti[c] % colonne * (m.cella_l + m.margine);
+        const int y = m.margine + posti[c] / colonne * passo;
+        const int largo = (l - (quante - 1) * FESSURA) / quante;
+        std::vector<OIIO::ROI> dove;
+        for (int i = 0; i < quante; ++i)
+            dove.push_back(rettangolo(x + i * (l - largo) / std::max(1, quante - 1), y, largo,
+                                      lato * passo - m.scritta - m.margine));
+        caselle[c].disegna(su, dove);
+        for (std::size_t i = 0; i < dove.size(); ++i)
+            scrivi(su, m, dove[i].xbegin, dove[i].yend, largo, caselle[c].nomi[i]);
+    }
+    scrivi(su, m, m.margine, foto.altezza - m.scritta - m.margine / 2, larghezza - 2 * m.margine,
+           piede);
+    return foto;
 }
 
-OIIO::ROI posto(const Foglio& f, int colonna, int riga, int lato)
-{
-    return rettangolo(f.margine + colonna * (f.cella_l + f.margine),
-                      f.margine + riga * (f.cella_a + f.scritta + f.margine),
-                      lato * f.cella_l + (lato - 1) * f.margine,
-                      lato * f.cella_a + (lato - 1) * (f.scritta + f.margine));
-}
-
-void incolla(Foglio& foglio, const OIIO::ROI& dove, const Foto& foto, const OIIO::ROI& parte)
+void incolla(OIIO::ImageBuf& foglio, const OIIO::ROI& dove, const Foto& foto,
+             const OIIO::ROI& parte)
 {
     const OIIO::ImageBuf tutta = tela(foto);
     if (!tutta.roi().contains(parte))
@@ -144,20 +187,8 @@ void incolla(Foglio& foglio, const OIIO::ROI& dove, const Foto& foto, const OIIO
     OIIO::ImageBuf pezzo = Algo::cut(tutta, parte);
     if (parte.width() != dove.width() || parte.height() != dove.height())
         pezzo = Algo::resize(pezzo, "", 0.0f, rettangolo(0, 0, dove.width(), dove.height()));
-    OIIO::ImageBuf su = tela(foglio.foto);
-    if (pezzo.has_error() || !Algo::paste(su, dove.xbegin, dove.ybegin, 0, 0, pezzo))
-        fallisci("cannot draw the sheet: " + pezzo.geterror() + su.geterror());
-}
-
-void scrivi_sotto(Foglio& foglio, const OIIO::ROI& dove, const std::string& testo)
-{
-    scrivi(foglio, dove.xbegin, dove.yend, dove.width(), testo);
-}
-
-void scrivi_piede(Foglio& foglio, const std::string& testo)
-{
-    scrivi(foglio, foglio.margine, foglio.foto.altezza - foglio.scritta - foglio.margine / 2,
-           foglio.foto.larghezza - 2 * foglio.margine, testo);
+    if (pezzo.has_error() || !Algo::paste(foglio, dove.xbegin, dove.ybegin, 0, 0, pezzo))
+        fallisci("cannot draw the sheet: " + pezzo.geterror() + foglio.geterror());
 }
 
 }  // namespace varno::provino

@@ -3,7 +3,11 @@
 
 #include "tools/quadri/immagini.h"
 
+#include <OpenImageIO/imagebuf.h>
+
+#include <functional>
 #include <string>
+#include <vector>
 
 namespace varno::provino {
 
@@ -17,27 +21,22 @@ OIIO::ROI leggi_ritaglio(const std::string& testo);
 /// in stops, varies most: an even change is not seen as one. In steps of an eighth of the part.
 OIIO::ROI dove_cambia(const Foto& a, const Foto& b, int larghezza, int altezza);
 
-/// A sheet of labelled pictures of one shape, in columns and rows, with a line of text below all.
-struct Foglio {
-    Foto foto;
-    int margine = 0;               // pixels between pictures and around them
-    int cella_l = 0, cella_a = 0;  // of a picture
-    int scritta = 0;               // height of the strip for a text
+/// One place of a sheet: pictures side by side, each with its label below.
+struct Casella {
+    std::vector<std::string> nomi;
+    int lato = 1;  // cells a side that it takes
+    std::function<void(OIIO::ImageBuf& foglio, const std::vector<OIIO::ROI>& dove)> disegna;
 };
 
-/// An empty sheet of a width, for pictures so many times as wide as high. Throws Errore where it is
-/// too narrow or there is no font.
-Foglio foglio_nuovo(int larghezza, int colonne, int righe, double forma);
+/// A sheet of a width, in columns of cells for pictures so many times as wide as high, with a line
+/// of text below all; a text that is too long is cut. Each one goes into the first place that is
+/// free, row by row. Throws Errore where it is too narrow or there is no font.
+Foto foglio(int larghezza, int colonne, double forma, const std::vector<Casella>& caselle,
+            const std::string& piede);
 
-/// The place of a picture; of `lato` by `lato` cells.
-OIIO::ROI posto(const Foglio& foglio, int colonna, int riga, int lato = 1);
-
-/// Puts a part of a picture into a place, resized unless it is of that size. Throws Errore where
-/// the part reaches outside the picture.
-void incolla(Foglio& foglio, const OIIO::ROI& dove, const Foto& foto, const OIIO::ROI& parte);
-
-/// A label below a place, and the sheet's last line; what is too long is cut.
-void scrivi_sotto(Foglio& foglio, const OIIO::ROI& dove, const std::string& testo);
-void scrivi_piede(Foglio& foglio, const std::string& testo);
+/// Draws a part of a picture into a place of a sheet, resized unless it is of that size. Throws
+/// Errore where the part reaches outside the picture.
+void incolla(OIIO::ImageBuf& foglio, const OIIO::ROI& dove, const Foto& foto,
+             const OIIO::ROI& parte);
 
 }  // namespace varno::provino
