@@ -6,7 +6,7 @@
 #include "fx/blur.h"
 #include "fx/passo.h"
 #include "fx/programma.h"
-#include "fx/vignetta_mask.h"
+#include "fx/vignetta.h"
 #include "render/parallel_for.h"
 #include "test/semplici_colore.h"
 
@@ -205,7 +205,7 @@ void maschera(int larghezza, int altezza)
 {
     for (const Effetto* const* e = gNuclei->catena; *e != nullptr; ++e)
         if ((*e)->prepara == &VIGNETTA_MASK)
-            vignetta_mask(larghezza, altezza, *static_cast<const NucleiVignetta*>((*e)->nuclei));
+            VIGNETTA_MASK.tieni(**e, {.larghezza = larghezza, .altezza = altezza});
 }
 
 void iscrivi_limiti(const Misura& m)

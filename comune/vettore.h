@@ -314,23 +314,21 @@ template <int R, class V> inline void intreccia(V (&v)[R])
 
 // --- Pixels -------------------------------------------------------------------------------------
 
-/// Interleaved RGB of the pixels of one vector; for neighbouring pixels passo is 3 * CORSIA.
-template <class V>
-inline void carica_rgb(const float* p, V (&rgb)[3], ptrdiff_t passo = 3 * CORSIA<V>)
+/// Interleaved RGB of neighbouring pixels.
+template <class V> inline void carica_rgb(const float* p, V (&rgb)[3])
 {
     leggi_avanti<V>(p, 3 * CAMPIONI<V>);
     for (int j = 0; j < 3; ++j)
-        rgb[j] = carica_corsie<V>(p + j * CORSIA<V>, passo);
+        rgb[j] = carica_corsie<V>(p + j * CORSIA<V>, 3 * CORSIA<V>);
     separa<3>(rgb);
 }
 
-template <class V>
-inline void scrivi_rgb(float* p, const V (&rgb)[3], ptrdiff_t passo = 3 * CORSIA<V>)
+template <class V> inline void scrivi_rgb(float* p, const V (&rgb)[3])
 {
     V v[3] = {rgb[0], rgb[1], rgb[2]};
     intreccia<3>(v);
     for (int j = 0; j < 3; ++j)
-        scrivi_corsie<V>(p + j * CORSIA<V>, passo, v[j]);
+        scrivi_corsie<V>(p + j * CORSIA<V>, 3 * CORSIA<V>, v[j]);
 }
 
 /// Calls passo(V{}, x) along a row of n pixels: whole vectors, then one pixel at a time.
@@ -343,7 +341,7 @@ template <class Passo> inline void per_vettori(ptrdiff_t n, const Passo& passo)
         passo(0.0f, x);
 }
 
-// --- The shared arithmetic of comune/aritmetica.h, for vectors ----------------------------------
+// --- Arithmetic that effects share --------------------------------------------------------------
 
 /// Holds v to 0..1; not-a-number becomes 0.
 template <class V> inline V clamp01(V v)
@@ -351,11 +349,13 @@ template <class V> inline V clamp01(V v)
     return v > 0.0f ? minimo(v, 1.0f) : V{};
 }
 
+/// Rec.709 luminance, on whatever encoding the colour is in; no clamp.
 template <class V> inline V luma_pixel(V r, V g, V b)
 {
     return r * 0.2126f + g * 0.7152f + b * 0.0722f;
 }
 
+/// h laid over c; no clamp.
 template <class V> inline V mescola_schermo(V c, V h)
 {
     return 1.0f - (1.0f - h) * (1.0f - c);

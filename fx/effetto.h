@@ -8,7 +8,8 @@
 
 namespace varno {
 
-struct Passo;
+struct Passo;                     // fx/passo.h
+extern const Passo NESSUN_PASSO;  // nothing is done
 
 /// How many planes an effect may make of the picture: three channels and a veil.
 constexpr int MASSIMO_PIANI = 4;
@@ -32,6 +33,18 @@ struct Righe {
     ptrdiff_t n;  // rows
 };
 
+/// Planes one after the other, of the frame's size or reduced: a sample then stands for a block of
+/// riduzione x riduzione pixels.
+struct Forma {
+    ptrdiff_t larghezza = 0;  // of the frame, pixels
+    ptrdiff_t altezza = 0;
+    ptrdiff_t riduzione = 1;  // side of a block, 1 to 4
+    ptrdiff_t piani = 0;
+    ptrdiff_t colonne = 0;  // of a plane, samples: larghezza / riduzione, at least 1
+    ptrdiff_t righe = 0;    // likewise
+    ptrdiff_t raggio = 0;   // of its blur, samples
+};
+
 /// What an effect changes rows with.
 struct Mezzi {
     float quantita;
@@ -53,9 +66,9 @@ enum class Copia { INTERA, RIDOTTA, SEMPRE_RIDOTTA };
 struct Effetto {
     float FxRicetta::*quantita = nullptr;  // its amount in the recipe
     Copia copia = Copia::INTERA;
-    const Passo* prepara = nullptr;  // what is done to its planes, or fetched for it: fx/passo.h
-    const void* nuclei = nullptr;    // kernels for that step, as its header names them
-    double raggio = 0.0;             // of the blur, as a share of the side
+    const Passo* prepara = &NESSUN_PASSO;  // what is done to its planes, or fetched for it
+    const void* nuclei = nullptr;          // kernels for that step, as its header names them
+    double raggio = 0.0;                   // of the blur, as a share of the side
     Lato lato = Lato::LUNGO;
     int minimo = 1;              // pixels, of the radius
     int insieme = 1;             // rows that it wants together

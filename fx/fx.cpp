@@ -148,34 +148,24 @@ void passa_blocco(const Corsa& c, const Spazzata& s, std::ptrdiff_t blocco, cons
 void passa_blocchi(const Corsa& c, const Spazzata& s, std::ptrdiff_t inizio, std::ptrdiff_t fine,
                    const Ripiano& ripiano)
 {
-    const Stadio* const nutrito = s.alimenta < 0 ? nullptr : &c.programma.stadi[s.alimenta];
-    const Passo* const passo = nutrito == nullptr ? nullptr : nutrito->effetto->prepara;
-    const Forma f = nutrito == nullptr ? Forma{} : nutrito->forma;
+    const Stadio nutrito = s.alimenta < 0 ? Stadio{} : c.programma.stadi[s.alimenta];
+    const Forma& f = nutrito.forma;
+    const Campo piani = c.piani_di(nutrito, nutrito.nutriti);
     const auto nutrite = [&](std::ptrdiff_t b) {
         return std::min(b * s.insieme / f.riduzione, f.righe);
     };
     std::ptrdiff_t fatte = nutrite(inizio);
     for (std::ptrdiff_t b = inizio; b < fine; ++b) {
         passa_blocco(c, s, b, ripiano);
-        if (passo == nullptr || passo->righe == nullptr)
-            continue;
-        const Campo piani = c.piani_di(*nutrito, nutrito->nutriti);
-        for (std::ptrdiff_t n = nutrite(b + 1) - fatte;
-             n >= RIGHE_FRESCHE || (n > 0 && b + 1 == fine); n = nutrite(b + 1) - fatte) {
-            n = std::min(n, RIGHE_FRESCHE);
+        const std::ptrdiff_t pronte = nutrite(b + 1);
+        while (pronte - fatte >= RIGHE_FRESCHE || (pronte > fatte && b + 1 == fine)) {
+            const std::ptrdiff_t n = std::min(pronte - fatte, RIGHE_FRESCHE);
             for (std::ptrdiff_t p = 0; p < f.piani; ++p)
-                passo->righe(f, riga_di(piani, f, p, fatte), piani.passo, n, ripiano.appoggio);
+                nutrito.effetto->prepara->righe(f, riga_di(piani, f, p, fatte), piani.passo, n,
+                                                ripiano.appoggio);
             fatte += n;
         }
     }
-}
-
-void prepara(const Corsa& c, const Stadio& s, const Membro& io)
-{
-    const Passo* const passo = s.effetto->prepara;
-    if (passo != nullptr && passo->piani != nullptr)
-        passo->piani({*s.effetto, c.quadro, s.forma, c.piani_di(s, s.nutriti),
-                      c.piani_di(s, s.pronti), c.memoria + c.programma.comune, io});
 }
 
 // All of the frame, as each of the threads goes through it.
@@ -184,8 +174,11 @@ void corri(Corsa& c, const Membro& io)
     const Programma& p = c.programma;
     float* const comune = c.memoria + p.comune;
     for (const Spazzata* s = p.spazzate; s < p.spazzate + p.numero_spazzate; ++s) {
-        for (int i = s->primo; i < s->dopo; ++i)
-            prepara(c, p.stadi[i], io);
+        for (int i = s->primo; i < s->dopo; ++i) {
+            const Stadio& t = p.stadi[i];
+            t.effetto->prepara->piani({*t.effetto, c.quadro, t.forma, c.piani_di(t, t.nutriti),
+                                       c.piani_di(t, t.pronti), comune, io});
+        }
         const std::ptrdiff_t blocchi = (c.quadro.altezza + s->insieme - 1) / s->insieme;
         io.per_parti(static_cast<std::uint64_t>(blocchi),
                      [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
@@ -208,11 +201,8 @@ void applica_fx(const Programma& p, const Campo& immagine, float* memoria, const
                .somme = reinterpret_cast<double*>(memoria + p.somme),
                .porte = porte,
                .quadro = p.quadro};
-    for (int i = 0; i < p.numero_stadi; ++i) {
-        const Effetto& e = *p.stadi[i].effetto;
-        if (e.prepara != nullptr && e.prepara->tieni != nullptr)
-            c.tenuti[i] = e.prepara->tieni(e, p.quadro);
-    }
+    for (int i = 0; i < p.numero_stadi; ++i)
+        c.tenuti[i] = p.stadi[i].effetto->prepara->tieni(*p.stadi[i].effetto, p.quadro);
     in_squadra(p.thread, [&](const Membro& io) { corri(c, io); });
 }
 

@@ -1,7 +1,7 @@
 // The kernels that every effect's planes go through: reduced, blurred, enlarged.
 #pragma once
 
-#include "fx/forma.h"
+#include "fx/effetto.h"
 
 #include <stddef.h>
 

@@ -54,7 +54,7 @@ void accendi(Programma& p, const FxRicetta& ricetta, int larghezza, int altezza,
         if (e.piani == 0)
             continue;
         s.forma = forma_dei_piani(e, larghezza, altezza, riduzione);
-        s.ingrandita = s.forma.riduzione > 1 || (e.prepara != nullptr && e.prepara->da_copia);
+        s.ingrandita = s.forma.riduzione > 1 || e.prepara->da_copia;
     }
 }
 
@@ -99,89 +99,73 @@ void accorda(Programma& p)
 
 // One plane of the frame's size, of which a pixel takes its own sample, lies in the picture's rows,
 // and where the next effect's does too, it takes that place over row by row: the row that is fed
-// has just been read. Other planes take turns in two parts of the own memory, since those of two
+// has just been read. Other planes take turns in two halves of the own memory, since those of two
 // effects live in one sweep at most.
 void alloggia(Programma& p)
 {
     std::size_t grandi[2] = {0, 0};
-    int occupata = 1;
+    std::size_t occupata = 1;
     for (int i = 0; i < p.numero_stadi; ++i) {
         Stadio& s = p.stadi[i];
         const Effetto& e = *s.effetto;
-        if (e.piani == 0)
-            continue;
         if (e.piani == 1 && !s.ingrandita && e.componi != nullptr) {
             s.nutriti = s.pronti = {.in_quadro = true};
             p.piano_in_quadro = true;
-            continue;
+        } else if (e.piani > 0) {
+            const std::size_t libera = 1 - occupata;
+            s.nutriti.da = libera;  // a half's number, until it is known how large they are
+            s.pronti.da = e.prepara->in_altri ? occupata : libera;
+            for (const std::size_t meta : {s.nutriti.da, s.pronti.da})
+                grandi[meta] = std::max(grandi[meta], a_linea(campioni_di(s.forma)));
+            occupata = s.pronti.da;
         }
-        s.nutriti.fetta = 1 - occupata;
-        s.pronti.fetta = e.prepara != nullptr && e.prepara->in_altri ? occupata : 1 - occupata;
-        for (const int fetta : {s.nutriti.fetta, s.pronti.fetta})
-            grandi[fetta] = std::max(grandi[fetta], a_linea(campioni_di(s.forma)));
-        occupata = s.pronti.fetta;
     }
     for (Stadio& s : p.stadi)
         for (Posto* posto : {&s.nutriti, &s.pronti})
-            posto->da = posto->fetta == 0 ? 0 : grandi[0];
+            posto->da *= grandi[0];
     p.somme = grandi[0] + grandi[1];
 }
 
-std::uint64_t parti(std::ptrdiff_t count, std::uint64_t hc)
+// What a thread has for itself in a sweep.
+void arreda(const Programma& p, Spazzata& s)
 {
-    return parti_di(static_cast<std::uint64_t>(count), hc).quante;
-}
-
-// As many threads as the loop that is shared out among the most.
-void conta_thread(Programma& p)
-{
-    const std::uint64_t hc = gThreadHardware();
-    for (int n = 0; n < p.numero_spazzate; ++n) {
-        const std::ptrdiff_t insieme = p.spazzate[n].insieme;
-        p.thread = std::max(p.thread, parti((p.quadro.altezza + insieme - 1) / insieme, hc));
+    const auto riga = static_cast<std::size_t>(p.quadro.larghezza);
+    const std::size_t righe = static_cast<std::size_t>(s.insieme) * riga;
+    std::ptrdiff_t piani = 0;
+    for (int i = s.primo; i < s.dopo; ++i)
+        if (p.stadi[i].ingrandita)
+            piani = std::max(piani, p.stadi[i].forma.piani);
+    if (s.alimenta >= 0) {
+        const Stadio& nutrito = p.stadi[s.alimenta];
+        if (nutrito.forma.riduzione > 1)
+            piani = std::max(piani, nutrito.forma.piani);
+        s.appoggio = nutrito.effetto->prepara->appoggio(nutrito.forma);
     }
-    for (int i = 0; i < p.numero_stadi; ++i) {
-        const Forma& f = p.stadi[i].forma;
-        if (p.stadi[i].effetto->prepara != nullptr)
-            p.thread = std::max(p.thread, parti(std::max(f.colonne, f.righe) * f.piani, hc));
-    }
+    s.righe = s.fuori ? 3 * righe : 0;
+    s.luma = s.luma_prima || s.media ? righe : 0;
+    s.campioni = static_cast<std::size_t>(piani) * riga;
+    s.ripiano = a_linea(s.righe + s.luma + s.campioni + s.appoggio);
 }
 
 void conta_memoria(Programma& p)
 {
-    std::size_t comune = 0;
-    bool media = false;
+    std::size_t comune = 0;  // threads' rows and steps take turns in it
+    p.comune = p.somme;
     for (int n = 0; n < p.numero_spazzate; ++n) {
         Spazzata& s = p.spazzate[n];
-        const auto riga = static_cast<std::size_t>(p.quadro.larghezza);
-        const auto righe = static_cast<std::size_t>(s.insieme) * riga;
-        const Stadio* nutrito = s.alimenta < 0 ? nullptr : &p.stadi[s.alimenta];
-        std::ptrdiff_t piani = 0;
-        for (int i = s.primo; i < s.dopo; ++i)
-            if (p.stadi[i].ingrandita)
-                piani = std::max(piani, p.stadi[i].forma.piani);
-        if (nutrito != nullptr && nutrito->forma.riduzione > 1)
-            piani = std::max(piani, nutrito->forma.piani);
-        s.righe = s.fuori ? 3 * righe : 0;
-        s.luma = s.luma_prima || s.media ? righe : 0;
-        s.campioni = static_cast<std::size_t>(piani) * riga;
-        const Passo* passo = nutrito == nullptr ? nullptr : nutrito->effetto->prepara;
-        s.appoggio =
-            passo != nullptr && passo->righe != nullptr ? passo->appoggio(nutrito->forma) : 0;
-        s.ripiano = a_linea(s.righe + s.luma + s.campioni + s.appoggio);
+        arreda(p, s);
         comune = std::max(comune, p.thread * s.ripiano);
-        media |= s.media;
+        if (s.media)
+            p.comune = p.somme + a_linea(2 * static_cast<std::size_t>(p.quadro.altezza));
     }
-    for (int i = 0; i < p.numero_stadi; ++i) {
-        const Passo* passo = p.stadi[i].effetto->prepara;
-        if (passo != nullptr && passo->piani != nullptr)
-            comune = std::max(comune, passo->memoria(p.stadi[i].forma, p.thread));
-    }
-    p.comune = p.somme + (media ? a_linea(2 * static_cast<std::size_t>(p.quadro.altezza)) : 0);
+    for (int i = 0; i < p.numero_stadi; ++i)
+        comune = std::max(comune, p.stadi[i].effetto->prepara->memoria(p.stadi[i].forma, p.thread));
     p.memoria = p.comune + comune;
 }
 
 }  // namespace
+
+constinit const Passo NESSUN_PASSO = {};
 
 int riduzione_di(int larghezza, int altezza)
 {
@@ -216,7 +200,8 @@ Programma programma_di(const FxRicetta& ricetta, int larghezza, int altezza, boo
     dividi(p, tutte_prima);
     accorda(p);
     alloggia(p);
-    conta_thread(p);
+    p.thread = parti_di(static_cast<std::uint64_t>(std::max(larghezza, altezza)), gThreadHardware())
+                   .quante;
     conta_memoria(p);
     return p;
 }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "fx/effetto.h"
-#include "fx/forma.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,8 +14,7 @@ constexpr int MASSIMO_STADI = 24;  // effects that a chain may have
 /// Where planes lie: behind the colours of the picture's rows, or in the frame's own memory.
 struct Posto {
     bool in_quadro = false;
-    int fetta = 0;       // of the two parts of the own memory
-    std::size_t da = 0;  // floats from its beginning
+    std::size_t da = 0;  // floats from the beginning of the own memory
 };
 
 /// An effect that is on.

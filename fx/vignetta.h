@@ -1,4 +1,4 @@
-// What the vignette's mask is to the kernels.
+// The vignette's mask: the one thing of the effects that outlives a frame.
 #pragma once
 
 namespace varno {
@@ -11,10 +11,11 @@ struct Intatta {
     int fine;
 };
 
-/// The weights of a frame, row after row, and what each row spares.
+/// The weights of a frame, row after row: 0 in the middle, 1 at pixel (0, 0). Never changed once
+/// built.
 struct Maschera {
     const float* pesi;
-    const Intatta* intatte;
+    const Intatta* intatte;  // one for each row
 };
 
 struct NucleiVignetta {
@@ -23,7 +24,9 @@ struct NucleiVignetta {
     Intatta (*riga_di_pesi)(float* pesi, int larghezza, float a);
 };
 
-/// Holds the Maschera of the frame's size, for an effect whose kernels are NucleiVignetta.
+/// Holds the Maschera for frames of a size, the same one for as long as no other size is asked for:
+/// one is kept for the whole process, and what is held outlives its replacement. Any number of
+/// threads; a failed build leaves the kept one as it was. For an effect with NucleiVignetta.
 extern const Passo VIGNETTA_MASK;
 
 }  // namespace varno
