@@ -110,16 +110,16 @@ template <int CANALI> inline void campiona_vettore(const Assi& a, const Vf (&rgb
             pixel(k, {p.passi[0][k], p.passi[1][k], p.passi[2][k]});
 }
 
-// One pixel, three floats.
+// One pixel, three floats. Rows of a host may begin anywhere, also between two floats.
 inline void campiona_uno(const Assi& a, const float* rgba, float* uscita)
 {
-    const float rgb[3] = {rgba[0], rgba[1], rgba[2]};
+    const float rgb[3] = {carica<float>(rgba), carica<float>(rgba + 1), carica<float>(rgba + 2)};
     const Posto<float> p = posto_di(rgb, a);
     const float* const s = a.tavola + p.origine;
     const Frazione f[3] = {
         {p.t[0], 1.0f - p.t[0]}, {p.t[1], 1.0f - p.t[1]}, {p.t[2], 1.0f - p.t[2]}};
     for (int c = 0; c < 3; ++c)
-        uscita[c] = campione<float>(s + c, {p.passi[0], p.passi[1], p.passi[2]}, f);
+        scrivi(uscita + c, campione<float>(s + c, {p.passi[0], p.passi[1], p.passi[2]}, f));
 }
 
 // RGBA of neighbouring pixels, a channel each.
@@ -181,7 +181,7 @@ bool campiona(const float* tavola, int N, const float* rgba, float* rgb, float* 
     }
     for (; x < larghezza; ++x) {
         campiona_uno(a, rgba + 4 * x, rgb + 3 * x);
-        alfa_di_riga.aggiungi(x, rgba[4 * x + 3]);
+        alfa_di_riga.aggiungi(x, carica<float>(rgba + 4 * x + 3));
     }
     return alfa_di_riga.unica;
 }

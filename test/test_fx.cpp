@@ -183,23 +183,26 @@ TEST_CASE("effects that are off leave every bit and have no plan")
     }
 }
 
-TEST_CASE("a frame takes as few sweeps as its recipe allows")
+TEST_CASE("a frame takes as few sweeps, and as little memory, as its recipe allows")
 {
     struct Caso {
         FxRicetta ricetta;
         int passate, tutte_prima;  // of separate windows, of overlapping ones
+        double megabyte;           // of own memory, with two threads
     };
     const Caso casi[] = {
-        {{}, 1, 2},
-        {{.vignetta = 0.1f, .grana = 0.1f}, 1, 2},
-        {{.enhance = 0.1f, .halation = 0.1f, .bloom = 0.1f, .vignetta = 0.1f}, 4, 4},
-        {{.bloom = 0.1f, .ca = 0.1f, .mistw = 0.1f}, 4, 4},
+        {{}, 1, 2, 0.1},
+        {{.vignetta = 0.1f, .grana = 0.1f}, 1, 2, 0.2},
+        {{.enhance = 0.1f, .halation = 0.1f, .bloom = 0.1f, .vignetta = 0.1f}, 4, 4, 5.0},
+        {{.bloom = 0.1f, .ca = 0.1f, .mistw = 0.1f}, 4, 4, 75.5},
     };
     for (const Caso& c : casi) {
         const auto piano = [&](bool tutte_prima) {
             return programma_di(c.ricetta, 3840, 2160, tutte_prima, 4);
         };
+        const ThreadFinti thread(2);
         const Programma p = piano(false);
+        CHECK(static_cast<double>(p.memoria) * sizeof(float) <= c.megabyte * 1e6);
         CHECK(p.numero_spazzate == c.passate);
         CHECK(tiene_immagine(p) == (c.passate > 1));
         CHECK(piano(true).numero_spazzate == c.tutte_prima);

@@ -6,6 +6,8 @@
 
 #include "render/lut3d.h"
 
+#include <sys/mman.h>
+
 using namespace varno;
 
 namespace {
@@ -21,6 +23,58 @@ Lut3D tavola(int n, std::uint32_t seme, Contenuto contenuto)
 Finestra finestra_di(banco::Tela& t)
 {
     return {reinterpret_cast<unsigned char*>(pixel(t, 0, 0)), t.byte_riga};
+}
+
+// How the output lies beside a source whose rows follow each other.
+struct Disposizione {
+    std::ptrdiff_t imbottitura;  // bytes behind each row
+    bool capovolta, sorgente_dopo;
+};
+constexpr Disposizione DISPOSIZIONI[] = {{0, false, true},   {0, true, false}, {4, false, false},
+                                         {20, true, true},   {3, false, true}, {1, true, false},
+                                         {-16, false, true}, {0, false, false}};
+
+// Bytes that end where a page begins that may not be touched.
+struct Recinto {
+    explicit Recinto(std::size_t byte) : tutti((byte + 8191) / 4096 * 4096)
+    {
+        void* p = mmap(nullptr, tutti, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        REQUIRE(p != MAP_FAILED);
+        fine = static_cast<unsigned char*>(p) + tutti - 4096;
+        REQUIRE(mprotect(fine, 4096, PROT_NONE) == 0);
+        inizio = fine - byte;
+        std::fill(inizio, fine, SEGNO);
+    }
+    ~Recinto() { munmap(fine + 4096 - tutti, tutti); }
+    Recinto(const Recinto&) = delete;
+    Recinto& operator=(const Recinto&) = delete;
+
+    static constexpr unsigned char SEGNO = 0xA5;
+    std::size_t tutti;
+    unsigned char* inizio;
+    unsigned char* fine;
+};
+
+// Whether a frame comes out as that one did, and all bytes around it, the source's too, stay.
+bool come_altrove(const Lut3D& lut, Misura m, const FxRicetta& ricetta, const Disposizione& d,
+                  const banco::Tela& sorgente, const banco::Tela& attesa)
+{
+    const std::ptrdiff_t riga = 16 * m.larghezza;
+    const std::ptrdiff_t passo = riga + d.imbottitura;
+    const std::ptrdiff_t finestra = passo * (m.altezza - 1) + riga;
+    const Recinto r(static_cast<std::size_t>(finestra + riga * m.altezza));
+    unsigned char* const da = r.inizio + (d.sorgente_dopo ? finestra : 0);
+    unsigned char* const a = r.inizio + (d.sorgente_dopo ? 0 : riga * m.altezza) +
+                             (d.capovolta ? passo * (m.altezza - 1) : 0);
+    const Finestra uscita = {a, d.capovolta ? -passo : passo};
+    for (int y = 0; y < m.altezza; ++y)
+        std::memcpy(da + y * riga, banco::pixel(sorgente, 0, y), static_cast<std::size_t>(riga));
+    std::vector<unsigned char> giusto(r.inizio, r.fine);
+    for (int y = 0; y < m.altezza; ++y)
+        std::memcpy(giusto.data() + (a - r.inizio) + y * uscita.passo, banco::pixel(attesa, 0, y),
+                    static_cast<std::size_t>(riga));
+    sviluppa(lut, {da, riga}, uscita, m.larghezza, m.altezza, ricetta);
+    return std::equal(giusto.begin(), giusto.end(), r.inizio);
 }
 
 // A frame through the next of the tables with the next count of threads and set of instructions,
@@ -86,6 +140,10 @@ void prova(const Giro& giro, Misura m, const FxRicetta& ricetta)
     banco::Tela uscita = banco::tela({0, 0, m.larghezza, m.altezza}, 32);
     rendi(da, finestra_di(uscita));
     esatta(uscita, 0, sorgente);
+    // Side by side, whichever way the output's rows lie: nothing else is written, in the end.
+    const Disposizione& d = DISPOSIZIONI[giro.passo % std::size(DISPOSIZIONI)];
+    if (d.imbottitura >= 0 || giro.thread() == 1)  // rows over each other: the last one stays
+        CHECK(come_altrove(lut, m, ricetta, d, sorgente, uscita));
     // In place, and shifted by some rows: no row may go out before all have come in.
     const int righe = static_cast<int>(97 * giro.passo) % m.altezza + 1;
     banco::Tela sopra = banco::tela({0, 0, m.larghezza, m.altezza + righe}, 0, giro.passo % 2 == 0);

@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -34,6 +35,7 @@ std::atomic<long> gContatore{0};  // calls since it was armed
 std::atomic<long> gQuale{0};      // the one that fails; 0: none
 std::atomic<long> gBlocchi{0};    // blocks alive, whoever asked for them
 std::atomic<long> gMappati{0};    // bytes of anonymous maps alive
+std::atomic<long> gPicco{0};      // the most of them
 std::atomic<int> gThreadVivi{0};  // started and not yet joined
 unsigned gProcessori = 1;
 thread_local bool gPrincipale = false;
@@ -42,6 +44,8 @@ thread_local bool gPrincipale = false;
 struct Esito {
     long quante;             // calls that could have failed
     bool eccezione, giusta;  // one came, and of the right kind
+    bool scritta;            // the output, when it came
+    long picco;              // bytes that the frame had from the system
     int vivi_al_guasto;      // threads at work when the fault came
     std::size_t aperte;      // images, when the exception passed
     long blocchi, mappati;   // alive at the end; bytes since the start
@@ -122,7 +126,7 @@ void* mmap(void* dove, std::size_t n, int protezione, int modo, int file, off_t 
     }
     const long p = syscall(SYS_mmap, dove, n, protezione, modo, file, da);
     if (p != -1 && (modo & MAP_ANONYMOUS) != 0)
-        gMappati += static_cast<long>(n);
+        gPicco = std::max<long>(gPicco, gMappati += static_cast<long>(n));
     return reinterpret_cast<void*>(p);
 }
 
@@ -171,11 +175,14 @@ struct Scena {
     std::map<std::string, double> valori;
     bool (*agisci)(banco::Istanza&) = nullptr;  // what is disturbed: a frame, where null
     banco::Tela tela = scena::disegno(48, 40);
+    double megabyte = 0.0;  // that it may have from the system
+    banco::Tela uscita = {};
     banco::IstanzaPtr prima = {};  // a frame of these settings was made already: all of them 0
     banco::IstanzaPtr dopo = {};   // the action that is disturbed has these
 
     void prepara()
     {
+        uscita = banco::tela(tela.limiti);
         // At strength 0 a table is made quickly.
         for (const char* spento : {"forza", "halation_on", "bloom_on", "enhance_on", "vignetta_on"})
             valori.try_emplace(spento, 0);
@@ -189,9 +196,11 @@ struct Scena {
     std::uint64_t quadro(banco::Istanza& i) { return scena::somma(scena::rendi(i, 7.0, tela)); }
     void disturbata()
     {
-        if (agisci == nullptr)
-            quadro(*dopo);
-        else if (!agisci(*dopo))
+        const bool fatta = agisci == nullptr
+                               ? banco::rendi_solo(*dopo, 7.0, tela.limiti, banco::figura(tela),
+                                                   banco::figura(uscita)) == 0
+                               : agisci(*dopo);
+        if (!fatta)
             std::_Exit(21);
     }
 };
@@ -205,11 +214,13 @@ void figlio(Scena& s, Guasto genere, long quale, bool inverso)
     gQuale = quale;
     std::size_t& aperte = banco::registro(*s.dopo).immagini_aperte;
     aperte = 0;
+    gPicco = mappati;
     gGuasto = genere;
     const auto passata = [&](Guasto giusto) {
         gGuasto = Guasto::nessuno;
         e.eccezione = true;
         e.giusta = genere == giusto;
+        e.scritta = s.uscita.memoria != banco::tela(s.tela.limiti).memoria;
     };
     try {
         s.disturbata();
@@ -220,6 +231,7 @@ void figlio(Scena& s, Guasto genere, long quale, bool inverso)
         passata(Guasto::thread);
     }
     e.quante = gContatore;
+    e.picco = gPicco - mappati;
     e.aperte = aperte;
     if (s.agisci != nullptr)
         s.disturbata();
@@ -266,6 +278,8 @@ void prova(Scena& s, Guasto genere, unsigned processori)
     const long quante = gEsito->quante;
     if (!giusto.finito || giusto.mappati != 0 || (quante == 0 && processori > 1))
         difetto(s, 0, "no undisturbed run, or one that leaks");
+    if (static_cast<double>(giusto.picco) > s.megabyte * 0x1p20)
+        difetto(s, 0, "more memory than it should have");
     long eccezioni = 0;
     long morti = 0;
     const long ordini = processori == 1 ? 2 : 1;  // which settings come first afterwards
@@ -286,6 +300,8 @@ void prova(Scena& s, Guasto genere, unsigned processori)
             difetto(s, n, "a frame failed afterwards");
         else if (!e.eccezione || !e.giusta)
             difetto(s, n, "no exception left mainEntry, or another one");
+        else if (e.scritta)
+            difetto(s, n, "an exception left the output written");
         else if (e.vivi_al_guasto > 0)
             difetto(s, n, "went on though a thread was running");
         else if (e.aperte != (s.agisci == nullptr ? 2u : 0u))
@@ -330,9 +346,9 @@ int main(int argc, char** argv)
     Scena primo = {"the first frame of a process", {{"ev", 1}}};
     Scena tabella = {"a rebuild of the table", {{"ev", 1}}};
     Scena effetti = {"a frame with all effects", tutti};
-    // Its blocks are of a size that comes from the system by itself.
-    Scena grande = {
-        "a frame of 1024 x 1024", {{"grana_on", 1}}, nullptr, scena::disegno(1024, 1024)};
+    // Reduced planes of three and four colours, and the aberration's two of the frame's size, of
+    // which two effects' are alive at once; the picture is the host's own window.
+    Scena grande = {"all effects at 1920 x 256", tutti, nullptr, scena::disegno(1920, 256), 8};
     for (Scena* s : {&look, &descrizione, &primo, &tabella, &effetti, &grande})
         s->prepara();
 
