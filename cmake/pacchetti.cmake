@@ -16,8 +16,9 @@ if(VARNO_TOOLS)
     set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "develop pictures with the Varno Color plug-in")
     set(descrizione "provino loads the Varno Color plug-in as an editing program does and develops
 pictures and sequences with it, EXR, DPX, TIFF, PNG and JPEG, and with ffmpeg
-movies. It also draws sheets of the looks and effects, writes the grade as a
-3D LUT, compares pictures and measures the plug-in.")
+movies. It shows them in the browser while the looks are set, draws sheets of
+the looks and effects, writes the grade as a 3D LUT, compares pictures and
+measures the plug-in.")
 endif()
 set(CPACK_PACKAGE_VENDOR "Varno Tone")
 set(CPACK_PACKAGE_CONTACT "Varno Tone <packages@varnotone.com>")
@@ -63,7 +64,7 @@ set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "${descrizione}")
 if(VARNO_TOOLS)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_PACKAGE_DEPENDS "varno-color (= ${PROJECT_VERSION}), fonts-dejavu-core")
-    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "ffmpeg")
+    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "ffmpeg, xdg-utils")
     set(CPACK_STRIP_FILES ON)
 else()
     # Held against the binary by the packages' own check.

@@ -130,9 +130,9 @@ int esegui(int argc, char** argv)
                "  provino lut --size 65 amber.cube -p formato=0 -p look=Amber\n"
                "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 the plug-in cannot be loaded.");
 
-    for (const Sottocomando& c :
-         {comando_parametri(), comando_sviluppa(), comando_looks(), comando_effetti(),
-          comando_tavola(), comando_lut(), comando_confronta(), comando_misura()}) {
+    for (const Sottocomando& c : {comando_parametri(), comando_sviluppa(), comando_looks(),
+                                  comando_effetti(), comando_tavola(), comando_lut(),
+                                  comando_confronta(), comando_misura(), comando_guarda()}) {
         CLI::App* questo = app.add_subcommand(c.nome, c.aiuto);
         for (const Opzione& o : c.opzioni)
             aggiungi(*questo, o);

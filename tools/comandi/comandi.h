@@ -55,5 +55,9 @@ Sottocomando comando_tavola();
 Sottocomando comando_lut();
 Sottocomando comando_confronta();
 Sottocomando comando_misura();
+Sottocomando comando_guarda();
+
+/// What 'parametri --json' prints.
+std::string parametri_in_json(const Plugin& plugin);
 
 }  // namespace varno::provino

@@ -58,10 +58,7 @@ void elenca(const OpzioniElenco& o)
 {
     const Plugin plugin = carica_plugin(o.plugin);
     if (o.json) {
-        Json j = {{"plugin", plugin.file}};
-        for (const banco::Parametro& p : plugin.parametri)
-            j["parameters"].push_back(in_json(p));
-        for (const std::string& una : OIIO::Strutil::splits(j.dump(2), "\n"))
+        for (const std::string& una : OIIO::Strutil::splits(parametri_in_json(plugin), "\n"))
             riga(una);
         return;
     }
@@ -71,6 +68,14 @@ void elenca(const OpzioniElenco& o)
 }
 
 }  // namespace
+
+std::string parametri_in_json(const Plugin& plugin)
+{
+    Json j = {{"plugin", plugin.file}};
+    for (const banco::Parametro& p : plugin.parametri)
+        j["parameters"].push_back(in_json(p));
+    return j.dump(2);
+}
 
 Sottocomando comando_parametri()
 {

@@ -173,6 +173,8 @@ Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
             fallisci("cannot read the settings " + tra_apici(o.da_file));
         da_json(plugin, testo, o.da_file, imp);
     }
+    if (!o.testo.empty())
+        da_json(plugin, o.testo, "the page", imp);
     for (const std::string& v : o.valori) {
         const auto [nome, testo] = dividi(v, "-p", "name=value");
         const banco::Parametro& p = trova_parametro(plugin, nome);

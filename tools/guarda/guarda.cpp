@@ -1,0 +1,172 @@
+// What the page asks for, and the answers.
+#include "tools/guarda/guarda.h"
+
+#include "tools/errore.h"
+#include "tools/guarda/pagina.h"
+
+#include <OpenImageIO/strutil.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <utility>
+
+namespace varno::provino {
+namespace {
+
+constexpr std::size_t PAGINE_LIMITE = 64;
+
+// The number of each page's newest wish: older ones that are still under way are dropped.
+struct Turni {
+    std::mutex mutex;
+    std::map<std::string, long long> ultimi;
+};
+
+void iscrivi(Turni& t, const std::string& pagina, long long numero)
+{
+    const std::lock_guard<std::mutex> chiuso(t.mutex);
+    if (!t.ultimi.contains(pagina) && t.ultimi.size() >= PAGINE_LIMITE)
+        t.ultimi.clear();  // an older wish than the newest may be rendered once
+    long long& ultimo = t.ultimi[pagina];
+    ultimo = std::max(ultimo, numero);
+}
+
+bool superato(Turni& t, const std::string& pagina, long long numero)
+{
+    const std::lock_guard<std::mutex> chiuso(t.mutex);
+    const auto ultimo = t.ultimi.find(pagina);
+    return ultimo != t.ultimi.end() && ultimo->second > numero;
+}
+
+long long numero_di(const Tavolo& t, const Json& j)
+{
+    const auto n = j.at("numero").get<long long>();
+    if (!std::ranges::binary_search(t.sorgente.numeri, n))
+        rifiuta("there is no frame " + std::to_string(n));
+    return n;
+}
+
+// Runs of numbers, first and last: few where none is missing.
+Json tratti(const std::vector<long long>& numeri)
+{
+    Json j = Json::array();
+    for (const long long n : numeri)
+        if (j.empty() || j.back()[1] != n - 1)
+            j.push_back({n, n});
+        else
+            j.back()[1] = n;
+    return j;
+}
+
+Json inizio(Tavolo& t, const std::string& corsa, const Impostazioni& imp,
+            const std::string& dichiarati)
+{
+    const FotoPtr prima = quadro(t, {t.sorgente.numeri.front()});
+    Json j = scrivi_stato(t.plugin, imp);
+    j.update({{"corsa", corsa},
+              {"sorgente", std::filesystem::path(t.sorgente.nome).filename().string()},
+              {"numeri", tratti(t.sorgente.numeri)},
+              {"larghezza", prima->larghezza},
+              {"altezza", prima->altezza},
+              {"dichiarati", Json::parse(dichiarati)}});
+    for (const auto& [interruttore, quantita] : effetti(t.plugin))
+        j["effetti"].push_back({interruttore.nome, quantita.nome});
+    return j;
+}
+
+Posto posto_di(const Tavolo& t, const Json& j)
+{
+    return {numero_di(t, j), std::clamp(j.value("larghezza", 0), 0, 1 << 16),
+            std::clamp(j.value("altezza", 0), 0, 1 << 16)};
+}
+
+Consegna quadro_per(Tavolo& t, Turni& turni, const Json& j)
+{
+    const std::string vista = j.value("vista", "adesso");
+    const std::string forma = j.value("forma", "png");
+    Desiderio d{.posto = posto_di(t, j)};
+    d.forma = forma == "jpeg" ? Forma::jpeg : forma == "file" ? Forma::file : Forma::png;
+    if (vista != "registrata")
+        d.impostazioni = leggi_stato(t.plugin, j);
+    const auto pagina = j.value("pagina", std::string());
+    const auto turno = j.value("turno", 0LL);
+    if (turno > 0)
+        iscrivi(turni, pagina, turno);
+    std::string byte = dipingi(t, d, [&] { return turno > 0 && superato(turni, pagina, turno); });
+    const FotoPtr intera = quadro(t, {d.posto.numero});
+    return {std::move(byte), d.forma == Forma::jpeg ? "image/jpeg" : "image/png",
+            std::to_string(intera->larghezza) + "x" + std::to_string(intera->altezza)};
+}
+
+// The recorded code values of a pixel.
+Json punto(Tavolo& t, const Json& j)
+{
+    const FotoPtr foto = quadro(t, {numero_di(t, j)});
+    const int x = j.at("x").get<int>();
+    const int y = j.at("y").get<int>();
+    if (x < 0 || y < 0 || x >= foto->larghezza || y >= foto->altezza)
+        rifiuta("there is no such pixel");
+    const float* p = &foto->rgba[4 * (static_cast<std::size_t>(y) * foto->larghezza + x)];
+    return {{"valori", {p[0], p[1], p[2]}}};
+}
+
+// The name that a picture of this is saved under: "A001-12-cinema-print.png".
+std::string nome_d_uscita(const Tavolo& t, long long numero, const Json& impostazioni)
+{
+    std::string s = t.sorgente.nome;
+    if (t.sorgente.modello)
+        s = nome_al(t.sorgente, numero);
+    s = std::filesystem::path(s).stem().string();
+    if (!t.sorgente.modello && t.sorgente.numeri.size() > 1)
+        s += "-" + std::to_string(numero);
+    s += "-" + OIIO::Strutil::lower(impostazioni.at("parameters").at("look").get<std::string>());
+    std::ranges::replace_if(
+        s, [](unsigned char c) { return std::isalnum(c) == 0 && c != '.' && c != '_' && c < 0x80; },
+        '-');
+    return s + ".png";
+}
+
+Json comando_per(Tavolo& t, const Json& j, std::vector<std::string> parole)
+{
+    const long long numero = numero_di(t, j);
+    const Impostazioni imp = leggi_stato(t.plugin, j);
+    const std::string nome =
+        nome_d_uscita(t, numero, scrivi_stato(t.plugin, imp).at("impostazioni"));
+    parole.insert(parole.begin() + 3, {nome, "--depth", "uint8"});
+    if (t.sorgente.numeri.size() > 1)
+        parole.insert(parole.end(), {"--frames", std::to_string(numero)});
+    for (std::string& p : parole_di(t.plugin, imp))
+        parole.push_back(std::move(p));
+    return {{"comando", per_la_shell(parole)}, {"nome", nome}};
+}
+
+}  // namespace
+
+void guarda(Tavolo& t, Porta& porta, const Impostazioni& imp, const std::string& dichiarati,
+            const std::vector<std::string>& comando)
+{
+    Turni turni;
+    const std::string corsa = chiave_nuova();
+    for (const Pagina& p : PAGINE)
+        mostra(porta, p.percorso, p.tipo, p.testo);
+    const auto json = [&](const std::string& percorso, const auto& fai) {
+        ascolta(porta, percorso, [&t, fai](const Json& j) {
+            const std::lock_guard<std::mutex> una(t.istanze);
+            return in_json(fai(j));
+        });
+    };
+    json("/inizio", [&](const Json&) { return inizio(t, corsa, imp, dichiarati); });
+    json("/stato", [&](const Json& j) { return scrivi_stato(t.plugin, leggi_stato(t.plugin, j)); });
+    json("/comando", [&](const Json& j) { return comando_per(t, j, comando); });
+    ascolta(porta, "/punto", [&](const Json& j) { return in_json(punto(t, j)); });
+    ascolta(porta, "/quadro", [&](const Json& j) { return quadro_per(t, turni, j); });
+    ascolta(porta, "/fine", [&](const Json&) {
+        finisci(porta);
+        return in_json(Json::object());
+    });
+    servi(porta);
+}
+
+}  // namespace varno::provino
