@@ -191,11 +191,9 @@ void sfoca(Piano& piano, int larghezza, int altezza, int raggio)
     const Campo campo = {piano.data(), larghezza};
     Piano memoria = piano_di_lavoro(std::max(appoggio * thread, BOX_BLUR.memoria(f, thread)));
     in_squadra(thread, [&](const Membro& io) {
-        io.per_parti(static_cast<std::uint64_t>(altezza), [&](std::uint64_t parte, std::uint64_t da,
-                                                              std::uint64_t a) {
-            const auto y = static_cast<std::ptrdiff_t>(da);
-            BOX_BLUR.righe(f, riga_di(campo, y), larghezza, static_cast<std::ptrdiff_t>(a) - y,
-                           &memoria[parte * appoggio]);
+        io.per_parti(altezza, [&](std::ptrdiff_t parte, std::ptrdiff_t da, std::ptrdiff_t a) {
+            BOX_BLUR.righe(f, riga_di(campo, da), larghezza, a - da,
+                           memoria.data() + parte * appoggio);
         });
         BOX_BLUR.piani({nessuno, quadro, f, campo, campo, memoria.data(), io});
     });

@@ -60,12 +60,11 @@ void tutte_le_passate(const Forma& f, float* righe, std::ptrdiff_t passo, std::p
 void passata_orizzontale(const Lavoro& l)
 {
     const Forma& f = l.forma;
-    l.io.per_parti(static_cast<std::uint64_t>(f.righe * f.piani),
-                   [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
-                       una_passata(f, riga_di(l.piani, static_cast<std::ptrdiff_t>(inizio)),
-                                   l.piani.passo, static_cast<std::ptrdiff_t>(fine - inizio),
-                                   l.memoria + parte * anello_di_righe(f));
-                   });
+    const std::size_t anello = anello_di_righe(f);
+    l.io.per_parti(
+        f.righe * f.piani, [&](std::ptrdiff_t parte, std::ptrdiff_t da, std::ptrdiff_t a) {
+            una_passata(f, riga_di(l.piani, da), l.piani.passo, a - da, l.memoria + parte * anello);
+        });
 }
 
 // The threads share out the columns of all planes together. Each walks down its own in a few
@@ -85,13 +84,11 @@ void passata_verticale(const Lavoro& l)
                                          f.raggio);
         }
     };
-    l.io.per_parti(static_cast<std::uint64_t>(W * f.piani), [&](std::uint64_t, std::uint64_t inizio,
-                                                                std::uint64_t fine) {
-        const auto da = static_cast<std::ptrdiff_t>(inizio);
-        const std::ptrdiff_t n = static_cast<std::ptrdiff_t>(fine) - da;
-        const std::ptrdiff_t strisce = std::clamp<std::ptrdiff_t>(n / STRISCIA, 1, MASSIMO_STRISCE);
+    l.io.per_parti(W * f.piani, [&](std::ptrdiff_t, std::ptrdiff_t da, std::ptrdiff_t a) {
+        const std::ptrdiff_t strisce =
+            std::clamp<std::ptrdiff_t>((a - da) / STRISCIA, 1, MASSIMO_STRISCE);
         for (std::ptrdiff_t i = 0; i < strisce; ++i)
-            striscia(da + n * i / strisce, da + n * (i + 1) / strisce);
+            striscia(da + (a - da) * i / strisce, da + (a - da) * (i + 1) / strisce);
     });
 }
 

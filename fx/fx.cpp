@@ -80,9 +80,8 @@ void cambia_righe(const Corsa& c, int i, const Righe& r, const Ripiano& ripiano)
 }
 
 // Whole rows of blocks, or what a lower frame has of one, into the rows of planes that stand for
-// them. luma: null, or what the mask takes for their luminance.
-void nutri(const Corsa& c, const Stadio& s, const Righe& r, const float* luma,
-           const Ripiano& ripiano)
+// them. con_luma: the mask takes the luminance from before they were changed.
+void nutri(const Corsa& c, const Stadio& s, const Righe& r, bool con_luma, const Ripiano& ripiano)
 {
     const Campo piani = c.piani_di(s, s.nutriti);
     const Forma& f = s.forma;
@@ -92,12 +91,11 @@ void nutri(const Corsa& c, const Stadio& s, const Righe& r, const float* luma,
         float* riga[MASSIMO_PIANI];
         for (std::ptrdiff_t p = 0; p < f.piani; ++p)
             riga[p] = f.riduzione == 1 ? riga_di(piani, f, p, Y) : ripiano.campioni + p * W;
-        s.effetto->maschera(r.da + k * r.passo_da, luma == nullptr ? nullptr : luma + k * W, riga,
-                            W);
-        if (f.riduzione > 1)
-            for (std::ptrdiff_t p = 0; p < f.piani; ++p)
-                gNuclei->piani.riduci(riga[p], riga_di(piani, f, p, Y), f,
-                                      r.y + k - Y * f.riduzione);
+        const float* const luma = con_luma ? ripiano.luma + k * W : nullptr;
+        s.effetto->maschera(r.da + k * r.passo_da, luma, riga, W);
+        const std::ptrdiff_t numero = r.y + k - Y * f.riduzione;
+        for (std::ptrdiff_t p = 0; f.riduzione > 1 && p < f.piani; ++p)
+            gNuclei->piani.riduci(riga[p], riga_di(piani, f, p, Y), f, numero);
     }
 }
 
@@ -133,7 +131,7 @@ void passa_blocco(const Corsa& c, const Spazzata& s, std::ptrdiff_t blocco, cons
         cambiate();
     }
     if (s.alimenta >= 0)
-        nutri(c, c.programma.stadi[s.alimenta], r, s.luma_prima ? ripiano.luma : nullptr, ripiano);
+        nutri(c, c.programma.stadi[s.alimenta], r, s.luma_prima, ripiano);
     if (s.media) {
         prendi_luma();
         for (std::ptrdiff_t k = 0; k < r.n; ++k)
@@ -180,12 +178,9 @@ void corri(Corsa& c, const Membro& io)
                                        c.piani_di(t, t.pronti), comune, io});
         }
         const std::ptrdiff_t blocchi = (c.quadro.altezza + s->insieme - 1) / s->insieme;
-        io.per_parti(static_cast<std::uint64_t>(blocchi),
-                     [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
-                         passa_blocchi(c, *s, static_cast<std::ptrdiff_t>(inizio),
-                                       static_cast<std::ptrdiff_t>(fine),
-                                       ripiano_di(comune + parte * s->ripiano, *s));
-                     });
+        io.per_parti(blocchi, [&](std::ptrdiff_t parte, std::ptrdiff_t da, std::ptrdiff_t a) {
+            passa_blocchi(c, *s, da, a, ripiano_di(comune + parte * s->ripiano, *s));
+        });
         if (s->media)
             io.uno([&] { c.quadro.media = media_di(c.immagine, c.quadro, c.somme, comune); });
     }
@@ -195,12 +190,8 @@ void corri(Corsa& c, const Membro& io)
 
 void applica_fx(const Programma& p, const Campo& immagine, float* memoria, const Porte& porte)
 {
-    Corsa c = {.programma = p,
-               .immagine = immagine,
-               .memoria = memoria,
-               .somme = reinterpret_cast<double*>(memoria + p.somme),
-               .porte = porte,
-               .quadro = p.quadro};
+    auto* const somme = reinterpret_cast<double*>(memoria + p.somme);
+    Corsa c = {p, immagine, memoria, somme, porte, p.quadro};
     for (int i = 0; i < p.numero_stadi; ++i)
         c.tenuti[i] = p.stadi[i].effetto->prepara->tieni(*p.stadi[i].effetto, p.quadro);
     in_squadra(p.thread, [&](const Membro& io) { corri(c, io); });

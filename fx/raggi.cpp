@@ -198,20 +198,17 @@ void somma_raggi(const Lavoro& l)
 {
     const Raggi r = raggi_in(l.forma, l.memoria);
     const Raggiera& raggiera = raggiera_di(l.quadro.punte);
-    const auto righe = static_cast<std::uint64_t>(r.f.righe);
     const std::ptrdiff_t W = r.f.colonne;
-    l.io.per_parti(righe, [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
+    l.io.per_parti(r.f.righe, [&](std::ptrdiff_t parte, std::ptrdiff_t da, std::ptrdiff_t a) {
         for (int d = 0; parte == 0 && d < raggiera.direzioni; ++d)
             traccia(r, d, raggiera.linee[d]);
-        for (auto y = static_cast<std::ptrdiff_t>(inizio); y < static_cast<std::ptrdiff_t>(fine);
-             ++y)
+        for (std::ptrdiff_t y = da; y < a; ++y)
             trova_luci(r, riga_di(l.piani, y), y);
     });
-    l.io.per_parti(righe, [&](std::uint64_t parte, std::uint64_t inizio, std::uint64_t fine) {
-        float* const somma = r.somme + static_cast<std::ptrdiff_t>(parte) * W;
+    l.io.per_parti(r.f.righe, [&](std::ptrdiff_t parte, std::ptrdiff_t da, std::ptrdiff_t a) {
+        float* const somma = r.somme + parte * W;
         std::fill_n(somma, W, 0.0f);
-        for (auto y = static_cast<std::ptrdiff_t>(inizio); y < static_cast<std::ptrdiff_t>(fine);
-             ++y) {
+        for (std::ptrdiff_t y = da; y < a; ++y) {
             float* const riga = riga_di(l.altri, y);
             std::fill_n(riga, W, 0.0f);
             for (int d = 0; d < raggiera.direzioni; ++d)

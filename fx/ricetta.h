@@ -5,6 +5,8 @@
 
 namespace varno {
 
+constexpr int NUMERO_EFFETTI = 12;
+
 /// The recipe of the effect chain: an amount of 0, negative or not-a-number switches its effect
 /// off. Ranges as they reach applica_fx; nothing is clamped there.
 struct FxRicetta {

@@ -105,12 +105,15 @@ struct Membro {
     Squadra& squadra;
     std::uint64_t quale;
 
-    /// A loop: body(part, begin, end) over the parts, done when this returns.
-    template <class Corpo> void per_parti(std::uint64_t count, const Corpo& corpo) const
+    /// A loop: body(part, begin, end) over the parts, done when this returns. In signed numbers, as
+    /// pictures count.
+    template <class Corpo> void per_parti(std::int64_t count, const Corpo& corpo) const
     {
-        const Parti p = parti_di(count, squadra.quanti);
+        const Parti p = parti_di(static_cast<std::uint64_t>(count), squadra.quanti);
+        const auto passo = static_cast<std::int64_t>(p.passo);
+        const auto parte = static_cast<std::int64_t>(quale);
         if (quale < p.quante)
-            corpo(quale, quale * p.passo, std::min(count, (quale + 1) * p.passo));
+            corpo(parte, parte * passo, std::min(count, (parte + 1) * passo));
         squadra.aspetta();
     }
 

@@ -14,8 +14,6 @@ struct ParametroEffetto {
     int consiglio = 0;   // place among those that a look suggests, from 1; 0: no look touches it
 };
 
-constexpr int NUMERO_EFFETTI = 12;
-
 /// In the order in which a render reads them.
 extern const ParametroEffetto PARAMETRI_EFFETTI[NUMERO_EFFETTI];
 
