@@ -89,7 +89,7 @@ void accorda(Programma& p)
             continue;
         const Stadio& nutrito = p.stadi[s.alimenta];
         s.insieme = std::lcm(s.insieme, nutrito.forma.riduzione);
-        // Of the effects that are followed by a mask, bloom alone leaves luminance as it was.
+        // Of the effects that are followed by a mask, bloom alone does not refresh it.
         s.luma_prima = s.primo < s.dopo && !p.stadi[s.dopo - 1].effetto->rinfresca_luma;
         // The mean belongs to the luminance of the mask.
         if (nutrito.effetto->legge_media)
