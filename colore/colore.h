@@ -1,4 +1,4 @@
-// The whole grade of one colour.
+// What the colours of a frame are graded with.
 #pragma once
 
 #include "colore/tonemap.h"
@@ -20,8 +20,5 @@ struct Contesto {
     Curva curva_neutra;
     std::int32_t profilo = 0;  // row of PROFILI, 0 to 31
 };
-
-/// The whole grade: a camera code value, 0..1, to display-encoded Rec.709, 0..1. Pure.
-RGB applica_colore(RGB codice, const Contesto& ctx);
 
 }  // namespace varno

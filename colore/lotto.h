@@ -29,6 +29,6 @@ Gradazione gradazione_di(const Contesto& ctx);
 /// Decoded camera light to the final colour, in place: matrix, exposure, white balance, and the
 /// look at its strength over the neutral rendering. A colour's result does not depend on its
 /// neighbours.
-void grada(Lotto& luce, const Gradazione& g);
+void applica_colore(Lotto& luce, const Gradazione& g);
 
 }  // namespace varno

@@ -130,7 +130,9 @@ inline Vf mappa(Vf v, const Toni& t)
     return clamp01(k.gamma != 1.0f ? potenza(m >= 0.0f ? m : Vf{}, k.gamma) : m);
 }
 
-inline Colori comprimi_toni(const Colori& c, Toni& t, float miscela)
+// Compresses scene-linear c, no channel below 0 as used, into display-linear 0..1. miscela blends
+// from 0, through luminance and so keeping hue, to 1, each channel by itself.
+inline Colori tonemap_ratio(const Colori& c, Toni& t, float miscela)
 {
     const Vf Lc = massimo(tutti<Vf>(1e-9f), luminanza(c));
     const auto mappata = [&](Vf v) { return mappa(v, t); };
@@ -224,7 +226,7 @@ Colori resa_stampa(const Colori& luce, const Contesto& ctx, Toni& toni)
 {
     const LookDef& look = *ctx.look;
     const Palette& p = look.pal;
-    const Colori v = codifica(comprimi_toni(luce, toni, look.miscela), toni.codificati);
+    const Colori v = codifica(tonemap_ratio(luce, toni, look.miscela), toni.codificati);
     return canali(tingi_stampa(satura_tinte(desatura_luci(v, p), p), p), [&](Vf c) {
         c = clamp01(c);
         if (look.sollevamento != 0.0f)
@@ -284,7 +286,7 @@ inline Colori satura_toni(const Colori& v, const LookDef& look)
 Colori resa_gradazione(const Colori& luce, const Contesto& ctx, Toni& toni)
 {
     const LookDef& look = *ctx.look;
-    Colori v = comprimi_toni(luce, toni, look.miscela);
+    Colori v = tonemap_ratio(luce, toni, look.miscela);
     if (look.viraggio)
         v = vira(v, look);
     v = satura_toni(v, look);
@@ -318,12 +320,6 @@ template <class Passo> inline void per_lotto(Lotto& c, const Passo& passo)
     }
 }
 
-void tonemap(Lotto& c, const Curva& k, float bianco, float miscela)
-{
-    Toni toni = toni_di(k, bianco);
-    per_lotto(c, [&](const Colori& v) { return comprimi_toni(v, toni, miscela); });
-}
-
 // No clamp: a gamut wider than Rec.709 leaves negatives.
 inline Colori in_rec709(const Colori& v, const float* m)
 {
@@ -338,7 +334,7 @@ inline Vf esponi(Vf c, float fattore, float guadagno)
     return v < 0.0f ? Vf{} : v;
 }
 
-void grada(Lotto& c, const Gradazione& g)
+void applica_colore(Lotto& c, const Gradazione& g)
 {
     const Contesto& ctx = g.ctx;
     const LookDef& look = *ctx.look;
@@ -362,7 +358,7 @@ void grada(Lotto& c, const Gradazione& g)
         // of one would add +0 to the other.
         if (f == 1.0f)
             return resa(luce);
-        const Colori n = codifica(comprimi_toni(luce, neutri, 0.0f), neutri.codificati);
+        const Colori n = codifica(tonemap_ratio(luce, neutri, 0.0f), neutri.codificati);
         if (f == 0.0f)
             return n;
         const Colori v = resa(luce);
@@ -375,8 +371,7 @@ void grada(Lotto& c, const Gradazione& g)
 
 extern const NucleiColore COLORE;
 const NucleiColore COLORE = {
-    .grada = grada,
-    .tonemap = tonemap,
+    .applica_colore = applica_colore,
 };
 
 }  // namespace VARNO_LIVELLO

@@ -1,10 +1,7 @@
 // How a tone curve is solved.
 #include "colore/tonemap.h"
 
-#include "colore/lotto.h"
-#include "colore/nuclei_colore.h"
 #include "comune/elementari.h"
-#include "comune/nuclei.h"
 
 #include <algorithm>
 #include <cmath>
@@ -48,17 +45,6 @@ float bianco_di(const Curva& k)
     if (!(k.contrasto > 0.1f && k.gamma > 0.1f))
         return std::numeric_limits<float>::quiet_NaN();
     return potenza(1.0f / k.grigio, 1.0f / k.contrasto) * MARGINE;
-}
-
-RGB tonemap_ratio(RGB c, const Curva& k, float miscela)
-{
-    Lotto uno;
-    uno.n = 1;
-    uno.r[0] = c.r;
-    uno.g[0] = c.g;
-    uno.b[0] = c.b;
-    gNuclei->colore.tonemap(uno, k, bianco_di(k), miscela);
-    return {uno.r[0], uno.g[0], uno.b[0]};
 }
 
 }  // namespace varno

@@ -1,8 +1,6 @@
 // The tone curve.
 #pragma once
 
-#include "comune/aritmetica.h"
-
 namespace varno {
 
 /// Shape and normalisation of one tone curve.
@@ -32,9 +30,5 @@ Curva normalizza_curva(float spalla, float bianco, float contrasto, float gamma)
 /// From here on, as a multiple of grey, a value of the curve leads to 1 and above; not-a-number
 /// where the contrast or the second exponent are too small to tell.
 float bianco_di(const Curva& k);
-
-/// Compresses scene-linear c, no channel below 0 as used, into display-linear 0..1. miscela blends
-/// from 0, through luminance and so keeping hue, to 1, each channel by itself.
-RGB tonemap_ratio(RGB c, const Curva& k, float miscela);
 
 }  // namespace varno

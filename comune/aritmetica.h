@@ -1,4 +1,4 @@
-// The small arithmetic that everything shares.
+// The colour that everything shares; the arithmetic on its channels is in comune/vettore.h.
 #pragma once
 
 #include "comune/regole.h"

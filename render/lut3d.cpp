@@ -47,7 +47,7 @@ void Lut3D::costruisci(const Contesto& contesto, int n)
             std::copy_n(&asse[R], lotto.n, lotto.r);
             std::fill_n(lotto.g, lotto.n, asse[i % lato]);
             std::fill_n(lotto.b, lotto.n, asse[i / lato]);
-            grada(lotto, gradazione);
+            applica_colore(lotto, gradazione);
             per_vettori(lotto.n, [&](auto v, std::ptrdiff_t k) {
                 using V = decltype(v);
                 scrivi_rgb<V>(uscita + 3 * (R + k), {carica<V>(lotto.r + k), carica<V>(lotto.g + k),

@@ -1,7 +1,7 @@
 // What all tests share: the test library, the standard one, a grade's context and thread counts.
 #pragma once
 
-#include "colore/colore.h"
+#include "colore.h"
 #include "looks/catalogo.h"
 #include "render/parallel_for.h"
 

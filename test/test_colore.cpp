@@ -1,7 +1,5 @@
 // From a code value to light and on to the look. Rows of figures were worked out in double from
 // the published encodings, matrices and looks, not by this code.
-#include "colore/lotto.h"
-#include "colore/profili.h"
 #include "prova.h"
 #include "render/formato.h"
 #include "semplici_colore.h"
@@ -229,20 +227,22 @@ TEST_CASE("tone curve: grey and white stand where they are set, ratios stay, bri
         CAPTURE(look.nome);
         const Curva k = normalizza_curva(look.spalla, look.bianco, look.contrasto, 1.0f);
         CHECK(std::abs(k.grigio - std::pow(0.409, 2.4)) < 5e-8);
-        CHECK(tonemap_ratio({0.18f, 0.18f, 0.18f}, k, 0.0f).g == Approx(k.grigio).epsilon(1e-5));
+        CHECK(semplici::tonemap_ratio({0.18f, 0.18f, 0.18f}, k, 0.0f).g ==
+              Approx(k.grigio).epsilon(1e-5));
         // White comes out at grigio to the power 1 - contrasto, cut at 1: only a contrast below 1
         // keeps it from full white.
-        const RGB bianco = tonemap_ratio({look.bianco, look.bianco, look.bianco}, k, 0.0f);
+        const RGB bianco =
+            semplici::tonemap_ratio({look.bianco, look.bianco, look.bianco}, k, 0.0f);
         CHECK(bianco.g ==
               Approx(std::min(1.0, std::pow(0.11698655, 1.0 - look.contrasto))).epsilon(1e-5));
     }
-    const RGB rosso = tonemap_ratio({0.05f, 0.0f, 0.0f}, NEUTRA, 0.0f);
-    const float t = tonemap_ratio({0.01063f, 0.01063f, 0.01063f}, NEUTRA, 0.0f).g;
+    const RGB rosso = semplici::tonemap_ratio({0.05f, 0.0f, 0.0f}, NEUTRA, 0.0f);
+    const float t = semplici::tonemap_ratio({0.01063f, 0.01063f, 0.01063f}, NEUTRA, 0.0f).g;
     CHECK(rosso.r == Approx(t / 0.2126).epsilon(1e-5));  // luminance 0.05 * 0.2126
     CHECK((rosso.g == 0.0f && rosso.b == 0.0f));
-    const RGB caldo = tonemap_ratio({40.0f, 20.0f, 10.0f}, NEUTRA, 1.0f);
+    const RGB caldo = semplici::tonemap_ratio({40.0f, 20.0f, 10.0f}, NEUTRA, 1.0f);
     CHECK((caldo.r == 1.0f && caldo.g == 1.0f && caldo.b > 0.95f));
-    const RGB nero = tonemap_ratio({-1.0f, NAN_F, 0.0f}, NEUTRA, 1.0f);
+    const RGB nero = semplici::tonemap_ratio({-1.0f, NAN_F, 0.0f}, NEUTRA, 1.0f);
     CHECK((nero.r > 0.0f && nero.r <= 1.0001e-9f && nero.g == nero.r && nero.b == nero.r));
 }
 

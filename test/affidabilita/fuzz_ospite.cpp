@@ -4,13 +4,13 @@
 // out the same on other threads and vector levels, and as plain loops make it.
 #include "banco/banco.h"
 
-#include "colore/colore.h"
 #include "comune/nuclei.h"
 #include "ofx/ofx.h"
 #include "ofx/suite.h"
 #include "render/impostazioni.h"
 #include "render/lut3d.h"
 #include "render/parallel_for.h"
+#include "test/colore.h"
 
 #include <algorithm>
 #include <cmath>
