@@ -90,14 +90,23 @@ class Filmati(Prova):
         self.assertEqual(self.pixel("m%d.png"), self.pixel("o%d.png"))
         self.fai("sviluppa s#.png seq.mkv --rate 25", *modo)
         self.assertEqual(self.pixel("seq.mkv"), self.pixel("o%d.png"))
+        self.fai("confronta in.mkv s#.png --limit 1e-6")
+        self.fai("confronta s#.png in.mkv --limit 1e-6")
+        self.rifiuta(FALLITO, "limit of 0.01: 1 2 3", "confronta in.mkv o#.png --limit 0.01")
+        self.rifiuta(FALLITO, "have not the same numbers", "confronta in.mkv s1.png")
         # Numbers are times, wherever the first stands and whichever are picked.
         self.fai("sviluppa in.mkv t##.png --start 10 --frames 11-12", *modo)
         self.assertEqual(self.nomi("t"), ["t11.png", "t12.png"])
         self.rifiuta(USO, "has the frames 1 to 3", "sviluppa in.mkv v#.png --frames 2-4")
         self.fai("looks in.mkv a.png --width 400 --frame 2")
-        self.fai("looks s2.png b.png --width 400 --time 2")
+        self.fai("looks s#.png b.png --width 400 --frame 2")
         a, b = self.pixel("a.png"), self.pixel("b.png")
         self.assertEqual(a[:len(a) // 2], b[:len(b) // 2])  # the foot names the file
+        # A hole is no shorter movie, unless that is wanted.
+        os.remove(self.qui("s2.png"))
+        self.rifiuta(FALLITO, "has no frames 2, and the movie would be shorter", "sviluppa s#.png h.mkv --rate 25")
+        self.fai("sviluppa s#.png h.mkv --rate 25 --continue-on-error", *modo)
+        self.assertEqual(self.pixel("h.mkv"), self.pixel("o1.png") + self.pixel("o3.png"))
 
     def test_codes_become_the_light_that_their_tags_say(self):
         righe = [
@@ -243,6 +252,8 @@ class Filmati(Prova):
         self.fai("sviluppa constant.mkv o.mov")
         self.assertRegex(self.fai("sviluppa v.mp4 o##.png").stderr, "note: 'v.mp4' has a variable frame rate")
         self.assertEqual(len(self.nomi("o")), 1 + 33)
+        self.ffmpeg("-i v.mp4 -vf setparams=color_trc=arib-std-b67 -c:v libx264 hlg.mp4")
+        self.assertRegex(self.fai("sviluppa hlg.mp4 h#.png --frames 1").stderr, "is tagged as HLG")
 
     def test_what_goes_wrong_is_said_in_one_line_and_leaves_nothing(self):
         self.clip("in.mov", "-c:v prores_ks", 1, "320x180")
@@ -272,6 +283,16 @@ class Filmati(Prova):
             with self.subTest(argomenti):
                 self.rifiuta(uscita, messaggio, "sviluppa " + argomenti, note="(?:[^\n]*note:[^\n]*\n)*", **come)
                 self.nessuno_resta()
+
+    def test_a_closed_folder_is_told_before_the_first_frame(self):
+        os.chmod(self.cartella, 0o755)
+        os.mkdir(self.qui("chiusa"), 0o555)
+        shutil.copy(PROVINO, self.qui("provino"))
+        shutil.copytree(BUNDLE, self.qui("VarnoColor.ofx.bundle"))
+        r = subprocess.run(shlex.split("./provino sviluppa s.exr chiusa/o.mov --frames 1-2"), cwd=self.cartella,
+                           check=False, capture_output=True, text=True,
+                           preexec_fn=lambda: os.geteuid() or os.setuid(65534))  # the superuser writes anywhere
+        self.assertEqual(r.stderr, "provino: cannot write 'chiusa/o.mov': Permission denied\n")
 
     def test_a_killed_program_takes_the_others_with_it(self):
         # Long enough that none has ended when it is killed: then there was nobody under its number.

@@ -51,7 +51,9 @@ Inizio inizia(const OpzioniFoglio& o)
         rifiuta(tra_apici(o.ingresso) + " has the frames " + std::to_string(da.numeri.front()) +
                 " to " + std::to_string(da.numeri.back()));
     const double tempo = static_cast<double>(da.modello ? n : o.fotogramma);
-    return {std::move(plugin), std::move(base), leggi(da, n), o.tempo.value_or(tempo)};
+    Foto foto = leggi(da, n);
+    avvisa_dei_colori(da, foto.testata, formato_di(plugin, *istanza_con(plugin, base)));
+    return {std::move(plugin), std::move(base), std::move(foto), o.tempo.value_or(tempo)};
 }
 
 OIIO::ROI tutta(const Foto& foto)

@@ -50,8 +50,12 @@ std::vector<Fotogramma> elenca(const OpzioniSviluppo& o, const Sorgente& da, con
     if (uno && a.modello && !numero_in(o.ingresso))
         rifiuta(tra_apici(a.nome) + " has a place for a frame number, and " +
                 tra_apici(o.ingresso) + " has none: give --frames");
-    if (const std::string mancano = buchi(numeri); o.fotogrammi.empty() && !mancano.empty())
-        avviso("the sequence has no frames " + in_una_riga(mancano));
+    const std::string mancano = o.fotogrammi.empty() ? in_una_riga(buchi(numeri)) : "";
+    if (!mancano.empty() && a.ripresa && !o.modo.continua)
+        fallisci("the sequence has no frames " + mancano +
+                 ", and the movie would be shorter: --continue-on-error makes it so");
+    if (!mancano.empty())
+        avviso("the sequence has no frames " + mancano);
     std::vector<Fotogramma> fotogrammi;
     for (const long long n : numeri)
         fotogrammi.push_back(
@@ -91,7 +95,12 @@ void sviluppa(const OpzioniSviluppo& o)
     a.impostazioni = in_json(plugin, *istanze[0], imp, true);
     lavoro.legge_in_ordine = da.proiezione != nullptr;
     lavoro.scrive_in_ordine = a.ripresa != nullptr;
-    lavoro.leggi = [&](std::size_t i) { return leggi(da, lavoro.fotogrammi[i].numero); };
+    lavoro.leggi = [&](std::size_t i) {
+        Foto foto = leggi(da, lavoro.fotogrammi[i].numero);
+        if (i == 0)
+            avvisa_dei_colori(da, foto.testata, formato_di(plugin, *istanze[0]));
+        return foto;
+    };
     lavoro.scrivi = [&](std::size_t i, const Foto& foto) {
         scrivi(a, lavoro.fotogrammi[i].numero, foto);
     };

@@ -226,6 +226,11 @@ bool di_effetto(const Plugin& plugin, const banco::Parametro& p)
     });
 }
 
+std::string formato_di(const Plugin& plugin, const banco::Istanza& istanza)
+{
+    return scrivi_valore(trova_parametro(plugin, "formato"), banco::valore(istanza, "formato"));
+}
+
 void spegni_effetti(const Plugin& plugin, Impostazioni& imp)
 {
     for (const Effetto& e : effetti(plugin)) {
@@ -261,9 +266,7 @@ void avvisa_nulla_di_fatto(const Plugin& plugin, const banco::Istanza& istanza,
             avviso(i->first +
                    " is overwritten by the recipe of the look behind it: give the look first");
         if (banco::nascosto(istanza, i->first))
-            avviso(i->first + " does nothing with the log format " +
-                   scrivi_valore(trova_parametro(plugin, "formato"),
-                                 banco::valore(istanza, "formato")));
+            avviso(i->first + " does nothing with the log format " + formato_di(plugin, istanza));
     }
     for (const auto& [nome, chiavi] : imp.chiavi)
         dati.insert(nome);

@@ -44,6 +44,9 @@ struct Effetto {
 std::vector<Effetto> effetti(const Plugin& plugin);
 bool di_effetto(const Plugin& plugin, const banco::Parametro& p);
 
+/// The log format that an instance stands at, as the plug-in words it.
+std::string formato_di(const Plugin& plugin, const banco::Istanza& istanza);
+
 /// Switches all effects off, also where keys switch them on.
 void spegni_effetti(const Plugin& plugin, Impostazioni& imp);
 

@@ -3,6 +3,9 @@
 
 #include "tools/messaggi.h"
 
+#include <OpenImageIO/strutil.h>
+
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -14,6 +17,9 @@ namespace fs = std::filesystem;
 void apri_ripresa(Destinazione& a, const Sorgente& da)
 {
     const ModoDestinazione& m = a.modo;
+    if (da.modello && modello_in(a.nome))
+        rifiuta(tra_apici(a.nome) +
+                " is one movie for all frames: leave out the place for the frame number");
     if (m.salta || (m.continua && da.proiezione) || !m.scrittura.profondita.empty() ||
         !m.scrittura.compressione.empty())
         rifiuta("--depth, --compression, --skip-existing and --continue-on-error are for "
@@ -47,7 +53,7 @@ Destinazione apri_destinazione(const std::string& nome, const ModoDestinazione& 
     if (!modo.cadenza.empty())
         rifiuta("--rate is for a sequence that becomes a movie");
     a.modello = modello_in(nome);
-    controlla_scrittura(nome, modo.scrittura);
+    controlla_scrittura(nome, modo.scrittura, true);
     return a;
 }
 
@@ -62,11 +68,16 @@ void controlla(const Destinazione& a, const Sorgente& da, const std::vector<long
         rifiuta(std::to_string(numeri.size()) + " frames would go into the one file " +
                 tra_apici(a.nome) + ": put #### where the frame number goes");
     const bool sovrascrivi = a.modo.scrittura.sovrascrivi;
+    std::vector<long long> mancano;
     for (const long long n : numeri) {
         const std::string uscita = nome_al(a, n);
         std::error_code e;
         const bool esiste = fs::is_regular_file(uscita, e);
         if (esiste && a.modo.salta)
+            continue;
+        if (da.modello && !a.modo.continua && !std::ranges::binary_search(da.numeri, n))
+            mancano.push_back(n);
+        if (a.ripresa && n != numeri.front())
             continue;
         if (esiste && fs::equivalent(uscita, nome_al(da, n), e))
             fallisci(tra_apici(uscita) +
@@ -75,9 +86,11 @@ void controlla(const Destinazione& a, const Sorgente& da, const std::vector<long
             fallisci(tra_apici(uscita) + " exists already: give --overwrite to replace such "
                                          "frames or --skip-existing to leave them");
         controlla_uscita(uscita, sovrascrivi);
-        if (a.ripresa)
-            return;
     }
+    if (!mancano.empty())
+        fallisci(OIIO::Strutil::sprintf("there is no file '%s': %d of %d frames are missing, and "
+                                        "--continue-on-error goes on without them",
+                                        nome_al(da, mancano[0]), mancano.size(), numeri.size()));
 }
 
 void segui(Destinazione& a, const Sorgente& da, const std::vector<long long>& numeri)

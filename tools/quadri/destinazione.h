@@ -48,7 +48,7 @@ Destinazione apri_destinazione(const std::string& nome, const ModoDestinazione& 
 std::string nome_al(const Destinazione& a, long long n);
 
 /// Before the first frame, so that a long run does not end in a refusal: throws Errore where one of
-/// these frames has no place of its own, is in the way of what is read, or exists.
+/// these frames is missing, has no place of its own, is in the way of what is read, or exists.
 void controlla(const Destinazione& a, const Sorgente& da, const std::vector<long long>& numeri);
 
 /// Takes into a movie what these frames of the source have beside their pixels: rate, timecode,

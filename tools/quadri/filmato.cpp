@@ -283,6 +283,8 @@ Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
     f.larghezza = traccia.value("width", 0);
     f.altezza = traccia.value("height", 0);
     controlla_misure(f.larghezza, f.altezza, f.file);
+    f.trasferimento = traccia.value("color_transfer", "");
+    f.primari = traccia.value("color_primaries", "");
     f.forma = traccia.value("sample_aspect_ratio", "");
     if (f.forma.empty() || f.forma[0] == '0')
         f.forma = "1:1";

@@ -30,10 +30,11 @@ struct Filmato {
     int byte = 4;                    // of one of its samples; 4: a float
     int bit = 0;                     // of an integer
     bool alfa = false;
-    bool alfa_sotto = false;  // below the picture, as a second one
-    bool legale = false;      // what comes out is of legal range still
-    std::string forma;        // of a pixel, "1:1"
-    std::string timecode;     // of the first frame; empty: none
+    bool alfa_sotto = false;             // below the picture, as a second one
+    bool legale = false;                 // what comes out is of legal range still
+    std::string trasferimento, primari;  // as the stream tells
+    std::string forma;                   // of a pixel, "1:1"
+    std::string timecode;                // of the first frame; empty: none
     bool audio = false;
     std::map<std::string, std::string> etichette;  // metadata, without what belongs to the file
     std::optional<std::string> impostazioni;       // that provino left in it

@@ -141,7 +141,9 @@ void comincia(ScritturaFilmato& s, const Foto& foto)
 {
     s.codifica.reset();
     fallisci("cannot write " + tra_apici(s.nome) + ": " +
-             (motivo.empty() ? "the encoder ended too early" : motivo));
+             (motivo.empty()
+                  ? "the encoder ended too early"
+                  : OIIO::Strutil::replace(motivo, "file:" + s.file.string() + ": ", "")));
 }
 
 // Into planes of green, blue, red and alpha.

@@ -53,47 +53,6 @@ std::optional<Formato> dalla_desinenza(const std::filesystem::path& p)
     return trova([&](const Descrizione& d) { return std::ranges::count(d.desinenze, fine) > 0; });
 }
 
-void controlla_png(Byte d, const std::string& nome)
-{
-    if (d.size() < 33)
-        tronco(Formato::png, nome);
-    controlla_misure(numero(d, 16, 4, false), numero(d, 20, 4, false), nome);
-    for (std::size_t p = 8; p + 12 <= d.size();) {
-        if (std::equal(d.begin() + p + 4, d.begin() + p + 8, "IEND"))
-            return;
-        p += std::size_t{12} + numero(d, p, 4, false);
-    }
-    tronco(Formato::png, nome);
-}
-
-void controlla_jpeg(Byte d, const std::string& nome)
-{
-    bool scansione = false;  // between a start of scan and the next marker stand coded pixels
-    for (std::size_t p = 2; p + 1 < d.size();) {
-        const unsigned char m = d[p + 1];
-        if (d[p] != 0xff && !scansione)
-            guasto(Formato::jpeg, nome, "marker");
-        if (d[p] != 0xff || m == 0xff) {  // coded, or filling
-            ++p;
-            continue;
-        }
-        if (m == 0xd9)
-            return;
-        if ((m == 0x00 && scansione) || (m >= 0xd0 && m <= 0xd7) || m == 0x01) {
-            p += 2;
-            continue;
-        }
-        const bool misure = m >= 0xc0 && m <= 0xcf && m != 0xc4 && m != 0xc8 && m != 0xcc;
-        if (p + (misure ? 9 : 4) > d.size())
-            break;
-        if (misure)
-            controlla_misure(numero(d, p + 7, 2, false), numero(d, p + 5, 2, false), nome);
-        scansione = m == 0xda;
-        p += std::size_t{2} + numero(d, p + 2, 2, false);
-    }
-    tronco(Formato::jpeg, nome);
-}
-
 }  // namespace
 
 const Descrizione& descrizione(Formato f)
@@ -107,16 +66,18 @@ Formato formato_dai_byte(Byte dati, const std::string& nome)
         fallisci(tra_apici(nome) + " is empty");
     if (const auto f = dalla_firma(dati))
         return *f;
-    fallisci(tra_apici(nome) +
-             " is no picture that provino reads: it takes EXR, DPX, TIFF, PNG and JPEG");
+    fallisci(
+        tra_apici(nome) +
+        " is no picture that provino reads: it takes EXR, DPX, TIFF, PNG and JPEG, and movies");
 }
 
-Formato formato_dal_nome(const std::filesystem::path& p)
+Formato formato_dal_nome(const std::filesystem::path& p, bool o_filmato)
 {
     if (const auto f = dalla_desinenza(p))
         return *f;
-    rifiuta(tra_apici(p.string()) + " must end in .exr, .dpx, .tif, .tiff, .png, .jpg or .jpeg, or "
-                                    "as a movie in .mov, .mp4, .mkv or .mxf: that names its kind");
+    rifiuta(tra_apici(p.string()) + " must end in .exr, .dpx, .tif, .tiff, .png, .jpg or .jpeg" +
+            (o_filmato ? ", or as a movie in .mov, .mp4, .mkv or .mxf" : "") +
+            ": that names its kind");
 }
 
 bool da_filmato(const std::filesystem::path& file)
@@ -127,14 +88,6 @@ bool da_filmato(const std::filesystem::path& file)
            OIIO::Filesystem::read_bytes(file.string(), primi.data(), primi.size()) ==
                primi.size() &&
            !dalla_firma(primi) && !dalla_desinenza(file);
-}
-
-void controlla_struttura(Formato f, Byte dati, const std::string& nome)
-{
-    if (f == Formato::png)
-        controlla_png(dati, nome);
-    if (f == Formato::jpeg)
-        controlla_jpeg(dati, nome);
 }
 
 void tronco(Formato f, const std::string& nome)

@@ -40,13 +40,9 @@ Formato formato_dai_byte(Byte dati, const std::string& nome);
 /// Whether a file is to be read as a movie: no picture by its first bytes or its name.
 bool da_filmato(const std::filesystem::path& file);
 
-/// By the ending of an output's name, in either case. Throws Errore (usage) for any other ending.
-Formato formato_dal_nome(const std::filesystem::path& p);
-
-/// Throws Errore where a file is cut short or its header is absurd, as far as its structure tells:
-/// the libraries behind OpenImageIO fill what is missing with black, or trust a length. Of PNG and
-/// JPEG; prepara_dpx() does it for DPX, TIFF and EXR are left to them.
-void controlla_struttura(Formato f, Byte dati, const std::string& nome);
+/// By the ending of an output's name, in either case. Throws Errore (usage) for any other ending,
+/// and says which there are: of movies too where one would do.
+Formato formato_dal_nome(const std::filesystem::path& p, bool o_filmato = false);
 
 /// Throws Errore where the size is none or beyond the limits.
 void controlla_misure(std::int64_t larghezza, std::int64_t altezza, const std::string& nome);

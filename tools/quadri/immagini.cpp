@@ -1,11 +1,8 @@
-// Picture files in and out, through OpenImageIO.
+// Picture files in, through OpenImageIO.
 #include "tools/quadri/immagini.h"
 
-#include "tools/argomenti.h"
 #include "tools/messaggi.h"
-#include "tools/quadri/dpx.h"
-#include "tools/quadri/profilo.h"
-#include "tools/quadri/uscita.h"
+#include "tools/quadri/lettori.h"
 
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imagebuf.h>
@@ -14,11 +11,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cmath>
 #include <cstdint>
 #include <memory>
-#include <ranges>
-#include <regex>
 #include <system_error>
 #include <vector>
 
@@ -28,13 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uintmax_t FILE_LIMITE = std::uintmax_t{4} << 30;  // bytes
-constexpr const char* SEGNO = SEGNO_IMPOSTAZIONI.data();
-
-// OpenImageIO reads the name of a colour space from an EXR, but writes no name that begins as this
-// one must: it gets its four letters when the file stands in memory.
-constexpr const char* SPAZIO_EXR = "xxxx:ColorSpace";
-
-// --- Reading -------------------------------------------------------------------------------------
 
 std::vector<unsigned char> leggi_byte(const fs::path& file)
 {
@@ -103,9 +90,7 @@ Lettura apri_foto(const fs::path& file, const Scelta& scelta = {})
     Lettura l;
     l.dati = leggi_byte(file);
     l.formato = formato_dai_byte(l.dati, file.string());
-    controlla_struttura(l.formato, l.dati, file.string());
-    if (l.formato == Formato::dpx)
-        prepara_dpx(l.dati, file.string());
+    prepara_lettura(l.formato, l.dati, file.string());
 
     // By the format's own reader, so that nothing is guessed from the file's name.
     l.memoria = std::make_unique<OIIO::Filesystem::IOMemReader>(l.dati.data(), l.dati.size());
@@ -167,209 +152,6 @@ Canali scegli_canali(const OIIO::ImageSpec& testata, const std::string& file,
     return k;
 }
 
-// 10 and 12 bits come at the top of 16, those below repeated or not; the code value is the fraction
-// of its own range.
-void raddrizza_bit(Foto& f)
-{
-    const int bit = f.testata.get_int_attribute("oiio:BitsPerSample", 0);
-    if (f.testata.format != OIIO::TypeUInt16 || bit <= 8 || bit >= 16)
-        return;
-    const auto massimo = static_cast<float>((1 << bit) - 1);
-    const auto sotto = static_cast<float>(1 << (16 - bit));
-    float* p = f.rgba.get();
-    for (std::size_t i = 0; i < quanti_float(f); ++i)
-        p[i] = std::floor((p[i] * 65535.0f + 0.5f) / sotto) / massimo;
-}
-
-// --- Depth and compression -----------------------------------------------------------------------
-
-void controlla_compressione(Formato f, const std::string& chiesta)
-{
-    const Descrizione& d = descrizione(f);
-    const std::size_t fine = std::min(chiesta.find(':'), chiesta.size());
-    const std::string nome = chiesta.substr(0, fine);
-    const auto c = std::ranges::find(d.compressioni, nome, &Compressione::nome);
-    if (c == d.compressioni.end())
-        rifiuta(
-            std::string(d.nome) + " has no compression " + tra_apici(chiesta) + ": it takes " +
-            OIIO::Strutil::join(std::views::transform(d.compressioni, &Compressione::nome), ", "));
-    long long livello = 0;
-    if (fine < chiesta.size() &&
-        (!leggi_intero(chiesta.substr(fine + 1), livello) || livello < 1 || livello > c->massimo))
-        rifiuta("the compression " + nome + " of " + d.nome +
-                (c->massimo > 0 ? " takes a level from 1 to " + std::to_string(c->massimo)
-                                : " takes no level") +
-                ", not " + tra_apici(chiesta));
-}
-
-// As asked for, else as it was read where the kind of file is the same, else the usual one.
-std::string scegli_profondita(Formato f, const Foto& foto, const Scrittura& come)
-{
-    if (!come.profondita.empty())
-        return come.profondita;
-    const std::vector<std::string>& tutte = descrizione(f).profondita;
-    const bool dieci = foto.testata.get_int_attribute("oiio:BitsPerSample") == 10;
-    if (f == foto.formato)
-        for (const char* letta : {dieci ? "uint10" : "", foto.testata.format.c_str(), "float"})
-            if (std::ranges::count(tutte, letta) > 0)
-                return letta;
-    return tutte.front();
-}
-
-// --- Metadata ------------------------------------------------------------------------------------
-
-// Drops what told the colours of the picture that was read, or how its file was laid out. Not by
-// erase_attribute, whose patterns know no alternatives.
-void togli_superati(OIIO::ImageSpec& s)
-{
-    static const std::regex SUPERATI(
-        "ICCProfile.*|chromaticities|adoptedNeutral|whiteLuminance|(oiio:|Exif:)(ColorSpace|Gamma)|"
-        "dpx:(Transfer|Colorimetric|Gamma|ImageDescriptor|Packing|EndOf.*|Low.*|High.*|BlackLevel|"
-        "WhiteLevel|BreakPoint)|"
-        "oiio:(subimages|BitsPerSample|UnassociatedAlpha)|planarconfig|"
-        "tiff:(PhotometricInterpretation|PlanarConfiguration|Compression|RowsPerStrip|ColorSpace)|"
-        "png:filter|jpeg:(subsampling|progressive)|(openexr:)?chunkCount|"
-        "openexr:(levelmode|roundingmode|lineOrder)|textureformat|wrapmodes|type",
-        std::regex::icase);
-    std::erase_if(s.extra_attribs, [](const OIIO::ParamValue& v) {
-        return std::regex_match(v.name().string(), SUPERATI);
-    });
-}
-
-OIIO::TypeDesc byte_di(std::size_t quanti)
-{
-    return {OIIO::TypeDesc::UINT8, static_cast<int>(quanti)};
-}
-
-// A text, or a block of bytes that is one.
-std::string testo_in(const OIIO::ImageSpec& testata, const char* nome)
-{
-    const OIIO::ParamValue* v = testata.find_attribute(nome);
-    if (v != nullptr && v->type().basetype == OIIO::TypeDesc::UINT8)
-        return {static_cast<const char*>(v->data()), v->type().size()};
-    return testata.get_string_attribute(nome);
-}
-
-// Each format keeps its own few texts: EXR and PNG any name, JPEG a history, of which ours is all,
-// TIFF and DPX only a description and a block of user data, to which ours is added behind what
-// stands there.
-void posa_impostazioni(OIIO::ImageSpec& testata, Formato f, const std::string& impostazioni)
-{
-    if (f == Formato::exr || f == Formato::png)
-        return testata.attribute(SEGNO, impostazioni);
-    const char* nome = f == Formato::jpeg   ? "Exif:ImageHistory"
-                       : f == Formato::tiff ? "ImageDescription"
-                                            : "dpx:UserData";
-    std::string s = f == Formato::jpeg ? "" : testo_in(testata, nome);
-    if (const std::size_t nostre = s.find(SEGNO); nostre != std::string::npos)
-        s.erase(nostre == 0 ? 0 : s.find_last_not_of('\n', nostre - 1) + 1);
-    s += std::string(s.empty() ? "" : "\n") + SEGNO + " " + impostazioni;
-    if (f == Formato::dpx)
-        testata.attribute(nome, byte_di(s.size()), s.data());
-    else
-        testata.attribute(nome, s);
-}
-
-// The frame alone, with no window around it.
-void senza_finestra(OIIO::ImageSpec& s)
-{
-    s.x = s.y = 0;
-    s.set_roi_full(s.roi());
-}
-
-// A damaged header may tell of a display window or of a shape of pixels that cannot be, and that a
-// writer would refuse: the picture is good without.
-void sana_testata(OIIO::ImageSpec& s)
-{
-    constexpr int LONTANO = 1 << 24;  // pixels
-    const auto vicino = [](int v) { return v > -LONTANO && v < LONTANO; };
-    const int numeri[] = {s.x, s.y, s.full_x, s.full_y, s.full_width, s.full_height};
-    if (!std::ranges::all_of(numeri, vicino) || s.full_width < 1 || s.full_height < 1)
-        senza_finestra(s);
-    const float forma = s.get_float_attribute("PixelAspectRatio", 1.0f);
-    if (!(forma >= 1e-6f && forma <= 1e6f))
-        s.erase_attribute("PixelAspectRatio");
-}
-
-// What the values are, in the words that oiiotool and ffmpeg read.
-void dichiara_colore(OIIO::ImageSpec& s, Formato f, const std::string& colore)
-{
-    const bool schermo = colore == SCHERMO;
-    s.attribute(f == Formato::exr ? SPAZIO_EXR : "oiio:ColorSpace", colore);
-    if (f == Formato::dpx) {
-        s.attribute("dpx:Transfer", schermo ? "ITU-R 709-4" : "User defined");
-        s.attribute("dpx:Colorimetric", schermo ? "ITU-R 709-4" : "User defined");
-        s.erase_attribute("oiio:ColorSpace");
-    } else if (schermo && f == Formato::exr) {
-        constexpr float REC709[] = {0.64f, 0.33f, 0.30f, 0.60f, 0.15f, 0.06f, 0.3127f, 0.3290f};
-        s.attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8), REC709);
-    } else if (schermo) {
-        const auto& profilo = profilo_schermo();
-        s.attribute("ICCProfile", byte_di(profilo.size()), profilo.data());
-    }
-}
-
-OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come,
-                              const std::string& profondita, const std::string& impostazioni)
-{
-    OIIO::ImageSpec s(foto.larghezza, foto.altezza, foto.alfa && f != Formato::jpeg ? 4 : 3,
-                      OIIO::TypeDesc(profondita == "uint10" ? "uint16" : profondita));
-    s.extra_attribs = foto.testata.extra_attribs;
-    s.x = foto.testata.x;
-    s.y = foto.testata.y;
-    s.set_roi_full(foto.testata.roi_full());
-    // The others know no window, or none left of or above the frame's.
-    if (f != Formato::exr && (f != Formato::tiff || s.x < 0 || s.y < 0))
-        senza_finestra(s);
-    sana_testata(s);
-
-    const bool non_associata = foto.testata.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0 ||
-                               foto.formato == Formato::png || f == Formato::png;
-    togli_superati(s);
-    if (f != foto.formato || !come.compressione.empty())
-        s.erase_attribute("compression");
-    s.erase_attribute(SEGNO);
-    if (non_associata)
-        s.attribute("oiio:UnassociatedAlpha", 1);
-    dichiara_colore(s, f, foto.colore);
-    if (!come.compressione.empty() && f != Formato::png)
-        s.attribute("compression", come.compressione);
-    if (f == Formato::dpx)
-        s.attribute("oiio:BitsPerSample", std::stoi(profondita.substr(4)));
-    if (f == Formato::tiff && s.get_string_attribute("compression", "zip") == "zip")
-        s.attribute("compression", "zip:2");  // the last percents take most of the time
-    if (f == Formato::png) {
-        s.attribute("png:filter", 16);  // differences along the row: small, and fast to make
-        const bool livello = come.compressione.find(':') != std::string::npos;
-        s.attribute("png:compressionLevel", livello ? come.compressione.back() - '0' : 2);
-    }
-    if (f == Formato::jpeg) {
-        s.attribute("CompressionQuality", 95);
-        s.attribute("jpeg:subsampling", "4:4:4");
-    }
-    s.attribute("Software", "provino " PROVINO_VERSIONE);
-    if (!impostazioni.empty())
-        posa_impostazioni(s, f, impostazioni);
-    return s;
-}
-
-// --- Writing -------------------------------------------------------------------------------------
-
-bool scrivi_pixel(OIIO::ImageOutput& uscita, const Foto& f, const std::string& profondita)
-{
-    if (!profondita.starts_with("uint"))
-        return uscita.write_image(OIIO::TypeFloat, f.rgba.get(), 4 * sizeof(float));
-    // Fewer bits stand at the top of 16 with the first ones repeated, which is the same fraction.
-    const int bit = std::stoi(profondita.substr(4));
-    const auto massimo = static_cast<float>((1 << bit) - 1);
-    std::vector<std::uint16_t> v(quanti_float(f));
-    for (std::size_t i = 0; i < v.size(); ++i) {
-        const unsigned n = codice(f.rgba[i], massimo);
-        v[i] = static_cast<std::uint16_t>(n << (16 - bit) | n >> (2 * bit - 16));
-    }
-    return uscita.write_image(OIIO::TypeUInt16, v.data(), 4 * sizeof(v[0]));
-}
-
 }  // namespace
 
 Foto foto_nuova(int larghezza, int altezza, bool alfa)
@@ -422,67 +204,8 @@ Foto leggi_foto(const fs::path& file, const Scelta& scelta)
             v[c] = k[c] < 0 ? 1.0f : letti[passo * i + k[c] - *primo];
         std::copy(v.begin(), v.end(), &f.rgba[4 * i]);
     }
-    raddrizza_bit(f);
-    if (f.formato == Formato::dpx)
-        rendi_persi(l.dati, f);
+    sana_letti(l.dati, f);
     return f;
-}
-
-void controlla_scrittura(const fs::path& file, const Scrittura& come)
-{
-    const Formato f = formato_dal_nome(file);
-    const std::vector<std::string>& tutte = descrizione(f).profondita;
-    if (!come.profondita.empty() && std::ranges::count(tutte, come.profondita) == 0)
-        rifiuta(std::string(descrizione(f).nome) + " has no depth " + tra_apici(come.profondita) +
-                ": it takes " + OIIO::Strutil::join(tutte, ", "));
-    if (!come.compressione.empty())
-        controlla_compressione(f, come.compressione);
-}
-
-void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
-                 const std::string& impostazioni)
-{
-    const Formato f = formato_dal_nome(file);
-    if (foto.alfa && f == Formato::jpeg)
-        nota(file.string(), "holds no alpha, as no JPEG does: it is left out");
-    const std::string profondita = scegli_profondita(f, foto, come);
-    const OIIO::ImageSpec testata = spec_d_uscita(f, foto, come, profondita, impostazioni);
-
-    scrivi_intero(file, come.sovrascrivi, [&](const fs::path& provvisorio) {
-        // Into memory, so that a full disk is told by our own write and never missed. TIFF alone
-        // reads back what it wrote, which that memory cannot do.
-        std::vector<unsigned char> memoria;
-        OIIO::Filesystem::IOVecOutput verso(memoria);
-        const auto uscita = OIIO::ImageOutput::create(descrizione(f).oiio);
-        if (f == Formato::tiff)
-            scrivi_byte(provvisorio, {}, file.string());  // tells the system's reason
-        else if (uscita)
-            uscita->set_ioproxy(&verso);
-        if (!uscita || !uscita->open(provvisorio.string(), testata) ||
-            !scrivi_pixel(*uscita, foto, profondita) || !uscita->close())
-            fallisci("cannot write " + tra_apici(file.string()) + ": " +
-                     in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
-        if (f == Formato::exr) {
-            const std::string nome = std::string(SPAZIO_EXR) + '\0' + "string";
-            const auto dove = std::search(memoria.begin(), memoria.end(), nome.begin(), nome.end());
-            if (dove != memoria.end())
-                std::copy_n("oiio", 4, dove);
-        }
-        if (f != Formato::tiff)
-            scrivi_byte(provvisorio, memoria, file.string());
-    });
-}
-
-std::optional<std::string> impostazioni_in(const OIIO::ImageSpec& testata)
-{
-    if (const std::string proprio = testo_in(testata, SEGNO); !proprio.empty())
-        return proprio;
-    for (const char* nome : {"ImageDescription", "Exif:ImageHistory", "dpx:UserData"}) {
-        const std::string testo = testo_in(testata, nome);
-        if (const std::size_t p = testo.find(SEGNO); p != std::string::npos)
-            return testo.substr(p + SEGNO_IMPOSTAZIONI.size());
-    }
-    return std::nullopt;
 }
 
 }  // namespace varno::provino

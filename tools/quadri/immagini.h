@@ -73,7 +73,8 @@ Foto leggi_foto(const std::filesystem::path& file, const Scelta& scelta = {});
 OIIO::ImageSpec leggi_testata(const std::filesystem::path& file);
 
 /// Throws Errore (usage) where the format of the name has no such depth or compression.
-void controlla_scrittura(const std::filesystem::path& file, const Scrittura& come);
+void controlla_scrittura(const std::filesystem::path& file, const Scrittura& come,
+                         bool o_filmato = false);
 
 /// Writes in the format that the name tells. Integers are rounded and held to 0..1, a NaN becomes
 /// 0. Metadata follows, but for what told the colours of the file that was read: in its place

@@ -1,15 +1,32 @@
 // What is read: a picture, a numbered sequence or a movie, all asked alike for a frame.
 #include "tools/quadri/sorgente.h"
 
-#include "tools/errore.h"
+#include "tools/messaggi.h"
 
 #include <OpenImageIO/strutil.h>
 
 #include <filesystem>
 #include <numeric>
+#include <regex>
 #include <system_error>
 
 namespace varno::provino {
+namespace {
+
+// The word for log or a wide gamut in what a source tells of itself or is called; empty: none.
+std::string parola_di_log(const std::string& testo)
+{
+    static const std::regex PAROLE(
+        "(^|[^a-z0-9])((s-?|v-?|n-?|d-?|l-?|c-?|f-?|canon[ _-]?|apple[ _-]?)log ?-?[0-9]?|"
+        "log-?c[34]?|log3g10|log(100|316)|kodaklog|logarithmic|printing density|"
+        "s-?gamut3?(\\.cine)?|v-?gamut|cinema ?gamut|(bt|rec)\\.?2020|smpte43[12])"
+        "([^a-z0-9]|$)",
+        std::regex::icase);
+    std::smatch m;
+    return testo.size() < 4096 && std::regex_search(testo, m, PAROLE) ? m[2].str() : "";
+}
+
+}  // namespace
 
 Sorgente apri_sorgente(const std::string& nome, const Scelta& scelta, const ColoriFilmato& colori,
                        std::optional<long long> primo)
@@ -52,6 +69,36 @@ OIIO::ImageSpec leggi_testata(const Sorgente& s)
 {
     return s.proiezione ? testata_di(s.proiezione->filmato, 1)
                         : leggi_testata(nome_al(s, s.numeri.front()));
+}
+
+void avvisa_dei_colori(const Sorgente& s, const OIIO::ImageSpec& testata,
+                       const std::string& formato)
+{
+    const Filmato vuoto;
+    const Filmato& f = s.proiezione ? s.proiezione->filmato : vuoto;
+    if (s.proiezione ? f.impostazioni.has_value() : impostazioni_in(testata).has_value())
+        return nota(s.nome, "was developed by provino already, and is once more");
+    const bool hlg = f.trasferimento == "arib-std-b67";
+    if (hlg || f.trasferimento == "smpte2084")
+        return nota(s.nome, std::string("is tagged as ") + (hlg ? "HLG" : "PQ") +
+                                ", which is none of the log formats: its tones will not be right");
+    if (!OIIO::Strutil::contains(formato, "No Log"))
+        return;
+    const OIIO::TypeDesc otto(OIIO::TypeDesc::FLOAT, 8);
+    const OIIO::ParamValue* primari = testata.find_attribute("chromaticities", otto);
+    const bool ampi = primari != nullptr && primari->get_float_indexed(3) > 0.65f;  // y of green
+    std::string detto = ampi ? "a wide gamut" : "";
+    std::vector<std::string> testi = {std::filesystem::path(s.nome).filename().string(),
+                                      f.trasferimento, f.primari};
+    for (const OIIO::ParamValue& v : testata.extra_attribs)
+        if (v.type() == OIIO::TypeString && v.name() != "Software" &&
+            v.name() != "Exif:ImageHistory")  // which name commands and other files
+            testi.push_back(v.get_string());
+    for (const std::string& t : testi)
+        detto = detto.empty() ? parola_di_log(t) : detto;
+    if (!detto.empty())
+        nota(s.nome, "tells of " + detto + ", and the log format is " + formato +
+                         ": -p formato chooses another");
 }
 
 std::string leggi_cadenza(const Sorgente& s)

@@ -52,6 +52,11 @@ Foto leggi(const Sorgente& s, long long n);
 /// Size and metadata of the first frame, without its pixels. Throws Errore.
 OIIO::ImageSpec leggi_testata(const Sorgente& s);
 
+/// Notes on what a frame with that metadata is, as far as it does not fit the log format: HLG, PQ,
+/// log or a wide gamut left at none, or what provino made.
+void avvisa_dei_colori(const Sorgente& s, const OIIO::ImageSpec& testata,
+                       const std::string& formato);
+
 /// Frames a second as the source tells, "24000/1001"; empty where it does not. Throws Errore.
 std::string leggi_cadenza(const Sorgente& s);
 

@@ -79,6 +79,9 @@ void controlla_uscita(const fs::path& finale, bool sovrascrivi)
     if (!fs::is_directory(cartella, e))
         fallisci("there is no folder " + tra_apici(cartella.string()) +
                  " to write into: make it first");
+    if (access(cartella.c_str(), W_OK) != 0)
+        fallisci("cannot write " + tra_apici(finale.string()) + ": " +
+                 std::generic_category().message(errno));
 }
 
 Provvisorio::Provvisorio(const fs::path& dato)
