@@ -294,13 +294,25 @@ class Filmati(Prova):
                            preexec_fn=lambda: os.geteuid() or os.setuid(65534))  # the superuser writes anywhere
         self.assertEqual(r.stderr, "provino: cannot write 'chiusa/o.mov': Permission denied\n")
 
+    def test_programs_that_ended_leave_no_descriptor(self):
+        os.mkdir(self.qui("bin"))
+        for nome in ("ffmpeg", "ffprobe"):
+            Path(self.qui("bin/" + nome)).write_text('#!/bin/sh\nls -l /proc/$PPID/fd > "%s"\nexec %s "$@"\n' % (
+                self.qui("aperti"), shutil.which(nome)))
+            os.chmod(self.qui("bin/" + nome), 0o755)
+        self.clip("in.mkv", "-c:v ffv1")
+        self.fai("confronta in.mkv in.mkv", ambiente={"PATH": self.qui("bin") + ":" + os.environ["PATH"]})
+        # Seen from the last one: its own messages, those of the other that is read, and a pipe from each.
+        aperti = Path(self.qui("aperti")).read_text()
+        self.assertEqual((aperti.count("memfd:"), aperti.count("pipe:") - 2), (2, 2), aperti)
+
     def test_a_killed_program_takes_the_others_with_it(self):
-        # Long enough that none has ended when it is killed: then there was nobody under its number.
-        self.clip("in.mkv", "-c:v ffv1", 60, "640x360")
+        self.clip("in.mkv", "-c:v ffv1", 8, "640x360")
         for chi, segno in (("passthrough", signal.SIGKILL), ("thread_queue_size", signal.SIGKILL),
                            ("", signal.SIGINT), ("", signal.SIGTERM), ("", signal.SIGKILL)):
             with self.subTest(chi=chi, segno=segno):
-                p = subprocess.Popen([PROVINO, "sviluppa", "in.mkv", "o.mov", "--plugin", BUNDLE],
+                # A parent in the background ignores SIGINT; a run that went on would be in the next one's way.
+                p = subprocess.Popen([PROVINO, "sviluppa", "in.mkv", "o.mov", "--overwrite", "--plugin", BUNDLE],
                                      cwd=self.cartella, stderr=subprocess.PIPE, text=True,
                                      preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
                 figli = []
