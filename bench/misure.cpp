@@ -44,14 +44,14 @@ struct Stanza {
     explicit Stanza(const Misura& m) : scena(m.larghezza, m.altezza) {}
 
     Scena scena;
-    Immagine immagine;
+    Piano immagine;
     Piano piano, altro, valori;
 
     void con_piani()
     {
         if (!immagine.empty())
             return;
-        immagine = Immagine(scena.pixel() * 3, 0.5f);
+        immagine = Piano(scena.pixel() * 3, 0.5f);
         for (Piano* p : {&piano, &altro, &valori})
             *p = Piano(scena.pixel(), 0.5f);
     }

@@ -183,7 +183,7 @@ void copia(Scena& scena)
         });
 }
 
-void in_immagine(const Lut3D& lut, Scena& scena, Immagine& immagine, Piano& alfa)
+void in_immagine(const Lut3D& lut, Scena& scena, Piano& immagine, Piano& alfa)
 {
     const auto riga = static_cast<std::size_t>(scena.larghezza);
     parallel_for(static_cast<std::uint64_t>(scena.altezza), [&](std::uint64_t y) {
@@ -192,7 +192,7 @@ void in_immagine(const Lut3D& lut, Scena& scena, Immagine& immagine, Piano& alfa
     });
 }
 
-void copia_in_piani(Scena& scena, Immagine& immagine, Piano& alfa)
+void copia_in_piani(Scena& scena, Piano& immagine, Piano& alfa)
 {
     const auto riga = static_cast<std::size_t>(scena.larghezza);
     parallel_for(static_cast<std::uint64_t>(scena.altezza), [&](std::uint64_t y) {

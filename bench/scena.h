@@ -47,12 +47,12 @@ void quadro(const Lut3D& lut, Scena& scena, const FxRicetta& ricetta);
 void quadro_semplice(const std::vector<float>& tavola, Scena& scena, const FxRicetta& ricetta);
 
 /// The grading of a whole frame alone.
-void in_immagine(const Lut3D& lut, Scena& scena, Immagine& immagine, Piano& alfa);
+void in_immagine(const Lut3D& lut, Scena& scena, Piano& immagine, Piano& alfa);
 
 /// The machine's limits. A frame copied on threads, 16 bytes a pixel; its shape changed on the way
 /// as the table pass does, to RGB and alpha; and memory fresh from the system, written once.
 void copia(Scena& scena);
-void copia_in_piani(Scena& scena, Immagine& immagine, Piano& alfa);
+void copia_in_piani(Scena& scena, Piano& immagine, Piano& alfa);
 void primo_tocco(std::size_t byte);
 
 }  // namespace varno::bench

@@ -12,8 +12,8 @@ struct RendiPiano {
     void operator()(float* p) const noexcept;
 };
 
-/// The project's one growable array of floats: a plane of one float a pixel, or a working image of
-/// three. Moves, does not copy; one that was moved from may only be assigned to. Zeroes come from
+/// The project's one growable array of floats: a plane of one float a pixel, or pixels of
+/// several. Moves, does not copy; one that was moved from may only be assigned to. Zeroes come from
 /// the system as untouched pages. A size that cannot be had throws std::bad_alloc.
 struct Piano {
     Piano() noexcept = default;
@@ -41,9 +41,6 @@ struct Piano {
     std::size_t lunghezza = 0;
 };
 
-/// Three floats a pixel, interleaved, row after row.
-using Immagine = Piano;
-
 /// n floats whose contents are unspecified, for what is written before it is read; in_pagine: many
 /// of them straight from the system, for what is given back soon. Throws std::bad_alloc.
 Piano piano_di_lavoro(std::size_t n, bool in_pagine = false);
@@ -53,6 +50,9 @@ struct Campo {
     float* dati = nullptr;
     std::ptrdiff_t passo = 0;  // floats from one row to the next, also backwards
 };
+
+/// The picture while it is worked on: three floats a pixel, interleaved.
+using Immagine = Campo;
 
 inline float* riga_di(const Campo& c, std::ptrdiff_t y)
 {

@@ -16,7 +16,7 @@ namespace {
 // What a frame has while its plan runs.
 struct Corsa {
     const Programma& programma;
-    Campo immagine;
+    Immagine immagine;
     float* memoria;
     double* somme;  // of the rows, where the mean is asked for
     const Porte& porte;
@@ -188,7 +188,7 @@ void corri(Corsa& c, const Membro& io)
 
 }  // namespace
 
-void applica_fx(const Programma& p, const Campo& immagine, float* memoria, const Porte& porte)
+void applica_fx(const Programma& p, const Immagine& immagine, float* memoria, const Porte& porte)
 {
     auto* const somme = reinterpret_cast<double*>(memoria + p.somme);
     Corsa c = {p, immagine, memoria, somme, porte, p.quadro};

@@ -23,7 +23,7 @@ struct Porte {
 /// behind them for its piano_in_quadro; what stays there is unspecified. memoria: as many floats as
 /// the plan says. Everything that may fail, and then leaves as an exception, comes before the first
 /// row is called for.
-void applica_fx(const Programma& programma, const Campo& immagine, float* memoria,
+void applica_fx(const Programma& programma, const Immagine& immagine, float* memoria,
                 const Porte& porte);
 
 }  // namespace varno

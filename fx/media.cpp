@@ -50,7 +50,7 @@ double somma_di_riga(const float* luma, const Quadro& q)
     return gNuclei->piani.somma_intera(luma, q.larghezza, scala_di(q));
 }
 
-float media_di(const Campo& immagine, const Quadro& q, const double* somme, float* luma)
+float media_di(const Immagine& immagine, const Quadro& q, const double* somme, float* luma)
 {
     const auto scala = static_cast<double>(scala_di(q));
     double somma = 0.0;

@@ -38,8 +38,7 @@ struct Sviluppo {
     Finestra uscita;
     std::ptrdiff_t larghezza;
     std::vector<Alfa> alfa;
-    float*
-        da_parte;  // rows of alpha, where the source may be overwritten before they are asked for
+    float* da_parte;  // rows of alpha, where the source is overwritten before they are asked for
 };
 
 void passata_colore(Sviluppo& s, float* rgb, std::ptrdiff_t y)
@@ -118,8 +117,8 @@ void sviluppa(const Lut3D& lut, const Finestra& sorgente, const Finestra& uscita
                   .alfa = std::vector<Alfa>(righe),
                   .da_parte = insieme ? quadro + immagine : nullptr};
     applica_fx(p,
-               in_finestra ? Campo{riga_di(uscita, 0), uscita.passo / BYTE_FLOAT}
-                           : Campo{quadro, static_cast<std::ptrdiff_t>(passo)},
+               in_finestra ? Immagine{riga_di(uscita, 0), uscita.passo / BYTE_FLOAT}
+                           : Immagine{quadro, static_cast<std::ptrdiff_t>(passo)},
                memoria.data(),
                {.entra = [&](float* rgb, std::ptrdiff_t y) { passata_colore(s, rgb, y); },
                 .esce = [&](const float* rgb, std::ptrdiff_t y) { passata_scrittura(s, rgb, y); }});

@@ -11,7 +11,7 @@ using doctest::Approx;
 namespace {
 
 struct Tavolozza {
-    Immagine img;
+    Piano img;
     int larghezza, altezza;
 
     Tavolozza(int w, int h, float grigio = 0.0f)

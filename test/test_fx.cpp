@@ -48,7 +48,7 @@ void prova(Giro& giro, int contenuto, Misura m, const FxRicetta& ricetta, int ri
     CAPTURE(m.altezza);
     CAPTURE(contenuto);
     Campioni atteso = quadro(contenuto, m, static_cast<std::uint32_t>(giro.passo));
-    Immagine avuto = piano_di(atteso);
+    Piano avuto = piano_di(atteso);
     constexpr std::ptrdiff_t DISTANZE[] = {0, 3, -1, 64};
     applica_fx(avuto, m.larghezza, m.altezza, ricetta, riduzione, DISTANZE[giro.passo % 4]);
     semplici::applica_fx(atteso, m.larghezza, m.altezza, ricetta, riduzione);
@@ -177,7 +177,7 @@ TEST_CASE("effects that are off leave every bit and have no plan")
             r.*e.campo = spento;
         const Programma p = programma_di(r, 37, 19, false, 1);
         CHECK(solo_passaggio(p));
-        Immagine img = piano_di(prima);
+        Piano img = piano_di(prima);
         applica_fx(img, 37, 19, r);
         CHECK(std::memcmp(img.data(), prima.data(), prima.size() * sizeof(float)) == 0);
     }

@@ -121,7 +121,7 @@ Quadri per_catena()
             banco::Tela quadro = scena::disegno(m.larghezza, m.altezza, 1);
             float* rgba = banco::pixel(quadro, 0, 0);
             const auto pixel = static_cast<std::size_t>(m.larghezza * m.altezza);
-            Immagine img(pixel * 3);
+            Piano img(pixel * 3);
             for (std::size_t k = 0; k < pixel * 3; ++k)
                 img[k] = std::isfinite(rgba[k]) ? rgba[k] : 0.5f;
             applica_fx(img, m.larghezza, m.altezza, r);
