@@ -101,14 +101,6 @@ void avvisa_dei_colori(const Sorgente& s, const OIIO::ImageSpec& testata,
                          ": -p formato chooses another");
 }
 
-std::string leggi_cadenza(const Sorgente& s)
-{
-    if (s.proiezione)
-        return s.proiezione->filmato.cadenza;
-    ModoFilmato modo;
-    return segui(modo, leggi_testata(s)) ? modo.cadenza : "";
-}
-
 std::optional<std::string> leggi_impostazioni(const Sorgente& s)
 {
     return s.proiezione ? s.proiezione->filmato.impostazioni : impostazioni_in(leggi_testata(s));

@@ -57,9 +57,6 @@ OIIO::ImageSpec leggi_testata(const Sorgente& s);
 void avvisa_dei_colori(const Sorgente& s, const OIIO::ImageSpec& testata,
                        const std::string& formato);
 
-/// Frames a second as the source tells, "24000/1001"; empty where it does not. Throws Errore.
-std::string leggi_cadenza(const Sorgente& s);
-
 /// The settings that provino left in it, if any. Throws Errore.
 std::optional<std::string> leggi_impostazioni(const Sorgente& s);
 
