@@ -216,6 +216,30 @@ class Filmati(Prova):
         self.fai("sviluppa o3.exr s.mov --frames 1-2")
         self.assertEqual(self.ffprobe("s.mov", "stream")["streams"][0]["r_frame_rate"], "30000/1001")
 
+    def test_a_card_becomes_a_movie_of_each_clip_and_goes_on(self):
+        os.makedirs(self.qui("card/sub"))
+        for nome in "abc":
+            self.clip("card/%s.mov" % nome, "-c:v prores_ks -c:a pcm_s16le", 0.3)
+        os.rename(self.qui("card/c.mov"), self.qui("card/sub/c it's: 50%.mov"))
+        Path(self.qui("card/list.xml")).touch()
+        modo = "sviluppa card --to card/out --as .mkv --scale 48 --burn name,timecode "
+        self.fai(modo)
+        self.assertEqual(sorted(os.listdir(self.qui("card/out"))), ["a.mkv", "b.mkv", "c it's: 50%.mkv"])
+        detto = self.ffprobe("card/out/c it's: 50%.mkv", "stream")["streams"]
+        self.assertEqual([(t.get("width"), t.get("height"), t["codec_type"]) for t in detto],
+                         [(48, 28, "video"), (None, None, "audio")])
+        prima = self.byte("card/out/a.mkv")
+        os.remove(self.qui("card/out/b.mkv"))
+        Path(self.qui("card/d.mov")).write_bytes(b"no movie")
+        r = self.lancia(modo + "--json")
+        self.assertEqual((r.returncode, json.loads(r.stdout.splitlines()[-1])),
+                         (FALLITO, {"clips": 4, "done": 1, "skipped": 2, "failed": ["card/d.mov"]}))
+        self.assertEqual(self.byte("card/out/a.mkv"), prima)
+        self.fai("sviluppa card/b.mov b.mkv --scale 48")
+        con, senza = (self.pixel(f, "gray") for f in ("card/out/b.mkv", "b.mkv"))
+        self.assertEqual(con[:48 * 2], senza[:48 * 2])  # letters stand at the bottom
+        self.assertNotEqual(con[48 * 8:48 * 28], senza[48 * 8:48 * 28])
+
     def test_it_is_shown_as_a_player_turns_it(self):
         self.clip("a.mkv", "-c:v ffv1 -pix_fmt yuv422p10le -an", 0.2)
         self.ffmpeg("-i a.mkv -c:v libx264 -qp 0 a.mp4")
@@ -276,6 +300,8 @@ class Filmati(Prova):
                 (FALLITO, "cannot write 'o.mov': .*(File too large|No space)", "in.mov o.mov",
                  {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (300000, 300000))}),
                 (USO, "did you mean 'prores'", "in.mov o.mov --codec prors", {}),
+                (USO, "goes from 0 to 51, the lower the better, not '999'", "in.mov o.mp4 --quality 999", {}),
+                (USO, "must end in .exr.* or as a movie in .mov", "in.mov o.avi", {}),
                 (USO, "takes no samples 'rgb24'", "in.mov o.mov --codec libx264:rgb24", {}),
                 (USO, "--rate is for a sequence", "in.mov o.mov --rate 25", {}),
                 (USO, "--codec and --quality are for a movie", "in.mov o#.png --codec prores", {}),

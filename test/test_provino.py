@@ -189,9 +189,21 @@ class Parole(Prova):
                 (USO, "has a place for a frame number", "sviluppa s.exr o.##.exr"),
                 (USO, "is one movie for all frames", "sviluppa c.###.exr o.##.mov"),
                 (USO, "or as a movie in .mov", da + " o.gif --frames 1-3"),
-                (USO, ".jpg or .jpeg: that", "looks s.exr l.mov")):
+                (USO, ".jpg or .jpeg: that", "looks s.exr l.mov"),
+                (USO, "as in ev=-1,0,1, not 'ev'", "looks s.exr o.png -p formato=0 --wedge ev"),
+                (USO, "takes .mov, .mp4", da + " --to . --as .gif"),
+                (USO, "would both become './s.mp4'", da + " ./s.exr --to . --as mp4"),
+                (FALLITO, "there is no clip in 'c*.mov'", "sviluppa c*.mov --to ."),
+                (USO, "for a movie that is written", su + " --scale 960")):
             with self.subTest(" ".join(argomenti)):
                 self.rifiuta(uscita, re.escape(messaggio), *argomenti)
+
+    def test_the_shell_is_told_what_may_follow(self):
+        for parole, attese in (("sviluppa --codec", {"prores", "ffv1"}), ("looks --range", {"legal", "full"}),
+                               ("sviluppa -p", {"look=", "look=Cinema Print"}), ("", {"sviluppa", "--help"})):
+            self.assertLessEqual(attese, set(self.fai("--complete " + parole, ambiente={"OFX_PLUGIN_PATH": os.path.dirname(BUNDLE)})
+                                                 .stdout.splitlines()))
+        self.assertEqual(self.fai("help looks").stdout, self.fai("looks --help").stdout)
 
     def test_the_parameters_are_listed(self):
         self.assertRegex(self.fai("parametri").stdout,
@@ -338,7 +350,12 @@ class Immagini(Prova):
             with self.subTest(argomenti):
                 r = self.fai("sviluppa --overwrite -p forza=0 -p formato=0 " + argomenti)
                 self.assertRegex(r.stderr, r"\A(?m:^provino: note: .*%s.*$)\n\Z" % testo)
-        self.assertEqual(self.fai("sviluppa --quiet --overwrite " + argomenti).stderr, "")
+        for cosa, perde in ((argomenti, False), ("c#.tif o#.exr -p formato=0", True)):
+            modo = "sviluppa -p forza=0 --overwrite %s " % cosa
+            self.assertEqual("note" in self.fai(modo + "--quiet").stderr, perde)
+            r = self.fai(modo + "--json")
+            note = [n for n in map(json.loads, r.stdout.splitlines()) if "note" in n]
+            self.assertEqual(([n["loss"] for n in note], r.stderr), ([perde], ""))
         self.fai("sviluppa grey.tif g.exr -p formato=0")
         for scelta in ("parts.exr --part b", "parts.exr --part=1", "layers.exr --layer key"):
             self.assertEqual(self.fai("sviluppa %s o.exr --overwrite -p formato=0" % scelta).stderr, "")
@@ -417,10 +434,14 @@ class Sequenze(Prova):
         self.assertRegex(detto, r"(?s)b01.png: exists, skipped\n.*0 of 12 frames .*, 12 skipped\n\Z")
 
     def test_progress_is_told_as_asked(self):
-        modo = "sviluppa s.exr o#.png --frames 1-3 --overwrite"
+        modo = "sviluppa s.exr o#.png --frames 1-3 --overwrite -p formato=0"
         self.assertRegex(self.fai(modo).stdout, r"\Aplug-in /.*\.ofx\no1.png: done in [\d.]+ s\no2.png.*\no3.png.*\n"
                                                 r"3 of 3 frames in [^\n]+\n\Z")
-        self.assertEqual(self.fai(modo + " --quiet").stdout, "")
+        for muto in (modo, "tavola t.png --overwrite", "looks s.exr l.png --overwrite", "lut l.cube --overwrite"):
+            self.assertEqual(self.fai(muto + " --quiet").stdout, "")
+            self.assertIn("out", json.loads(self.fai(muto + " --json").stdout.splitlines()[-2 if muto == modo else -1]))
+        self.assertRegex(self.fai("sviluppa s.exr o.exr --dry-run").stdout, "would read 1 of 's.exr', 96x54")
+        self.assertFalse(os.path.exists(self.qui("o.exr")))
         detto = [json.loads(x) for x in self.fai(modo + " --json").stdout.splitlines()]
         self.assertTrue(detto[0]["plugin"].endswith(".ofx"))
         self.assertEqual([x["frame"] for x in detto[1:4]], [1, 2, 3])
@@ -443,6 +464,18 @@ class Fogli(Prova):
             centro = self.campioni("sviluppa f.tif -p look=%d" % look)[18][3 * 32:3 * 32 + 3]
             for a, b in zip(righe[y][3 * x:3 * x + 3], centro):
                 self.assertAlmostEqual(a, b, delta=1, msg="look %d" % look)
+
+    def test_a_wedge_shows_the_values_of_one_parameter_or_two(self):
+        self.flat("f.tif", 64, 36, (120, 90, 70))
+        for cunei, valori in (("--wedge ev=-1,0,1", [[-1, 0, 1]]),
+                              ("--wedge ev=-1,1 --wedge look=Amber,Brass,Silk", [[-1, 1]] * 3)):
+            righe = self.campioni("looks f.tif --depth uint8 " + cunei)
+            largo = len(righe[0]) // 3 // len(valori[0])
+            alto = len(righe) // len(valori)
+            self.assertGreater(largo, 420)
+            for riga, evs in enumerate(valori):
+                centri = [righe[riga * alto + alto // 3][3 * (largo * i + largo // 2)] for i in range(len(evs))]
+                self.assertEqual(centri, sorted(set(centri)), "more exposure is brighter")
 
     def test_the_effects_are_shown_alone(self):
         # A white square on the right of a dark field: three pairs a row, each of two parts of 64 by
@@ -514,7 +547,7 @@ class Guasti(Prova):
             Path(self.qui("m%04d.%s" % (i, formato))).write_bytes(dati)
         r = self.lancia("sviluppa m####.%s o####.%s.exr --continue-on-error --json" % (formato, formato), *NEUTRO)
         self.assertIn(r.returncode, (FATTO, FALLITO), r.stderr)
-        detti = [json.loads(x) for x in r.stdout.splitlines()][1:-1]
+        detti = [j for j in map(json.loads, r.stdout.splitlines()) if "status" in j]
         self.assertEqual(len(detti), len(quadri))
         for d in detti:
             self.assertEqual(os.path.exists(self.qui(d["out"])), d["status"] == "done")

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace varno::provino {
 
@@ -12,6 +13,11 @@ enum Uscita { FATTO = 0, FALLITO = 1, USO = 2, SENZA_PLUGIN = 3 };
 struct Errore {
     Uscita uscita = FALLITO;
     std::string testo;
+};
+
+/// Thrown for words of the command line that a command has no use for.
+struct Inattese {
+    std::vector<std::string> parole;
 };
 
 [[noreturn]] inline void fallisci(std::string testo)

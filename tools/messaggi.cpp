@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <mutex>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <unistd.h>
 
@@ -17,7 +18,7 @@ namespace {
 
 std::FILE* gErrori = stderr;
 std::mutex gMutex;
-std::atomic<bool> gMuto{false};
+std::atomic<Voce> gVoce{Voce::righe};
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool SANITIZZATO = true;  // their reports must be seen
@@ -40,6 +41,26 @@ void scrivi(const std::string& testo)
     std::fflush(gErrori);
 }
 
+void di_nota(const std::string& testo, bool perde)
+{
+    using Json = nlohmann::json;
+    static std::mutex mutex;
+    static std::set<std::string> dette;  // of many clips each is told once
+    {
+        const std::lock_guard<std::mutex> chiuso(mutex);
+        if (!dette.insert(testo).second)
+            return;
+    }
+    const Json j = {{"note", testo}, {"loss", perde}};
+    try {
+        if (gVoce == Voce::json)
+            riga(j.dump(-1, ' ', false, Json::error_handler_t::replace));
+    } catch (const Errore&) {  // a closed output is no reason to stop
+    }
+    if (gVoce == Voce::righe || (gVoce == Voce::muta && perde))
+        scrivi("provino: note: " + pulito(testo) + "\n");
+}
+
 }  // namespace
 
 void apri_messaggi()
@@ -60,10 +81,24 @@ void errore(const std::string& testo)
 {
     scrivi("provino: " + pulito(testo) + "\n");
 }
+
+void scegli_voce(bool json, bool muta)
+{
+    gVoce = json ? Voce::json : muta ? Voce::muta : Voce::righe;
+}
+
+Voce voce()
+{
+    return gVoce;
+}
+
 void avviso(const std::string& testo)
 {
-    if (!gMuto)
-        scrivi("provino: note: " + pulito(testo) + "\n");
+    di_nota(testo, false);
+}
+void perdita(const std::string& testo)
+{
+    di_nota(testo, true);
 }
 
 void nota(const std::string& file, const std::string& testo)
@@ -72,12 +107,13 @@ void nota(const std::string& file, const std::string& testo)
     static std::set<std::string> dette;
     const std::lock_guard<std::mutex> chiuso(mutex);
     if (dette.insert(testo).second)
-        avviso(tra_apici(file) + " " + testo);
+        perdita(tra_apici(file) + " " + testo);
 }
 
-void taci()
+void esito(const std::string& testo, const std::string& json)
 {
-    gMuto = true;
+    if (gVoce != Voce::muta)
+        riga(gVoce == Voce::json ? json : testo);
 }
 
 int canale_errori()

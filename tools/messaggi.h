@@ -9,16 +9,25 @@ namespace varno::provino {
 /// To be called once, before anything else.
 void apri_messaggi();
 
+/// How a run tells of itself: in lines for people, not at all but for losses, as lines of JSON.
+enum class Voce { righe, muta, json };
+void scegli_voce(bool json, bool muta);
+Voce voce();
+
 /// One line each on the error channel, "provino: ..."; line breaks and control characters become
 /// blanks. Any thread.
 void errore(const std::string& testo);
-void avviso(const std::string& testo);
 
-/// A note on a file, told for the first one alone of all that it fits.
+/// A note, and one on what is read and not written, which no voice keeps to itself. In JSON a line
+/// of the standard output.
+void avviso(const std::string& testo);
+void perdita(const std::string& testo);
+
+/// A loss of a file, told for the first one alone of all that it fits.
 void nota(const std::string& file, const std::string& testo);
 
-/// No notes from now on.
-void taci();
+/// What a command did, in the voice that was chosen.
+void esito(const std::string& testo, const std::string& json);
 
 /// Descriptor of the error channel.
 int canale_errori();

@@ -30,7 +30,7 @@ void aggiungi(CLI::App& app, const Opzione& o)
             voce = app.add_flag(o.nome, *dove, o.aiuto);
         else
             voce = app.add_option(o.nome, *dove, o.aiuto);
-        if constexpr (std::is_same_v<Valore, std::vector<std::string>>)
+        if (std::is_same_v<Valore, std::vector<std::string>> && o.nome[0] == '-')
             voce->type_size(1)->allow_extra_args(false);  // a list swallows file names behind it
         if constexpr (std::is_same_v<Valore, int> || std::is_same_v<Valore, double>)
             if (l.minimo < l.massimo && std::isfinite(l.massimo))
@@ -78,9 +78,18 @@ const CLI::App* comando(const CLI::App& app, const std::string& nome)
 
 // What may follow the words behind the program's name, one a line, for the shell to complete: a
 // command, an option of it, a parameter, a value. Files are the shell's own affair.
-void completa(const CLI::App& app, const std::vector<std::string>& parole)
+void completa(const CLI::App& app, const std::vector<Sottocomando>& comandi,
+              const std::vector<std::string>& parole)
 {
     const CLI::App* scelto = parole.empty() ? nullptr : comando(app, parole.front());
+    for (const Sottocomando& c : comandi)
+        for (const Opzione& o : c.opzioni)
+            if (scelto != nullptr && scelto->check_name(c.nome) && parole.back() == o.nome &&
+                o.limiti.valori.size() + o.limiti.proposte.size() > 0) {
+                std::ranges::for_each(o.limiti.valori, riga);
+                std::ranges::for_each(o.limiti.proposte, riga);
+                return;
+            }
     if (scelto == nullptr || (parole.back() != "-p" && parole.back() != "--param")) {
         for (const std::string& n : comandi_e_opzioni(scelto != nullptr ? *scelto : app))
             riga(n);
@@ -130,9 +139,11 @@ int esegui(int argc, char** argv)
                "  provino lut --size 65 amber.cube -p formato=0 -p look=Amber\n"
                "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 the plug-in cannot be loaded.");
 
-    for (const Sottocomando& c : {comando_parametri(), comando_sviluppa(), comando_looks(),
-                                  comando_effetti(), comando_tavola(), comando_lut(),
-                                  comando_confronta(), comando_misura(), comando_guarda()}) {
+    const std::vector<Sottocomando> comandi = {
+        comando_parametri(), comando_sviluppa(), comando_looks(),
+        comando_effetti(),   comando_tavola(),   comando_lut(),
+        comando_confronta(), comando_misura(),   comando_guarda()};
+    for (const Sottocomando& c : comandi) {
         CLI::App* questo = app.add_subcommand(c.nome, c.aiuto);
         for (const Opzione& o : c.opzioni)
             aggiungi(*questo, o);
@@ -142,29 +153,45 @@ int esegui(int argc, char** argv)
             questo->alias(c.inglese);
     }
 
+    std::vector<std::string> parole(argv + 1, argv + argc);
+    const std::string prima = parole.empty() ? "" : parole.front();
+    const auto tutto_altro = [&](const std::string& testo) {
+        const auto scelti = app.get_subcommands();
+        errore(testo + " ('provino " + (scelti.empty() ? "" : scelti.front()->get_name() + " ") +
+               "--help' tells more)");
+        return USO;
+    };
+    const auto inattese = [&](std::vector<std::string> resto) {
+        const auto segue = std::ranges::find(parole, resto.front());
+        if (resto.size() == 1 && resto[0].starts_with("--") && std::end(parole) - segue > 1)
+            resto.push_back(segue[1]);
+        return tutto_altro(tra_apici(resto.front()) + " was not expected" +
+                           rimedio(*app.get_subcommands().front(), resto));
+    };
     try {
-        if (argc > 1 && std::string(argv[1]) == "--complete") {
-            completa(app, {argv + 2, argv + argc});
+        if (prima == "--complete") {
+            completa(app, comandi, {parole.begin() + 1, parole.end()});
             return FATTO;
         }
-        if (argc > 1 && argv[1][0] != '-' && comando(app, argv[1]) == nullptr)
-            rifiuta("there is no command " + tra_apici(argv[1]) +
-                    proposta(argv[1], comandi_e_opzioni(app)) + " ('provino --help' lists them)");
-        app.parse(argc, argv);
+        if (prima == "help") {
+            parole.erase(parole.begin());
+            parole.push_back("--help");
+        } else if (!prima.empty() && prima[0] != '-' && comando(app, prima) == nullptr) {
+            rifiuta("there is no command " + tra_apici(prima) +
+                    proposta(prima, comandi_e_opzioni(app)) + " ('provino --help' lists them)");
+        }
+        app.parse(std::vector<std::string>(parole.rbegin(), parole.rend()));
         return FATTO;
+    } catch (const Inattese& e) {
+        return inattese(e.parole);
     } catch (const CLI::ParseError& e) {
         if (e.get_exit_code() == 0)
             return app.exit(e);  // help and version
         const auto scelti = app.get_subcommands();
-        const CLI::App& scelto = scelti.empty() ? app : *scelti.front();
-        std::string testo = in_una_riga(e.what());
-        if (const auto resto = scelto.remaining(); !resto.empty())
-            testo = tra_apici(resto.front()) + " was not expected" + rimedio(scelto, resto);
-        if (argc < 2)
-            testo = "give a command, such as sviluppa";
-        errore(testo + " ('provino " + (scelti.empty() ? "" : scelto.get_name() + " ") +
-               "--help' tells more)");
-        return USO;
+        if (!scelti.empty() && !scelti.front()->remaining().empty())
+            return inattese(scelti.front()->remaining());
+        return tutto_altro(parole.empty() ? "give a command, such as sviluppa"
+                                          : in_una_riga(e.what()));
     } catch (const Errore& e) {
         if (!e.testo.empty())  // else it was told already
             errore(e.testo);

@@ -39,15 +39,23 @@ Opzioni opzioni_scelta(Scelta& o)
 
 Opzioni opzioni_filmato(ColoriFilmato& o)
 {
-    return {{"--matrix", &o.matrice, "709, 601 or 2020: of a movie, whatever it tells"},
+    return {{"--matrix", &o.matrice, "709, 601 or 2020: of a movie, whatever it tells", {.proposte = {"709", "601", "2020"}}},
             {"--range", &o.gamma, "legal or full: of a movie, whatever it tells", {.valori = {"legal", "full"}}}};
 }
 
 Opzioni opzioni_scrittura(Scrittura& o)
 {
-    return {{"--depth", &o.profondita, "half, float, uint16, uint10 or uint8, as the format has it"},
-            {"--compression", &o.compressione, "zip, piz, dwaa:45, lzw, jpeg:90 ...; zip:1 to zip:9 with a level"},
+    return {{"--depth", &o.profondita, "half, float, uint16, uint10 or uint8, as the format has it",
+             {.proposte = {"half", "float", "uint16", "uint10", "uint8"}}},
+            {"--compression", &o.compressione, "zip, piz, dwaa:45, lzw, jpeg:90 ...; zip:1 to zip:9 with a level",
+             {.proposte = {"none", "rle", "zip", "zips", "piz", "pxr24", "b44", "b44a", "dwaa", "dwab", "lzw", "packbits", "jpeg:90"}}},
             opzione_sostituisci(o.sovrascrivi)};
+}
+
+Opzioni opzioni_voce(bool& json, bool& muta)
+{
+    return {{"--quiet", &muta, "Tell nothing but errors and what is lost"},
+            {"--json", &json, "Tell progress and notes as lines of JSON"}};
 }
 // clang-format on
 

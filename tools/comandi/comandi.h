@@ -15,10 +15,11 @@ namespace varno::provino {
 
 /// What a value must be.
 struct Limiti {
-    double minimo = 0.0, massimo = 0.0;    // where they differ
-    std::vector<std::string> valori = {};  // one of these, where there are any
-    const char* esclude = nullptr;         // an option above that cannot stand beside this
-    bool detto = false;                    // the default, in the help
+    double minimo = 0.0, massimo = 0.0;      // where they differ
+    std::vector<std::string> valori = {};    // one of these, where there are any
+    std::vector<std::string> proposte = {};  // for a shell to complete, where others go too
+    const char* esclude = nullptr;           // an option above that cannot stand beside this
+    bool detto = false;                      // the default, in the help
 };
 
 /// An option, and where its value goes; what stands there before is the default.
@@ -40,6 +41,7 @@ Opzioni opzioni_parametri(OpzioniParametri& o);
 Opzioni opzioni_scelta(Scelta& o);
 Opzioni opzioni_filmato(ColoriFilmato& o);
 Opzioni opzioni_scrittura(Scrittura& o);
+Opzioni opzioni_voce(bool& json, bool& muta);
 
 struct Sottocomando {
     const char *nome, *inglese;  // the second may be missing

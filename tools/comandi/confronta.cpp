@@ -170,7 +170,7 @@ void confronta(const OpzioniConfronto& o)
     const Sorgente a = apri_sorgente(o.ingresso, {}, o.colori);
     const Sorgente b = apri_sorgente(o.altro, {}, o.colori);
     for (const Sorgente* s : {&a, &b})
-        std::ranges::for_each(s->note, avviso);
+        avvisa(*s);
     if (!singola(a) || !singola(b))
         confronta_tutti(o, a, b);
     else if (!confronta(o, a, a.numeri.front(), b, b.numeri.front(), o.differenza, ""))

@@ -1,11 +1,14 @@
 // provino looks and effetti: the sheets.
 #include "tools/comandi/comandi.h"
+#include "tools/comandi/racconto.h"
 
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
 #include "tools/quadri/foglio.h"
 #include "tools/quadri/sorgente.h"
 #include "tools/quadri/uscita.h"
+
+#include <OpenImageIO/strutil.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -19,9 +22,11 @@ namespace {
 
 struct OpzioniFoglio {
     std::string ingresso, uscita, ritaglio;
-    int larghezza = 1920;
+    int larghezza = 0;      // 0: enough to see the pictures
     int fotogramma = 0;     // of a movie or a sequence; 0: the first
     double quantita = 1.0;  // of each effect
+    bool json = false, muta = false;
+    std::vector<std::string> cunei;  // "name=value,value"
     std::optional<double> tempo;
     OpzioniParametri parametri;
     Scelta scelta;
@@ -39,13 +44,14 @@ struct Inizio {
 
 Inizio inizia(const OpzioniFoglio& o)
 {
+    scegli_voce(o.json, o.muta);
     Plugin plugin = carica_plugin(o.parametri.plugin);
     Impostazioni base = leggi_impostazioni(plugin, o.parametri);
     controlla_scrittura(o.uscita, o.scrittura);
     controlla_uscita(o.uscita, o.scrittura.sovrascrivi);
-    riga("plug-in " + plugin.file);
+    di_plugin(plugin.file);
     const Sorgente da = apri_sorgente(o.ingresso, o.scelta, o.colori);
-    std::ranges::for_each(da.note, avviso);
+    avvisa(da);
     const long long n = o.fotogramma > 0 ? o.fotogramma : da.numeri.front();
     if (!singola(da) && !std::ranges::binary_search(da.numeri, n))
         rifiuta(tra_apici(o.ingresso) + " has the frames " + std::to_string(da.numeri.front()) +
@@ -88,24 +94,72 @@ std::string piede(const OpzioniFoglio& o, Inizio& inizio, bool look, bool effett
     return s;
 }
 
+// Pictures of 420 pixels at least, unless a width is asked for.
+void scrivi_foglio(const OpzioniFoglio& o, int colonne, double forma,
+                   const std::vector<Casella>& caselle, const std::string& piede)
+{
+    constexpr int LARGA = 420;
+    const int abbastanza = std::max(1920, LARGA * 200 * colonne / std::max(1, 199 - colonne) + 1);
+    scrivi_foto(o.uscita,
+                foglio(o.larghezza > 0 ? o.larghezza : abbastanza, colonne, forma, caselle, piede),
+                o.scrittura);
+    di_scritta(o.uscita);
+}
+
+using Modifiche = std::vector<std::pair<std::string, double>>;
+
+// "ev=-1,0,1", one by one.
+Modifiche leggi_cuneo(const Plugin& plugin, const std::string& testo)
+{
+    const std::size_t uguale = testo.find('=');
+    OpzioniParametri uno;
+    if (uguale != testo.npos)
+        for (const std::string& valore : OIIO::Strutil::splits(testo.substr(uguale + 1), ","))
+            uno.valori.push_back(testo.substr(0, uguale + 1) + valore);
+    if (uno.valori.empty())
+        rifiuta("a wedge is written name=value,value, as in ev=-1,0,1, not " + tra_apici(testo));
+    return leggi_impostazioni(plugin, uno).modifiche;
+}
+
 void looks(const OpzioniFoglio& o)
 {
+    if (o.cunei.size() > 2)
+        rifiuta("--wedge is given once, or twice for columns and rows");
     Inizio inizio = inizia(o);
     const OIIO::ROI parte = o.ritaglio.empty() ? tutta(inizio.foto) : leggi_ritaglio(o.ritaglio);
+    const double forma = static_cast<double>(parte.width()) / parte.height();
     std::vector<Casella> caselle;
     const auto mostra = [&](const std::string& nome, const Impostazioni& imp, int lato) {
         caselle.push_back({{nome}, lato, [&inizio, &parte, imp](auto& foglio, const auto& dove) {
                                incolla(foglio, dove[0], rendi(inizio, imp), parte);
                            }});
     };
-    Impostazioni neutra = inizio.base;
-    spegni_effetti(inizio.plugin, neutra);
-    mostra("Neutral", con(neutra, "forza", 0.0), 2);
-    for (const std::string& nome : trova_parametro(inizio.plugin, "look").opzioni)
-        mostra(nome, con(inizio.base, "look", static_cast<double>(caselle.size() - 1)), 1);
-    const double forma = static_cast<double>(parte.width()) / parte.height();
-    scrivi_foto(o.uscita, foglio(o.larghezza, 4, forma, caselle, piede(o, inizio, false, true)),
-                o.scrittura);
+    if (o.cunei.empty()) {
+        Impostazioni neutra = inizio.base;
+        spegni_effetti(inizio.plugin, neutra);
+        mostra("Neutral", con(neutra, "forza", 0.0), 2);
+        for (const std::string& nome : trova_parametro(inizio.plugin, "look").opzioni)
+            mostra(nome, con(inizio.base, "look", static_cast<double>(caselle.size() - 1)), 1);
+        return scrivi_foglio(o, 4, forma, caselle, piede(o, inizio, false, true));
+    }
+    const Modifiche primo = leggi_cuneo(inizio.plugin, o.cunei.front());
+    const Modifiche altro =
+        o.cunei.size() > 1 ? leggi_cuneo(inizio.plugin, o.cunei[1]) : Modifiche(1);
+    Impostazioni imp;
+    for (const auto& [riga, sotto] : altro)
+        for (const auto& [nome, valore] : primo) {
+            const auto scritto = [&](const std::string& n, double v) {
+                imp.modifiche.emplace_back(n, v);
+                return n + "=" + scrivi_valore(trova_parametro(inizio.plugin, n), v);
+            };
+            imp = inizio.base;
+            const std::string detto = scritto(nome, valore);
+            mostra(riga.empty() ? detto : detto + "   " + scritto(riga, sotto), imp, 1);
+        }
+    avvisa_nulla_di_fatto(inizio.plugin, *istanza_con(inizio.plugin, imp), imp);
+    const int colonne = static_cast<int>(primo.size());
+    scrivi_foglio(o, o.cunei.size() > 1 ? colonne : std::min(colonne, 4), forma, caselle,
+                  piede(o, inizio, true, true));
 }
 
 // Each effect beside the same part without it, pixel for pixel where the picture is large enough.
@@ -137,9 +191,7 @@ void effetti(const OpzioniFoglio& o)
     }
     const double forma =
         ritaglio ? static_cast<double>(ritaglio->width()) / ritaglio->height() : 4.0 / 3.0;
-    scrivi_foto(o.uscita,
-                foglio(o.larghezza, 3, 2.0 * forma, caselle, piede(o, inizio, true, false)),
-                o.scrittura);
+    scrivi_foglio(o, 3, 2.0 * forma, caselle, piede(o, inizio, true, false));
 }
 
 Opzioni opzioni_foglio(OpzioniFoglio& o)
@@ -148,8 +200,8 @@ Opzioni opzioni_foglio(OpzioniFoglio& o)
                    {"OUT", &o.uscita, "Sheet to write"},
                    {"--width",
                     &o.larghezza,
-                    "Width of the sheet in pixels",
-                    {.minimo = 200, .massimo = 65536, .detto = true}},
+                    "Width of the sheet in pixels; without it 1920, or what 420 a picture takes",
+                    {.minimo = 200, .massimo = 65536}},
                    {"--crop", &o.ritaglio, "WIDTHxHEIGHT+X+Y: show this part of each picture"},
                    {"--frame",
                     &o.fotogramma,
@@ -157,6 +209,7 @@ Opzioni opzioni_foglio(OpzioniFoglio& o)
                     {.minimo = 1, .massimo = 1e9}}},
                   opzioni_filmato(o.colori),
                   {{"--time", &o.tempo, "Render time"}},
+                  opzioni_voce(o.json, o.muta),
                   opzioni_parametri(o.parametri),
                   opzioni_scelta(o.scelta),
                   opzioni_scrittura(o.scrittura)});
@@ -170,8 +223,13 @@ Sottocomando comando_looks()
     return {"looks",
             nullptr,
             "Draw a sheet of the neutral picture and all looks, each with its recipe",
-            "  provino looks scene.exr looks.jpg -p formato=\"Sony S-Log3\"\n",
-            opzioni_foglio(*o),
+            "  provino looks scene.exr looks.jpg -p formato=\"Sony S-Log3\"\n"
+            "  provino looks A001.mov exposure.jpg --frame 48 -p formato=\"Sony S-Log3\" -p "
+            "look=Amber --wedge ev=-1,0,1\n",
+            unite({opzioni_foglio(*o),
+                   {{"--wedge", &o->cunei,
+                     "name=value,value,...: one picture a value in place of the looks; twice for "
+                     "columns and rows"}}}),
             [o] { looks(*o); }};
 }
 

@@ -73,7 +73,7 @@ void apri(const OpzioniTavolo& o)
              .sorgente = apri_sorgente(o.ingresso, o.scelta, o.colori)};
     const Impostazioni imp = leggi_impostazioni(t.plugin, o.parametri);
     static_cast<void>(quadro(t, {t.sorgente.numeri.front()}));  // tells here what cannot be read
-    std::ranges::for_each(t.sorgente.note, avviso);
+    avvisa(t.sorgente);
     avvisa_nulla_di_fatto(t.plugin, *istanza_con(t.plugin, imp), imp);
     Porta porta = apri_porta(o.porta);
     riga("plug-in " + t.plugin.file);

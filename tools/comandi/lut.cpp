@@ -1,6 +1,7 @@
 // provino lut: the grade as a .cube file.
 #include "tools/argomenti.h"
 #include "tools/comandi/comandi.h"
+#include "tools/comandi/racconto.h"
 #include "tools/messaggi.h"
 #include "tools/quadri/uscita.h"
 #include "tools/scena/scena.h"
@@ -13,6 +14,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 namespace varno::provino {
@@ -110,12 +112,13 @@ struct OpzioniLut {
     std::string uscita;
     int lato = 33;
     std::optional<double> tempo;
-    bool sovrascrivi = false;
+    bool sovrascrivi = false, json = false, muta = false;
     OpzioniParametri parametri;
 };
 
 void scrivi_lut(const OpzioniLut& o)
 {
+    scegli_voce(o.json, o.muta);
     if (std::filesystem::path(o.uscita).extension() != ".cube")
         rifiuta(tra_apici(o.uscita) + " must end in .cube");
     const double tempo = o.tempo.value_or(0.0);
@@ -124,11 +127,11 @@ void scrivi_lut(const OpzioniLut& o)
     controlla_uscita(o.uscita, o.sovrascrivi);
     const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
     const std::string impostazioni = in_json(plugin, *istanza, imp, true);
+    di_plugin(plugin.file);
+    avvisa_nulla_di_fatto(plugin, *istanza, imp);
     for (const Effetto& e : effetti(plugin))
         banco::imposta(*istanza, e.interruttore.nome, 0.0);
 
-    riga("plug-in " + plugin.file);
-    avvisa_nulla_di_fatto(plugin, *istanza, imp);
     const Foto cubo = rendi_foto(*istanza, griglia(o.lato), tempo);
     scrivi_testo(o.uscita, o.sovrascrivi,
                  testo_cubo(cubo, o.lato, nome_ingresso(plugin, *istanza), titolo(plugin, *istanza),
@@ -146,10 +149,13 @@ void scrivi_lut(const OpzioniLut& o)
             somma += d;
         }
     }
-    riga(OIIO::Strutil::sprintf("%s: %d points an axis; on the test scene at most %.3g off the "
-                                "plug-in, %.3g on average",
-                                o.uscita, o.lato, massimo,
-                                somma / (static_cast<double>(quanti_float(scena)) * 0.75)));
+    somma /= static_cast<double>(quanti_float(scena)) * 0.75;
+    esito(OIIO::Strutil::sprintf("%s: %d points an axis; on the test scene at most %.3g off the "
+                                 "plug-in, %.3g on average",
+                                 o.uscita, o.lato, massimo, somma),
+          nlohmann::json(
+              {{"out", o.uscita}, {"points", o.lato}, {"largest", massimo}, {"average", somma}})
+              .dump());
 }
 
 }  // namespace
@@ -168,7 +174,8 @@ Sottocomando comando_lut()
                      {.valori = {"17", "32", "33", "64", "65", "81"}}},
                     {"--time", &o->tempo, "Time at which keyed settings are read"},
                     opzione_sostituisci(o->sovrascrivi)},
-                   opzioni_parametri(o->parametri)}),
+                   opzioni_parametri(o->parametri),
+                   opzioni_voce(o->json, o->muta)}),
             [o] { scrivi_lut(*o); }};
 }
 

@@ -21,10 +21,10 @@ using OIIO::Strutil::sprintf;
 
 constexpr const char* PULISCI = "\r\033[K";  // back to the line's beginning, and empty it
 
-void di(const std::string& testo)
+void di(const std::string& testo, const Json& json)
 {
     try {
-        riga(testo);
+        esito(testo, json.dump(-1, ' ', false, Json::error_handler_t::replace));
     } catch (const Errore&) {
     }
 }
@@ -60,7 +60,7 @@ Json numero_json(double tempo)
     return tempo;
 }
 
-void in_json(const Fotogramma& f, const Resoconto& r)
+Json in_json(const Fotogramma& f, const Resoconto& r)
 {
     constexpr const char* ESITI[] = {"done", "skipped", "failed"};
     Json j = {{"frame", numero_json(f.tempo)},
@@ -71,20 +71,26 @@ void in_json(const Fotogramma& f, const Resoconto& r)
         j["seconds"] = r.secondi;
     if (!r.motivo.empty())
         j["error"] = r.motivo;
-    di(j.dump(-1, ' ', false, Json::error_handler_t::replace));
+    return j;
 }
 
 }  // namespace
 
-Racconto racconto_nuovo(bool json, bool muto, std::size_t fotogrammi, const std::string& plugin)
+void di_plugin(const std::string& file)
+{
+    di("plug-in " + file, {{"plugin", file}});
+}
+
+void di_scritta(const std::string& file)
+{
+    if (voce() == Voce::json)
+        di("", {{"out", file}});
+}
+
+Racconto racconto_nuovo(std::size_t fotogrammi)
 {
     Racconto r;
-    const bool con_barra = fotogrammi > 1 && isatty(canale_errori()) == 1;
-    r.voce = json ? Voce::json : muto ? Voce::muta : con_barra ? Voce::barra : Voce::righe;
-    if (json)
-        di(Json{{"plugin", plugin}}.dump());
-    else if (!muto)
-        di("plug-in " + plugin);
+    r.con_barra = voce() == Voce::righe && fotogrammi > 1 && isatty(canale_errori()) == 1;
     return r;
 }
 
@@ -99,41 +105,38 @@ void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& resoconto)
         r.falliti.push_back(f.tempo);
     conta_fotogrammi(r.fatti + r.saltati, lavoro.fotogrammi.size(), !lavoro.scrive_in_ordine);
     if (resoconto.esito == Esito::fallito) {
-        if (r.voce == Voce::barra)
+        if (r.con_barra)
             barra(PULISCI);
         if (!resoconto.motivo.empty())  // else a stream failed before, and said so
             errore(resoconto.motivo);
     }
-    if (r.voce == Voce::json)
-        in_json(f, resoconto);
-    if (r.voce == Voce::barra)
+    if (r.con_barra)
         disegna_barra(r, lavoro.fotogrammi.size());
-    if (r.voce == Voce::righe && resoconto.esito == Esito::fatto && !lavoro.scrive_in_ordine)
-        di(sprintf("%s: done in %.2f s", f.uscita, resoconto.secondi));
-    if (r.voce == Voce::righe && resoconto.esito == Esito::saltato)
-        di(f.uscita + ": exists, skipped");
+    else if (voce() == Voce::json)
+        di("", in_json(f, resoconto));
+    else if (resoconto.esito == Esito::saltato)
+        di(f.uscita + ": exists, skipped", {});
+    else if (resoconto.esito == Esito::fatto && !lavoro.scrive_in_ordine)
+        di(sprintf("%s: done in %.2f s", f.uscita, resoconto.secondi), {});
 }
 
 void concludi(Racconto& r, const Lavoro& lavoro)
 {
     const std::size_t quanti = lavoro.fotogrammi.size();
-    if (r.voce == Voce::barra)
+    if (r.con_barra)
         barra("\n");
-    if (r.voce == Voce::json) {
-        Json falliti = Json::array();
-        for (const double tempo : r.falliti)
-            falliti.push_back(numero_json(tempo));
-        di(Json({{"done", r.fatti},
-                 {"skipped", r.saltati},
-                 {"failed", falliti},
-                 {"seconds", r.trascorsi()},
-                 {"frames_per_second", al_secondo(r)}})
-               .dump());
-    } else if (r.voce != Voce::muta && quanti > 1) {
+    Json falliti = Json::array();
+    for (const double tempo : r.falliti)
+        falliti.push_back(numero_json(tempo));
+    if (quanti > 1 || voce() == Voce::json)
         di(sprintf("%d of %d frames in %.1f s, %.2f a second", r.fatti, quanti, r.trascorsi(),
                    al_secondo(r)) +
-           (r.saltati > 0 ? ", " + std::to_string(r.saltati) + " skipped" : ""));
-    }
+               (r.saltati > 0 ? ", " + std::to_string(r.saltati) + " skipped" : ""),
+           {{"done", r.fatti},
+            {"skipped", r.saltati},
+            {"failed", falliti},
+            {"seconds", r.trascorsi()},
+            {"frames_per_second", al_secondo(r)}});
     std::string elenco;
     for (const double tempo : r.falliti)
         elenco += " " + testo_di(tempo);

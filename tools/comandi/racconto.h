@@ -6,22 +6,27 @@
 #include <OpenImageIO/timer.h>
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 namespace varno::provino {
 
-enum class Voce { righe, barra, json, muta };
-
 /// Tells people or machines how a run goes on.
 struct Racconto {
-    Voce voce = Voce::righe;
-    OIIO::Timer trascorsi;  // seconds
+    bool con_barra = false;  // in place of lines
+    OIIO::Timer trascorsi;   // seconds
     std::size_t fatti = 0, saltati = 0;
     std::vector<double> falliti;  // their times
 };
 
-/// Lines where there are few frames or no terminal, else a bar; first the plug-in's file.
-Racconto racconto_nuovo(bool json, bool muto, std::size_t fotogrammi, const std::string& plugin);
+/// The first line of a run: the plug-in's file.
+void di_plugin(const std::string& file);
+
+/// A file that was written, which JSON tells and lines need not.
+void di_scritta(const std::string& file);
+
+/// Lines where there are few frames or no terminal, else a bar.
+Racconto racconto_nuovo(std::size_t fotogrammi);
 
 /// One frame more. A closed output is no reason to stop, and passed over.
 void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& fotogramma);

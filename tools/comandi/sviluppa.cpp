@@ -1,21 +1,32 @@
 // provino sviluppa: pictures, sequences and movies through the plug-in.
 #include "tools/comandi/comandi.h"
 #include "tools/comandi/racconto.h"
+#include "tools/comandi/rulli.h"
 #include "tools/messaggi.h"
 #include "tools/quadri/catena.h"
 #include "tools/quadri/destinazione.h"
 #include "tools/quadri/sorgente.h"
 
+#include <OpenImageIO/strutil.h>
+
 #include <algorithm>
+#include <filesystem>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <thread>
 
 namespace varno::provino {
 namespace {
 
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+using OIIO::Strutil::sprintf;
+
 struct OpzioniSviluppo {
+    std::vector<std::string> file;  // IN and OUT, or any number of IN
     std::string ingresso, uscita, fotogrammi, salva;
+    std::string cartella, desinenza = ".mp4";  // of the outputs of many clips
     ModoDestinazione modo;
     Scelta scelta;
     ColoriFilmato colori;
@@ -24,7 +35,7 @@ struct OpzioniSviluppo {
     std::optional<long long> inizio;
     // One reads or writes while another develops, which uses all cores by itself.
     int lavori = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 2u, 4u));
-    bool json = false, muto = false;
+    bool json = false, muta = false, prova = false;
 };
 
 // Those that --frames names, or all that the source has.
@@ -55,7 +66,7 @@ std::vector<Fotogramma> elenca(const OpzioniSviluppo& o, const Sorgente& da, con
         fallisci("the sequence has no frames " + mancano +
                  ", and the movie would be shorter: --continue-on-error makes it so");
     if (!mancano.empty())
-        avviso("the sequence has no frames " + mancano);
+        perdita("the sequence has no frames " + mancano);
     std::vector<Fotogramma> fotogrammi;
     for (const long long n : numeri)
         fotogrammi.push_back(
@@ -63,12 +74,34 @@ std::vector<Fotogramma> elenca(const OpzioniSviluppo& o, const Sorgente& da, con
     return fotogrammi;
 }
 
-void sviluppa(const OpzioniSviluppo& o)
+// What would be read and written; what would be lost was told.
+void annuncia(const Sorgente& da, const Destinazione& a, const std::vector<long long>& numeri,
+              const std::string& formato)
 {
-    if (o.modo.salta && o.modo.scrittura.sovrascrivi)
-        rifiuta("--overwrite and --skip-existing contradict each other: give one of them");
-    if (o.muto || o.json)
-        taci();
+    const Foto prima = leggi(da, numeri.front());  // tells what is left out of it
+    avvisa_dei_colori(da, prima.testata, formato);
+    Json j = {{"in", da.nome},
+              {"frames", numeri.size()},
+              {"width", prima.larghezza},
+              {"height", prima.altezza},
+              {"out", a.nome}};
+    std::string come;
+    if (a.ripresa) {
+        const ModoFilmato& m = a.ripresa->scrittura.modo;
+        j.update({{"rate", m.cadenza},
+                  {"codec", m.codec},
+                  {"samples", m.formato},
+                  {"audio", !m.audio_da.empty()}});
+        come = sprintf(", %s a second, %s in %s, %s", m.cadenza, m.codec, m.formato,
+                       m.audio_da.empty() ? "no audio" : "with audio");
+    }
+    esito(sprintf("would read %d of '%s', %dx%d, and write '%s'%s", numeri.size(), da.nome,
+                  prima.larghezza, prima.altezza, a.nome, come),
+          j.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
+void sviluppa(const OpzioniSviluppo& o, Plugin& plugin)
+{
     const Sorgente da = apri_sorgente(o.ingresso, o.scelta, o.colori, o.inizio);
     if (!da.proiezione && (!o.colori.matrice.empty() || !o.colori.gamma.empty() || o.inizio))
         rifiuta("--matrix, --range and --start are for a movie that is read");
@@ -78,17 +111,21 @@ void sviluppa(const OpzioniSviluppo& o)
     lavoro.fotogrammi = elenca(o, da, a, numeri);
     lavoro.salta_esistenti = o.modo.salta;
     lavoro.continua = o.modo.continua;
-    Plugin plugin = carica_plugin(o.parametri.plugin);
     const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
-    controlla(a, da, numeri);
+    if (!o.prova || o.cartella.empty() || fs::exists(o.cartella))
+        controlla(a, da, numeri);
 
     std::vector<banco::IstanzaPtr> istanze;
     const auto quante = std::min(static_cast<std::size_t>(o.lavori), lavoro.fotogrammi.size());
     for (std::size_t i = 0; i < quante; ++i)
         istanze.push_back(istanza_con(plugin, imp));
-    std::ranges::for_each(da.note, avviso);
+    if (o.cartella.empty())
+        di_plugin(plugin.file);
+    avvisa(da);
     segui(a, da, numeri);
     avvisa_nulla_di_fatto(plugin, *istanze[0], imp);
+    if (o.prova)
+        return annuncia(da, a, numeri, formato_di(plugin, *istanze[0]));
     if (!o.salva.empty())
         scrivi_testo(o.salva, o.modo.scrittura.sovrascrivi,
                      in_json(plugin, *istanze[0], imp, false) + "\n");
@@ -104,7 +141,7 @@ void sviluppa(const OpzioniSviluppo& o)
     lavoro.scrivi = [&](std::size_t i, const Foto& foto) {
         scrivi(a, lavoro.fotogrammi[i].numero, foto);
     };
-    Racconto racconto = racconto_nuovo(o.json, o.muto, lavoro.fotogrammi.size(), plugin.file);
+    Racconto racconto = racconto_nuovo(lavoro.fotogrammi.size());
     const bool riuscito =
         esegui_lavoro(lavoro, istanze, [&](const Resoconto& r) { racconta(racconto, lavoro, r); });
     concludi(racconto, lavoro);
@@ -112,6 +149,71 @@ void sviluppa(const OpzioniSviluppo& o)
         concludi(a);
     if (!riuscito)
         throw Errore{FALLITO, {}};  // told frame by frame
+}
+
+// One movie of each clip; those that exist are left as they are.
+void sviluppa_rulli(const OpzioniSviluppo& o, Plugin& plugin)
+{
+    const std::vector<Rullo> rulli = rulli_di(o.file, o.cartella, o.desinenza);
+    if (std::error_code e; !o.prova && !fs::create_directories(o.cartella, e) && e)
+        fallisci("cannot make the folder " + tra_apici(o.cartella) + ": " + e.message());
+    di_plugin(plugin.file);
+    Json falliti = Json::array();
+    std::size_t fatti = 0;
+    std::size_t saltati = 0;
+    OpzioniSviluppo uno = o;
+    uno.modo.salta = false;
+    for (const auto& [da, a] : rulli) {
+        std::error_code e;
+        Json j = {{"clip", da}, {"out", a}, {"status", "begun"}};
+        const bool salta =
+            fs::exists(a, e) && !o.modo.scrittura.sovrascrivi && !fs::equivalent(da, a, e);
+        if (salta)
+            j["status"] = "skipped";
+        esito(salta ? a + ": exists, skipped" : da + " -> " + a,
+              j.dump(-1, ' ', false, Json::error_handler_t::replace));
+        if (salta) {
+            ++saltati;
+            continue;
+        }
+        uno.ingresso = da;
+        uno.uscita = a;
+        try {
+            sviluppa(uno, plugin);
+            ++fatti;
+            uno.salva.clear();  // once for all
+        } catch (const Errore& errato) {
+            if (errato.uscita == USO)
+                throw;
+            if (!errato.testo.empty())
+                errore(errato.testo);
+            falliti.push_back(da);
+        }
+    }
+    esito(
+        sprintf("%d clips: %d done, %d skipped, %d failed", rulli.size(), fatti, saltati,
+                falliti.size()),
+        Json({{"clips", rulli.size()}, {"done", fatti}, {"skipped", saltati}, {"failed", falliti}})
+            .dump(-1, ' ', false, Json::error_handler_t::replace));
+    if (!falliti.empty())
+        throw Errore{FALLITO, {}};  // told clip by clip
+}
+
+void comincia(OpzioniSviluppo& o)
+{
+    if (o.modo.salta && o.modo.scrittura.sovrascrivi)
+        rifiuta("--overwrite and --skip-existing contradict each other: give one of them");
+    scegli_voce(o.json, o.muta);
+    if (o.cartella.empty() && o.file.size() < 2)
+        rifiuta("OUT is required, or --to for a folder of movies");
+    if (o.cartella.empty() && o.file.size() > 2)
+        throw Inattese{{o.file.begin() + 2, o.file.end()}};
+    Plugin plugin = carica_plugin(o.parametri.plugin);
+    if (!o.cartella.empty())
+        return sviluppa_rulli(o, plugin);
+    o.ingresso = o.file[0];
+    o.uscita = o.file[1];
+    sviluppa(o, plugin);
 }
 
 }  // namespace
@@ -126,16 +228,24 @@ Sottocomando comando_sviluppa()
         "  provino sviluppa scene.exr print.png -p formato=\"Sony S-Log3\" -p look=Amber\n"
         "  provino sviluppa 'shot.####.dpx' 'out.####.exr' --frames 1001-1048 -p promist_on=on -p promist=1/4\n"
         "  provino sviluppa still.tif 'out.####.png' --frames 1-48 --key ev@1=0 --key ev@48=1\n"
-        "  provino sviluppa b.dpx b.exr --settings-from a.exr\n",
+        "  provino sviluppa b.dpx b.exr --settings-from a.exr\n"
+        "  provino sviluppa 'card/*.mov' --to review/ --as .mp4 --scale 1920 --burn name,timecode -p formato=\"Sony S-Log3\"\n",
         unite({
-            {{"IN", &o->ingresso, "EXR, DPX, TIFF, PNG or JPEG; shot.####.exr, %04d or @@@@ for a sequence; a movie as ffmpeg reads it"},
-             {"OUT", &o->uscita, "Picture or movie to write; its ending names the format"},
+            {{"FILE", &o->file,
+              "IN OUT: EXR, DPX, TIFF, PNG or JPEG; shot.####.exr, %04d or @@@@ for a sequence; a movie as ffmpeg reads it. "
+              "With --to any number of IN, folders and 'card/*.mov' among them"},
+             {"--to", &o->cartella, "Folder for a movie of each IN, those that exist are skipped"},
+             {"--as", &o->desinenza, "Their ending, .mp4 if not given"},
+             {"--scale", &m.scala, "Width of a movie that is written", {.minimo = 16, .massimo = 65536}},
+             {"--burn", &m.scritte, "name,timecode: drawn into a movie that is written", {.proposte = {"name", "timecode", "name,timecode"}}},
+             {"--dry-run", &o->prova, "Tell what would be read, written and lost"},
              {"--frames", &o->fotogrammi, "1-10,20-30x2: these frames; without it all that exist"},
              {"--start", &o->inizio, "Number, and so the time, of a movie's first frame (1)"},
              {"--rate", &m.cadenza, "Frames a second of a sequence that becomes a movie"},
              {"--codec", &m.codec,
               "Of a movie: prores (.mov), h264 (.mp4), ffv1 (.mkv, RGB of 16 bits), "
-              "prores4444, dnxhr, h265, or an encoder of ffmpeg's, NAME or NAME:PIXELFORMAT"},
+              "prores4444, dnxhr, h265, or an encoder of ffmpeg's, NAME or NAME:PIXELFORMAT",
+              {.proposte = {"prores", "prores4444", "dnxhr", "h264", "h265", "ffv1"}}},
              {"--quality", &m.qualita, "Of a movie: -crf where the encoder has it, as h264 and h265, else -q:v"}},
             opzioni_filmato(o->colori),
             {{"--time", &o->tempo, "Render time of a single picture, in place of the number that its name ends in"},
@@ -143,10 +253,9 @@ Sottocomando comando_sviluppa()
              {"--skip-existing", &m.salta, "Leave frames whose output exists"},
              {"--continue-on-error", &m.continua, "Go on after a failed frame; failed ones are listed at the end"},
              {"--save-settings", &o->salva, "Write all parameters and keys as JSON"},
-             {"--quiet", &o->muto, "Tell nothing but errors"},
-             {"--json", &o->json, "Tell progress as lines of JSON"}},
-            opzioni_parametri(o->parametri), opzioni_scelta(o->scelta), opzioni_scrittura(m.scrittura)}),
-        [o] { sviluppa(*o); }};
+             },
+            opzioni_voce(o->json, o->muta), opzioni_parametri(o->parametri), opzioni_scelta(o->scelta), opzioni_scrittura(m.scrittura)}),
+        [o] { comincia(*o); }};
 }
 // clang-format on
 

@@ -1,6 +1,8 @@
 // provino tavola: the test scene.
 #include "tools/argomenti.h"
 #include "tools/comandi/comandi.h"
+#include "tools/comandi/racconto.h"
+#include "tools/messaggi.h"
 #include "tools/quadri/uscita.h"
 #include "tools/scena/scena.h"
 
@@ -13,16 +15,19 @@ namespace {
 struct OpzioniTavola {
     std::string uscita, misura = "1920x1080";
     Scrittura scrittura;
+    bool json = false, muta = false;
 };
 
 void disegna(const OpzioniTavola& o)
 {
+    scegli_voce(o.json, o.muta);
     const auto [larghezza, altezza] = leggi_misura(o.misura);
     controlla_scrittura(o.uscita, o.scrittura);
     controlla_uscita(o.uscita, o.scrittura.sovrascrivi);
     Foto scena = disegna_scena(larghezza, altezza);
     scena.colore = DATI;
     scrivi_foto(o.uscita, scena, o.scrittura);
+    di_scritta(o.uscita);
 }
 
 }  // namespace
@@ -36,7 +41,8 @@ Sottocomando comando_tavola()
             "  provino tavola scene.exr --size 3840x2160\n",
             unite({{{"OUT", &o->uscita, "Picture to write"},
                     {"--size", &o->misura, "WIDTHxHEIGHT", {.detto = true}}},
-                   opzioni_scrittura(o->scrittura)}),
+                   opzioni_scrittura(o->scrittura),
+                   opzioni_voce(o->json, o->muta)}),
             [o] { disegna(*o); }};
 }
 

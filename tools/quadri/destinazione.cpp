@@ -35,6 +35,13 @@ void apri_ripresa(Destinazione& a, const Sorgente& da)
                  " has a variable frame rate; make it constant first: ffmpeg -i " + da.nome +
                  " -fps_mode cfr -r " + da.proiezione->filmato.cadenza +
                  " -c:v ffv1 -c:a copy constant.mkv");
+    come.scala = m.scala;
+    for (const std::string& s : OIIO::Strutil::splits(m.scritte, ",")) {
+        if (s != "name" && s != "timecode")
+            rifiuta("--burn takes name, timecode or both, as in name,timecode, not " +
+                    tra_apici(m.scritte));
+        come.scritte[s] = s == "name" ? fs::path(da.nome).stem().string() : "00:00:00:00";
+    }
     a.ripresa = std::make_unique<Ripresa>(a.nome, std::move(come));
 }
 
@@ -50,6 +57,8 @@ Destinazione apri_destinazione(const std::string& nome, const ModoDestinazione& 
     }
     if (!modo.codec.empty() || !modo.qualita.empty())
         rifiuta("--codec and --quality are for a movie that is written");
+    if (modo.scala > 0 || !modo.scritte.empty())
+        rifiuta("--scale and --burn are for a movie that is written");
     if (!modo.cadenza.empty())
         rifiuta("--rate is for a sequence that becomes a movie");
     a.modello = modello_in(nome);
@@ -109,9 +118,9 @@ void segui(Destinazione& a, const Sorgente& da, const std::vector<long long>& nu
     const Filmato& f = da.proiezione->filmato;
     const bool intero = numeri.size() == da.numeri.size();
     if (!segui(modo, f, numeri.front() - da.numeri.front(), intero))
-        avviso(nome + " cannot hold the audio as it is, which is left out: a .mov or .mkv can");
+        perdita(nome + " cannot hold the audio as it is, which is left out: a .mov or .mkv can");
     else if (f.audio && !intero)
-        avviso(nome + " is without audio, which is copied with whole clips only");
+        perdita(nome + " is without audio, which is copied with whole clips only");
 }
 
 void scrivi(Destinazione& a, long long n, const Foto& foto)

@@ -3,6 +3,7 @@
 
 #include "tools/argomenti.h"
 #include "tools/errore.h"
+#include "tools/quadri/filmato_flussi.h"
 #include "tools/quadri/filmato_processo.h"
 #include "tools/quadri/immagini.h"
 
@@ -55,9 +56,10 @@ Json interroga(const Filmato& f)
     // Any text is taken for a page of a terminal, and pictures of other kinds for a movie.
     if (tipo.empty() || tipo == "tty" || tipo.starts_with("image2") ||
         OIIO::Strutil::contains(tipo, "_pipe"))
-        fallisci(tra_apici(f.file) +
-                 " is nothing that provino reads: it takes EXR, DPX, TIFF, PNG, "
-                 "JPEG, and movies");
+        fallisci(tra_apici(f.file) + (nome_di_filmato(f.file)
+                                          ? " is no movie"
+                                          : " is nothing that provino reads: it takes EXR, DPX, "
+                                            "TIFF, PNG, JPEG, and movies"));
     return j;
 }
 
@@ -73,8 +75,8 @@ Json scegli_traccia(Filmato& f, const Json& j)
     if (filmate.empty())
         illeggibile(f, "it holds no moving picture");
     if (filmate.size() > 1)
-        f.note.push_back(tra_apici(f.file) + " holds " + std::to_string(filmate.size()) +
-                         " moving pictures: the first is developed");
+        f.perdite.push_back(tra_apici(f.file) + " holds " + std::to_string(filmate.size()) +
+                            " moving pictures: the first is developed");
     f.traccia = filmate[0].at("index");
     return filmate[0];
 }

@@ -39,6 +39,7 @@ struct Filmato {
     std::map<std::string, std::string> etichette;  // metadata, without what belongs to the file
     std::optional<std::string> impostazioni;       // that provino left in it
     std::vector<std::string> note;                 // what the user should know
+    std::vector<std::string> perdite;              // what is not read of it
 };
 
 /// Throws Errore where ffmpeg is missing, or the file is broken or nothing that it reads.

@@ -40,8 +40,10 @@ struct ModoFilmato {
     std::string cadenza, timecode, forma;   // as a Filmato's
     std::map<std::string, std::string> etichette;
     std::string impostazioni;
-    std::string audio_da;  // the file; empty: none
-    double inizio = 0.0;   // of the picture within it, seconds
+    int scala = 0;                               // its width; 0: as it comes
+    std::map<std::string, std::string> scritte;  // drawn into it: "name", "timecode" without one
+    std::string audio_da;                        // the file; empty: none
+    double inizio = 0.0;                         // of the picture within it, seconds
 };
 
 /// The container by the name, the codec of that name or, empty, the container's usual one. Throws

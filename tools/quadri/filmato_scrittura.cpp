@@ -67,17 +67,49 @@ bool piena(const std::string& formato)
     return in_rgb(formato) || formato.starts_with("yuvj");
 }
 
-std::string grafo(const ModoFilmato& m, const std::string& tubo, const std::string& formato)
+// As a value of a filter's option in a graph.
+std::string protetto(const std::string& testo)
+{
+    const auto davanti = [](const std::string& s, std::string_view segni) {
+        std::string t;
+        for (const char c : s)
+            t += (segni.find(c) != segni.npos ? "\\" : "") + std::string(1, c);
+        return t;
+    };
+    return davanti(davanti(testo, "\\':"), "\\'[],;");
+}
+
+// The name on the left, the timecode on the right, at the bottom.
+std::string scritte(const ModoFilmato& m, int altezza)
+{
+    const int lato = std::max(12, altezza / 24);
+    std::string s;
+    for (const auto& [cosa, testo] : m.scritte) {
+        s += OIIO::Strutil::sprintf(",drawtext=font=DejaVu Sans:fontcolor=white:fontsize=%d:box=1:"
+                                    "boxcolor=black@0.5:boxborderw=%d:y=h-%d:x=",
+                                    lato, lato / 4, lato * 3 / 2);
+        s += cosa == "name" ? std::to_string(lato) + ":expansion=none:text=" + protetto(testo)
+                            : "w-tw-" + std::to_string(lato) + ":rate=" + m.cadenza +
+                                  ":timecode=" + protetto(m.timecode.empty() ? testo : m.timecode);
+    }
+    return s;
+}
+
+std::string grafo(const ModoFilmato& m, const std::string& tubo, const std::string& formato,
+                  int larghezza, int altezza)
 {
     const bool rgb = in_rgb(formato);
     const std::string gamma = piena(formato) ? "full" : "limited";
-    return "setparams=color_primaries=bt709:color_trc=bt709" +
-           (!rgb              ? ",zscale=filter=spline36:matrix=bt709:range=" + gamma
-            : formato != tubo ? ",zscale"
-                              : "") +
-           ",format=" + formato + ",setparams=range=" + (piena(formato) ? "pc" : "tv") +
+    std::string zscale = rgb ? "" : ",zscale=filter=spline36:matrix=bt709:range=" + gamma;
+    if (m.scala > 0)
+        zscale += OIIO::Strutil::sprintf("%sw=%d:h=%d", rgb ? ",zscale=filter=spline36:" : ":",
+                                         larghezza, altezza);
+    else if (rgb && formato != tubo)
+        zscale = ",zscale";
+    return "setparams=color_primaries=bt709:color_trc=bt709" + zscale + ",format=" + formato +
+           ",setparams=range=" + (piena(formato) ? "pc" : "tv") +
            ":colorspace=" + (rgb ? "gbr" : "bt709") +
-           ",setsar=" + (m.forma.empty() ? "1:1" : m.forma);
+           ",setsar=" + (m.forma.empty() ? "1:1" : m.forma) + scritte(m, altezza);
 }
 
 std::string misure(int larghezza, int altezza)
@@ -94,8 +126,12 @@ void comincia(ScritturaFilmato& s, const Foto& foto)
     const std::string& formato = s.alfa ? m.formato_con_alfa : m.formato;
     const bool pari_a = contains(formato, "420");
     const bool pari_l = pari_a || contains(formato, "422");
-    if ((pari_l && s.larghezza % 2 != 0) || (pari_a && s.altezza % 2 != 0))
-        fallisci("a picture of " + misure(s.larghezza, s.altezza) + " does not go into " + formato +
+    const int larghezza = m.scala > 0 ? m.scala : s.larghezza;
+    const int altezza = m.scala > 0 ? std::max(2, 2 * static_cast<int>(std::lround(
+                                                          0.5 * s.altezza * m.scala / s.larghezza)))
+                                    : s.altezza;
+    if ((pari_l && larghezza % 2 != 0) || (pari_a && altezza % 2 != 0))
+        fallisci("a picture of " + misure(larghezza, altezza) + " does not go into " + formato +
                  ", which halves it: give another --codec, such as "
                  "prores4444 or ffv1");
     const std::string tubo = s.alfa ? "gbrap16le" : "gbrp16le";
@@ -115,7 +151,8 @@ void comincia(ScritturaFilmato& s, const Foto& foto)
     } else {
         aggiungi({"-map", "0:v"});
     }
-    aggiungi({"-map_metadata", "-1", "-vf", grafo(m, tubo, formato), "-c:v", m.codec});
+    aggiungi({"-map_metadata", "-1", "-vf", grafo(m, tubo, formato, larghezza, altezza), "-c:v",
+              m.codec});
     aggiungi(splits(std::string("-color_primaries bt709 -color_trc bt709 -colorspace ") +
                     (in_rgb(formato) ? "rgb" : "bt709") + " -color_range " +
                     (piena(formato) ? "pc" : "tv")));
@@ -208,10 +245,13 @@ ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const st
                     ": it takes" + presi.substr(14, presi.find('\n') - 14));
     }
     double v = 0.0;
-    if (!qualita.empty() && !leggi_numero(qualita, v))
-        rifiuta("--quality takes a number, not " + tra_apici(qualita));
+    const bool crf = contains(aiuto, " -crf ");
+    const int peggiore = !crf ? 64 : m.codec.starts_with("libx26") ? 51 : 63;
+    if (!qualita.empty() && (!leggi_numero(qualita, v) || v < 0.0 || v > peggiore))
+        rifiuta("--quality of " + nome + " goes from 0 to " + std::to_string(peggiore) +
+                ", the lower the better, not " + tra_apici(qualita));
     if (!qualita.empty())
-        m.opzioni.insert(m.opzioni.end(), {contains(aiuto, " -crf ") ? "-crf" : "-q:v", qualita});
+        m.opzioni.insert(m.opzioni.end(), {crf ? "-crf" : "-q:v", qualita});
     return m;
 }
 

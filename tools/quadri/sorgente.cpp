@@ -5,6 +5,7 @@
 
 #include <OpenImageIO/strutil.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <numeric>
 #include <regex>
@@ -34,7 +35,6 @@ Sorgente apri_sorgente(const std::string& nome, const Scelta& scelta, const Colo
     Sorgente s{.nome = nome, .scelta = scelta};
     if (da_filmato(nome)) {
         s.proiezione = std::make_unique<Proiezione>(leggi_filmato(nome, colori));
-        s.note = s.proiezione->filmato.note;
         s.numeri.resize(static_cast<std::size_t>(s.proiezione->filmato.quanti));
         std::iota(s.numeri.begin(), s.numeri.end(), primo.value_or(1));
         return s;
@@ -50,6 +50,14 @@ Sorgente apri_sorgente(const std::string& nome, const Scelta& scelta, const Colo
         rifiuta("a sequence is not written with '*': give '" +
                 OIIO::Strutil::replace(nome, "*", "####") + "', in quotes");
     return s;
+}
+
+void avvisa(const Sorgente& s)
+{
+    if (!s.proiezione)
+        return;
+    std::ranges::for_each(s.proiezione->filmato.note, avviso);
+    std::ranges::for_each(s.proiezione->filmato.perdite, perdita);
 }
 
 std::string nome_al(const Sorgente& s, long long n)

@@ -27,10 +27,12 @@ struct Sorgente {
     Scelta scelta;     // of each picture
     std::vector<long long> numeri =
         {};  // of its frames, rising: a picture has the one in its name, or 0
-    std::vector<std::string> note = {};           // what the user should know
     std::optional<Modello> modello = {};          // of a sequence
     std::unique_ptr<Proiezione> proiezione = {};  // of a movie
 };
+
+/// What the user should know of it.
+void avvisa(const Sorgente& s);
 
 inline bool singola(const Sorgente& s)
 {
