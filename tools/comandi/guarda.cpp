@@ -67,14 +67,22 @@ std::vector<std::string> parole_della_sorgente(const OpzioniTavolo& o)
     return p;
 }
 
+// What there is to say before anything is seen, and whether it can be.
+void avvisa(Tavolo& t, const Impostazioni& imp)
+{
+    const banco::IstanzaPtr istanza = istanza_con(t.plugin, imp);
+    const FotoPtr prima = quadro(t, {t.sorgente.numeri.front()});
+    avvisa(t.sorgente);
+    avvisa_dei_colori(t.sorgente, prima->testata, formato_di(t.plugin, *istanza));
+    avvisa_nulla_di_fatto(t.plugin, *istanza, imp);
+}
+
 void apri(const OpzioniTavolo& o)
 {
     Tavolo t{.plugin = carica_plugin(o.parametri.plugin),
              .sorgente = apri_sorgente(o.ingresso, o.scelta, o.colori)};
     const Impostazioni imp = leggi_impostazioni(t.plugin, o.parametri);
-    static_cast<void>(quadro(t, {t.sorgente.numeri.front()}));  // tells here what cannot be read
-    avvisa(t.sorgente);
-    avvisa_nulla_di_fatto(t.plugin, *istanza_con(t.plugin, imp), imp);
+    avvisa(t, imp);
     Porta porta = apri_porta(o.porta);
     riga("plug-in " + t.plugin.file);
     riga("the light table is at " + indirizzo(porta) + " until ctrl-C");
