@@ -29,6 +29,7 @@ std::uint32_t u16(Byte d, std::size_t p)
 }
 
 struct Elemento {
+    bool con_segno = false, girati = false;  // ABGR
     unsigned bit = 0, componenti = 0;
     std::uint32_t imballo = 0, codifica = 0;
     std::uint64_t inizio = 0;
@@ -51,7 +52,9 @@ Elemento elemento(Byte d, std::size_t quale)
     const std::size_t qui = PRIMO_ELEMENTO + LUNGO_ELEMENTO * quale;
     const auto o_niente = [](std::uint32_t n) { return n == INDEFINITO ? 0u : n; };
     Elemento e;
+    e.con_segno = u32(d, qui) == 1;
     e.componenti = componenti(d[qui + 20]);
+    e.girati = d[qui + 20] == 52;
     e.bit = d[qui + 23];
     e.imballo = u16(d, qui + 24);
     e.codifica = u16(d, qui + 26);
@@ -74,6 +77,11 @@ void controlla_elemento(Byte d, const Elemento& e, std::uint64_t pixel, const st
     if (e.codifica != 0)
         fallisci(tra_apici(nome) +
                  " is a run-length coded DPX, which is not read: save it uncompressed");
+    if (e.con_segno && e.bit < 32)
+        fallisci(tra_apici(nome) +
+                 " is a DPX of signed samples, which programs read differently: choose with "
+                 "'oiiotool " +
+                 nome + " -d float -o signed.exr', which takes them as two's complement");
     if (e.dopo_riga > d.size() || e.dopo_immagine > d.size())
         guasto(Formato::dpx, nome, "padding");
     // The least that the pixels can take, as if lines ran on without a gap.
@@ -102,24 +110,45 @@ void controlla(Byte d, const std::string& nome)
         controlla_elemento(d, elemento(d, i), std::uint64_t{u32(d, 772)} * u32(d, 776), nome);
 }
 
+// Bytes behind each row that the header does not tell of: rows end on 32 bits, but not with all
+// writers, which the file's length shows.
+std::uint32_t non_detti(Byte d, const Elemento& e, std::uint64_t fine)
+{
+    const bool parole = e.imballo != 0 && e.bit == 12;  // a sample each, of 16 bits
+    if (e.dopo_riga != 0 || (e.bit != 8 && e.bit != 16 && !parole))
+        return 0;
+    const std::uint64_t riga = std::uint64_t{u32(d, 772)} * e.componenti * (e.bit == 8 ? 1 : 2);
+    const std::uint64_t manca = (4 - riga % 4) % 4;
+    return e.inizio + (riga + manca) * u32(d, 776) - manca <= fine
+               ? static_cast<std::uint32_t>(manca)
+               : 0;
+}
+
 }  // namespace
 
 void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
 {
     controlla(dati, nome);
-    const bool piccolo = piccolo_prima(dati);
     const std::size_t inizio = u32(dati, 4);
+    const auto scrivi = [&](std::size_t campo, std::uint32_t n) {
+        for (std::size_t i = 0; i < 4; ++i, n >>= 8)
+            dati[campo + (piccolo_prima(dati) ? i : 3 - i)] = static_cast<unsigned char>(n);
+    };
+    const std::size_t elementi = u16(dati, 770);
+    for (std::size_t i = 0; i < elementi; ++i) {
+        const std::uint64_t fine = i + 1 < elementi ? elemento(dati, i + 1).inizio : dati.size();
+        if (const std::uint32_t n = non_detti(dati, elemento(dati, i), fine); n > 0)
+            scrivi(PRIMO_ELEMENTO + LUNGO_ELEMENTO * i + 32, n);
+    }
     if (inizio < GENERICA || inizio >= TESTATA)
         return;
     const auto sposta = [&](std::size_t campo) {
-        std::uint32_t n = u32(dati, campo);
+        const std::uint32_t n = u32(dati, campo);
         if (n >= inizio && n != INDEFINITO)
-            n += static_cast<std::uint32_t>(TESTATA - inizio);
-        for (std::size_t i = 0; i < 4; ++i, n >>= 8)
-            dati[campo + (piccolo ? i : 3 - i)] = static_cast<unsigned char>(n);
+            scrivi(campo, n + static_cast<std::uint32_t>(TESTATA - inizio));
     };
-    for (std::size_t e = 0; e < u16(dati, 770); ++e)
-        sposta(PRIMO_ELEMENTO + LUNGO_ELEMENTO * e + 28);
+    for (std::size_t i = 0; i < elementi; ++i)
+        sposta(PRIMO_ELEMENTO + LUNGO_ELEMENTO * i + 28);
     sposta(4);
     std::vector<unsigned char> niente(TESTATA - GENERICA, 0xff);  // numbers; then the texts
     std::fill_n(niente.begin(), 48, std::uint8_t{0});
@@ -128,26 +157,28 @@ void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
                 niente.begin() + static_cast<std::ptrdiff_t>(inizio - GENERICA), niente.end());
 }
 
-void rendi_persi(Byte d, Foto& f)
+void rendi_persi(Byte d, Foto& f, int parte, const std::array<int, 4>& canali)
 {
-    const Elemento e = elemento(d, 0);
+    const Elemento e = elemento(d, static_cast<std::size_t>(parte));
     const std::uint64_t campioni = std::uint64_t{u32(d, 772)} * e.componenti;
+    const std::uint64_t resto = campioni % 3;
     const std::uint64_t riga = (campioni + 2) / 3 * 4 + e.dopo_riga;
-    const std::uint64_t primo = e.inizio + campioni / 3 * 4;
+    const std::uint64_t ultima = e.inizio + campioni / 3 * 4;
     const auto altezza = static_cast<std::uint64_t>(f.altezza);
-    if (e.bit != 10 || e.imballo == 0 || campioni % 3 != 1 ||
-        primo + (altezza - 1) * riga + 4 > d.size())
+    if (e.bit != 10 || e.imballo == 0 || ultima + (altezza - 1) * riga + 4 > d.size())
         return;
-    const int scarto = e.imballo == 1 ? 22 : 20;  // the two unused bits stand below or above
-    float* p = f.rgba.get();
-    for (std::uint64_t y = 0; y < altezza; ++y) {
-        p += std::ptrdiff_t{4} * f.larghezza;
-        const float v = static_cast<float>(u32(d, primo + y * riga) >> scarto & 1023) / 1023.0f;
-        if (f.testata.nchannels == 4)
-            p[-1] = v;
-        else if (f.testata.nchannels == 1)
-            std::fill(p - 4, p - 1, v);
-    }
+    for (std::uint64_t y = 0; y < altezza; ++y)
+        for (std::uint64_t i = 0; i < resto; ++i) {
+            // Colours begin at the top of the word, a single component below.
+            const std::uint64_t posto = e.componenti == 1 ? i : 2 - i;
+            const std::uint32_t parola = u32(d, ultima + y * riga) >> (e.imballo == 1 ? 2 : 0);
+            const std::uint64_t quale = campioni - resto + i;
+            const auto canale = static_cast<int>(quale % e.componenti);
+            for (std::size_t c = 0; c < 4; ++c)
+                if (canali[c] == (e.girati ? 3 - canale : canale))
+                    f.rgba[4 * (y * f.larghezza + quale / e.componenti) + c] =
+                        static_cast<float>(parola >> 10 * posto & 1023) / 1023.0f;
+        }
 }
 
 }  // namespace varno::provino

@@ -3,6 +3,7 @@
 
 #include "tools/quadri/immagini.h"
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -11,11 +12,13 @@ namespace varno::provino {
 /// Throws Errore where a field of the header is impossible or the pixels do not fit into the file:
 /// the reader behind OpenImageIO takes lengths and counts as they stand. Some writers end the
 /// header before its fields on film and television: for those that the file lacks, fields that say
-/// nothing go in before the pixels, since the reader takes the first pixels for them.
+/// nothing go in before the pixels, since the reader takes the first pixels for them. Rows that end
+/// on 32 bits get their padding told.
 void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome);
 
-/// Where lines of 10-bit samples, three to a word, end in a word with one alone, the reader behind
-/// OpenImageIO loses that one: it goes into the picture that was read of a checked file.
-void rendi_persi(Byte d, Foto& f);
+/// Where rows of 10-bit samples, three to a word, end in a word that is not full, the reader behind
+/// OpenImageIO loses some of it: they go into the picture that was read of that element of a checked
+/// file, whose channels became R, G, B and A.
+void rendi_persi(Byte d, Foto& f, int parte, const std::array<int, 4>& canali);
 
 }  // namespace varno::provino

@@ -135,7 +135,9 @@ std::string in_piani(const std::string& nome, const Json& formato, const std::st
     constexpr const char* PARTI[3][3] = {
         {"444", "440", "440"}, {"422", "420", "420"}, {"411", "410", "410"}};
     const int x = std::min(2, formato.value("log2_chroma_w", 0));
-    const int y = std::min(2, formato.value("log2_chroma_h", 0));
+    int y = std::min(2, formato.value("log2_chroma_h", 0));
+    if (x == 0 && !bit.empty())
+        y = 0;  // 440 of more bits, which the filter behind does not know
     return std::string("yuv") + PARTI[x][y] + "p" + bit;
 }
 
@@ -157,27 +159,35 @@ void scegli_grafo(Filmato& f, const Json& traccia, const Json& formati, const Co
     if (f.bit == 0 || minimi < 8 || nome.starts_with("xyz") || (grigio && f.bit > 16))
         illeggibile(f, "its samples (" + (nome.empty() ? "unknown" : nome) + ") are not read");
     f.alfa = ha("alpha");
+    // ffmpeg is one code off with the alpha of 8 bits that stands between the colours, and would
+    // take that of YCbCr for legal range.
+    f.alfa_sotto = f.alfa && (!rgb || (f.bit == 8 && !ha("planar")));
     const std::string bit = f.bit == 8 ? "" : std::to_string(f.bit) + "le";  // as names end
     const std::string matrice = scegli_colori(f, traccia, c, rgb, grigio);
     const std::string girato = gira(f, traccia);
+    std::string alfa = "setparams=range=full,scale,format=gbrp" + bit;
     if (rgb || grigio) {
         // Laid out in planes and nothing else: their values are left to us.
-        f.formato = std::string(f.alfa ? "gbrap" : "gbrp") + (f.bit == 32 ? "f" : "") + bit;
+        f.formato = std::string(f.alfa && !f.alfa_sotto ? "gbrap" : "gbrp") +
+                    (f.bit == 32 ? "f" : "") + bit;
         f.byte = f.bit == 8 ? 1 : f.bit == 32 ? 4 : 2;
         f.grafo = "setparams=range=full,scale,format=" + f.formato + girato;
-        return;
+    } else {
+        // The first step would scale a full range to legal on its own, was it not told otherwise.
+        // YCgCo is made of codes, not of light: it is legal afterwards as it was before.
+        const bool codici = f.legale && matrice == "ycgco";
+        f.formato = "gbrpf32le";
+        f.grafo = "scale=in_range=tv:out_range=tv,format=" + in_piani(nome, formato, bit) +
+                  ",setparams=range=" + (f.legale && !codici ? "tv" : "pc") +
+                  ":colorspace=" + matrice +
+                  ":color_primaries=unknown:color_trc=unknown,zscale=filter=spline36,format=" +
+                  f.formato + girato;
+        f.legale = codici;
+        alfa += ",zscale,format=" + f.formato;
     }
-    // The first step would scale a full range to legal on its own, was it not told otherwise.
-    f.formato = "gbrpf32le";
-    f.grafo = "scale=in_range=tv:out_range=tv,format=" + in_piani(nome, formato, bit) +
-              ",setparams=range=" + (f.legale ? "tv" : "pc") + ":colorspace=" + matrice +
-              ":color_primaries=unknown:color_trc=unknown,zscale=filter=spline36,format=gbrpf32le" +
-              girato;
-    f.legale = false;
-    f.alfa_sotto = f.alfa;  // the filter would take alpha for legal range
-    if (f.alfa)
-        f.grafo = "split[c][a];[a]alphaextract,setparams=range=full,scale,format=gbrp" + bit +
-                  ",zscale,format=gbrpf32le" + girato + "[m];[c]" + f.grafo + "[k];[k][m]vstack";
+    if (f.alfa_sotto)
+        f.grafo = "split[c][a];[a]alphaextract," + alfa + girato + "[m];[c]" + f.grafo +
+                  "[k];[k][m]vstack";
 }
 
 // The times of all frames in order, seconds; a raw stream has none, and frames without count too.

@@ -204,7 +204,7 @@ Foto leggi_foto(const fs::path& file, const Scelta& scelta)
             v[c] = k[c] < 0 ? 1.0f : letti[passo * i + k[c] - *primo];
         std::copy(v.begin(), v.end(), &f.rgba[4 * i]);
     }
-    sana_letti(l.dati, f);
+    sana_letti(l.dati, l.ingresso->current_subimage(), k, f);
     return f;
 }
 

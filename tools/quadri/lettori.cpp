@@ -79,11 +79,11 @@ void prepara_lettura(Formato f, std::vector<unsigned char>& dati, const std::str
         prepara_dpx(dati, nome);
 }
 
-void sana_letti(Byte dati, Foto& f)
+void sana_letti(Byte dati, int parte, const std::array<int, 4>& canali, Foto& f)
 {
     raddrizza_bit(f);
     if (f.formato == Formato::dpx)
-        rendi_persi(dati, f);
+        rendi_persi(dati, f, parte, canali);
 }
 
 }  // namespace varno::provino

@@ -3,6 +3,7 @@
 
 #include "tools/quadri/immagini.h"
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,6 @@ namespace varno::provino {
 void prepara_lettura(Formato f, std::vector<unsigned char>& dati, const std::string& nome);
 
 /// After it was read: values that came wrong.
-void sana_letti(Byte dati, Foto& f);
+void sana_letti(Byte dati, int parte, const std::array<int, 4>& canali, Foto& f);
 
 }  // namespace varno::provino
