@@ -10,6 +10,7 @@ namespace {
 OfxHost* gHost;
 const OfxPropertySuiteV1* gProp;
 const OfxImageEffectSuiteV1* gEff;
+const OfxParameterSuiteV1* gParm;
 
 struct Vista {
     OfxPropertySetHandle props = nullptr;
@@ -41,6 +42,8 @@ OfxStatus entra(const char* azione, const void* maniglia, OfxPropertySetHandle d
             gHost->fetchSuite(gHost->host, "OfxPropertySuite", 1));
         gEff = static_cast<const OfxImageEffectSuiteV1*>(
             gHost->fetchSuite(gHost->host, "OfxImageEffectSuite", 1));
+        gParm = static_cast<const OfxParameterSuiteV1*>(
+            gHost->fetchSuite(gHost->host, "OfxParameterSuite", 1));
     } else if (chiesta("OfxActionDescribe")) {
         gEff->getPropertySet(effetto, &p);
         gProp->propSetString(p, "OfxImageEffectPropSupportedContexts", 0,
@@ -52,6 +55,11 @@ OfxStatus entra(const char* azione, const void* maniglia, OfxPropertySetHandle d
             gProp->propSetString(p, "OfxImageEffectPropSupportedComponents", 0,
                                  "OfxImageComponentRGBA");
         }
+        // provino asks for it.
+        OfxParamSetHandle parametri = nullptr;
+        gEff->getParamSet(effetto, &parametri);
+        gParm->paramDefine(parametri, "OfxParamTypeChoice", "formato", &p);
+        gProp->propSetString(p, "OfxParamPropChoiceOption", 0, "None");
     } else if (chiesta("OfxImageEffectActionRender")) {
         double tempo = 0.0;
         gProp->propGetDouble(dentro, "OfxPropTime", 0, &tempo);
@@ -68,8 +76,8 @@ OfxStatus entra(const char* azione, const void* maniglia, OfxPropertySetHandle d
     return kOfxStatOK;
 }
 
-OfxPlugin gPlugin = {
-    "OfxImageEffectPluginAPI", 1, "it.varno.specchio", 1, 0, [](OfxHost* h) { gHost = h; }, entra};
+OfxPlugin gPlugin = {"OfxImageEffectPluginAPI",     1,    "it.varno.specchio", 1, 0,
+                     [](OfxHost* h) { gHost = h; }, entra};
 
 }  // namespace
 

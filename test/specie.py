@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Kinds of movies and DPX whose code values are known: what reaches a plug-in of each.
 
-usage: specie.py PROVINO SPECCHIO [--tutte]
-SPECCHIO is a plug-in that hands the picture on. --tutte takes every kind, else some of each.
+usage: specie.py PROVINO SPECCHIO [--tutte [REGEX]]
+SPECCHIO is a plug-in that hands the picture on. --tutte takes every kind, or those of that name, else some of each.
 Values are worked out from the standards' definitions. A kind that is read otherwise is a failure; one that is
 refused must be among those that are meant to be.
 """
@@ -50,6 +50,11 @@ FILMATI = [
     ("k.mov", "prores_ks", "yuv422p10le yuv444p10le yuva444p10le", 3), ("k.mov", "mjpeg -q:v 1", "yuvj422p yuvj444p", 3),
     ("k.mxf", "dnxhd -profile:v dnxhr_444 -s 416x128", "yuv444p10le gbrp10le", 3),
 ]
+
+# Those of each run: what was wrong once, and one of each way in.
+PRESTO = re.compile("ffv1 (yuv420p 0 bt709 tv|yuv444p 0 ycgco tv|yuv440p10le 0 smpte170m pc|yuva444p10le 0 bt2020nc pc|"
+                    "yuv422p 0 bt2020c tv|yuv422p12le 0 fcc pc|gray10le .*pc|gbrp12le .*tv)|png rgba .*pc|v210 .*smpte240m tv|"
+                    "mov rawvideo uyvy422 .*bt709 pc|qp 0 yuvj420p .*bt709")
 
 
 def rgb(codici, matrice, legale, bit=10):
@@ -99,7 +104,7 @@ def filmato(cartella, file, codec, formato, scarto, matrice, gamma):
     tag = "setparams=range=%s:colorspace=%s" % (gamma, matrice if yuv else "unknown")
     misura = "%dx%d" % (TOPPA * len(CODICI), ALTEZZA)
     fatto = lancia("ffmpeg", "-nostdin", "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", piani, "-s", misura, "-i",
-                   "pipe:0", "-vf", "%s,format=%s,%s" % (tag, formato, tag), "-strict", "-2", "-c:v", *codec.split(), file,
+                   "pipe:0", "-vf", "%s,%sformat=%s,%s" % (tag, "scale=in_range=tv:out_range=tv," * yuv, formato, tag), "-strict", "-2", "-c:v", *codec.split(), file,
                    cwd=cartella, input=dati)
     detto = lancia("ffprobe", "-v", "error", "-show_entries", "stream=pix_fmt,color_range,color_space", "-of",
                    "default=nw=1:nk=1", file, cwd=cartella).stdout.decode().split()
@@ -186,15 +191,12 @@ def main():
     esiti = {}
     with tempfile.TemporaryDirectory() as cartella:
         tutti_i_dpx(cartella, esiti)
-    specie = []
-    solo = next((a for a in sys.argv[3:] if a[:2] != "--"), "")
-    for file, codec, formati, scarto in FILMATI:
-        for n, formato in enumerate(formati.split()):
-            yuv = in_piani(formato)[1].startswith("yuv")
-            for m, matrice in enumerate(COEFFICIENTI if yuv else ["bt709"]):
-                for g, gamma in enumerate(["pc"] if "yuvj" in formato else ["tv", "pc"]):
-                    if (m + g == 0 or TUTTE) and re.search(solo, " ".join((codec, formato, matrice, gamma))):
-                        specie.append((file, codec, formato, scarto, matrice, gamma))
+    quali = PRESTO if not TUTTE else re.compile(sys.argv[4] if len(sys.argv) > 4 else "")
+    specie = [(file, codec, formato, scarto, matrice, gamma)
+              for file, codec, formati, scarto in FILMATI for formato in formati.split()
+              for matrice in (COEFFICIENTI if in_piani(formato)[1].startswith("yuv") else ["bt709"])
+              for gamma in (["pc"] if "yuvj" in formato else ["tv", "pc"])
+              if quali.search(" ".join(map(str, (file, codec, formato, scarto, matrice, gamma))))]
     def prova(s):
         with tempfile.TemporaryDirectory() as cartella:
             return filmato(cartella, *s)

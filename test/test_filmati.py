@@ -19,23 +19,6 @@ from pathlib import Path
 
 from test_provino import BUNDLE, FALLITO, NEUTRO, PROVINO, USO, Prova, leggi_tiff, scrivi_tiff
 
-COEFFICIENTI = {"bt709": (0.2126, 0.0722), "smpte170m": (0.299, 0.114), "bt2020nc": (0.2627, 0.0593)}
-# Code values of ten bits, legal range: ramp, beyond both ends, and colours.
-CODICI = [(y, 512, 512) for y in (64, 65, 100, 300, 502, 939, 940, 20, 1000)] + \
-         [(300, 400, 600), (600, 700, 300), (500, 512, 640), (200, 300, 512)]
-
-
-def rgb(codici, matrice, legale, bit=10):
-    """As the broadcast standards have it, worked out in double precision."""
-    kr, kb = COEFFICIENTI[matrice]
-    s = 1 << bit - 8
-    y, cb, cr = codici
-    y = (y - 16 * s) / (219 * s) if legale else y / (256 * s - 1)
-    cb, cr = ((c - 128 * s) / ((224 if legale else 255) * s if legale else 256 * s - 1) for c in (cb, cr))
-    r, b = y + 2 * (1 - kr) * cr, y + 2 * (1 - kb) * cb
-    return r, (y - kr * r - kb * b) / (1 - kr - kb), b
-
-
 def processi():
     """Number, parent, folder and command of all that run."""
     for p in Path("/proc").glob("[0-9]*"):
@@ -47,6 +30,23 @@ def processi():
 
 
 class Filmati(Prova):
+    @classmethod
+    def setUpClass(cls):
+        """What many cases share, of one run: a clip with all that goes beside a picture, and a long one."""
+        super().setUpClass()
+        Path(cls.comune, "s.srt").write_text("1\n00:00:00,000 --> 00:00:01,000\nwords\n")
+        subprocess.run(shlex.split(
+            "ffmpeg -v error -f lavfi -i testsrc2=s=96x54:r=30000/1001:d=1 -f lavfi -i sine=d=1:r=48000 -i s.srt "
+            "-map 0 -map 1 -map 1 -map 2 -timecode 00:00:59;27 -metadata title='a title' -metadata:s:a:1 language=ita "
+            "-c:v prores_ks -c:a pcm_s16le -c:s mov_text in.mov "
+            "-map 0 -map 1 -c:v libx264 -bf 2 -g 12 -vf setsar=16/15 -c:a aac cam.mp4 -map 0 -c:v ffv1 uno.mkv"),
+            cwd=cls.comune, check=True)
+
+    def setUp(self):
+        super().setUp()
+        for nome in ("in.mov", "cam.mp4"):
+            os.link(os.path.join(self.comune, nome), self.qui(nome))
+
     def ffmpeg(self, argomenti, **come):
         r = subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-y", *shlex.split(argomenti)],
                            cwd=self.cartella, capture_output=True, check=False, **come)
@@ -108,54 +108,6 @@ class Filmati(Prova):
         self.fai("sviluppa s#.png h.mkv --rate 25 --continue-on-error", *modo)
         self.assertEqual(self.pixel("h.mkv"), self.pixel("o1.png") + self.pixel("o3.png"))
 
-    def test_codes_become_the_light_that_their_tags_say(self):
-        righe = [
-            # samples, bits, chroma's share, tags; what overrules; matrix and range that count
-            ("yuv422p10le", 10, 2, 1, "bt709", "tv", "", "bt709", True),
-            ("yuv444p10le", 10, 1, 1, "bt2020nc", "pc", "", "bt2020nc", False),
-            ("yuv420p", 8, 2, 2, "unknown", "unknown", "", "bt709", True),
-            ("yuv444p12le", 12, 1, 1, "bt709", "tv", "--range full", "bt709", False),
-            ("yuv444p16le", 16, 1, 1, "bt709", "pc", "--matrix 601 --range legal", "smpte170m", True),
-            ("yuva444p10le", 10, 1, 1, "bt709", "pc", "", "bt709", False),
-            ("uyvy422", 8, 2, 1, "bt709", "unknown", "--range full --matrix 709", "bt709", False),
-            ("gray10le", 10, 0, 0, "unknown", "pc", "", None, False),
-            ("gbrp10le", 10, 0, 0, "unknown", "unknown", "", None, False),
-            ("gbrp12le", 12, 0, 0, "unknown", "unknown", "--range legal", None, True),
-        ]
-        tutti = []
-        for n, (_, bit, _, _, _, _, _, vale, legale) in enumerate(righe):
-            tutti.append([tuple(c << bit - 8 >> 2 for c in k) for k in CODICI])
-            if vale is None:  # the first sample is all there is
-                tutti[n] = [(k[0], 128 << bit - 8, 128 << bit - 8) for k in tutti[n]]
-            luci = [rgb(k, vale or "bt709", legale, bit) for k in tutti[n]]
-            scrivi_tiff(self.qui("a%02d.tif" % n), 8 * [sum((16 * k for k in luci), ())], tipo="f")
-        self.fai("sviluppa a##.tif oa##.tif --depth float --compression none", *NEUTRO)
-        for n, (formato, bit, sx, sy, matrice, gamma, opzioni, vale, _) in enumerate(righe):
-            with self.subTest(formato=formato, gamma=gamma, opzioni=opzioni):
-                def piano(p, volte, righe):
-                    return b"".join(struct.pack("<H" if bit > 8 else "B", k[p]) * volte for k in tutti[n]) * righe
-                quanti = {"yuv": 1, "gra": 1, "gbr": 3}.get(formato[:3], 0)
-                dati = piano(0, 16, 8 * quanti) or b"".join(bytes((u, y, v, y)) * 8 for y, u, v in tutti[n]) * 8
-                if sx and quanti:
-                    dati += piano(1, 16 // sx, 8 // sy) + piano(2, 16 // sx, 8 // sy)
-                    dati += piano(0, 16, 8 * ("a" in formato))
-                Path(self.qui("c.raw")).write_bytes(dati)
-                nome, codec = ("c.mkv", "ffv1") if quanti else ("c.mov", "rawvideo")
-                self.ffmpeg("-f rawvideo -pix_fmt %s -s %dx8 -i c.raw -vf setparams=range=%s:colorspace=%s -c:v %s %s"
-                            % (formato, 16 * len(CODICI), gamma, matrice, codec, nome))
-                r = self.fai("sviluppa %s oc.tif --frames 1 --depth float --compression none --overwrite %s"
-                             % (nome, opzioni), *NEUTRO)
-                self.assertEqual("taken as" in r.stderr, "unknown" in (matrice, gamma) and vale is not None
-                                 and not opzioni)
-                (a, _), (c, canali) = (leggi_tiff(self.qui(f)) for f in ("oa%02d.tif" % n, "oc.tif"))
-                # In the middle of each patch, free of the neighbours' colour.
-                for i, k in enumerate(tutti[n]):
-                    atteso, avuto = a[4][48 * i + 24:], c[4][canali * (16 * i + 8):]
-                    for p in range(3):
-                        self.assertAlmostEqual(atteso[p], avuto[p], delta=2e-5, msg=(p, k))
-                    if canali == 4:
-                        self.assertAlmostEqual(avuto[3], k[0] / 1023, delta=1e-6)
-
     def test_light_becomes_legal_codes_and_says_so(self):
         toppe = [(0, 0, 0), (65535,) * 3, (30000,) * 3, (60000, 20000, 9000), (5000, 40000, 50000), (257, 300, 290)]
         W, H = 48 * len(toppe), 128
@@ -187,8 +139,12 @@ class Filmati(Prova):
                                          (croma + altezza * W // parte, 128 + 224 * (r - y) / 1.5748)):
                         self.assertAlmostEqual(campioni[dove], s * atteso, delta=scarto)
 
+    def flussi(self, file, cosa):
+        """That entry of each stream, by the stream's kind."""
+        r = self.ffprobe(file, "stream=codec_type,%s:stream_tags=%s" % (cosa, cosa))["streams"]
+        return [(t["codec_type"], t.get(cosa) or t.get("tags", {}).get(cosa)) for t in r]
+
     def test_a_clip_keeps_its_rate_timecode_tags_sound_and_settings(self):
-        self.clip("in.mov", "-timecode '00:00:59;27' -metadata title='a title' -c:v prores_ks -c:a pcm_s16le")
         suono = self.ffmpeg("-i in.mov -map 0:a -c copy -f hash -")
         # Where the number of a minute's first two frames is left out.
         for nome, scelti, timecode, audio in (("o.mov", "", "00:00:59;27", True), ("o.mkv", "", "00:00:59;27", True),
@@ -201,20 +157,70 @@ class Filmati(Prova):
             self.assertEqual((etichette["timecode"], etichette["title"]), (timecode, "a title"))
             self.assertEqual(detto["streams"][0]["r_frame_rate"], "30000/1001")
             self.assertEqual("audio" in r.stderr, not audio)
-            self.assertEqual(sum(t["codec_type"] == "audio" for t in detto["streams"]), audio)
+            self.assertIn("without the subtitles", r.stderr)
+            self.assertEqual(sum(t["codec_type"] == "audio" for t in detto["streams"]), 2 * audio)
             if audio:
                 self.assertEqual(self.ffmpeg("-i %s -map 0:a -c copy -f hash -" % nome), suono)
+            if nome == "o.mkv":
+                self.assertIn(("audio", "ita"), self.flussi(nome, "language"))
         self.assertEqual(len(self.pixel("o.mov", "gray")), 5 * 96 * 54)
-        self.assertIn("audio", self.fai("sviluppa in.mov o.mp4").stderr)  # which takes no PCM
+        # What takes no PCM, and what takes nothing else.
+        for nome, opzioni, codec, detto in (("o.mp4", "", ["aac", "aac"], "becomes AAC"), ("o.mp4", "--audio none", [], ""),
+                                            ("o.mxf", "--codec mpeg2video", ["pcm_s16le", "pcm_s16le"], "")):
+            r = self.fai("sviluppa in.mov %s --overwrite" % nome, *opzioni.split())
+            self.assertEqual([c for tipo, c in self.flussi(nome, "codec_name") if tipo == "audio"], codec)
+            self.assertIn(detto, r.stderr)
+        self.rifiuta(USO, "--audio aac makes it AAC", "sviluppa in.mov p.mp4 --audio copy", note="(?:[^\n]*note:[^\n]*\n)*")
         self.fai("sviluppa in.mov o#.exr --frames 3")
         self.fai("sviluppa o3.exr diretto.png -p look=Brass -p promist_on=1")
         for nome in ("o.mov", "o.mkv"):
             self.fai("sviluppa o3.exr con.png --overwrite --settings-from", nome)
             self.uguali("con.png", "diretto.png")
         detto = self.altri("oiiotool --info -v o3.exr")
-        self.assertRegex(detto, r"(?s)FramesPerSecond: 30000/1001.*smpte:TimeCode: 00:00:59.29")
-        self.fai("sviluppa o3.exr s.mov --frames 1-2")
-        self.assertEqual(self.ffprobe("s.mov", "stream")["streams"][0]["r_frame_rate"], "30000/1001")
+        self.assertRegex(detto, r"(?s)FramesPerSecond: 30000/1001.*smpte:TimeCode: 00:00:59[;.:]29")
+        self.ffmpeg("-i in.mov -map 0:v -c copy -timecode '01:00:00;00' ora.mov")
+        self.fai("sviluppa ora.mov t##.dpx --frames 30")
+        self.assertRegex(self.altri("oiiotool --info -v t30.dpx"), "smpte:TimeCode: 01:00:00[;.:]29")
+        for n, (da, a) in enumerate((("o3.exr", "30000/1001"), ("t30.dpx", "30000/1001"), ("s.exr --rate 23.976", "24000/1001"),
+                                     ("s.exr --rate 59.94", "60000/1001"))):
+            self.fai("sviluppa %s s%d.mkv --frames 1-40" % (da, n))
+            if n == 3:  # whose times are whole milliseconds
+                self.fai("sviluppa s3.mkv s3.mov")
+            self.assertEqual(self.flussi("s%d.%s" % (n, "mov" if n == 3 else "mkv"), "r_frame_rate"), [("video", a)])
+
+    def test_sound_stays_where_it_was(self):
+        # A white frame and a beep at the same time, half a second in.
+        self.ffmpeg("-f lavfi -i color=s=64x48:r=24:d=1,drawbox=c=white:t=fill:enable='eq(n\\,12)' -f lavfi "
+                    "-i aevalsrc='0.5*sin(2500*t)*between(t\\,0.5\\,0.53)':s=48000:d=1 -c:v libx264 -bf 2 -c:a aac b.mp4")
+        self.ffmpeg("-i b.mp4 -c copy k.mkv -itsoffset 1.3 -i b.mp4 -map 1:v -map 0:a -c copy tardi.mov")
+
+        def scarto(file):
+            """Seconds that the beep comes behind the frame."""
+            suono = memoryview(self.ffmpeg("-i %s -map 0:a -af aresample=async=1:first_pts=0 -f s16le -ac 1 -" % file)).cast("h")
+            bianchi = list(self.ffmpeg("-i %s -fps_mode passthrough -vf scale=1:1 -f rawvideo -pix_fmt gray -" % file))
+            self.assertEqual(len(bianchi), 24, file)
+            r = self.ffprobe(file, "packet=pts_time,stream_index:format=start_time:stream=codec_type")
+            video = [s["codec_type"] for s in r["streams"]].index("video")
+            tempi = sorted(float(p["pts_time"]) for p in r["packets"] if p["stream_index"] == video)
+            flash = tempi[max(range(24), key=bianchi.__getitem__)] - float(r["format"]["start_time"])
+            return next(i for i, v in enumerate(suono) if abs(v) > 4000) / 48000 - flash
+        for da in ("k.mkv", "tardi.mov"):
+            for a in ("o.mov", "o.mp4", "o.mkv"):
+                self.fai("sviluppa %s %s --overwrite" % (da, a), *NEUTRO)
+                self.assertAlmostEqual(scarto(a), scarto(da), delta=0.004, msg=(da, a))
+
+    def test_a_clip_cut_without_encoding_is_whole(self):
+        self.ffmpeg("-stream_loop 3 -i cam.mp4 -map 0:v -c copy lungo.mp4")
+        for nome, taglio in (("t.mp4", "-ss 0.5"), ("t.mov", "-ss 1.3 -t 1.5"), ("t.ts", "-ss 1.3 -t 1.45"), ("t.mkv", "-t 1.6")):
+            self.ffmpeg("%s -i lungo.mp4 -c copy %s" % (taglio, nome))
+            r = self.fai("sviluppa %s o.mov --overwrite" % nome, *NEUTRO)
+            self.assertNotIn("variable", r.stderr)
+            # A second decoder's count.
+            self.assertEqual(len(self.pixel("o.mov", "gray")), len(self.pixel("%s" % nome, "gray")), nome)
+        for nome in ("t.mkv", "t.ts"):
+            intero = self.byte(nome)
+            Path(self.qui("c" + nome)).write_bytes(intero[:len(intero) * 2 // 3])
+        self.rifiuta(FALLITO, "File ended prematurely", "sviluppa ct.mkv c.mov", note="(?:[^\n]*note:[^\n]*\n)*")
 
     def test_a_card_becomes_a_movie_of_each_clip_and_goes_on(self):
         os.makedirs(self.qui("card/sub"))
@@ -241,24 +247,31 @@ class Filmati(Prova):
         self.assertNotEqual(con[48 * 8:48 * 28], senza[48 * 8:48 * 28])
 
     def test_it_is_shown_as_a_player_turns_it(self):
-        self.clip("a.mkv", "-c:v ffv1 -pix_fmt yuv422p10le -an", 0.2)
-        self.ffmpeg("-i a.mkv -c:v libx264 -qp 0 a.mp4")
+        self.ffmpeg("-i cam.mp4 -an -c:v libx264 -qp 0 -frames:v 3 a.mp4")
         self.fai("sviluppa a.mp4 dritto.png --frames 2", *NEUTRO)
-        for gradi, giro in ((90, "transpose=cclock"), (180, "hflip,vflip")):
+        for gradi, giro, forma in ((90, "transpose=cclock", "15:16"), (180, "hflip,vflip", "16:15")):
             self.ffmpeg("-i a.mp4 -c copy -metadata:s:v rotate=%d r.mp4" % gradi)
             self.assertEqual(self.ffprobe("r.mp4", "stream_side_data=rotation")["streams"][0]["side_data_list"][0]
                              ["rotation"] % 360, gradi)
             self.fai("sviluppa r.mp4 r.png --frames 2 --overwrite", *NEUTRO)
             self.assertEqual(self.pixel("r.png", "rgb48le"),
                              self.ffmpeg("-i dritto.png -vf %s -f rawvideo -pix_fmt rgb48le -" % giro))
+            self.fai("sviluppa r.mp4 r.mov --overwrite", *NEUTRO)
+            self.assertEqual(self.flussi("r.mov", "sample_aspect_ratio"), [("video", forma)])
+        self.altri("oiiotool s.exr --attrib:type=float PixelAspectRatio 0.5 --fullsize 200x100-9-9 -o p.exr")
+        self.assertIn("holds no display window", self.fai("sviluppa p.exr p.mkv --frames 1-2 --rate 24").stderr)
+        self.assertIn("holds no display window", self.fai("sviluppa p.exr p.dpx").stderr)
+        self.fai("sviluppa p.dpx q.mov --frames 1-2 --rate 24")
+        for nome in ("p.mkv", "q.mov"):
+            self.assertEqual(self.flussi(nome, "sample_aspect_ratio"), [("video", "1:2")])
 
     def test_any_frame_is_found_in_any_container(self):
         # Its number is written into each frame's first pixels, and all frames depend on others.
         for nome, modo in (("a.mp4", "-c:v libx264 -g 30 -bf 3 -qp 0"), ("a.ts", "-c:v libx264 -g 30 -bf 3 -qp 0"),
                            ("a.mkv", "-c:v libx264 -g 30 -bf 3 -qp 0 -output_ts_offset 1"),
                            ("a.mxf", "-c:v mpeg2video -q:v 1")):
-            self.ffmpeg("-f lavfi -i color=gray:s=64x64:r=25:d=3,geq=lum='16+2*N':cb=128:cr=128 -f lavfi "
-                        "-i sine=d=3:r=48000 %s -pix_fmt yuv420p -color_range tv -colorspace bt709 %s" % (modo, nome))
+            self.ffmpeg("-f lavfi -i color=gray:s=64x64:r=24000/1001:d=3.12,geq=lum='16+2*N':cb=128:cr=128 -f lavfi "
+                        "-i sine=d=3.2:r=48000 %s -pix_fmt yuv420p -color_range tv -colorspace bt709 %s" % (modo, nome))
             self.fai("sviluppa %s tutti.mkv --overwrite" % nome, *NEUTRO)
             interi, uno = self.pixel("tutti.mkv", "gray"), 64 * 64
             self.assertEqual(len(interi), 75 * uno, nome)
@@ -274,12 +287,17 @@ class Filmati(Prova):
         comando = re.fullmatch(r"provino: 'v.mp4' has a variable frame rate; .*: ffmpeg (.*)\n", r.stderr)[1]
         self.ffmpeg(comando)
         self.fai("sviluppa constant.mkv o.mov")
+        uno = 64 * 48  # no frame is lost on the way
+        prima, dopo = ({d[i:i + uno] for i in range(0, len(d), uno)}
+                       for d in (self.pixel(f, "gray") for f in ("v.mp4", "constant.mkv")))
+        self.assertEqual(prima - dopo, set())
         self.assertRegex(self.fai("sviluppa v.mp4 o##.png").stderr, "note: 'v.mp4' has a variable frame rate")
         self.assertEqual(len(self.nomi("o")), 1 + 33)
         self.ffmpeg("-i v.mp4 -vf setparams=color_trc=arib-std-b67 -c:v libx264 hlg.mp4")
         self.assertRegex(self.fai("sviluppa hlg.mp4 h#.png --frames 1").stderr, "is tagged as HLG")
 
     def test_what_goes_wrong_is_said_in_one_line_and_leaves_nothing(self):
+        os.remove(self.qui("in.mov"))
         self.clip("in.mov", "-c:v prores_ks", 1, "320x180")
         intero = self.byte("in.mov")
         Path(self.qui("mozzo.mov")).write_bytes(intero[:len(intero) // 2])
@@ -333,8 +351,9 @@ class Filmati(Prova):
         self.assertEqual((aperti.count("memfd:"), aperti.count("pipe:") - 2), (2, 2), aperti)
 
     def test_a_killed_program_takes_the_others_with_it(self):
-        self.clip("in.mkv", "-c:v ffv1", 8, "640x360")
-        for chi, segno in (("passthrough", signal.SIGKILL), ("thread_queue_size", signal.SIGKILL),
+        # So long that it ends before it is killed on no machine.
+        self.ffmpeg("-stream_loop 500 -i %s -c copy in.mkv" % os.path.join(self.comune, "uno.mkv"))
+        for chi, segno in (("noautorotate", signal.SIGKILL), ("thread_queue_size", signal.SIGKILL),
                            ("", signal.SIGINT), ("", signal.SIGTERM), ("", signal.SIGKILL)):
             with self.subTest(chi=chi, segno=segno):
                 # A parent in the background ignores SIGINT; a run that went on would be in the next one's way.

@@ -20,6 +20,9 @@ struct Inattese {
     std::vector<std::string> parole;
 };
 
+/// What is read has no such frame, though it promised one, and is whole.
+struct Finito : Errore {};
+
 [[noreturn]] inline void fallisci(std::string testo)
 {
     throw Errore{FALLITO, std::move(testo)};

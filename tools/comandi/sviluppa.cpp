@@ -246,7 +246,10 @@ Sottocomando comando_sviluppa()
               "Of a movie: prores (.mov), h264 (.mp4), ffv1 (.mkv, RGB of 16 bits), "
               "prores4444, dnxhr, h265, or an encoder of ffmpeg's, NAME or NAME:PIXELFORMAT",
               {.proposte = {"prores", "prores4444", "dnxhr", "h264", "h265", "ffv1"}}},
-             {"--quality", &m.qualita, "Of a movie: -crf where the encoder has it, as h264 and h265, else -q:v"}},
+             {"--quality", &m.qualita, "Of a movie: -crf where the encoder has it, as h264 and h265, else -q:v"},
+             {"--audio", &m.audio,
+              "Of a movie: copy, aac or none; without it copied where the output holds it, else AAC (PCM in .mxf)",
+              {.valori = {"copy", "aac", "none"}}}},
             opzioni_filmato(o->colori),
             {{"--time", &o->tempo, "Render time of a single picture, in place of the number that its name ends in"},
              {"--jobs", &o->lavori, "Frames under way at once, each on an instance of its own", {.minimo = 1, .massimo = 64, .detto = true}},

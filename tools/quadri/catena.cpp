@@ -83,6 +83,15 @@ void lavora(Sala& s, banco::Istanza& istanza)
         const auto inizio = std::chrono::steady_clock::now();
         try {
             fai(s, istanza, r, std::move(in_fila));
+        } catch (const Finito& e) {
+            if (r.indice > 0) {
+                if (!e.testo.empty())
+                    avviso(e.testo);
+                const std::lock_guard<std::mutex> chiuso(s.mutex);
+                s.fermo = true;
+                return;
+            }
+            r.motivo = e.testo;
         } catch (const Errore& e) {
             r.motivo = e.testo;
         } catch (const std::bad_alloc&) {

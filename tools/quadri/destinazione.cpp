@@ -25,6 +25,8 @@ void apri_ripresa(Destinazione& a, const Sorgente& da)
         rifiuta("--depth, --compression, --skip-existing and --continue-on-error are for "
                 "pictures; a movie takes --codec and --quality");
     ModoFilmato come = scegli_modo(a.nome, m.codec, m.qualita);
+    if (!m.audio.empty() && !da.proiezione)
+        rifiuta("--audio is for a movie that becomes a movie");
     if (!m.cadenza.empty() && da.proiezione)
         rifiuta("--rate is for a sequence that becomes a movie");
     if (!m.cadenza.empty() && numero_cadenza(m.cadenza) == 0.0)
@@ -55,6 +57,8 @@ Destinazione apri_destinazione(const std::string& nome, const ModoDestinazione& 
         apri_ripresa(a, da);
         return a;
     }
+    if (!modo.audio.empty())
+        rifiuta("--audio is for a movie that becomes a movie");
     if (!modo.codec.empty() || !modo.qualita.empty())
         rifiuta("--codec and --quality are for a movie that is written");
     if (modo.scala > 0 || !modo.scritte.empty())
@@ -117,10 +121,9 @@ void segui(Destinazione& a, const Sorgente& da, const std::vector<long long>& nu
     }
     const Filmato& f = da.proiezione->filmato;
     const bool intero = numeri.size() == da.numeri.size();
-    if (!segui(modo, f, numeri.front() - da.numeri.front(), intero))
-        perdita(nome + " cannot hold the audio as it is, which is left out: a .mov or .mkv can");
-    else if (f.audio && !intero)
-        perdita(nome + " is without audio, which is copied with whole clips only");
+    for (const std::string& nota :
+         segui(modo, f, numeri.front() - da.numeri.front(), intero, a.modo.audio))
+        perdita(nome + " " + nota);
 }
 
 void scrivi(Destinazione& a, long long n, const Foto& foto)

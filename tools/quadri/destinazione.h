@@ -16,6 +16,7 @@ namespace varno::provino {
 struct ModoDestinazione {
     Scrittura scrittura;                  // of pictures; whether what exists is replaced
     std::string codec, qualita, cadenza;  // of a movie
+    std::string audio;                    // copy, aac, none; empty: copied where that goes
     int scala = 0;                        // its width; 0: as it is
     std::string scritte;                  // "name,timecode", drawn into it
     bool salta = false;                   // pictures that exist

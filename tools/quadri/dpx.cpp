@@ -2,6 +2,7 @@
 #include "tools/quadri/dpx.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -26,6 +27,12 @@ std::uint32_t u32(Byte d, std::size_t p)
 std::uint32_t u16(Byte d, std::size_t p)
 {
     return numero(d, p, 2, piccolo_prima(d));
+}
+
+void scrivi(std::vector<unsigned char>& d, std::size_t p, std::uint32_t n)
+{
+    for (std::size_t i = 0; i < 4; ++i, n >>= 8)
+        d[p + (piccolo_prima(d) ? i : 3 - i)] = static_cast<unsigned char>(n);
 }
 
 struct Elemento {
@@ -130,22 +137,18 @@ void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
 {
     controlla(dati, nome);
     const std::size_t inizio = u32(dati, 4);
-    const auto scrivi = [&](std::size_t campo, std::uint32_t n) {
-        for (std::size_t i = 0; i < 4; ++i, n >>= 8)
-            dati[campo + (piccolo_prima(dati) ? i : 3 - i)] = static_cast<unsigned char>(n);
-    };
     const std::size_t elementi = u16(dati, 770);
     for (std::size_t i = 0; i < elementi; ++i) {
         const std::uint64_t fine = i + 1 < elementi ? elemento(dati, i + 1).inizio : dati.size();
         if (const std::uint32_t n = non_detti(dati, elemento(dati, i), fine); n > 0)
-            scrivi(PRIMO_ELEMENTO + LUNGO_ELEMENTO * i + 32, n);
+            scrivi(dati, PRIMO_ELEMENTO + LUNGO_ELEMENTO * i + 32, n);
     }
     if (inizio < GENERICA || inizio >= TESTATA)
         return;
     const auto sposta = [&](std::size_t campo) {
         const std::uint32_t n = u32(dati, campo);
         if (n >= inizio && n != INDEFINITO)
-            scrivi(campo, n + static_cast<std::uint32_t>(TESTATA - inizio));
+            scrivi(dati, campo, n + static_cast<std::uint32_t>(TESTATA - inizio));
     };
     for (std::size_t i = 0; i < elementi; ++i)
         sposta(PRIMO_ELEMENTO + LUNGO_ELEMENTO * i + 28);
@@ -155,6 +158,15 @@ void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
     std::fill_n(niente.begin() + 68, 188, std::uint8_t{0});
     dati.insert(dati.begin() + static_cast<std::ptrdiff_t>(inizio),
                 niente.begin() + static_cast<std::ptrdiff_t>(inizio - GENERICA), niente.end());
+}
+
+void scrivi_forma_dpx(std::vector<unsigned char>& dati, float forma)
+{
+    constexpr std::size_t FORMA = 1628;
+    if (!(forma < 1.0f))
+        return;
+    scrivi(dati, FORMA, static_cast<std::uint32_t>(std::lround(10000.0f * forma)));
+    scrivi(dati, FORMA + 4, 10000);
 }
 
 void rendi_persi(Byte d, Foto& f, int parte, const std::array<int, 4>& canali)

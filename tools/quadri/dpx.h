@@ -16,9 +16,12 @@ namespace varno::provino {
 /// on 32 bits get their padding told.
 void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome);
 
+/// Into a file: the shape of a pixel below 1:1, of which the writer behind OpenImageIO leaves 0.
+void scrivi_forma_dpx(std::vector<unsigned char>& dati, float forma);
+
 /// Where rows of 10-bit samples, three to a word, end in a word that is not full, the reader behind
-/// OpenImageIO loses some of it: they go into the picture that was read of that element of a checked
-/// file, whose channels became R, G, B and A.
+/// OpenImageIO loses some of it: they go into the picture that was read of that element of a
+/// checked file, whose channels became R, G, B and A.
 void rendi_persi(Byte d, Foto& f, int parte, const std::array<int, 4>& canali);
 
 }  // namespace varno::provino

@@ -16,13 +16,14 @@ struct LetturaFilmato {
     const Filmato& filmato;
     ProcessoPtr decodifica;
     long long prossimo = 1;  // the frame that comes out next
-    bool fallita = false;
+    bool fallita = false, finita = false;
     std::vector<unsigned char> campioni;
 };
 
 /// The frame of that number, the first is 1: RGBA float of full range, and in its metadata the
 /// frame rate, its timecode and the movie's tags. Rising numbers go on reading; others seek. Throws
-/// Errore, from the second failure on without a text.
+/// Finito behind the last frame of a whole movie, else Errore; from the second time on without a
+/// text.
 Foto leggi_fotogramma(LetturaFilmato& l, long long numero);
 
 /// What goes with that frame: its size, frame rate, timecode, and the movie's tags.
@@ -43,7 +44,8 @@ struct ModoFilmato {
     int scala = 0;                               // its width; 0: as it comes
     std::map<std::string, std::string> scritte;  // drawn into it: "name", "timecode" without one
     std::string audio_da;                        // the file; empty: none
-    double inizio = 0.0;                         // of the picture within it, seconds
+    std::string audio;    // what becomes of it, as ffmpeg takes it behind -c:a
+    double inizio = 0.0;  // of the picture within it, seconds
 };
 
 /// The container by the name, the codec of that name or, empty, the container's usual one. Throws
@@ -52,8 +54,11 @@ ModoFilmato scegli_modo(const std::filesystem::path& file, const std::string& co
                         const std::string& qualita);
 
 /// Takes rate, tags and timecode of a movie that is developed from behind so many frames on, and,
-/// where that is all of it, its audio; false where the container does not take that as it is.
-bool segui(ModoFilmato& modo, const Filmato& da, long long saltati, bool intero);
+/// where that is all of it, its audio: as it is where the container takes that, else as AAC, or PCM
+/// for MXF; `audio` is copy, aac, none or empty. Returns what the user should know, behind the
+/// output's name. Throws Errore (usage) where it is to be copied and cannot.
+std::vector<std::string> segui(ModoFilmato& modo, const Filmato& da, long long saltati, bool intero,
+                               const std::string& audio);
 
 /// Takes rate, unless it is set, and timecode of a picture; false where it knows no rate, which is
 /// 24 then.

@@ -38,16 +38,25 @@ void apri(LetturaFilmato& l, long long numero)
     l.prossimo = numero;
 }
 
+// Whole, with fewer frames than its packets, is what plays as long as it tells.
 [[noreturn]] void interrotta(LetturaFilmato& l)
 {
-    const std::string nome = tra_apici(l.filmato.file);
+    const Filmato& f = l.filmato;
+    const std::string nome = tra_apici(f.file);
     const std::string motivo = attendi(*l.decodifica);
+    const bool muta = detto(*l.decodifica).empty();
     l.decodifica.reset();
     if (!motivo.empty())
         fallisci("cannot decode " + nome + " at frame " + std::to_string(l.prossimo) + ": " +
                  motivo);
-    fallisci(nome + " ends after frame " + std::to_string(l.prossimo - 1) + " of " +
-             std::to_string(l.filmato.quanti) + ": it is cut short; copy the file again");
+    const long long avuti = l.prossimo - 1;
+    const std::string fine =
+        nome + " ends after frame " + std::to_string(avuti) + " of " + std::to_string(f.quanti);
+    l.finita =
+        muta && f.durata * numero_cadenza(f.cadenza) - static_cast<double>(avuti) <= RIORDINO;
+    if (l.finita)
+        throw Finito{{FALLITO, fine}};
+    fallisci(fine + ": it is cut short; copy the file again");
 }
 
 // From planes of green, blue, red and alpha.
@@ -79,7 +88,7 @@ OIIO::ImageSpec testata_di(const Filmato& f, long long numero)
     if (std::sscanf(f.cadenza.c_str(), "%d/%d", &cadenza[0], &cadenza[1]) >= 1)
         testata.attribute("FramesPerSecond", OIIO::TypeRational, cadenza);
     float forma[2] = {1.0f, 1.0f};
-    if (std::sscanf(f.forma.c_str(), "%f:%f", &forma[0], &forma[1]) == 2)
+    if (std::sscanf(f.forma.c_str(), "%f/%f", &forma[0], &forma[1]) == 2)
         testata.attribute("PixelAspectRatio", forma[0] / forma[1]);
     // SMPTE 12M as EXR and DPX hold it: two decimal digits a byte, hours first.
     std::string t = timecode_dopo(f.timecode, f.cadenza, numero - 1);
@@ -95,6 +104,8 @@ OIIO::ImageSpec testata_di(const Filmato& f, long long numero)
 Foto leggi_fotogramma(LetturaFilmato& l, long long numero)
 {
     const Filmato& f = l.filmato;
+    if (l.finita)
+        throw Finito{{FALLITO, {}}};
     if (l.fallita)
         throw Errore{FALLITO, {}};
     l.fallita = true;  // until it went well

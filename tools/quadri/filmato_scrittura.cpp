@@ -1,5 +1,6 @@
 // Frames into a movie, encoded by ffmpeg.
 #include "tools/argomenti.h"
+#include "tools/messaggi.h"
 #include "tools/quadri/filmato_flussi.h"
 
 #include <OpenImageIO/strutil.h>
@@ -109,7 +110,7 @@ std::string grafo(const ModoFilmato& m, const std::string& tubo, const std::stri
     return "setparams=color_primaries=bt709:color_trc=bt709" + zscale + ",format=" + formato +
            ",setparams=range=" + (piena(formato) ? "pc" : "tv") +
            ":colorspace=" + (rgb ? "gbr" : "bt709") +
-           ",setsar=" + (m.forma.empty() ? "1:1" : m.forma) + scritte(m, altezza);
+           ",setsar=" + (m.forma.empty() ? "1" : m.forma) + ":max=10000" + scritte(m, altezza);
 }
 
 std::string misure(int larghezza, int altezza)
@@ -120,6 +121,8 @@ std::string misure(int larghezza, int altezza)
 void comincia(ScritturaFilmato& s, const Foto& foto)
 {
     ModoFilmato& m = s.modo;
+    if (ha_finestra(foto.testata))
+        nota(s.nome, SENZA_FINESTRA);
     s.larghezza = foto.larghezza;
     s.altezza = foto.altezza;
     s.alfa = foto.alfa && !m.formato_con_alfa.empty();
@@ -141,18 +144,25 @@ void comincia(ScritturaFilmato& s, const Foto& foto)
     const auto aggiungi = [&c](const Comando& altre) {
         c.insert(c.end(), altre.begin(), altre.end());
     };
-    if (!m.audio_da.empty() && m.inizio != 0.0)
-        aggiungi({"-itsoffset", testo_di(m.inizio)});
     aggiungi({"-i", "pipe:0"});
     if (!m.audio_da.empty()) {
+        // The sound is moved, since frames only move by whole ones; where a container knows no
+        // later start, the sound before the picture goes.
+        if (m.inizio > 0.0 && m.contenitore == "mxf")
+            aggiungi({"-ss", testo_di(m.inizio)});
+        else if (m.inizio != 0.0)
+            aggiungi({"-itsoffset", testo_di(-m.inizio)});
         aggiungi(splits("-vn -sn -dn -protocol_whitelist file -i"));
-        aggiungi({"file:" + m.audio_da});
-        aggiungi(splits("-map 0:v -map 1:a -c:a copy"));
+        aggiungi({"file:" + m.audio_da, "-map", "0:v", "-map", "1:a", "-c:a"});
+        aggiungi(splits(m.audio));
+        if (m.inizio > 0.0)
+            aggiungi({"-avoid_negative_ts", "make_zero"});
     } else {
         aggiungi({"-map", "0:v"});
     }
-    aggiungi({"-map_metadata", "-1", "-vf", grafo(m, tubo, formato, larghezza, altezza), "-c:v",
-              m.codec});
+    // Each frame once; streams keep their tags, such as a language.
+    aggiungi(splits("-fps_mode passthrough -map_metadata:g -1 -map_chapters -1"));
+    aggiungi({"-vf", grafo(m, tubo, formato, larghezza, altezza), "-c:v", m.codec});
     aggiungi(splits(std::string("-color_primaries bt709 -color_trc bt709 -colorspace ") +
                     (in_rgb(formato) ? "rgb" : "bt709") + " -color_range " +
                     (piena(formato) ? "pc" : "tv")));
@@ -255,23 +265,44 @@ ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const st
     return m;
 }
 
-bool segui(ModoFilmato& modo, const Filmato& da, long long saltati, bool intero)
+std::vector<std::string> segui(ModoFilmato& modo, const Filmato& da, long long saltati, bool intero,
+                               const std::string& audio)
 {
+    std::vector<std::string> note;
     modo.cadenza = da.cadenza;
     modo.forma = da.forma;
     modo.etichette = da.etichette;
     modo.timecode = timecode_dopo(da.timecode, da.cadenza, saltati);
-    if (!da.audio || !intero)
-        return true;
+    if (da.sottotitoli)
+        note.emplace_back("is without the subtitles, which are not copied");
+    if (!da.audio || audio == "none")
+        return note;
+    if (!intero) {
+        note.emplace_back("is without audio, which is copied with whole clips only");
+        return note;
+    }
+    modo.audio_da = da.file;
     modo.inizio = da.inizio;
-    const Comando prova = {
-        "ffmpeg", "-nostdin",        "-v",       "error", "-y", "-vn",  "-sn", "-dn",
-        "-i",     "file:" + da.file, "-map",     "0:a",   "-c", "copy", "-t",  "0.1",
-        "-f",     modo.contenitore,  "/dev/null"};
-    const bool riesce = chiedi(prova).motivo.empty();
-    if (riesce)
-        modo.audio_da = da.file;
-    return riesce;
+    modo.audio = "copy";
+    // Some take sound beside a picture alone.
+    Comando prova = splits("ffmpeg -nostdin -v error -y -f lavfi -i color=s=720x576:r=25 -i");
+    prova.push_back("file:" + da.file);
+    for (const std::string& parola :
+         splits("-map 0:v -map 1:a -c:v mpeg2video -c:a copy -t 0.1 -f " + modo.contenitore +
+                " /dev/null"))
+        prova.push_back(parola);
+    if (audio != "aac" && chiedi(prova).motivo.empty())
+        return note;
+    const bool mxf = modo.contenitore == "mxf";
+    const std::string diventa = mxf ? "PCM" : "AAC";
+    if (audio == "copy")
+        rifiuta("the output cannot hold the audio of " + tra_apici(da.file) +
+                " as it is: --audio aac makes it " + diventa + ", none leaves it out");
+    modo.audio = mxf ? "pcm_s24le -ar 48000" : "aac -b:a 320k";
+    if (audio.empty())
+        note.push_back("cannot hold the audio as it is, which becomes " + diventa +
+                       " (--audio none leaves it out)");
+    return note;
 }
 
 bool segui(ModoFilmato& modo, const OIIO::ImageSpec& testata)
@@ -282,17 +313,10 @@ bool segui(ModoFilmato& modo, const OIIO::ImageSpec& testata)
         if (const std::string v = testata.get_string_attribute(nome); !v.empty())
             modo.etichette[nome] = v;
     const float forma = testata.get_float_attribute("PixelAspectRatio", 1.0f);
-    modo.forma = forma > 0.01f && forma < 100.0f
-                     ? std::to_string(std::lround(1000.0f * forma)) + ":1000"
-                     : "1:1";
-    const float v = testata.get_float_attribute("FramesPerSecond",
-                                                testata.get_float_attribute("dpx:FrameRate"));
-    if (modo.cadenza.empty() && v >= 1.0f && v <= 1000.0f) {
-        // The rates of television are a thousandth below a whole one.
-        const long intera = std::lround(v * 1.001f);
-        const bool ridotta = std::abs(v * 1.001f - static_cast<float>(intera)) < 0.002f;
-        modo.cadenza = ridotta ? std::to_string(1000 * intera) + "/1001" : testo_di(v);
-    }
+    modo.forma = forma > 0.01f && forma < 100.0f ? testo_di(forma) : "1";
+    if (const float v = cadenza_in(testata); modo.cadenza.empty() && v >= 1.0f && v <= 1000.0f)
+        modo.cadenza = testo_di(v);
+    modo.cadenza = cadenza_esatta(modo.cadenza);
     if (!modo.cadenza.empty())
         return true;
     modo.cadenza = "24";

@@ -208,4 +208,15 @@ Foto leggi_foto(const fs::path& file, const Scelta& scelta)
     return f;
 }
 
+float cadenza_in(const OIIO::ImageSpec& testata)
+{
+    return testata.get_float_attribute("FramesPerSecond",
+                                       testata.get_float_attribute("dpx:FrameRate"));
+}
+
+bool ha_finestra(const OIIO::ImageSpec& testata)
+{
+    return testata.roi() != testata.roi_full();
+}
+
 }  // namespace varno::provino

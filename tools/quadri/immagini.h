@@ -82,6 +82,14 @@ void controlla_scrittura(const std::filesystem::path& file, const Scrittura& com
 void scrivi_foto(const std::filesystem::path& file, const Foto& foto, const Scrittura& come,
                  const std::string& impostazioni = {});
 
+/// Frames a second that a picture tells of; 0 for none.
+float cadenza_in(const OIIO::ImageSpec& testata);
+
+/// Whether its display window is another than its frame, which only an EXR holds.
+bool ha_finestra(const OIIO::ImageSpec& testata);
+constexpr const char* SENZA_FINESTRA =
+    "holds no display window around its frame, as the source has: it is left out";
+
 /// The settings that scrivi_foto left in a file's metadata, if any.
 std::optional<std::string> impostazioni_in(const OIIO::ImageSpec& testata);
 

@@ -3,6 +3,8 @@
 
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
+#include "tools/quadri/dpx.h"
+#include "tools/quadri/filmato.h"
 #include "tools/quadri/profilo.h"
 #include "tools/quadri/uscita.h"
 
@@ -10,7 +12,9 @@
 #include <OpenImageIO/strutil.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <ranges>
 #include <regex>
 #include <vector>
@@ -154,6 +158,19 @@ void dichiara_colore(OIIO::ImageSpec& s, Formato f, const std::string& colore)
     }
 }
 
+// Each of the two that hold a frame rate has its own field for it.
+void posa_cadenza(OIIO::ImageSpec& s, Formato f)
+{
+    const float v = cadenza_in(s);
+    if (f == Formato::dpx && v > 0.0f)
+        s.attribute("dpx:FrameRate", v);
+    if (f != Formato::exr || !(v > 0.0f) || s.find_attribute("FramesPerSecond") != nullptr)
+        return;
+    int rapporto[2] = {static_cast<int>(std::lround(1000.0f * v)), 1000};
+    std::sscanf(cadenza_esatta(testo_di(v)).c_str(), "%d/%d", &rapporto[0], &rapporto[1]);
+    s.attribute("FramesPerSecond", OIIO::TypeRational, rapporto);
+}
+
 OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come,
                               const std::string& profondita, const std::string& impostazioni)
 {
@@ -181,6 +198,7 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
         s.attribute("compression", come.compressione);
     if (f == Formato::dpx)
         s.attribute("oiio:BitsPerSample", std::stoi(profondita.substr(4)));
+    posa_cadenza(s, f);
     if (f == Formato::tiff && s.get_string_attribute("compression", "zip") == "zip")
         s.attribute("compression", "zip:2");  // the last percents take most of the time
     if (f == Formato::png) {
@@ -236,6 +254,8 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
         nota(file.string(), "holds no alpha, as no JPEG does: it is left out");
     const std::string profondita = scegli_profondita(f, foto, come);
     const OIIO::ImageSpec testata = spec_d_uscita(f, foto, come, profondita, impostazioni);
+    if (ha_finestra(foto.testata) && !ha_finestra(testata))
+        nota(file.string(), SENZA_FINESTRA);
 
     scrivi_intero(file, come.sovrascrivi, [&](const fs::path& provvisorio) {
         // Into memory, so that a full disk is told by our own write and never missed. TIFF alone
@@ -258,6 +278,9 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
             if (dove != memoria.end())
                 std::copy_n("oiio", 4, dove);
         }
+        // Below 1:1 the writer leaves a ratio without a whole.
+        if (f == Formato::dpx)
+            scrivi_forma_dpx(memoria, testata.get_float_attribute("PixelAspectRatio", 1.0f));
         if (f != Formato::tiff)
             scrivi_byte(provvisorio, memoria, file.string());
     });
