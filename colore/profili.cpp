@@ -3,6 +3,8 @@
 
 #include "comune/elementari.h"
 
+#include <algorithm>
+
 namespace varno {
 namespace {
 

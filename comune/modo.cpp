@@ -22,7 +22,7 @@ std::uint64_t modo()
     return _mm_getcsr();
 #elif defined(__aarch64__)
     std::uint64_t valore;
-    __asm__ volatile("mrs %0, fpcr" : "=r"(valore));
+    __asm__ volatile("mrs %0, fpcr" : "=r"(valore) : : "memory");
     return valore;
 #else
     return NORMALE;
@@ -34,7 +34,7 @@ void imposta_modo([[maybe_unused]] std::uint64_t valore)
 #if defined(__x86_64__)
     _mm_setcsr(static_cast<unsigned>(valore));
 #elif defined(__aarch64__)
-    __asm__ volatile("msr fpcr, %0" : : "r"(valore));
+    __asm__ volatile("msr fpcr, %0" : : "r"(valore) : "memory");
 #endif
 }
 

@@ -147,6 +147,22 @@ void arreda(const Programma& p, Spazzata& s)
     s.ripiano = a_linea(s.righe + s.luma + s.campioni + s.appoggio);
 }
 
+// As many threads as the loop that is shared out among the most: blocks of rows, or the columns and
+// rows of planes. Where no loop is shared out, no thread is started.
+void conta_thread(Programma& p)
+{
+    std::ptrdiff_t giri = 0;
+    for (int n = 0; n < p.numero_spazzate; ++n) {
+        const std::ptrdiff_t insieme = p.spazzate[n].insieme;
+        giri = std::max(giri, (p.quadro.altezza + insieme - 1) / insieme);
+    }
+    for (int i = 0; i < p.numero_stadi; ++i) {
+        const Forma& f = p.stadi[i].forma;
+        giri = std::max(giri, std::max(f.colonne, f.righe) * f.piani);
+    }
+    p.thread = parti_di(static_cast<std::uint64_t>(giri), gThreadHardware()).quante;
+}
+
 void conta_memoria(Programma& p)
 {
     std::size_t comune = 0;  // threads' rows and steps take turns in it
@@ -200,8 +216,7 @@ Programma programma_di(const FxRicetta& ricetta, int larghezza, int altezza, boo
     dividi(p, tutte_prima);
     accorda(p);
     alloggia(p);
-    p.thread = parti_di(static_cast<std::uint64_t>(std::max(larghezza, altezza)), gThreadHardware())
-                   .quante;
+    conta_thread(p);
     conta_memoria(p);
     return p;
 }

@@ -207,4 +207,8 @@ TEST_CASE("a frame takes as few sweeps, and as little memory, as its recipe allo
         CHECK(tiene_immagine(p) == (c.passate > 1));
         CHECK(piano(true).numero_spazzate == c.tutte_prima);
     }
+    // Fifteen rows are not shared out, the columns of their planes are.
+    const ThreadFinti thread(16);
+    CHECK(programma_di({.vignetta = 0.1f}, 4096, 15, false, 4).thread == 1);
+    CHECK(programma_di({.halation = 0.1f}, 4096, 15, false, 4).thread == 16);
 }
