@@ -126,15 +126,12 @@ void scegli_grafo(Filmato& f, const nlohmann::json& traccia, const nlohmann::jso
         f.grafo = "setparams=range=full,scale,format=" + f.formato + girato;
     } else {
         // The first step would scale a full range to legal on its own, was it not told otherwise.
-        // YCgCo is made of codes, not of light: it is legal afterwards as it was before.
-        const bool codici = f.legale && matrice == "ycgco";
         f.formato = "gbrpf32le";
         f.grafo = "scale=in_range=tv:out_range=tv,format=" + in_piani(nome, formato, bit) +
-                  ",setparams=range=" + (f.legale && !codici ? "tv" : "pc") +
-                  ":colorspace=" + matrice +
+                  ",setparams=range=" + (f.legale ? "tv" : "pc") + ":colorspace=" + matrice +
                   ":color_primaries=unknown:color_trc=unknown,zscale=filter=spline36,format=" +
                   f.formato + girato;
-        f.legale = codici;
+        f.legale = false;
         alfa += ",zscale,format=" + f.formato;
     }
     if (f.alfa_sotto)
