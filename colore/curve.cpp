@@ -34,10 +34,14 @@ constexpr double esponenziale(double x)
 constexpr double logaritmo(double x)
 {
     int k = 0;
-    for (; x > 1.5; x *= 0.5)
+    while (x > 1.5) {
+        x *= 0.5;
         ++k;
-    for (; x < 0.75; x *= 2.0)
+    }
+    while (x < 0.75) {
+        x *= 2.0;
         --k;
+    }
     const double t = (x - 1.0) / (x + 1.0);
     double v = 0.0;
     for (int n = 23; n > 0; n -= 2)
