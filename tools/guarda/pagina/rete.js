@@ -1,7 +1,8 @@
 // What provino is asked, and the line that tells what went wrong.
 
 const riga = document.getElementById("messaggio");
-let guastato = "";  // the path whose failure stands on the line, until it is answered again
+// The path whose failure stands on the line, until what is asked of it later is answered.
+let guastato = "", quando = 0;
 
 export function di(testo, guasto = false) {
   riga.textContent = riga.title = testo;
@@ -10,24 +11,26 @@ export function di(testo, guasto = false) {
 
 /** The answer to an object sent to a path. A refusal is told and thrown. */
 export async function chiedi(percorso, oggetto = {}) {
+  const chiesto = performance.now();
+  const guasta = () => { [guastato, quando] = [percorso, performance.now()]; };
   let risposta;
   try {
     risposta = await fetch(percorso, {
       method: "POST", headers: {"Content-Type": "application/json"}, body: JSON.stringify(oggetto)});
   } catch (e) {
-    guastato = percorso;
+    guasta();
     di("provino has ended or does not answer: what is shown stays", true);
     throw e;
   }
   if (!risposta.ok) {
-    guastato = percorso;
+    guasta();
     const testo = await risposta.text();
     let motivo = testo.trim();
     try { motivo = JSON.parse(testo).errore; } catch { /* a plain line */ }
     di(motivo || `provino answers ${risposta.status}`, true);
     throw new Error(motivo);
   }
-  if (guastato === percorso) di(guastato = "");
+  if (guastato === percorso && chiesto > quando) di(guastato = "");
   return risposta;
 }
 
