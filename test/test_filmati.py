@@ -227,7 +227,9 @@ class Filmati(Prova):
         for nome in "abc":
             self.clip("card/%s.mov" % nome, "-c:v prores_ks -c:a pcm_s16le", 0.3)
         os.rename(self.qui("card/c.mov"), self.qui("card/sub/c it's: 50%.mov"))
-        Path(self.qui("card/list.xml")).touch()
+        os.makedirs(self.qui("card/.Trashes"))
+        for nome in ("list.xml", ".Trashes/x.mov"):
+            Path(self.qui("card/" + nome)).touch()
         modo = "sviluppa card --to card/out --as .mkv --scale 48 --burn name,timecode "
         self.fai(modo)
         self.assertEqual(sorted(os.listdir(self.qui("card/out"))), ["a.mkv", "b.mkv", "c it's: 50%.mkv"])

@@ -186,6 +186,8 @@ class Parole(Prova):
                 (USO, "outside the picture", "looks s.exr o.png --crop 90x20+6+35 -p formato=0"),
                 (FALLITO, "no file is named like 'm.#.exr'", "sviluppa m.#.exr o#.exr"),
                 (FALLITO, "is what is read", "sviluppa s.exr ./s.exr --overwrite"),
+                (FALLITO, "is what is read", "looks s.exr ./s.exr --overwrite"),
+                (FALLITO, "is what is read", "confronta s.exr s.exr --difference s.exr --overwrite"),
                 (USO, "has a place for a frame number", "sviluppa s.exr o.##.exr"),
                 (USO, "is one movie for all frames", "sviluppa c.###.exr o.##.mov"),
                 (USO, "or as a movie in .mov", da + " o.gif --frames 1-3"),

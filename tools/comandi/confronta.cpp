@@ -123,6 +123,9 @@ void stampa(const OpzioniConfronto& o, const std::string& davanti, const Foto& a
 bool confronta(const OpzioniConfronto& o, const Sorgente& da, long long n, const Sorgente& con,
                long long m, const std::string& differenza, const std::string& davanti)
 {
+    for (const std::string& uscita : {o.affiancati, differenza})
+        for (const std::string& ingresso : {nome_al(da, n), nome_al(con, m)})
+            non_sopra(uscita, ingresso);
     const Foto a = leggi(da, n);
     const Foto b = leggi(con, m);
     if (a.larghezza != b.larghezza || a.altezza != b.altezza)

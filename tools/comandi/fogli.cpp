@@ -56,6 +56,7 @@ Inizio inizia(const OpzioniFoglio& o)
     if (!singola(da) && !std::ranges::binary_search(da.numeri, n))
         rifiuta(tra_apici(o.ingresso) + " has the frames " + std::to_string(da.numeri.front()) +
                 " to " + std::to_string(da.numeri.back()));
+    non_sopra(o.uscita, nome_al(da, n));
     const double tempo = static_cast<double>(da.modello ? n : o.fotogramma);
     Foto foto = leggi(da, n);
     avvisa_dei_colori(da, foto.testata, formato_di(plugin, *istanza_con(plugin, base)));

@@ -25,15 +25,23 @@ constexpr std::string_view DESINENZE[] = {".mov", ".mp4", ".m4v", ".mxf",  ".mkv
 std::vector<std::string> in_cartella(const fs::path& cartella, const fs::path& uscite)
 {
     std::vector<std::string> clip;
-    for (fs::recursive_directory_iterator i(cartella), fine; i != fine; ++i) {
+    std::error_code errato;
+    fs::recursive_directory_iterator i(cartella, fs::directory_options::skip_permission_denied,
+                                       errato);
+    for (; !errato && i != fs::recursive_directory_iterator(); i.increment(errato)) {
         std::error_code e;
-        if (i->is_directory(e) && fs::equivalent(i->path(), uscite, e))
+        const bool nascosto = i->path().filename().string()[0] == '.';
+        // Neither what was made before, nor what a system has thrown away.
+        if (i->is_directory(e) && (nascosto || fs::equivalent(i->path(), uscite, e)))
             i.disable_recursion_pending();
         const std::string desinenza = OIIO::Strutil::lower(i->path().extension().string());
-        if (i->is_regular_file(e) && i->path().filename().string()[0] != '.' &&
+        if (i->is_regular_file(e) && !nascosto &&
             std::ranges::find(DESINENZE, desinenza) != std::end(DESINENZE))
             clip.push_back(i->path().string());
     }
+    if (errato)
+        fallisci("cannot read the folder " + tra_apici(cartella.string()) + ": " +
+                 errato.message());
     std::ranges::sort(clip);
     return clip;
 }
@@ -73,7 +81,9 @@ std::vector<Rullo> rulli_di(const std::vector<std::string>& nomi, const std::str
             radice = modello ? radice.substr(0, radice.find_last_not_of("._-") + 1)
                              : fs::path(c).stem().string();
             const std::string a = fs::path(cartella) / (radice + desinenza);
-            if (const auto [altro, nuovo] = presi.emplace(a, c); !nuovo)
+            // Some file systems take A and a for one.
+            const auto [altro, nuovo] = presi.emplace(OIIO::Strutil::lower(a), c);
+            if (!nuovo)
                 rifiuta(tra_apici(altro->second) + " and " + tra_apici(c) + " would both become " +
                         tra_apici(a));
             rulli.push_back({c, a});

@@ -100,6 +100,13 @@ void annuncia(const Sorgente& da, const Destinazione& a, const std::vector<long 
           j.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
+void salva_impostazioni(const OpzioniSviluppo& o, Plugin& plugin, banco::Istanza& istanza,
+                        const Impostazioni& imp)
+{
+    scrivi_testo(o.salva, o.modo.scrittura.sovrascrivi,
+                 in_json(plugin, istanza, imp, false) + "\n");
+}
+
 void sviluppa(const OpzioniSviluppo& o, Plugin& plugin)
 {
     const Sorgente da = apri_sorgente(o.ingresso, o.scelta, o.colori, o.inizio);
@@ -127,8 +134,7 @@ void sviluppa(const OpzioniSviluppo& o, Plugin& plugin)
     if (o.prova)
         return annuncia(da, a, numeri, formato_di(plugin, *istanze[0]));
     if (!o.salva.empty())
-        scrivi_testo(o.salva, o.modo.scrittura.sovrascrivi,
-                     in_json(plugin, *istanze[0], imp, false) + "\n");
+        salva_impostazioni(o, plugin, *istanze[0], imp);
     a.impostazioni = in_json(plugin, *istanze[0], imp, true);
     lavoro.legge_in_ordine = da.proiezione != nullptr;
     lavoro.scrive_in_ordine = a.ripresa != nullptr;
@@ -163,6 +169,11 @@ void sviluppa_rulli(const OpzioniSviluppo& o, Plugin& plugin)
     std::size_t saltati = 0;
     OpzioniSviluppo uno = o;
     uno.modo.salta = false;
+    if (!o.salva.empty() && !o.prova) {  // once for all
+        const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
+        salva_impostazioni(o, plugin, *istanza_con(plugin, imp), imp);
+        uno.salva.clear();
+    }
     for (const auto& [da, a] : rulli) {
         std::error_code e;
         Json j = {{"clip", da}, {"out", a}, {"status", "begun"}};
@@ -181,12 +192,14 @@ void sviluppa_rulli(const OpzioniSviluppo& o, Plugin& plugin)
         try {
             sviluppa(uno, plugin);
             ++fatti;
-            uno.salva.clear();  // once for all
         } catch (const Errore& errato) {
-            if (errato.uscita == USO)
-                throw;
+            if (errato.uscita == USO && da == rulli.front().da)
+                throw;  // what is wrong with the first is wrong with all
             if (!errato.testo.empty())
                 errore(errato.testo);
+            falliti.push_back(da);
+        } catch (const std::exception& errato) {
+            errore(da + ": " + errato.what());
             falliti.push_back(da);
         }
     }

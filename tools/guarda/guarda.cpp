@@ -125,6 +125,8 @@ std::string nome_d_uscita(const Tavolo& t, long long numero, const Json& imposta
     std::ranges::replace_if(
         s, [](unsigned char c) { return std::isalnum(c) == 0 && c != '.' && c != '_' && c < 0x80; },
         '-');
+    if (s.starts_with('-'))  // would be taken for an option
+        s.insert(0, "_");
     return s + ".png";
 }
 

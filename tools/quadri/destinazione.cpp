@@ -92,9 +92,7 @@ void controlla(const Destinazione& a, const Sorgente& da, const std::vector<long
             mancano.push_back(n);
         if (a.ripresa && n != numeri.front())
             continue;
-        if (esiste && fs::equivalent(uscita, nome_al(da, n), e))
-            fallisci(tra_apici(uscita) +
-                     " is what is read, and would be replaced: give another name");
+        non_sopra(uscita, nome_al(da, n));
         if (esiste && !sovrascrivi && a.modello && numeri.size() > 1)
             fallisci(tra_apici(uscita) + " exists already: give --overwrite to replace such "
                                          "frames or --skip-existing to leave them");
@@ -114,7 +112,12 @@ void segui(Destinazione& a, const Sorgente& da, const std::vector<long long>& nu
     ModoFilmato& modo = a.ripresa->scrittura.modo;
     if (!da.proiezione) {
         modo.cadenza = a.modo.cadenza;
-        if (!segui(modo, leggi_testata(nome_al(da, numeri.front()))))
+        // Where frames may be missing, the first that is there tells.
+        const auto prima = std::ranges::find_if(numeri, [&](long long n) {
+            return !da.modello || std::ranges::binary_search(da.numeri, n);
+        });
+        if (!segui(modo,
+                   leggi_testata(nome_al(da, prima == numeri.end() ? numeri.front() : *prima))))
             avviso(nome + " runs at 24 frames a second, since the pictures do not tell (--rate "
                           "overrules)");
         return;

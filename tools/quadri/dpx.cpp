@@ -145,6 +145,8 @@ void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
     }
     if (inizio < GENERICA || inizio >= TESTATA)
         return;
+    if (inizio > dati.size())
+        tronco(Formato::dpx, nome);
     const auto sposta = [&](std::size_t campo) {
         const std::uint32_t n = u32(dati, campo);
         if (n >= inizio && n != INDEFINITO)

@@ -237,11 +237,13 @@ ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const st
     if (!contains(aiuto, "Encoder "))
         rifiuta("ffmpeg has no encoder " + tra_apici(m.codec) + proposta(nome, nomi) +
                 " (prores, prores4444, dnxhr, h264, h265, ffv1, or a name of 'ffmpeg -encoders')");
-    const std::string presi = aiuto.substr(std::min(aiuto.size(), aiuto.find("pixel formats:")));
+    constexpr std::string_view CAPO = "pixel formats:";
+    const std::size_t p = aiuto.find(CAPO);  // some encoders tell of none
+    const std::string presi =
+        p == aiuto.npos ? "" : aiuto.substr(p + CAPO.size(), aiuto.find('\n', p) - p - CAPO.size());
+    const std::vector<std::string> formati = splits(presi);
     const auto prende = [&](std::string_view f) {
-        const std::size_t p = presi.find(" " + std::string(f));
-        return p != presi.npos && p < presi.find('\n') &&
-               std::isspace(static_cast<unsigned char>(presi[p + 1 + f.size()]));
+        return std::ranges::find(formati, f) != formati.end();
     };
     if (m.formato.empty()) {
         const auto* f = std::find_if(std::begin(PREFERITI), std::end(PREFERITI), prende);
@@ -250,9 +252,9 @@ ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const st
     if (due_punti != codec.npos) {
         m.formato = codec.substr(due_punti + 1);
         m.formato_con_alfa.clear();
-        if (!prende(m.formato))
+        if (!formati.empty() && !prende(m.formato))
             rifiuta(tra_apici(m.codec) + " takes no samples " + tra_apici(m.formato) +
-                    ": it takes" + presi.substr(14, presi.find('\n') - 14));
+                    ": it takes" + presi);
     }
     double v = 0.0;
     const bool crf = contains(aiuto, " -crf ");

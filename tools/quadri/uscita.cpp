@@ -84,6 +84,14 @@ void controlla_uscita(const fs::path& finale, bool sovrascrivi)
                  std::generic_category().message(errno));
 }
 
+void non_sopra(const fs::path& uscita, const fs::path& ingresso)
+{
+    std::error_code e;
+    if (fs::equivalent(uscita, ingresso, e))
+        fallisci(tra_apici(uscita.string()) +
+                 " is what is read, and would be replaced: give another name");
+}
+
 Provvisorio::Provvisorio(const fs::path& dato)
 {
     static unsigned conto = 0;

@@ -14,6 +14,9 @@ namespace varno::provino {
 /// overwritten, is a folder, or its folder is missing.
 void controlla_uscita(const std::filesystem::path& finale, bool sovrascrivi);
 
+/// Throws Errore where an output is a file that is read.
+void non_sopra(const std::filesystem::path& uscita, const std::filesystem::path& ingresso);
+
 /// A file beside an output, to be filled, which goes with this unless it was given the final name
 /// by then: under that name stands the whole file or what stood there before. It goes too on a
 /// signal that ends the program (not on SIGKILL, which leaves ".provino-*.tmp").

@@ -66,6 +66,7 @@ async function riposa() {
 }
 
 let confrontato = "";  // what the other canvas holds
+let confronti = 0;
 async function confronta(intero) {
   const quale = scelto();
   if (!quale) return;
@@ -74,8 +75,9 @@ async function confronta(intero) {
   if (quale === "registrata") delete desiderio.impostazioni;
   const chiave = JSON.stringify(desiderio);
   if (chiave === confrontato) return;
+  const mio = ++confronti;
   const resa = await chiediQuadro(desiderio);
-  if (quale !== scelto()) return;
+  if (mio !== confronti || quale !== scelto()) return;  // a newer one is asked for
   tela.posa(tela.confronto, resa);
   confrontato = chiave;
 }
@@ -169,12 +171,16 @@ function passa(come, nome = "") {
 }
 
 function torna(da, a) {
-  if (!da.length) return;
-  a.push(copia(stato));
-  stato = da.pop();
-  ultimoNome = "";
-  ridisegna();
-  desidera();
+  tela.quadro.dataset.mostra = "moto";
+  coda = coda.then(() => {
+    if (da.length) {
+      a.push(copia(stato));
+      stato = da.pop();
+      ultimoNome = "";
+      ridisegna();
+    }
+    desidera();
+  });
 }
 
 function vaiA(n) {
