@@ -7,6 +7,7 @@ Values are worked out from the standards' definitions. A kind that is read other
 refused must be among those that are meant to be.
 """
 import concurrent.futures
+import itertools
 import os
 import random
 import re
@@ -14,9 +15,10 @@ import struct
 import subprocess
 import sys
 import tempfile
+import zlib
 from pathlib import Path
 
-from test_provino import leggi_tiff
+from test_provino import leggi_tiff, scrivi_tiff
 
 PROVINO, SPECCHIO = (os.path.abspath(a) for a in sys.argv[1:3])
 TUTTE = "--tutte" in sys.argv
@@ -27,7 +29,7 @@ COEFFICIENTI = {"bt709": (0.2126, 0.0722), "smpte170m": (0.299, 0.114), "bt470bg
 # Code values of ten bits, legal range: ramp, beyond both ends, and colours.
 CODICI = [(y, 512, 512) for y in (64, 65, 100, 300, 502, 939, 940, 20, 1000)] + \
          [(300, 400, 600), (600, 700, 300), (500, 512, 640), (200, 300, 512)]
-TOPPA, ALTEZZA = 32, 32  # a patch: pixels
+TOPPA, ALTEZZA = 32, 128  # a patch: pixels; DNxHR takes none that is smaller
 
 # File, encoder, samples that it keeps as they are, code values off; a prefix + gives those in planes.
 FILMATI = [
@@ -48,7 +50,7 @@ FILMATI = [
     ("k.mkv", "libx265 -x265-params lossless=1:log-level=error", "yuv420p yuv422p yuv444p yuv420p10le yuv422p10le "
      "yuv444p10le yuv420p12le yuv422p12le yuv444p12le gbrp gbrp10le gbrp12le gray10le", 0),
     ("k.mov", "prores_ks", "yuv422p10le yuv444p10le yuva444p10le", 3), ("k.mov", "mjpeg -q:v 1", "yuvj422p yuvj444p", 3),
-    ("k.mxf", "dnxhd -profile:v dnxhr_444 -s 416x128", "yuv444p10le gbrp10le", 3),
+    ("k.mxf", "dnxhd -profile:v dnxhr_444", "yuv444p10le gbrp10le", 3),
 ]
 
 # Those of each run: what was wrong once, and one of each way in.
@@ -108,7 +110,7 @@ def filmato(cartella, file, codec, formato, scarto, matrice, gamma):
                    cwd=cartella, input=dati)
     detto = lancia("ffprobe", "-v", "error", "-show_entries", "stream=pix_fmt,color_range,color_space", "-of",
                    "default=nw=1:nk=1", file, cwd=cartella).stdout.decode().split()
-    if fatto.returncode or not scarto and detto[0] not in (formato, formato.replace("yuvj", "yuv")):
+    if fatto.returncode or not scarto and detto[0].replace("yuvj", "yuv") != formato.replace("yuvj", "yuv"):
         return "not made: %s %s" % (detto, fatto.stderr.decode()[-200:])
     # What a file does not tell is told to provino.
     detti = ["--matrix", {"bt709": "709", "smpte170m": "601", "bt2020nc": "2020"}.get(matrice, matrice)] * \
@@ -168,18 +170,13 @@ def dpx(file, larghezza, altezza, descrittore, bit, imballo, ordine, segno):
     return [3 * p if quanti == 1 else p[::-1] if descrittore == 52 else p for p in pixel]
 
 
-def tutti_i_dpx(cartella, esiti):
-    random.seed(1)
-    specie = [(w, h, d, bit, imballo, ordine, segno) for w, h in ((40, 24), (37, 23), (38, 3)) for d in COMPONENTI
-              for bit, imballo in ((8, 0), (10, 0), (10, 1), (10, 2), (12, 0), (12, 1), (12, 2), (16, 0), (32, 0))
-              for ordine in "<>" for segno in ((0, 1) if d == 50 and bit < 32 and not imballo else (0,))]
-    attesi = [dpx(Path(cartella, "d%04d.dpx" % i), *s) for i, s in enumerate(specie)]
-    detto = provino(cartella, "d####.dpx", "o####.tif", "--continue-on-error")
-    for i, (s, atteso) in enumerate(zip(specie, attesi)):
-        nome = "dpx %dx%d of %d, %d bits, packing %d, %s%s" % (*s[:6], " signed" * s[6])
+def serie(cartella, fine, nomi, attesi, esiti):
+    """Pictures p0000.FINE and on, whose pixels are known."""
+    detto = provino(cartella, "p####." + fine, "o####.tif", "--continue-on-error")
+    for i, (nome, atteso) in enumerate(zip(nomi, attesi)):
         file = Path(cartella, "o%04d.tif" % i)
         if not file.exists():
-            esiti[nome] = next(r for r in detto.splitlines() if "d%04d.dpx" % i in r)
+            esiti[nome] = next(r for r in detto.splitlines() if "p%04d" % i in r)
             continue
         righe, canali = leggi_tiff(file)
         avuti = [r[x:x + canali] for r in righe for x in range(0, len(r), canali)]
@@ -187,10 +184,76 @@ def tutti_i_dpx(cartella, esiti):
         esiti[nome] = "right" if peggio < 1e-6 else "WRONG by %.6f" % peggio
 
 
+def tutti_i_dpx(cartella, esiti):
+    specie = [(w, h, d, bit, imballo, ordine, segno) for w, h in ((40, 24), (37, 23), (38, 3)) for d in COMPONENTI
+              for bit, imballo in ((8, 0), (10, 0), (10, 1), (10, 2), (12, 0), (12, 1), (12, 2), (16, 0), (32, 0))
+              for ordine in "<>" for segno in ((0, 1) if d == 50 and bit < 32 and not imballo else (0,))]
+    serie(cartella, "dpx", ["dpx %dx%d of %d, %d bits, packing %d, %s%s" % (*s[:6], " signed" * s[6]) for s in specie],
+          [dpx(Path(cartella, "p%04d.dpx" % i), *s) for i, s in enumerate(specie)], esiti)
+
+
+# --- Other pictures -----------------------------------------------------------------------------------------------
+
+# Colour types of PNG and what 0 is in a grey TIFF, with the bits that they come in.
+A_MANO = {"png": {0: (1, 2, 4, 8, 16), 2: (8, 16), 3: (1, 2, 4, 8), 4: (8, 16), 6: (8, 16)},
+          "tif": {t + o: b for o in "<>" for t, b in (("black", (1, 4, 8, 12, 16)), ("white", (1, 4, 8, 12, 16)),
+                                                      ("white, alpha", (8, 16)))}}
+# What oiiotool keeps of whole halves: compressions, and other ways.
+SCRITTE = {"exr": ("none rle zip zips piz", ("--scanline", "--tile 16 16")),
+           "tif": ("none lzw zip packbits", ("--scanline", "--tile 16 16", "--planarconfig separate"))}
+
+
+def a_mano(file, tipo, bit, w=37, h=23):
+    """Writes one of random codes; the RGB or RGBA that it means."""
+    canali = {2: 3, 4: 2, 6: 4}.get(tipo, 1 + ("alpha" in str(tipo)))
+    righe = [[random.randrange(1 << bit) for _ in range(w * canali)] for _ in range(h)]
+    dati = [(sum(c << bit * i for i, c in enumerate(r[::-1])) << -len(r) * bit % 8).to_bytes(-(-len(r) * bit // 8), "big")
+            for r in righe]
+    tavola = [[random.randrange(256) for _ in range(3)] for _ in range(1 << bit if tipo == 3 else 0)]
+    if file.suffix == ".tif":
+        ordine = tipo[-1]
+        dati = b"".join(dati) if bit < 16 else struct.pack(ordine + "%dH" % (w * h * canali), *sum(righe, []))
+        voci = [(256, w), (257, h), (258, bit), (259, 1), (262, "black" in tipo), (273, 8), (277, canali), (278, h),
+                (279, len(dati)), (338, 2)][:8 + canali]
+        dati = struct.pack(ordine + "2sHI", b"II" if ordine == "<" else b"MM", 42, 8 + len(dati)) + dati + b"".join(
+            [struct.pack(ordine + "H", len(voci))] +
+            [struct.pack(ordine + "HHI2H", n, 3, canali if n == 258 else 1, v, v) for n, v in voci]) + bytes(4)
+    else:
+        parti = [(b"IHDR", struct.pack(">IIBBBBB", w, h, bit, tipo, 0, 0, 0)), (b"PLTE", bytes(sum(tavola, []))),
+                 (b"IDAT", zlib.compress(b"".join(b"\0" + r for r in dati))), (b"IEND", b"")]
+        dati = b"\x89PNG\r\n\x1a\n" + b"".join(struct.pack(">I", len(d)) + n + d + struct.pack(">I", zlib.crc32(n + d))
+                                               for n, d in parti if tavola or n != b"PLTE")
+    file.write_bytes(dati)
+    pixel = [[c / ((1 << bit) - 1) for c in r[i:i + canali]] for r in righe for i in range(0, len(r), canali)]
+    if tavola:
+        return [[v / 255 for v in tavola[round(p[0] * ((1 << bit) - 1))]] for p in pixel]
+    return [3 * [1 - p[0] if "white" in str(tipo) else p[0]] + p[1:] if canali < 3 else p for p in pixel]
+
+
+def tutte_le_immagini(cartella, esiti):
+    pixel = [[random.randrange(-1024, 2048) / 1024 for _ in range(3)] for _ in range(37 * 23)]
+    scrivi_tiff(Path(cartella, "i.tif"), [sum(pixel[i:i + 37], []) for i in range(0, len(pixel), 37)], 3, "f")
+    for fine in ("png", "tif", "exr"):
+        nomi, attesi, comando = [], [], ["oiiotool", "i.tif"]
+        for tipo, bit in A_MANO.get(fine, {}).items():
+            for b in bit:
+                attesi.append(a_mano(Path(cartella, "p%04d.%s" % (len(nomi), fine)), tipo, b))
+                nomi.append("picture %s %s of %d bits" % (fine, tipo, b))
+        compressioni, modi = SCRITTE.get(fine, ("", ()))
+        for modo in itertools.product(("half", "float"), compressioni.split(), modi, ("R,G,B", "R,G,B,A=0.5", "R")):
+            comando += ("--dup --d %s --compression %s %s --ch %s -o p%04d.%s --pop" % (*modo, len(nomi), fine)).split()
+            attesi.append([3 * p[:1] if modo[3] == "R" else p + [0.5] * ("A" in modo[3]) for p in pixel])
+            nomi.append("picture %s %s %s %s %s" % (fine, *modo))
+        lancia(*comando, cwd=cartella)
+        serie(cartella, fine, nomi, attesi, esiti)
+
+
 def main():
     esiti = {}
-    with tempfile.TemporaryDirectory() as cartella:
-        tutti_i_dpx(cartella, esiti)
+    random.seed(1)
+    for serie_di in (tutti_i_dpx, tutte_le_immagini):
+        with tempfile.TemporaryDirectory() as cartella:
+            serie_di(cartella, esiti)
     quali = PRESTO if not TUTTE else re.compile(sys.argv[4] if len(sys.argv) > 4 else "")
     specie = [(file, codec, formato, scarto, matrice, gamma)
               for file, codec, formati, scarto in FILMATI for formato in formati.split()
@@ -202,15 +265,16 @@ def main():
             return filmato(cartella, *s)
     with concurrent.futures.ThreadPoolExecutor(3) as fili:
         for s, esito in zip(specie, fili.map(prova, specie)):
-            esiti[" ".join(map(str, s))] = esito
+            esiti["movie " + " ".join(map(str, s))] = esito
     male = 0
     for nome, esito in esiti.items():
         atteso = "signed samples" if "signed" in nome else "'bt2020c'" if "bt2020c" in nome else "right"
         male += atteso not in esito
         if esito != "right" and (atteso not in esito or TUTTE):
             print(nome + ": " + esito.strip())
-    gruppi = [e if e == "right" else "wrong" if e.startswith("WRONG") else "refused" for e in esiti.values()]
-    print(", ".join("%d %s" % (gruppi.count(g), g) for g in ("right", "refused", "wrong")), "of", len(gruppi))
+    for gruppo in ("dpx", "picture", "movie"):
+        suoi = [re.sub("(?s)(right|WRONG|not made).*|.+", r"\1", e) or "refused" for n, e in esiti.items() if n.startswith(gruppo)]
+        print(gruppo, ", ".join("%d %s" % (suoi.count(s), s) for s in sorted(set(suoi))))
     return male
 
 

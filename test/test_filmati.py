@@ -210,13 +210,16 @@ class Filmati(Prova):
                 self.assertAlmostEqual(scarto(a), scarto(da), delta=0.004, msg=(da, a))
 
     def test_a_clip_cut_without_encoding_is_whole(self):
-        self.ffmpeg("-stream_loop 3 -i cam.mp4 -map 0:v -c copy lungo.mp4")
-        for nome, taglio in (("t.mp4", "-ss 0.5"), ("t.mov", "-ss 1.3 -t 1.5"), ("t.ts", "-ss 1.3 -t 1.45"), ("t.mkv", "-t 1.6")):
-            self.ffmpeg("%s -i lungo.mp4 -c copy %s" % (taglio, nome))
+        self.ffmpeg("-stream_loop 3 -i cam.mp4 -map 0:v -c copy lungo.mp4 -map 0:v -c:v mpeg2video -bf 2 lungo.ts")
+        for nome, taglio in (("t.mp4", "-ss 0.5"), ("t.mov", "-ss 1.3 -t 1.5"), ("t.ts", "-ss 1.3 -t 1.45"), ("t.mkv", "-t 1.6"),
+                             ("m.mkv", "-ss 1.1")):  # whose first packets lack what they depend on
+            self.ffmpeg("%s -i lungo.%s -c copy %s" % (taglio, "ts" if nome == "m.mkv" else "mp4", nome))
             r = self.fai("sviluppa %s o.mov --overwrite" % nome, *NEUTRO)
             self.assertNotIn("variable", r.stderr)
+            self.assertEqual("'m.mkv' ends after frame" in r.stderr, nome == "m.mkv")
             # A second decoder's count.
             self.assertEqual(len(self.pixel("o.mov", "gray")), len(self.pixel("%s" % nome, "gray")), nome)
+        self.assertRegex(self.fai("confronta m.mkv m.mkv").stderr, "note: 'm.mkv' ends after frame")
         for nome in ("t.mkv", "t.ts"):
             intero = self.byte(nome)
             Path(self.qui("c" + nome)).write_bytes(intero[:len(intero) * 2 // 3])

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 
 namespace varno::provino {
 namespace {
@@ -118,20 +119,28 @@ void stampa(const OpzioniConfronto& o, const std::string& davanti, const Foto& a
                                 testo_di(std::round(psnr * 100.0) / 100.0)));
 }
 
-// Frame n of A and m of B; `davanti` names them where they are two of many. Returns whether they
-// pass.
-bool confronta(const OpzioniConfronto& o, const Sorgente& da, long long n, const Sorgente& con,
-               long long m, const std::string& differenza, const std::string& davanti)
+// None behind the end, which may come before what a movie counts.
+std::optional<Foto> leggi_se_c_e(const Sorgente& s, std::size_t i)
+try {
+    return i < s.numeri.size() ? std::optional(leggi(s, s.numeri[i])) : std::nullopt;
+} catch (const Finito& e) {
+    if (i == 0)
+        throw;
+    avviso(e.testo);
+    return {};
+}
+
+// A frame of each and where they stand; `davanti` names them where they are two of many. Returns
+// whether they pass.
+bool confronta(const OpzioniConfronto& o, const Foto& a, const std::string& nome_a, const Foto& b,
+               const std::string& nome_b, const std::string& differenza, const std::string& davanti)
 {
     for (const std::string& uscita : {o.affiancati, differenza})
-        for (const std::string& ingresso : {nome_al(da, n), nome_al(con, m)})
+        for (const std::string& ingresso : {nome_a, nome_b})
             non_sopra(uscita, ingresso);
-    const Foto a = leggi(da, n);
-    const Foto b = leggi(con, m);
     if (a.larghezza != b.larghezza || a.altezza != b.altezza)
-        fallisci(OIIO::Strutil::sprintf("the sizes differ: '%s' has %dx%d, '%s' has %dx%d",
-                                        nome_al(da, n), a.larghezza, a.altezza, nome_al(con, m),
-                                        b.larghezza, b.altezza));
+        fallisci(OIIO::Strutil::sprintf("the sizes differ: '%s' has %dx%d, '%s' has %dx%d", nome_a,
+                                        a.larghezza, a.altezza, nome_b, b.larghezza, b.altezza));
     const Differenza d = misura_differenza(a, b);
     stampa(o, davanti, a, d);
     if (!o.affiancati.empty())
@@ -141,21 +150,31 @@ bool confronta(const OpzioniConfronto& o, const Sorgente& da, long long n, const
     return d.massima <= o.limite;
 }
 
-void confronta_tutti(const OpzioniConfronto& o, const Sorgente& a, const Sorgente& b)
+void confronta_tutti(const OpzioniConfronto& o, const Sorgente& da, const Sorgente& con)
 {
+    const std::string disuguali = "the frames of " + tra_apici(o.ingresso) + " and of " +
+                                  tra_apici(o.altro) + " have not the same numbers";
     // A movie has no numbers of its own: its frames are taken in order.
-    if (!a.modello || !b.modello ? a.numeri.size() != b.numeri.size() : a.numeri != b.numeri)
-        fallisci("the frames of " + tra_apici(o.ingresso) + " and of " + tra_apici(o.altro) +
-                 " have not the same numbers");
+    if (da.modello && con.modello
+            ? da.numeri != con.numeri
+            : std::abs(std::ssize(da.numeri) - std::ssize(con.numeri)) > RIORDINO)
+        fallisci(disuguali);
     const auto differenza = modello_in(o.differenza);
     if (!o.affiancati.empty() || (!o.differenza.empty() && !differenza))
         rifiuta("of sequences --difference takes a name with #### in it, and --split none");
     std::string diversi;
-    for (std::size_t i = 0; i < a.numeri.size(); ++i) {
-        const long long n = a.numeri[i];
+    for (std::size_t i = 0;; ++i) {
+        const std::optional<Foto> a = leggi_se_c_e(da, i);
+        const std::optional<Foto> b = leggi_se_c_e(con, i);
+        if (!a && !b)
+            break;
+        if (!a || !b)
+            fallisci(disuguali);
+        const long long n = da.numeri[i];
         const std::string davanti =
-            a.proiezione ? a.nome + " frame " + std::to_string(n) : nome_al(a, n);
-        if (!confronta(o, a, n, b, b.numeri[i], differenza ? nome_al(*differenza, n) : "", davanti))
+            da.proiezione ? da.nome + " frame " + std::to_string(n) : nome_al(da, n);
+        if (!confronta(o, *a, nome_al(da, n), *b, nome_al(con, con.numeri[i]),
+                       differenza ? nome_al(*differenza, n) : "", davanti))
             diversi += " " + std::to_string(n);
     }
     if (!diversi.empty())
@@ -176,7 +195,8 @@ void confronta(const OpzioniConfronto& o)
         avvisa(*s);
     if (!singola(a) || !singola(b))
         confronta_tutti(o, a, b);
-    else if (!confronta(o, a, a.numeri.front(), b, b.numeri.front(), o.differenza, ""))
+    else if (!confronta(o, leggi(a, a.numeri.front()), a.nome, leggi(b, b.numeri.front()), b.nome,
+                        o.differenza, ""))
         fallisci("the pictures differ by more than the limit of " + testo_di(o.limite));
 }
 

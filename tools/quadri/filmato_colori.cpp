@@ -70,17 +70,20 @@ std::string scegli_colori(Filmato& f, const Json& traccia, const ColoriFilmato& 
 }
 
 // The layout in planes that has the same samples; alpha aside.
-std::string in_piani(const std::string& nome, const Json& formato, const std::string& bit)
+std::string in_piani(const Json& traccia, const Json& formato, const std::string& bit)
 {
-    if (nome.starts_with("yuvj"))  // which tells of its range, too
-        return nome;
+    // Whose name tells of the range, too.
+    const bool j = traccia.value("pix_fmt", "").starts_with("yuvj");
     constexpr const char* PARTI[3][3] = {
         {"444", "440", "440"}, {"422", "420", "420"}, {"411", "410", "410"}};
-    const int x = std::min(2, formato.value("log2_chroma_w", 0));
+    int x = std::min(2, formato.value("log2_chroma_w", 0));
     int y = std::min(2, formato.value("log2_chroma_h", 0));
-    if (x == 0 && !bit.empty())
-        y = 0;  // 440 of more bits, which the filter behind does not know
-    return std::string("yuv") + PARTI[x][y] + "p" + bit;
+    // What the filter behind does not know: 440 of more bits, and a size that ends within a sample
+    // of chroma.
+    if ((x == 0 && !bit.empty()) || traccia.value("width", 0) % (1 << x) != 0 ||
+        traccia.value("height", 0) % (1 << y) != 0)
+        x = y = 0;
+    return (j ? "yuvj" : "yuv") + std::string(PARTI[x][y]) + "p" + bit;
 }
 
 }  // namespace
@@ -127,7 +130,7 @@ void scegli_grafo(Filmato& f, const nlohmann::json& traccia, const nlohmann::jso
     } else {
         // The first step would scale a full range to legal on its own, was it not told otherwise.
         f.formato = "gbrpf32le";
-        f.grafo = "scale=in_range=tv:out_range=tv,format=" + in_piani(nome, formato, bit) +
+        f.grafo = "scale=in_range=tv:out_range=tv,format=" + in_piani(traccia, formato, bit) +
                   ",setparams=range=" + (f.legale ? "tv" : "pc") + ":colorspace=" + matrice +
                   ":color_primaries=unknown:color_trc=unknown,zscale=filter=spline36,format=" +
                   f.formato + girato;

@@ -128,6 +128,9 @@ Canali scegli_canali(const OIIO::ImageSpec& testata, const std::string& file,
         k = {canale(davanti + r), canale(davanti + g), canale(davanti + b), canale(davanti + "A")};
         return std::min({k[0], k[1], k[2]}) >= 0;
     };
+    if (strato.empty() && canale("RY") >= 0 && canale("BY") >= 0)
+        fallisci(tra_apici(file) + " holds luminance and colour differences (" +
+                 in_una_riga(tutti) + "), which are not read: save it as RGB");
     if (rgb("R", "G", "B") || (!strato.empty() && rgb("X", "Y", "Z"))) {
     } else if (!strato.empty()) {
         const int uno = std::max(canale(strato), canale(davanti + "Y"));

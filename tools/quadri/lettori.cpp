@@ -67,6 +67,18 @@ void raddrizza_bit(Foto& f)
         p[i] = std::floor((p[i] * 65535.0f + 0.5f) / sotto) / massimo;
 }
 
+// Where 0 is white the reader turns samples of 8 bits, alpha among them, and no others.
+void raddrizza_bianco(Foto& f)
+{
+    if (f.testata.get_int_attribute("tiff:PhotometricInterpretation", 1) != 0)
+        return;
+    const bool alfa = f.testata.format == OIIO::TypeUInt8;
+    float* p = f.rgba.get();
+    for (std::size_t i = 0; i < quanti_float(f); ++i)
+        if ((i % 4 == 3) == alfa && (f.alfa || !alfa))
+            p[i] = 1.0f - p[i];
+}
+
 }  // namespace
 
 void prepara_lettura(Formato f, std::vector<unsigned char>& dati, const std::string& nome)
@@ -82,6 +94,7 @@ void prepara_lettura(Formato f, std::vector<unsigned char>& dati, const std::str
 void sana_letti(Byte dati, int parte, const std::array<int, 4>& canali, Foto& f)
 {
     raddrizza_bit(f);
+    raddrizza_bianco(f);
     if (f.formato == Formato::dpx)
         rendi_persi(dati, f, parte, canali);
 }
