@@ -45,11 +45,17 @@ struct Forma {
     ptrdiff_t raggio = 0;   // of its blur, samples
 };
 
+/// The planes' rows of some rows of the frame, from the row prima on: one pointer each, to those of
+/// a row one behind the other.
+struct Dintorni {
+    const float* const* righe = nullptr;
+    ptrdiff_t prima = 0;
+};
+
 /// What an effect changes rows with.
 struct Mezzi {
     float quantita;
-    const float* piani;  // its planes, one after the other
-    ptrdiff_t passo;     // floats from one of their rows to the next
+    Dintorni dintorni;   // as far as it looks, where it makes planes
     const void* tenuto;  // what its step holds for it
 };
 
@@ -60,9 +66,9 @@ enum class Lato { LUNGO, LARGHEZZA };
 /// asks, or on one that is reduced by 2 at least.
 enum class Copia { INTERA, RIDOTTA, SEMPRE_RIDOTTA };
 
-/// One effect, one row of the chain. An effect may make planes of the picture (maschera), which are
-/// reduced, worked on and enlarged for it; then it changes the rows, with the planes' samples at
-/// each pixel (componi) or with the planes as a whole (cambia), one of the two.
+/// One effect, one row of the chain. An effect may make planes of the picture (maschera); then it
+/// changes the rows, one of the two: with the planes' samples at each pixel (componi), for which
+/// they are reduced, worked on and enlarged, or with the planes' rows around its own (cambia).
 struct Effetto {
     float FxRicetta::*quantita = nullptr;  // its amount in the recipe
     Copia copia = Copia::INTERA;
@@ -85,6 +91,8 @@ struct Effetto {
                     float quantita, const Quadro& q) = nullptr;
     /// Some rows, from a whole multiple of insieme on: so many of them, or what is left.
     void (*cambia)(const Quadro& q, const Righe& r, const Mezzi& m) = nullptr;
+    /// How many rows above and below its own it looks at then, where it makes planes.
+    ptrdiff_t (*intorno)(const Quadro& q, float quantita) = nullptr;
 };
 
 }  // namespace varno

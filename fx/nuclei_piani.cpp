@@ -2,6 +2,7 @@
 // samples of a block one by one, a line of a blur as one sequential sum, several lines in lockstep.
 #include "fx/nuclei_piani.h"
 
+#include "comune/anticipo.h"
 #include "comune/vettore.h"
 
 namespace varno {
@@ -291,6 +292,7 @@ void verticale(float* piano, ptrdiff_t passo, float* anello, ptrdiff_t larghezza
         float* const tenuta = posto(y);
         const float* const entra = riga(y + raggio + 1);
         const float* const esce = posto(y - raggio);
+        anticipa(riga(y + raggio + 3), n);
         per_vettori(n, [=](auto v, ptrdiff_t x) {
             using V = decltype(v);
             const V somma = carica<V>(s + x);

@@ -3,6 +3,7 @@
 
 #include "comune/nuclei.h"
 #include "fx/passo.h"
+#include "fx/vicine.h"
 #include "render/parallel_for.h"
 
 #include <algorithm>
@@ -53,21 +54,25 @@ void accendi(Programma& p, const FxRicetta& ricetta, int larghezza, int altezza,
         s.quantita = quantita;
         if (e.piani == 0)
             continue;
+        if (e.intorno != nullptr) {
+            s.intorno = e.intorno(p.quadro, quantita);
+            continue;
+        }
         s.forma = forma_dei_piani(e, larghezza, altezza, riduzione);
         s.ingrandita = s.forma.riduzione > 1 || e.prepara->da_copia;
     }
 }
 
 // A sweep ends where an effect has planes, which must be whole before its rows change: rows feed
-// them, and the next sweep begins with that effect.
+// them, and the next sweep begins with that effect. So it does with one that looks around.
 void dividi(Programma& p, bool tutte_prima)
 {
     int n = 0;
     for (int i = 0; i < p.numero_stadi; ++i) {
-        if (p.stadi[i].forma.piani > 0) {
+        if (p.stadi[i].forma.piani > 0)
             p.spazzate[n].alimenta = i;
-            p.spazzate[++n].primo = i;
-        }
+        if (p.stadi[i].forma.piani > 0 || p.stadi[i].intorno > 0)
+            p.spazzate[++n] = {.primo = i, .intorno = p.stadi[i].intorno};
         p.spazzate[n].dopo = i + 1;
     }
     // One sweep would write what others still have to read: the first only fetches.
@@ -108,10 +113,10 @@ void alloggia(Programma& p)
     for (int i = 0; i < p.numero_stadi; ++i) {
         Stadio& s = p.stadi[i];
         const Effetto& e = *s.effetto;
-        if (e.piani == 1 && !s.ingrandita && e.componi != nullptr) {
+        if (s.forma.piani == 1 && !s.ingrandita) {
             s.nutriti = s.pronti = {.in_quadro = true};
             p.piano_in_quadro = true;
-        } else if (e.piani > 0) {
+        } else if (s.forma.piani > 0) {
             const std::size_t libera = 1 - occupata;
             s.nutriti.da = libera;  // a half's number, until it is known how large they are
             s.pronti.da = e.prepara->in_altri ? occupata : libera;
@@ -144,7 +149,9 @@ void arreda(const Programma& p, Spazzata& s)
     s.righe = s.fuori ? 3 * righe : 0;
     s.luma = s.luma_prima || s.media ? righe : 0;
     s.campioni = static_cast<std::size_t>(piani) * riga;
-    s.ripiano = a_linea(s.righe + s.luma + s.campioni + s.appoggio);
+    if (s.intorno > 0)
+        s.vicine = memoria_vicine(*p.stadi[s.primo].effetto, p.quadro, s.intorno, s.insieme);
+    s.ripiano = a_linea(s.vicine + s.righe + s.luma + s.campioni + s.appoggio);
 }
 
 // As many threads as the loop that is shared out among the most: blocks of rows, or the columns and

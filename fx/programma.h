@@ -21,9 +21,10 @@ struct Posto {
 struct Stadio {
     const Effetto* effetto = nullptr;
     float quantita = 0.0f;
-    Forma forma;              // of its planes, where it has any
-    bool ingrandita = false;  // whether they are enlarged; else a sample is a pixel's own
-    Posto nutriti;            // its planes as rows feed them; its step may leave them elsewhere
+    Forma forma;                 // of its planes, where they are of the whole frame
+    std::ptrdiff_t intorno = 0;  // rows around a row that it looks at
+    bool ingrandita = false;     // whether they are enlarged; else a sample is a pixel's own
+    Posto nutriti;               // its planes as rows feed them; its step may leave them elsewhere
     Posto pronti;
 };
 
@@ -34,16 +35,18 @@ struct Spazzata {
     bool fuori = false;          // rows go out finished; else they stay in the picture
     int primo = 0;               // of the stages that change the rows
     int dopo = 0;                // behind the last of them
+    std::ptrdiff_t intorno = 0;  // rows around its own that the first one looks at
     int alimenta = -1;           // the stage whose planes the rows feed
     bool luma_prima = false;     // it is fed with the luminance from before the rows were changed
     bool media = false;          // the mean luminance of the rows is taken as they leave
     std::ptrdiff_t insieme = 1;  // rows that go through together
     // What a thread has for itself, floats: rows that do not stay in the picture, luminance of
-    // rows, rows of samples, scratch of the step that works on fresh rows.
+    // rows, rows of samples, scratch of the step that works on fresh rows, rows around its own.
     std::size_t righe = 0;
     std::size_t luma = 0;
     std::size_t campioni = 0;
     std::size_t appoggio = 0;
+    std::size_t vicine = 0;
     std::size_t ripiano = 0;  // all of it
 };
 

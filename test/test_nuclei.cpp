@@ -69,6 +69,7 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
         dati[p] = Piano(4 * N, 0.9f);
         piani[p] = dati[p].data();
     }
+    const std::vector<const float*> vicine(H, piani[1]);
     const std::vector<Intatta> intatte(H, {W / 3, W / 2});
     const Quadro q = {.larghezza = W, .altezza = H, .fotogramma = 7, .media = 0.4f};
     const Maschera maschera = {piani[0], intatte.data()};
@@ -103,7 +104,7 @@ TEST_CASE("no kernel leaves the upper halves of the vector registers in use")
             if (e.cambia != nullptr)
                 pulito("cambia", [&] {
                     e.cambia(q, {rgba.data(), 3 * W, rgba.data(), 3 * W, 0, 2},
-                             {0.3f, piani[1], W, &maschera});
+                             {0.3f, {vicine.data(), 0}, &maschera});
                 });
             if (e.quantita == &FxRicetta::stella)
                 pulito("somma_pesata", [&] {
