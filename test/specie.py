@@ -44,7 +44,7 @@ FILMATI = [
     ("k.mov", "v408", "yuva444p", 0), ("k.mov", "r210", "gbrp10le", 0), ("k.mov", "png", "rgb24 rgba rgb48be", 0),
     ("k.mov", "qtrle", "rgb24 argb", 0), ("k.mov", "rawvideo", "uyvy422", 0),
     ("k.mov", "libopenjpeg", "yuv420p yuv422p yuv444p yuv422p10le yuv444p10le yuv444p12le yuva444p10le gray", 0),
-    ("k.mkv", "jpeg2000 -pred 1", "rgb24 yuv422p", 0), ("k.avi", "huffyuv", "yuv422p", 0),
+    ("odd.mkv", "ffv1", "yuv420p yuv410p yuva420p yuv420p10le", 0), ("k.mkv", "jpeg2000 -pred 1", "rgb24 yuv422p", 0), ("k.avi", "huffyuv", "yuv422p", 0),
     ("k.avi", "utvideo", "yuv420p yuv422p gbrp gbrap", 0), ("k.mkv", "ffvhuff", "yuv440p yuv444p16le gbrp14le", 0),
     ("k.mp4", "libx264 -qp 0", "yuv420p yuv422p yuv444p yuvj420p yuvj444p yuv420p10le yuv422p10le yuv444p10le", 0),
     ("k.mkv", "libx265 -x265-params lossless=1:log-level=error", "yuv420p yuv422p yuv444p yuv420p10le yuv422p10le "
@@ -54,7 +54,7 @@ FILMATI = [
 ]
 
 # Those of each run: what was wrong once, and one of each way in.
-PRESTO = re.compile("ffv1 (yuv420p 0 bt709 tv|yuv444p 0 ycgco tv|yuv440p10le 0 smpte170m pc|yuva444p10le 0 bt2020nc pc|"
+PRESTO = re.compile("odd.* yuva420p 0 bt709 pc|ffv1 (yuv420p 0 bt709 tv|yuv444p 0 ycgco tv|yuv440p10le 0 smpte170m pc|yuva444p10le 0 bt2020nc pc|"
                     "yuv422p 0 bt2020c tv|yuv422p12le 0 fcc pc|gray10le .*pc|gbrp12le .*tv)|png rgba .*pc|v210 .*smpte240m tv|"
                     "mov rawvideo uyvy422 .*bt709 pc|qp 0 yuvj420p .*bt709")
 
@@ -100,11 +100,12 @@ def filmato(cartella, file, codec, formato, scarto, matrice, gamma):
     def piano(p, x=1, y=1):
         segno = {8: "B", 32: "f"}.get(bit, "H")
         codici = [k[p] / 1023 if bit == 32 else c[p] for k, c in zip(CODICI, tutti)]
-        return b"".join(struct.pack("<" + segno, c) * (TOPPA // x) for c in codici) * (ALTEZZA // y)
+        return b"".join(struct.pack("<" + segno, c) * (TOPPA // x) for c in codici) * -(-altezza // y)
+    altezza = ALTEZZA - file.startswith("odd")
     dati = piano(0) + (b"" if tipo == "gray" else piano(1, sx, sy) + piano(2, sx, sy)) + piano(0) * (tipo[-1] == "a")
     yuv = tipo.startswith("yuv")
     tag = "setparams=range=%s:colorspace=%s" % (gamma, matrice if yuv else "unknown")
-    misura = "%dx%d" % (TOPPA * len(CODICI), ALTEZZA)
+    misura = "%dx%d" % (TOPPA * len(CODICI), altezza)
     fatto = lancia("ffmpeg", "-nostdin", "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", piani, "-s", misura, "-i",
                    "pipe:0", "-vf", "%s,%sformat=%s,%s" % (tag, "scale=in_range=tv:out_range=tv," * yuv, formato, tag), "-strict", "-2", "-c:v", *codec.split(), file,
                    cwd=cartella, input=dati)
@@ -126,7 +127,7 @@ def filmato(cartella, file, codec, formato, scarto, matrice, gamma):
         if gamma == "tv" and (tipo == "gray" or not yuv and detti):
             attesi = tuple((v * massimo / (1 << bit - 8) - 16) / 219 for v in attesi)
         attesi += (codici[0] / massimo,) * (canali == 4)
-        avuti = righe[ALTEZZA // 2][canali * (TOPPA * i + TOPPA // 2):][:canali]
+        avuti = righe[-1][canali * (TOPPA * i + TOPPA // 2):][:canali]
         peggio = max(peggio, *(abs(a - b) for a, b in zip(attesi, avuti)))
     return "right" if peggio < (scarto / 256 if scarto else 4e-6) else "WRONG by %.6f" % peggio
 

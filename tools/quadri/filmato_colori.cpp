@@ -70,20 +70,34 @@ std::string scegli_colori(Filmato& f, const Json& traccia, const ColoriFilmato& 
 }
 
 // The layout in planes that has the same samples; alpha aside.
-std::string in_piani(const Json& traccia, const Json& formato, const std::string& bit)
+std::string in_piani(const std::string& nome, const Json& formato, const std::string& bit)
 {
-    // Whose name tells of the range, too.
-    const bool j = traccia.value("pix_fmt", "").starts_with("yuvj");
+    if (nome.starts_with("yuvj"))  // which tells of its range, too
+        return nome;
     constexpr const char* PARTI[3][3] = {
         {"444", "440", "440"}, {"422", "420", "420"}, {"411", "410", "410"}};
-    int x = std::min(2, formato.value("log2_chroma_w", 0));
+    const int x = std::min(2, formato.value("log2_chroma_w", 0));
     int y = std::min(2, formato.value("log2_chroma_h", 0));
-    // What the filter behind does not know: 440 of more bits, and a size that ends within a sample
-    // of chroma.
-    if ((x == 0 && !bit.empty()) || traccia.value("width", 0) % (1 << x) != 0 ||
-        traccia.value("height", 0) % (1 << y) != 0)
-        x = y = 0;
-    return (j ? "yuvj" : "yuv") + std::string(PARTI[x][y]) + "p" + bit;
+    if (x == 0 && !bit.empty())
+        y = 0;  // 440 of more bits, which the filter behind does not know
+    return std::string("yuv") + PARTI[x][y] + "p" + bit;
+}
+
+// The filter behind takes no size that ends within a sample of chroma: luma is filled up to the end
+// of one, which `poi` cuts off again.
+std::string riempi(const Json& traccia, const Json& formato, const std::string& piani,
+                   std::string& poi)
+{
+    const int w = traccia.value("width", 0);
+    const int h = traccia.value("height", 0);
+    const int x = (1 << formato.value("log2_chroma_w", 0)) - 1;
+    const int y = (1 << formato.value("log2_chroma_h", 0)) - 1;
+    if (((w & x) == 0 && (h & y) == 0) || piani.starts_with("yuv444"))
+        return {};
+    poi = OIIO::Strutil::sprintf(",crop=%d:%d:0:0", w, h) + poi;
+    return OIIO::Strutil::sprintf(",extractplanes=y+u+v[y][u][v];[y]pad=%d:%d[l];"
+                                  "[l][u][v]mergeplanes=0x001020:%s",
+                                  (w + x) & ~x, (h + y) & ~y, piani);
 }
 
 }  // namespace
@@ -130,10 +144,13 @@ void scegli_grafo(Filmato& f, const nlohmann::json& traccia, const nlohmann::jso
     } else {
         // The first step would scale a full range to legal on its own, was it not told otherwise.
         f.formato = "gbrpf32le";
-        f.grafo = "scale=in_range=tv:out_range=tv,format=" + in_piani(traccia, formato, bit) +
+        const std::string piani = in_piani(nome, formato, bit);
+        std::string poi = girato;
+        f.grafo = "scale=in_range=tv:out_range=tv,format=" + piani +
+                  riempi(traccia, formato, piani, poi) +
                   ",setparams=range=" + (f.legale ? "tv" : "pc") + ":colorspace=" + matrice +
                   ":color_primaries=unknown:color_trc=unknown,zscale=filter=spline36,format=" +
-                  f.formato + girato;
+                  f.formato + poi;
         f.legale = false;
         alfa += ",zscale,format=" + f.formato;
     }
