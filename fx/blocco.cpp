@@ -6,11 +6,35 @@
 #include "fx/media.h"
 #include "fx/nuclei_piani.h"
 #include "fx/passo.h"
+#include "fx/vicine.h"
 
 #include <algorithm>
 
 namespace varno {
 namespace {
+
+// What one thread of a sweep has for itself, one behind the other.
+struct Ripiano {
+    Vicine vicine;
+    float* righe;     // where rows are changed that do not stay in the picture
+    float* luma;      // of rows before they are changed, or as they leave
+    float* campioni;  // rows: a mask before it is reduced, planes enlarged
+    float* appoggio;  // of the step that works on fresh rows
+};
+
+Ripiano ripiano_di(const Corsa& c, const Spazzata& s, std::ptrdiff_t parte, std::ptrdiff_t inizio,
+                   std::ptrdiff_t fine)
+{
+    float* const memoria = c.memoria + c.programma.comune + parte * s.ripiano;
+    float* const righe = memoria + s.vicine;
+    float* const luma = righe + s.righe;
+    return {{c.programma.stadi[s.primo].effetto, c.quadro, c.immagine, s.intorno, s.insieme,
+             inizio * s.insieme, std::min(fine * s.insieme, c.quadro.altezza), memoria},
+            righe,
+            luma,
+            luma + s.luma,
+            luma + s.luma + s.campioni};
+}
 
 // The picture's rows come one after the other: while one is worked on, the next may arrive.
 void annuncia(const Corsa& c, std::ptrdiff_t y)
@@ -39,7 +63,7 @@ void cambia_righe(const Corsa& c, int i, const Righe& r, const Dintorni& dintorn
         s.effetto->cambia(c.quadro, r, {s.quantita, dintorni, c.tenuti[i].get()});
         return;
     }
-    const Campo piani = c.piani_di(s, s.pronti);
+    const Campo piani = piani_di(c, s, s.pronti);
     const std::ptrdiff_t W = c.quadro.larghezza;
     for (std::ptrdiff_t k = 0; k < r.n; ++k) {
         annuncia(c, r.y + k + 1);
@@ -59,7 +83,7 @@ void cambia_righe(const Corsa& c, int i, const Righe& r, const Dintorni& dintorn
 // them. con_luma: the mask takes the luminance from before they were changed.
 void nutri(const Corsa& c, const Stadio& s, const Righe& r, bool con_luma, const Ripiano& ripiano)
 {
-    const Campo piani = c.piani_di(s, s.nutriti);
+    const Campo piani = piani_di(c, s, s.nutriti);
     const Forma& f = s.forma;
     const std::ptrdiff_t W = f.larghezza;
     for (std::ptrdiff_t k = 0; k < r.n && (r.y + k) / f.riduzione < f.righe; ++k) {
@@ -81,22 +105,7 @@ void prendi_luma(const Righe& r, std::ptrdiff_t larghezza, float* luma)
         gNuclei->piani.luminanza(r.da + k * r.passo_da, luma + k * larghezza, larghezza);
 }
 
-}  // namespace
-
-Ripiano ripiano_di(const Corsa& c, const Spazzata& s, std::ptrdiff_t parte, std::ptrdiff_t inizio,
-                   std::ptrdiff_t fine)
-{
-    float* const memoria = c.memoria + c.programma.comune + parte * s.ripiano;
-    float* const righe = memoria + s.vicine;
-    float* const luma = righe + s.righe;
-    return {{c.programma.stadi[s.primo].effetto, c.quadro, c.immagine, s.intorno, s.insieme,
-             inizio * s.insieme, std::min(fine * s.insieme, c.quadro.altezza), memoria},
-            righe,
-            luma,
-            luma + s.luma,
-            luma + s.luma + s.campioni};
-}
-
+// The rows of one block through all of the sweep.
 void passa_blocco(const Corsa& c, const Spazzata& s, std::ptrdiff_t blocco, const Ripiano& ripiano)
 {
     const std::ptrdiff_t W = c.quadro.larghezza;
@@ -136,6 +145,46 @@ void passa_blocco(const Corsa& c, const Spazzata& s, std::ptrdiff_t blocco, cons
     }
     for (std::ptrdiff_t k = 0; s.fuori && k < r.n; ++k)
         c.porte.esce(r.da + k * r.passo_da, y + k);
+}
+
+}  // namespace
+
+Campo piani_di(const Corsa& c, const Stadio& s, const Posto& p)
+{
+    if (p.in_quadro)
+        return {c.immagine.dati + 3 * c.quadro.larghezza, c.immagine.passo};
+    return {c.memoria + p.da, s.forma.colonne};
+}
+
+void prepara_blocchi(const Corsa& c, const Spazzata& s, std::ptrdiff_t parte, std::ptrdiff_t inizio,
+                     std::ptrdiff_t fine)
+{
+    prendi_confini(ripiano_di(c, s, parte, inizio, fine).vicine);
+}
+
+// Rows of planes that the blocks have fed get their step a few at a time.
+void passa_blocchi(const Corsa& c, const Spazzata& s, std::ptrdiff_t parte, std::ptrdiff_t inizio,
+                   std::ptrdiff_t fine)
+{
+    const Stadio nutrito = s.alimenta < 0 ? Stadio{} : c.programma.stadi[s.alimenta];
+    const Forma& f = nutrito.forma;
+    const Campo piani = piani_di(c, nutrito, nutrito.nutriti);
+    const auto nutrite = [&](std::ptrdiff_t b) {
+        return std::min(b * s.insieme / f.riduzione, f.righe);
+    };
+    const Ripiano ripiano = ripiano_di(c, s, parte, inizio, fine);
+    std::ptrdiff_t fatte = nutrite(inizio);
+    for (std::ptrdiff_t b = inizio; b < fine; ++b) {
+        passa_blocco(c, s, b, ripiano);
+        const std::ptrdiff_t pronte = nutrite(b + 1);
+        while (pronte - fatte >= RIGHE_FRESCHE || (pronte > fatte && b + 1 == fine)) {
+            const std::ptrdiff_t n = std::min(pronte - fatte, RIGHE_FRESCHE);
+            for (std::ptrdiff_t p = 0; p < f.piani; ++p)
+                nutrito.effetto->prepara->righe(f, riga_di(piani, f, p, fatte), piani.passo, n,
+                                                ripiano.appoggio);
+            fatte += n;
+        }
+    }
 }
 
 }  // namespace varno

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "fx/fx.h"
-#include "fx/vicine.h"
 
 #include <memory>
 
@@ -17,29 +16,17 @@ struct Corsa {
     const Porte& porte;
     Quadro quadro;
     std::shared_ptr<const void> tenuti[MASSIMO_STADI] = {};
-
-    Campo piani_di(const Stadio& s, const Posto& p) const
-    {
-        if (p.in_quadro)
-            return {immagine.dati + 3 * quadro.larghezza, immagine.passo};
-        return {memoria + p.da, s.forma.colonne};
-    }
 };
 
-/// What one thread of a sweep has for itself, one behind the other.
-struct Ripiano {
-    Vicine vicine;
-    float* righe;     // where rows are changed that do not stay in the picture
-    float* luma;      // of rows before they are changed, or as they leave
-    float* campioni;  // rows: a mask before it is reduced, planes enlarged
-    float* appoggio;  // of the step that works on fresh rows
-};
+/// The planes of a stage, which lie there.
+Campo piani_di(const Corsa& c, const Stadio& s, const Posto& p);
 
-/// What the thread has that goes over the blocks of rows from inizio to before fine.
-Ripiano ripiano_di(const Corsa& c, const Spazzata& s, std::ptrdiff_t parte, std::ptrdiff_t inizio,
+/// Goes over a thread's part, the blocks of rows from inizio to before fine.
+void passa_blocchi(const Corsa& c, const Spazzata& s, std::ptrdiff_t parte, std::ptrdiff_t inizio,
                    std::ptrdiff_t fine);
 
-/// The rows of one block through all of the sweep.
-void passa_blocco(const Corsa& c, const Spazzata& s, std::ptrdiff_t blocco, const Ripiano& ripiano);
+/// What comes before, where the sweep's rows look around: all threads, each for its part.
+void prepara_blocchi(const Corsa& c, const Spazzata& s, std::ptrdiff_t parte, std::ptrdiff_t inizio,
+                     std::ptrdiff_t fine);
 
 }  // namespace varno
