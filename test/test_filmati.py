@@ -184,6 +184,7 @@ class Filmati(Prova):
         for n, (da, a) in enumerate((("o3.exr", "30000/1001"), ("t30.dpx", "30000/1001"), ("s.exr --rate 23.976", "24000/1001"),
                                      ("s.exr --rate 59.94", "60000/1001"))):
             self.fai("sviluppa %s s%d.mkv --frames 1-40" % (da, n))
+            self.assertEqual(";29'" in str(self.ffprobe("s%d.mkv" % n, "stream_tags:format_tags")), n < 2)
             if n == 3:  # whose times are whole milliseconds
                 self.fai("sviluppa s3.mkv s3.mov")
             self.assertEqual(self.flussi("s%d.%s" % (n, "mov" if n == 3 else "mkv"), "r_frame_rate"), [("video", a)])
@@ -271,19 +272,21 @@ class Filmati(Prova):
             self.assertEqual(self.flussi(nome, "sample_aspect_ratio"), [("video", "1:2")])
 
     def test_any_frame_is_found_in_any_container(self):
-        # Its number is written into each frame's first pixels, and all frames depend on others.
-        for nome, modo in (("a.mp4", "-c:v libx264 -g 30 -bf 3 -qp 0"), ("a.ts", "-c:v libx264 -g 30 -bf 3 -qp 0"),
-                           ("a.mkv", "-c:v libx264 -g 30 -bf 3 -qp 0 -output_ts_offset 1"),
-                           ("a.mxf", "-c:v mpeg2video -q:v 1")):
-            self.ffmpeg("-f lavfi -i color=gray:s=64x64:r=24000/1001:d=3.12,geq=lum='16+2*N':cb=128:cr=128 -f lavfi "
-                        "-i sine=d=3.2:r=48000 %s -pix_fmt yuv420p -color_range tv -colorspace bt709 %s" % (modo, nome))
+        # Its number is written into each frame's first pixels, and all frames depend on others. In 502 frames a rate
+        # of 24 is half a frame off.
+        for nome, quanti, modo in (("a.mp4", 520, "-c:v libx264 -g 30 -bf 3 -qp 0"), ("a.ts", 75, "-c:v libx264 -g 30 -bf 3 -qp 0"),
+                                   ("a.mkv", 75, "-c:v libx264 -g 30 -bf 3 -qp 0 -output_ts_offset 1"),
+                                   ("a.mxf", 75, "-c:v mpeg2video -q:v 1")):
+            self.ffmpeg("-f lavfi -i color=gray:s=64x64:r=24000/1001:d=%.2f,geq=lum='16+2*mod(N\\,100)':cb=128:cr=128 -f lavfi "
+                        "-i sine=d=3.2:r=48000 %s -pix_fmt yuv420p -color_range tv -colorspace bt709 %s"
+                        % (quanti / 24, modo, nome))
             self.fai("sviluppa %s tutti.mkv --overwrite" % nome, *NEUTRO)
             interi, uno = self.pixel("tutti.mkv", "gray"), 64 * 64
-            self.assertEqual(len(interi), 75 * uno, nome)
+            self.assertEqual(len(interi), quanti * uno, nome)
             self.assertGreater(len(set(interi[::uno])), 20)
-            self.fai("sviluppa %s scelti.mkv --frames 3,60,62,74-75 --overwrite" % nome, *NEUTRO)
+            self.fai("sviluppa %s scelti.mkv --frames 3,60,62,%d-%d --overwrite" % (nome, quanti - 1, quanti), *NEUTRO)
             self.assertEqual(self.pixel("scelti.mkv", "gray"),
-                             b"".join(interi[uno * (n - 1):][:uno] for n in (3, 60, 62, 74, 75)), nome)
+                             b"".join(interi[uno * (n - 1):][:uno] for n in (3, 60, 62, quanti - 1, quanti)), nome)
 
     def test_frames_of_any_length_go_into_pictures_alone(self):
         self.ffmpeg("-f lavfi -i testsrc2=s=64x48:r=30:d=2 -vf select='not(mod(n\\,3))+gt(n\\,40)' "

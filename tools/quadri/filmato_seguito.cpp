@@ -4,6 +4,8 @@
 
 #include <OpenImageIO/strutil.h>
 
+#include <cmath>
+
 namespace varno::provino {
 
 using OIIO::Strutil::splits;
@@ -50,8 +52,6 @@ std::vector<std::string> segui(ModoFilmato& modo, const Filmato& da, long long s
 
 bool segui(ModoFilmato& modo, const OIIO::ImageSpec& testata)
 {
-    if (const OIIO::ParamValue* t = testata.find_attribute("smpte:TimeCode"))
-        modo.timecode = t->get_string();
     for (const char* nome : {"Copyright", "Artist", "Make", "Model"})
         if (const std::string v = testata.get_string_attribute(nome); !v.empty())
             modo.etichette[nome] = v;
@@ -60,6 +60,13 @@ bool segui(ModoFilmato& modo, const OIIO::ImageSpec& testata)
     if (const float v = cadenza_in(testata); modo.cadenza.empty() && v >= 1.0f && v <= 1000.0f)
         modo.cadenza = testo_di(v);
     modo.cadenza = cadenza_esatta(modo.cadenza);
+    if (const OIIO::ParamValue* t = testata.find_attribute("smpte:TimeCode")) {
+        modo.timecode = t->get_string();
+        const bool salta = (t->get_int_indexed(0) & 0x40) != 0;  // which its words do not tell
+        if (salta && modo.timecode.size() == 11 &&
+            std::lround(numero_cadenza(modo.cadenza)) % 30 == 0)
+            modo.timecode[8] = ';';
+    }
     if (!modo.cadenza.empty())
         return true;
     modo.cadenza = "24";
