@@ -12,6 +12,7 @@ import os
 import random
 import shlex
 import shutil
+import signal
 import socket
 import subprocess
 import sys
@@ -111,6 +112,19 @@ class Porta(Prova):
             prima = time.monotonic()
             self.assertEqual(self.chiedi("POST", "/stato", self.corpo())[0], 200)
             self.assertLess(time.monotonic() - prima, 4)
+
+    def test_ctrl_c_leaves_nothing_that_tells_the_key(self):
+        tmp, letta, browser = (Path(self.qui, n) for n in ("tmp", "letta", "xdg-open"))
+        tmp.mkdir()
+        os.mkfifo(letta)
+        browser.write_text(f'#!/bin/sh\ncat "$1" > {letta}\n')
+        browser.chmod(0o700)
+        with subprocess.Popen([PROVINO, "guarda", "t.0001.exr", "--plugin", BUNDLE], cwd=self.qui, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                              env={**os.environ, "TMPDIR": str(tmp), "PATH": f"{self.qui}:{os.environ['PATH']}"}) as altro:
+            self.assertRegex(letta.read_text(), "url=http://127.0.0.1:[0-9]+/.key=[0-9a-f]{32}")
+            self.assertEqual([f.stat().st_mode & 0o077 for f in tmp.iterdir()], [0])
+            altro.send_signal(signal.SIGINT)
+        self.assertEqual((altro.returncode, list(tmp.iterdir())), (-signal.SIGINT, []))
 
     def test_random_bodies_are_survived(self):
         caso, visti = random.Random(7), set()

@@ -1,6 +1,8 @@
 // Failures: a line for the user, and a status for the shell.
 #pragma once
 
+#include <OpenImageIO/strutil.h>
+
 #include <string>
 #include <vector>
 
@@ -23,6 +25,8 @@ struct Inattese {
 /// What is read has no such frame, though it promised one, and is whole.
 struct Finito : Errore {};
 
+using OIIO::Strutil::sprintf;
+
 [[noreturn]] inline void fallisci(std::string testo)
 {
     throw Errore{FALLITO, std::move(testo)};
@@ -30,6 +34,17 @@ struct Finito : Errore {};
 [[noreturn]] inline void rifiuta(std::string testo)
 {
     throw Errore{USO, std::move(testo)};
+}
+/// The same, written as sprintf has it.
+template <class Prima, class... Altre>
+[[noreturn]] void fallisci(const char* forma, const Prima& prima, const Altre&... altre)
+{
+    fallisci(sprintf(forma, prima, altre...));
+}
+template <class Prima, class... Altre>
+[[noreturn]] void rifiuta(const char* forma, const Prima& prima, const Altre&... altre)
+{
+    rifiuta(sprintf(forma, prima, altre...));
 }
 
 inline std::string tra_apici(const std::string& s)

@@ -3,22 +3,26 @@
 
 #include "tools/errore.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <mutex>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <unistd.h>
 
 namespace varno::provino {
+
+using Json = nlohmann::ordered_json;
+
+Voce gVoce;
+
 namespace {
 
 std::FILE* gErrori = stderr;
 std::mutex gMutex;
-std::atomic<Voce> gVoce{Voce::righe};
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool SANITIZZATO = true;  // their reports must be seen
@@ -34,31 +38,21 @@ std::string pulito(const std::string& testo)
     return s;
 }
 
-void scrivi(const std::string& testo)
+bool prima_volta(const std::string& testo)
 {
+    static std::set<std::string> dette;
     const std::lock_guard<std::mutex> chiuso(gMutex);
-    std::fputs(testo.c_str(), gErrori);
-    std::fflush(gErrori);
+    return dette.insert(testo).second;
 }
 
 void di_nota(const std::string& testo, bool perde)
 {
-    using Json = nlohmann::json;
-    static std::mutex mutex;
-    static std::set<std::string> dette;  // of many clips each is told once
-    {
-        const std::lock_guard<std::mutex> chiuso(mutex);
-        if (!dette.insert(testo).second)
-            return;
-    }
-    const Json j = {{"note", testo}, {"loss", perde}};
-    try {
-        if (gVoce == Voce::json)
-            riga(j.dump(-1, ' ', false, Json::error_handler_t::replace));
-    } catch (const Errore&) {  // a closed output is no reason to stop
-    }
-    if (gVoce == Voce::righe || (gVoce == Voce::muta && perde))
-        scrivi("provino: note: " + pulito(testo) + "\n");
+    if (!prima_volta(testo))  // of many clips each is told once
+        return;
+    if (gVoce.json)
+        tappa({}, {{"loss", perde}, {"note", testo}});
+    else if (!gVoce.muta || perde)
+        barra("provino: note: " + pulito(testo) + "\n");
 }
 
 }  // namespace
@@ -79,17 +73,7 @@ void apri_messaggi()
 
 void errore(const std::string& testo)
 {
-    scrivi("provino: " + pulito(testo) + "\n");
-}
-
-void scegli_voce(bool json, bool muta)
-{
-    gVoce = json ? Voce::json : muta ? Voce::muta : Voce::righe;
-}
-
-Voce voce()
-{
-    return gVoce;
+    barra("provino: " + pulito(testo) + "\n");
 }
 
 void avviso(const std::string& testo)
@@ -103,17 +87,27 @@ void perdita(const std::string& testo)
 
 void nota(const std::string& file, const std::string& testo)
 {
-    static std::mutex mutex;
-    static std::set<std::string> dette;
-    const std::lock_guard<std::mutex> chiuso(mutex);
-    if (dette.insert(testo).second)
+    if (prima_volta(testo))
         perdita(tra_apici(file) + " " + testo);
 }
 
-void esito(const std::string& testo, const std::string& json)
+void esito(const std::string& testo, const Json& json)
 {
-    if (gVoce != Voce::muta)
-        riga(gVoce == Voce::json ? json : testo);
+    if (gVoce.json || !gVoce.muta)
+        riga(gVoce.json ? in_riga(json) : testo);
+}
+
+void tappa(const std::string& testo, const Json& json)
+{
+    try {
+        esito(testo, json);
+    } catch (const Errore&) {
+    }
+}
+
+std::string in_riga(const Json& json)
+{
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 int canale_errori()
@@ -130,7 +124,9 @@ void riga(const std::string& testo)
 
 void barra(const std::string& testo)
 {
-    scrivi(testo);
+    const std::lock_guard<std::mutex> chiuso(gMutex);
+    std::fputs(testo.c_str(), gErrori);
+    std::fflush(gErrori);
 }
 
 std::string in_una_riga(const std::string& testo)

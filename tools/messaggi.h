@@ -1,6 +1,8 @@
 // Lines for the user, on the two output channels.
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <string>
 
 namespace varno::provino {
@@ -9,10 +11,12 @@ namespace varno::provino {
 /// To be called once, before anything else.
 void apri_messaggi();
 
-/// How a run tells of itself: in lines for people, not at all but for losses, as lines of JSON.
-enum class Voce { righe, muta, json };
-void scegli_voce(bool json, bool muta);
-Voce voce();
+/// How a run tells of itself: in lines for people, not at all but for losses, as lines of JSON,
+/// which goes before the second. Set before anything is told.
+struct Voce {
+    bool muta = false, json = false;
+};
+extern Voce gVoce;
 
 /// One line each on the error channel, "provino: ..."; line breaks and control characters become
 /// blanks. Any thread.
@@ -27,7 +31,10 @@ void perdita(const std::string& testo);
 void nota(const std::string& file, const std::string& testo);
 
 /// What a command did, in the voice that was chosen.
-void esito(const std::string& testo, const std::string& json);
+void esito(const std::string& testo, const nlohmann::ordered_json& json);
+
+/// The same on the way, where a closed output is no reason to stop.
+void tappa(const std::string& testo, const nlohmann::ordered_json& json);
 
 /// Descriptor of the error channel.
 int canale_errori();
@@ -35,6 +42,9 @@ int canale_errori();
 /// One line on the standard output, flushed, so that a pipe sees it at once. Throws Errore where it
 /// cannot be written, without a text where a reader such as `head` has had enough.
 void riga(const std::string& testo);
+
+/// In one line; what is no UTF-8 is replaced.
+std::string in_riga(const nlohmann::ordered_json& json);
 
 /// Text as it stands on the error channel, for a progress bar.
 void barra(const std::string& testo);

@@ -9,12 +9,8 @@
 
 #include <cctype>
 #include <cmath>
-#include <exception>
 #include <new>
-#include <system_error>
 #include <type_traits>
-#include <variant>
-#include <vector>
 
 namespace varno::provino {
 namespace {
@@ -23,6 +19,7 @@ namespace {
 void aggiungi(CLI::App& app, const Opzione& o)
 {
     const Limiti& l = o.limiti;
+    const bool per_nome = o.nome[0] == '-';
     const auto posa = [&](auto* dove) {
         using Valore = std::decay_t<decltype(*dove)>;
         CLI::Option* voce = nullptr;
@@ -30,30 +27,29 @@ void aggiungi(CLI::App& app, const Opzione& o)
             voce = app.add_flag(o.nome, *dove, o.aiuto);
         else
             voce = app.add_option(o.nome, *dove, o.aiuto);
-        if (std::is_same_v<Valore, std::vector<std::string>> && o.nome[0] == '-')
+        if (std::is_same_v<Valore, std::vector<std::string>> && per_nome)
             voce->type_size(1)->allow_extra_args(false);  // a list swallows file names behind it
         if constexpr (std::is_same_v<Valore, int> || std::is_same_v<Valore, double>)
             if (l.minimo < l.massimo && std::isfinite(l.massimo))
                 voce->check(
                     CLI::Range(static_cast<Valore>(l.minimo), static_cast<Valore>(l.massimo)));
-        if (std::isinf(l.massimo))
-            voce->check(CLI::Validator(
-                [](std::string& testo) {
-                    double v = 0.0;
-                    return leggi_numero(testo, v) && v >= 0.0
-                               ? ""
-                               : "it takes 0 or a larger number, not " + testo;
-                },
-                ""));
-        if (!l.valori.empty())
-            voce->check(CLI::IsMember(l.valori));
-        if (l.detto)
-            voce->capture_default_str();
-        if (l.esclude != nullptr)
-            voce->excludes(app.get_option(l.esclude));
-        voce->required(o.nome[0] != '-');
+        voce->required(!per_nome);
+        return voce;
     };
-    std::visit(posa, o.dove);
+    CLI::Option* voce = std::visit(posa, o.dove);
+    if (std::isinf(l.massimo))
+        voce->check([](const std::string& testo) {
+            double v = 0.0;
+            return leggi_numero(testo, v) && v >= 0.0
+                       ? ""
+                       : "it takes 0 or a larger number, not " + testo;
+        });
+    if (!l.valori.empty())
+        voce->check(CLI::IsMember(l.valori));
+    if (l.detto)
+        voce->capture_default_str();
+    if (l.esclude != nullptr)
+        voce->excludes(app.get_option(l.esclude));
 }
 
 std::vector<std::string> comandi_e_opzioni(const CLI::App& app)
@@ -62,7 +58,7 @@ std::vector<std::string> comandi_e_opzioni(const CLI::App& app)
     for (const CLI::Option* o : app.get_options())
         for (const std::string& n : o->get_lnames())
             nomi.push_back("--" + n);
-    for (const CLI::App* s : app.get_subcommands([](const CLI::App*) { return true; })) {
+    for (const CLI::App* s : app.get_subcommands({})) {
         nomi.push_back(s->get_name());
         nomi.insert(nomi.end(), s->get_aliases().begin(), s->get_aliases().end());
     }
@@ -71,9 +67,10 @@ std::vector<std::string> comandi_e_opzioni(const CLI::App& app)
 
 const CLI::App* comando(const CLI::App& app, const std::string& nome)
 {
-    const auto trovati =
-        app.get_subcommands([&](const CLI::App* s) { return s->check_name(nome); });
-    return trovati.empty() ? nullptr : trovati.front();
+    for (const CLI::App* s : app.get_subcommands({}))
+        if (s->check_name(nome))
+            return s;
+    return nullptr;
 }
 
 // What may follow the words behind the program's name, one a line, for the shell to complete: a
@@ -82,24 +79,22 @@ void completa(const CLI::App& app, const std::vector<Sottocomando>& comandi,
               const std::vector<std::string>& parole)
 {
     const CLI::App* scelto = parole.empty() ? nullptr : comando(app, parole.front());
+    std::vector<std::string> seguono = comandi_e_opzioni(scelto != nullptr ? *scelto : app);
+    if (scelto != nullptr && (parole.back() == "-p" || parole.back() == "--param")) {
+        seguono.clear();
+        for (const banco::Parametro& p : carica_plugin({}).parametri) {
+            seguono.push_back(p.nome + "=");
+            for (const std::string& o : p.opzioni)
+                seguono.push_back(p.nome + "=" + o);
+        }
+    }
     for (const Sottocomando& c : comandi)
-        for (const Opzione& o : c.opzioni)
-            if (scelto != nullptr && scelto->check_name(c.nome) && parole.back() == o.nome &&
-                o.limiti.valori.size() + o.limiti.proposte.size() > 0) {
-                std::ranges::for_each(o.limiti.valori, riga);
-                std::ranges::for_each(o.limiti.proposte, riga);
-                return;
-            }
-    if (scelto == nullptr || (parole.back() != "-p" && parole.back() != "--param")) {
-        for (const std::string& n : comandi_e_opzioni(scelto != nullptr ? *scelto : app))
-            riga(n);
-        return;
-    }
-    for (const banco::Parametro& p : carica_plugin({}).parametri) {
-        riga(p.nome + "=");
-        for (const std::string& o : p.opzioni)
-            riga(p.nome + "=" + o);
-    }
+        for (const auto& [nome, dove, aiuto, limiti] : c.opzioni)
+            if (scelto != nullptr && scelto->check_name(c.nome) && parole.back() == nome)
+                for (const auto* valori : {&limiti.valori, &limiti.proposte})
+                    if (!valori->empty())
+                        seguono = *valori;
+    std::ranges::for_each(seguono, riga);
 }
 
 // What to write in place of the words that were not expected.
@@ -123,7 +118,37 @@ std::string rimedio(const CLI::App& app, const std::vector<std::string>& resto)
     return vicina;
 }
 
-int esegui(int argc, char** argv)
+// Runs what the words say; where they say nothing that can be, an Errore tells the way out.
+void analizza(CLI::App& app, const std::vector<std::string>& parole)
+{
+    const auto scelto = [&app] {
+        return app.get_subcommands().empty() ? nullptr : app.get_subcommands().front();
+    };
+    const auto rimanda = [&](const std::string& testo) {
+        rifiuta("%s ('provino %s--help' tells more)", testo,
+                scelto() == nullptr ? "" : scelto()->get_name() + " ");
+    };
+    const auto inattese = [&](std::vector<std::string> resto) {
+        const auto segue = std::ranges::find(parole, resto.front());
+        if (resto.size() == 1 && resto[0].starts_with("--") && std::end(parole) - segue > 1)
+            resto.push_back(segue[1]);
+        rimanda(tra_apici(resto.front()) + " was not expected" + rimedio(*scelto(), resto));
+    };
+    try {
+        app.parse(std::vector<std::string>(parole.rbegin(), parole.rend()));
+    } catch (const Inattese& e) {
+        inattese(e.parole);
+    } catch (const CLI::ParseError& e) {
+        if (e.get_exit_code() == 0)
+            app.exit(e);  // help and version
+        else if (scelto() != nullptr && !scelto()->remaining().empty())
+            inattese(scelto()->remaining());
+        else
+            rimanda(parole.empty() ? "give a command, such as sviluppa" : in_una_riga(e.what()));
+    }
+}
+
+void esegui(std::vector<std::string> parole)
 {
     CLI::App app("provino: develops pictures with the Varno Color plug-in, on the command line.",
                  "provino");
@@ -153,56 +178,15 @@ int esegui(int argc, char** argv)
             questo->alias(c.inglese);
     }
 
-    std::vector<std::string> parole(argv + 1, argv + argc);
     const std::string prima = parole.empty() ? "" : parole.front();
-    const auto tutto_altro = [&](const std::string& testo) {
-        const auto scelti = app.get_subcommands();
-        errore(testo + " ('provino " + (scelti.empty() ? "" : scelti.front()->get_name() + " ") +
-               "--help' tells more)");
-        return USO;
-    };
-    const auto inattese = [&](std::vector<std::string> resto) {
-        const auto segue = std::ranges::find(parole, resto.front());
-        if (resto.size() == 1 && resto[0].starts_with("--") && std::end(parole) - segue > 1)
-            resto.push_back(segue[1]);
-        return tutto_altro(tra_apici(resto.front()) + " was not expected" +
-                           rimedio(*app.get_subcommands().front(), resto));
-    };
-    try {
-        if (prima == "--complete") {
-            completa(app, comandi, {parole.begin() + 1, parole.end()});
-            return FATTO;
-        }
-        if (prima == "help") {
-            parole.erase(parole.begin());
-            parole.push_back("--help");
-        } else if (!prima.empty() && prima[0] != '-' && comando(app, prima) == nullptr) {
-            rifiuta("there is no command " + tra_apici(prima) +
-                    proposta(prima, comandi_e_opzioni(app)) + " ('provino --help' lists them)");
-        }
-        app.parse(std::vector<std::string>(parole.rbegin(), parole.rend()));
-        return FATTO;
-    } catch (const Inattese& e) {
-        return inattese(e.parole);
-    } catch (const CLI::ParseError& e) {
-        if (e.get_exit_code() == 0)
-            return app.exit(e);  // help and version
-        const auto scelti = app.get_subcommands();
-        if (!scelti.empty() && !scelti.front()->remaining().empty())
-            return inattese(scelti.front()->remaining());
-        return tutto_altro(parole.empty() ? "give a command, such as sviluppa"
-                                          : in_una_riga(e.what()));
-    } catch (const Errore& e) {
-        if (!e.testo.empty())  // else it was told already
-            errore(e.testo);
-        return e.uscita;
-    } catch (const std::bad_alloc&) {
-        errore("there is not enough memory for this picture");
-        return FALLITO;
-    } catch (const std::exception& e) {
-        errore("failed: " + in_una_riga(e.what()));
-        return FALLITO;
-    }
+    if (prima == "--complete")
+        return completa(app, comandi, {parole.begin() + 1, parole.end()});
+    if (prima == "help")
+        *std::rotate(parole.begin(), parole.begin() + 1, parole.end()) = "--help";
+    else if (!prima.empty() && prima[0] != '-' && comando(app, prima) == nullptr)
+        rifiuta("there is no command '%s'%s ('provino --help' lists them)", prima,
+                proposta(prima, comandi_e_opzioni(app)));
+    analizza(app, parole);
 }
 
 }  // namespace
@@ -210,7 +194,20 @@ int esegui(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    varno::provino::apri_messaggi();
-    varno::provino::prepara_segnali();
-    return varno::provino::esegui(argc, argv);
+    using namespace varno::provino;
+    apri_messaggi();
+    prepara_segnali();
+    try {
+        esegui({argv + 1, argv + argc});
+        return FATTO;
+    } catch (const Errore& e) {
+        if (!e.testo.empty())  // else it was told already
+            errore(e.testo);
+        return e.uscita;
+    } catch (const std::bad_alloc&) {
+        errore("there is not enough memory for this picture");
+    } catch (const std::exception& e) {
+        errore("failed: " + in_una_riga(e.what()));
+    }
+    return FALLITO;
 }

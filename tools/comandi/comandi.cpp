@@ -1,6 +1,8 @@
 // Options that several commands have.
 #include "tools/comandi/comandi.h"
 
+#include "tools/messaggi.h"
+
 namespace varno::provino {
 
 Opzioni unite(std::initializer_list<Opzioni> gruppi)
@@ -52,10 +54,10 @@ Opzioni opzioni_scrittura(Scrittura& o)
             opzione_sostituisci(o.sovrascrivi)};
 }
 
-Opzioni opzioni_voce(bool& json, bool& muta)
+Opzioni opzioni_voce()
 {
-    return {{"--quiet", &muta, "Tell nothing but errors and what is lost"},
-            {"--json", &json, "Tell progress and notes as lines of JSON"}};
+    return {{"--quiet", &gVoce.muta, "Tell nothing but errors and what is lost"},
+            {"--json", &gVoce.json, "Tell progress and notes as lines of JSON"}};
 }
 // clang-format on
 

@@ -41,7 +41,7 @@ Opzioni opzioni_parametri(OpzioniParametri& o);
 Opzioni opzioni_scelta(Scelta& o);
 Opzioni opzioni_filmato(ColoriFilmato& o);
 Opzioni opzioni_scrittura(Scrittura& o);
-Opzioni opzioni_voce(bool& json, bool& muta);
+Opzioni opzioni_voce();
 
 struct Sottocomando {
     const char *nome, *inglese;  // the second may be missing
@@ -60,6 +60,6 @@ Sottocomando comando_misura();
 Sottocomando comando_guarda();
 
 /// What 'parametri --json' prints.
-std::string parametri_in_json(const Plugin& plugin);
+Json parametri_in_json(const Plugin& plugin);
 
 }  // namespace varno::provino

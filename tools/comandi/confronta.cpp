@@ -5,7 +5,6 @@
 #include "tools/quadri/sorgente.h"
 #include "tools/quadri/uscita.h"
 
-#include <OpenImageIO/strutil.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -18,6 +17,8 @@
 
 namespace varno::provino {
 namespace {
+
+constexpr double INFINITO = std::numeric_limits<double>::infinity();
 
 struct OpzioniConfronto {
     std::string ingresso, altro, affiancati, differenza;
@@ -49,8 +50,8 @@ Differenza misura_differenza(const Foto& a, const Foto& b)
             continue;
         ++d.diversi;
         const bool numeri = std::isfinite(x) && std::isfinite(y);
-        const double scarto = numeri ? std::abs(static_cast<double>(x) - static_cast<double>(y))
-                                     : std::numeric_limits<double>::infinity();
+        const double scarto =
+            numeri ? std::abs(static_cast<double>(x) - static_cast<double>(y)) : INFINITO;
         d.errore_quadratico += scarto * scarto;
         if (scarto > d.massima) {
             d.massima = scarto;
@@ -92,8 +93,8 @@ void stampa(const OpzioniConfronto& o, const std::string& davanti, const Foto& a
             const Differenza& d)
 {
     constexpr const char* CANALI[] = {"R", "G", "B", "A"};
-    const double psnr = d.errore_quadratico > 0.0 ? -10.0 * std::log10(d.errore_quadratico)
-                                                  : std::numeric_limits<double>::infinity();
+    const double psnr =
+        d.errore_quadratico > 0.0 ? -10.0 * std::log10(d.errore_quadratico) : INFINITO;
     const std::size_t x = d.dove / 4 % static_cast<std::size_t>(a.larghezza);
     const std::size_t y = d.dove / 4 / static_cast<std::size_t>(a.larghezza);
     if (o.json) {
@@ -108,15 +109,14 @@ void stampa(const OpzioniConfronto& o, const std::string& davanti, const Foto& a
                             {"psnr_db", psnr}};
         if (!davanti.empty())
             j["in"] = davanti;
-        return riga(j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+        return riga(in_riga(j));
     }
     const std::string capo = davanti.empty() ? "" : davanti + ": ";
     if (d.diversi == 0)
         return riga(capo + "equal: every value of both pictures is the same");
-    riga(OIIO::Strutil::sprintf("%slargest difference %s at x %d, y %d in %s, %d "
-                                "values differ, PSNR %s dB",
-                                capo, testo_di(d.massima), x, y, CANALI[d.dove % 4], d.diversi,
-                                testo_di(std::round(psnr * 100.0) / 100.0)));
+    riga(sprintf("%slargest difference %s at x %d, y %d in %s, %d values differ, PSNR %s dB", capo,
+                 testo_di(d.massima), x, y, CANALI[d.dove % 4], d.diversi,
+                 testo_di(std::round(psnr * 100.0) / 100.0)));
 }
 
 // None behind the end, which may come before what a movie counts.
@@ -139,8 +139,8 @@ bool confronta(const OpzioniConfronto& o, const Foto& a, const std::string& nome
         for (const std::string& ingresso : {nome_a, nome_b})
             non_sopra(uscita, ingresso);
     if (a.larghezza != b.larghezza || a.altezza != b.altezza)
-        fallisci(OIIO::Strutil::sprintf("the sizes differ: '%s' has %dx%d, '%s' has %dx%d", nome_a,
-                                        a.larghezza, a.altezza, nome_b, b.larghezza, b.altezza));
+        fallisci("the sizes differ: '%s' has %dx%d, '%s' has %dx%d", nome_a, a.larghezza, a.altezza,
+                 nome_b, b.larghezza, b.altezza);
     const Differenza d = misura_differenza(a, b);
     stampa(o, davanti, a, d);
     if (!o.affiancati.empty())
@@ -150,15 +150,16 @@ bool confronta(const OpzioniConfronto& o, const Foto& a, const std::string& nome
     return d.massima <= o.limite;
 }
 
+// One after the other; a movie has no numbers of its own: its frames are taken in order.
 void confronta_tutti(const OpzioniConfronto& o, const Sorgente& da, const Sorgente& con)
 {
-    const std::string disuguali = "the frames of " + tra_apici(o.ingresso) + " and of " +
-                                  tra_apici(o.altro) + " have not the same numbers";
-    // A movie has no numbers of its own: its frames are taken in order.
+    const auto disuguali = [&o] {
+        fallisci("the frames of '%s' and of '%s' have not the same numbers", o.ingresso, o.altro);
+    };
     if (da.modello && con.modello
             ? da.numeri != con.numeri
             : std::abs(std::ssize(da.numeri) - std::ssize(con.numeri)) > RIORDINO)
-        fallisci(disuguali);
+        disuguali();
     const auto differenza = modello_in(o.differenza);
     if (!o.affiancati.empty() || (!o.differenza.empty() && !differenza))
         rifiuta("of sequences --difference takes a name with #### in it, and --split none");
@@ -169,16 +170,16 @@ void confronta_tutti(const OpzioniConfronto& o, const Sorgente& da, const Sorgen
         if (!a && !b)
             break;
         if (!a || !b)
-            fallisci(disuguali);
+            disuguali();
         const long long n = da.numeri[i];
         const std::string davanti =
-            da.proiezione ? da.nome + " frame " + std::to_string(n) : nome_al(da, n);
+            da.proiezione ? sprintf("%s frame %d", da.nome, n) : nome_al(da, n);
         if (!confronta(o, *a, nome_al(da, n), *b, nome_al(con, con.numeri[i]),
                        differenza ? nome_al(*differenza, n) : "", davanti))
             diversi += " " + std::to_string(n);
     }
     if (!diversi.empty())
-        fallisci("frames differ by more than the limit of " + testo_di(o.limite) + ": " +
+        fallisci("frames differ by more than the limit of %s: %s", testo_di(o.limite),
                  in_una_riga(diversi));
 }
 
@@ -202,30 +203,23 @@ void confronta(const OpzioniConfronto& o)
 
 }  // namespace
 
+// clang-format off
 Sottocomando comando_confronta()
 {
     const auto o = std::make_shared<OpzioniConfronto>();
-    const double infinito = std::numeric_limits<double>::infinity();
-    return {
-        "confronta",
-        "compare",
-        "Compare two pictures, sequences or movies; exit code 1 where they differ",
-        "  provino confronta a.exr b.exr --limit 0.001 --split ab.png\n"
-        "  provino confronta 'a.####.exr' 'b.####.exr' --difference 'd.####.png' --gain 20\n",
-        unite(
-            {{{"A", &o->ingresso, "One picture, shot.####.exr, or a movie"},
-              {"B", &o->altro, "The other, of the same size"},
-              {"--limit",
-               &o->limite,
-               "Largest difference that passes; 0 wants equal values",
-               {.massimo = infinito}},
-              {"--split", &o->affiancati, "Write A left and B right of a divider"},
-              {"--difference", &o->differenza, "Write how far they are apart"},
-              {"--gain", &o->guadagno, "Times that --difference is scaled", {.massimo = infinito}}},
-             opzioni_filmato(o->colori),
-             {opzione_sostituisci(o->scrittura.sovrascrivi),
-              {"--json", &o->json, "For machines"}}}),
-        [o] { confronta(*o); }};
+    return {"confronta", "compare", "Compare two pictures, sequences or movies; exit code 1 where they differ",
+            "  provino confronta a.exr b.exr --limit 0.001 --split ab.png\n"
+            "  provino confronta 'a.####.exr' 'b.####.exr' --difference 'd.####.png' --gain 20\n",
+            unite({{{"A", &o->ingresso, "One picture, shot.####.exr, or a movie"},
+                    {"B", &o->altro, "The other, of the same size"},
+                    {"--limit", &o->limite, "Largest difference that passes; 0 wants equal values", {.massimo = INFINITO}},
+                    {"--split", &o->affiancati, "Write A left and B right of a divider"},
+                    {"--difference", &o->differenza, "Write how far they are apart"},
+                    {"--gain", &o->guadagno, "Times that --difference is scaled", {.massimo = INFINITO}}},
+                   opzioni_filmato(o->colori),
+                   {opzione_sostituisci(o->scrittura.sovrascrivi), {"--json", &o->json, "For machines"}}}),
+            [o] { confronta(*o); }};
 }
+// clang-format on
 
 }  // namespace varno::provino

@@ -1,31 +1,22 @@
 // provino looks and effetti: the sheets.
+#include "tools/argomenti.h"
 #include "tools/comandi/comandi.h"
 #include "tools/comandi/racconto.h"
-
-#include "tools/argomenti.h"
-#include "tools/messaggi.h"
 #include "tools/quadri/foglio.h"
 #include "tools/quadri/sorgente.h"
 #include "tools/quadri/uscita.h"
 
-#include <OpenImageIO/strutil.h>
-
 #include <algorithm>
-#include <filesystem>
 #include <memory>
-#include <optional>
-#include <utility>
-#include <vector>
 
 namespace varno::provino {
 namespace {
 
 struct OpzioniFoglio {
     std::string ingresso, uscita, ritaglio;
-    int larghezza = 0;      // 0: enough to see the pictures
-    int fotogramma = 0;     // of a movie or a sequence; 0: the first
-    double quantita = 1.0;  // of each effect
-    bool json = false, muta = false;
+    int larghezza = 0;               // 0: enough to see the pictures
+    int fotogramma = 0;              // of a movie or a sequence; 0: the first
+    double quantita = 1.0;           // of each effect
     std::vector<std::string> cunei;  // "name=value,value"
     std::optional<double> tempo;
     OpzioniParametri parametri;
@@ -44,7 +35,6 @@ struct Inizio {
 
 Inizio inizia(const OpzioniFoglio& o)
 {
-    scegli_voce(o.json, o.muta);
     Plugin plugin = carica_plugin(o.parametri.plugin);
     Impostazioni base = leggi_impostazioni(plugin, o.parametri);
     controlla_scrittura(o.uscita, o.scrittura);
@@ -54,18 +44,12 @@ Inizio inizia(const OpzioniFoglio& o)
     avvisa(da);
     const long long n = o.fotogramma > 0 ? o.fotogramma : da.numeri.front();
     if (!singola(da) && !std::ranges::binary_search(da.numeri, n))
-        rifiuta(tra_apici(o.ingresso) + " has the frames " + std::to_string(da.numeri.front()) +
-                " to " + std::to_string(da.numeri.back()));
+        rifiuta("'%s' has the frames %d to %d", o.ingresso, da.numeri.front(), da.numeri.back());
     non_sopra(o.uscita, nome_al(da, n));
     const double tempo = static_cast<double>(da.modello ? n : o.fotogramma);
     Foto foto = leggi(da, n);
     avvisa_dei_colori(da, foto.testata, formato_di(plugin, *istanza_con(plugin, base)));
     return {std::move(plugin), std::move(base), std::move(foto), o.tempo.value_or(tempo)};
-}
-
-OIIO::ROI tutta(const Foto& foto)
-{
-    return rettangolo(0, 0, foto.larghezza, foto.altezza);
 }
 
 Impostazioni con(Impostazioni imp, const std::string& nome, double valore)
@@ -118,7 +102,7 @@ Modifiche leggi_cuneo(const Plugin& plugin, const std::string& testo)
         for (const std::string& valore : OIIO::Strutil::splits(testo.substr(uguale + 1), ","))
             uno.valori.push_back(testo.substr(0, uguale + 1) + valore);
     if (uno.valori.empty())
-        rifiuta("a wedge is written name=value,value, as in ev=-1,0,1, not " + tra_apici(testo));
+        rifiuta("a wedge is written name=value,value, as in ev=-1,0,1, not '%s'", testo);
     return leggi_impostazioni(plugin, uno).modifiche;
 }
 
@@ -127,7 +111,9 @@ void looks(const OpzioniFoglio& o)
     if (o.cunei.size() > 2)
         rifiuta("--wedge is given once, or twice for columns and rows");
     Inizio inizio = inizia(o);
-    const OIIO::ROI parte = o.ritaglio.empty() ? tutta(inizio.foto) : leggi_ritaglio(o.ritaglio);
+    const OIIO::ROI parte = o.ritaglio.empty()
+                                ? rettangolo(0, 0, inizio.foto.larghezza, inizio.foto.altezza)
+                                : leggi_ritaglio(o.ritaglio);
     const double forma = static_cast<double>(parte.width()) / parte.height();
     std::vector<Casella> caselle;
     const auto mostra = [&](const std::string& nome, const Impostazioni& imp, int lato) {
@@ -195,25 +181,18 @@ void effetti(const OpzioniFoglio& o)
     scrivi_foglio(o, 3, 2.0 * forma, caselle, piede(o, inizio, true, false));
 }
 
+// clang-format off
 Opzioni opzioni_foglio(OpzioniFoglio& o)
 {
     return unite({{{"IN", &o.ingresso, "Picture or movie to read"},
                    {"OUT", &o.uscita, "Sheet to write"},
-                   {"--width",
-                    &o.larghezza,
-                    "Width of the sheet in pixels; without it 1920, or what 420 a picture takes",
+                   {"--width", &o.larghezza, "Width of the sheet in pixels; without it 1920, or what 420 a picture takes",
                     {.minimo = 200, .massimo = 65536}},
                    {"--crop", &o.ritaglio, "WIDTHxHEIGHT+X+Y: show this part of each picture"},
-                   {"--frame",
-                    &o.fotogramma,
-                    "Frame of a movie or a sequence, and its render time; the first is 1",
+                   {"--frame", &o.fotogramma, "Frame of a movie or a sequence, and its render time; the first is 1",
                     {.minimo = 1, .massimo = 1e9}}},
-                  opzioni_filmato(o.colori),
-                  {{"--time", &o.tempo, "Render time"}},
-                  opzioni_voce(o.json, o.muta),
-                  opzioni_parametri(o.parametri),
-                  opzioni_scelta(o.scelta),
-                  opzioni_scrittura(o.scrittura)});
+                  opzioni_filmato(o.colori), {{"--time", &o.tempo, "Render time"}}, opzioni_voce(),
+                  opzioni_parametri(o.parametri), opzioni_scelta(o.scelta), opzioni_scrittura(o.scrittura)});
 }
 
 }  // namespace
@@ -221,32 +200,24 @@ Opzioni opzioni_foglio(OpzioniFoglio& o)
 Sottocomando comando_looks()
 {
     const auto o = std::make_shared<OpzioniFoglio>();
-    return {"looks",
-            nullptr,
-            "Draw a sheet of the neutral picture and all looks, each with its recipe",
+    return {"looks", nullptr, "Draw a sheet of the neutral picture and all looks, each with its recipe",
             "  provino looks scene.exr looks.jpg -p formato=\"Sony S-Log3\"\n"
-            "  provino looks A001.mov exposure.jpg --frame 48 -p formato=\"Sony S-Log3\" -p "
-            "look=Amber --wedge ev=-1,0,1\n",
+            "  provino looks A001.mov exposure.jpg --frame 48 -p formato=\"Sony S-Log3\" -p look=Amber --wedge ev=-1,0,1\n",
             unite({opzioni_foglio(*o),
-                   {{"--wedge", &o->cunei,
-                     "name=value,value,...: one picture a value in place of the looks; twice for "
-                     "columns and rows"}}}),
+                   {{"--wedge", &o->cunei, "name=value,value,...: one picture a value in place of the looks; "
+                                           "twice for columns and rows"}}}),
             [o] { looks(*o); }};
 }
 
 Sottocomando comando_effetti()
 {
     const auto o = std::make_shared<OpzioniFoglio>();
-    return {"effetti",
-            "effects",
-            "Draw a sheet of the twelve effects, each beside the picture without it",
+    return {"effetti", "effects", "Draw a sheet of the twelve effects, each beside the picture without it",
             "  provino effetti scene.exr effects.png -p formato=\"Sony S-Log3\"\n",
             unite({opzioni_foglio(*o),
-                   {{"--amount",
-                     &o->quantita,
-                     "Amount of each effect, held to its range",
-                     {.massimo = 1.0, .detto = true}}}}),
+                   {{"--amount", &o->quantita, "Amount of each effect, held to its range", {.massimo = 1.0, .detto = true}}}}),
             [o] { effetti(*o); }};
 }
+// clang-format on
 
 }  // namespace varno::provino

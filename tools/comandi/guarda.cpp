@@ -4,40 +4,17 @@
 #include "tools/messaggi.h"
 #include "tools/quadri/uscita.h"
 
-#include <algorithm>
+#include <OpenImageIO/filesystem.h>
+#include <nlohmann/json.hpp>
+
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
-#include <unistd.h>
 
 namespace varno::provino {
 namespace {
 
-// A file of the user's alone leads there, since a command line, and the key on it, is everybody's
-// to read. The browser takes its signals as any program does.
-std::string apri_nel_browser(const std::string& indirizzo)
-{
-    std::string nome = (std::filesystem::temp_directory_path() / "provino-XXXXXX.html").string();
-    const int file = mkstemps(nome.data(), 5);
-    if (file < 0)
-        return {};
-    close(file);
-    const std::string testo = "<meta charset=utf-8><meta name=referrer content=no-referrer>"
-                              "<meta http-equiv=refresh content=\"0;url=" +
-                              indirizzo + "\">\n";
-    scrivi_byte(nome, Byte(reinterpret_cast<const unsigned char*>(testo.data()), testo.size()),
-                nome);
-    sigset_t nessuno;
-    sigset_t prima;
-    sigemptyset(&nessuno);
-    pthread_sigmask(SIG_SETMASK, &nessuno, &prima);
-    const std::string comando =
-        "setsid -f xdg-open " + per_la_shell({nome}) + " > /dev/null 2>&1 < /dev/null";
-    static_cast<void>(!std::system(comando.c_str()));
-    pthread_sigmask(SIG_SETMASK, &prima, nullptr);
-    return nome;
-}
+namespace fs = std::filesystem;
 
 struct OpzioniTavolo {
     std::string ingresso;
@@ -48,22 +25,41 @@ struct OpzioniTavolo {
     bool senza_browser = false;
 };
 
+// A page in a folder of the user's alone leads there, since a command line, and the key on it, is
+// everybody's to read. The browser takes its signals as any program does.
+void apri_nel_browser(const fs::path& cartella, const std::string& indirizzo)
+{
+    const std::string pagina = (cartella / "provino.html").string();
+    if (cartella.empty() ||
+        !OIIO::Filesystem::write_text_file(
+            pagina, "<meta charset=utf-8><meta name=referrer content=no-referrer>"
+                    "<meta http-equiv=refresh content=\"0;url=" +
+                        indirizzo + "\">\n"))
+        return;
+    sigset_t nessuno;
+    sigset_t prima;
+    sigemptyset(&nessuno);
+    pthread_sigmask(SIG_SETMASK, &nessuno, &prima);
+    static_cast<void>(!std::system(
+        ("setsid -f xdg-open " + per_la_shell({pagina}) + " > /dev/null 2>&1 < /dev/null")
+            .c_str()));
+    pthread_sigmask(SIG_SETMASK, &prima, nullptr);
+}
+
 // The words that name the source, as this run was given them.
 std::vector<std::string> parole_della_sorgente(const OpzioniTavolo& o)
 {
+    const std::string plugin =
+        o.parametri.plugin.empty() ? "" : fs::absolute(o.parametri.plugin).string();
     std::vector<std::string> p = {"provino", "sviluppa",
-                                  std::filesystem::absolute(o.ingresso).lexically_normal()};
-    const auto opzione = [&](const char* nome, const std::string& valore) {
+                                  fs::absolute(o.ingresso).lexically_normal()};
+    for (const auto& [opzione, valore] : {std::pair("--plugin", plugin),
+                                          {"--part", o.scelta.parte},
+                                          {"--layer", o.scelta.strato},
+                                          {"--matrix", o.colori.matrice},
+                                          {"--range", o.colori.gamma}})
         if (!valore.empty())
-            p.insert(p.end(), {nome, valore});
-    };
-    opzione("--plugin", o.parametri.plugin.empty()
-                            ? ""
-                            : std::filesystem::absolute(o.parametri.plugin).string());
-    opzione("--part", o.scelta.parte);
-    opzione("--layer", o.scelta.strato);
-    opzione("--matrix", o.colori.matrice);
-    opzione("--range", o.colori.gamma);
+            p.insert(p.end(), {opzione, valore});
     return p;
 }
 
@@ -86,9 +82,10 @@ void apri(const OpzioniTavolo& o)
     Porta porta = apri_porta(o.porta);
     riga("plug-in " + t.plugin.file);
     riga("the light table is at " + indirizzo(porta) + " until ctrl-C");
-    const std::string file = o.senza_browser ? "" : apri_nel_browser(indirizzo(porta));
+    const CartellaProvvisoria cartella;
+    if (!o.senza_browser)
+        apri_nel_browser(cartella.nome, indirizzo(porta));
     guarda(t, porta, imp, parametri_in_json(t.plugin), parole_della_sorgente(o));
-    unlink(file.c_str());
 }
 
 }  // namespace

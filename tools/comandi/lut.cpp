@@ -6,36 +6,26 @@
 #include "tools/quadri/uscita.h"
 #include "tools/scena/scena.h"
 
-#include <OpenImageIO/strutil.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstddef>
-#include <filesystem>
 #include <memory>
-#include <nlohmann/json.hpp>
-#include <optional>
 
 namespace varno::provino {
 namespace {
 
-// A picture whose pixels are the grid points: one row a green-blue pair.
+// A picture whose pixels are the grid points, red fastest: one row a green-blue pair.
 Foto griglia(int lato)
 {
     Foto f = foto_nuova(lato, lato * lato);
-    float* p = f.rgba.get();
-    const auto passo = [lato](int i) {
-        return static_cast<float>(static_cast<double>(i) / (lato - 1));
-    };
-    for (int b = 0; b < lato; ++b)
-        for (int g = 0; g < lato; ++g)
-            for (int r = 0; r < lato; ++r, p += 4) {
-                p[0] = passo(r);
-                p[1] = passo(g);
-                p[2] = passo(b);
-                p[3] = 1.0f;
-            }
+    for (std::size_t i = 0; i < quanti_float(f) / 4; ++i) {
+        auto resto = static_cast<int>(i);
+        for (std::size_t c = 0; c < 3; ++c, resto /= lato)
+            f.rgba[4 * i + c] = static_cast<float>(static_cast<double>(resto % lato) / (lato - 1));
+        f.rgba[4 * i + 3] = 1.0f;
+    }
     return f;
 }
 
@@ -60,37 +50,13 @@ std::array<double, 3> campiona(const Foto& cubo, int lato, const float* codice)
     return somma;
 }
 
-std::string testo_cubo(const Foto& cubo, int lato, const std::string& ingresso,
-                       const std::string& titolo, const std::string& impostazioni)
-{
-    std::string s = "# Varno Color, the grade without effects\n"
-                    "# Input: code values of " +
-                    ingresso +
-                    ", full range, 0 to 1\n"
-                    "# Output: Rec.709 primaries, display-encoded with gamma 2.4, 0 to 1\n"
-                    "# Settings: " +
-                    impostazioni + "\nTITLE \"" + titolo + "\"\nLUT_3D_SIZE " +
-                    std::to_string(lato) +
-                    "\nDOMAIN_MIN 0 0 0\nDOMAIN_MAX 1 1 1\n"
-                    "# red fastest, then green, then blue\n";
-    for (std::size_t p = 0; p < quanti_float(cubo); p += 4) {
-        const float* v = &cubo.rgba[p];
-        for (int c = 0; c < 3; ++c)
-            s += testo_di(accorcia(static_cast<double>(v[c]))) + (c < 2 ? ' ' : '\n');
-    }
-    return s;
-}
-
 // The log format and, where one belongs to it, the gamut, as the plug-in words them.
 std::string nome_ingresso(const Plugin& plugin, const banco::Istanza& i)
 {
-    const auto opzione = [&](const std::string& nome) {
-        return scrivi_valore(trova_parametro(plugin, nome), banco::valore(i, nome));
-    };
-    std::string s = opzione("formato");
+    std::string s = formato_di(plugin, i);
     for (const banco::Parametro& p : plugin.parametri)
         if (p.nome.starts_with("cs_") && !banco::nascosto(i, p.nome))
-            s += " / " + opzione(p.nome);
+            s += " / " + valore_scritto(plugin, i, p.nome);
     return s;
 }
 
@@ -98,8 +64,7 @@ std::string nome_ingresso(const Plugin& plugin, const banco::Istanza& i)
 std::string titolo(const Plugin& plugin, const banco::Istanza& i)
 {
     std::string s =
-        "Varno Color: " + scrivi_valore(trova_parametro(plugin, "look"), banco::valore(i, "look")) +
-        ", " + nome_ingresso(plugin, i);
+        "Varno Color: " + valore_scritto(plugin, i, "look") + ", " + nome_ingresso(plugin, i);
     for (const banco::Parametro& p : plugin.parametri) {
         const double v = banco::valore(i, p.nome);
         if (p.opzioni.empty() && !di_effetto(plugin, p) && v != p.predefinito)
@@ -108,17 +73,54 @@ std::string titolo(const Plugin& plugin, const banco::Istanza& i)
     return s;
 }
 
+std::string testo_cubo(const Foto& cubo, int lato, const Plugin& plugin, const banco::Istanza& i,
+                       const std::string& impostazioni)
+{
+    std::string s = sprintf("# Varno Color, the grade without effects\n"
+                            "# Input: code values of %s, full range, 0 to 1\n"
+                            "# Output: Rec.709 primaries, display-encoded with gamma 2.4, 0 to 1\n"
+                            "# Settings: %s\n"
+                            "TITLE \"%s\"\n"
+                            "LUT_3D_SIZE %d\n"
+                            "DOMAIN_MIN 0 0 0\n"
+                            "DOMAIN_MAX 1 1 1\n"
+                            "# red fastest, then green, then blue\n",
+                            nome_ingresso(plugin, i), impostazioni, titolo(plugin, i), lato);
+    for (std::size_t p = 0; p < quanti_float(cubo); ++p)
+        if (p % 4 < 3)
+            s += testo_di(accorcia(static_cast<double>(cubo.rgba[p]))) + (p % 4 < 2 ? ' ' : '\n');
+    return s;
+}
+
+// How far the cube is off the plug-in on the test scene: at most, and on average.
+std::pair<double, double> confronta(const Foto& cubo, int lato, banco::Istanza& istanza,
+                                    double tempo)
+{
+    const Foto scena = disegna_scena(960, 540);
+    const Foto vera = rendi_foto(istanza, scena, tempo);
+    double massimo = 0.0;
+    double somma = 0.0;
+    for (std::size_t p = 0; p < quanti_float(scena); p += 4) {
+        const auto c = campiona(cubo, lato, &scena.rgba[p]);
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double d = std::abs(c[k] - static_cast<double>(vera.rgba[p + k]));
+            massimo = std::max(massimo, d);
+            somma += d;
+        }
+    }
+    return {massimo, somma / (static_cast<double>(quanti_float(scena)) * 0.75)};
+}
+
 struct OpzioniLut {
     std::string uscita;
     int lato = 33;
     std::optional<double> tempo;
-    bool sovrascrivi = false, json = false, muta = false;
+    bool sovrascrivi = false;
     OpzioniParametri parametri;
 };
 
 void scrivi_lut(const OpzioniLut& o)
 {
-    scegli_voce(o.json, o.muta);
     if (std::filesystem::path(o.uscita).extension() != ".cube")
         rifiuta(tra_apici(o.uscita) + " must end in .cube");
     const double tempo = o.tempo.value_or(0.0);
@@ -126,57 +128,37 @@ void scrivi_lut(const OpzioniLut& o)
     const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
     controlla_uscita(o.uscita, o.sovrascrivi);
     const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
-    const std::string impostazioni = in_json(plugin, *istanza, imp, true);
+    const std::string impostazioni = in_json(plugin, *istanza, imp).dump();
     di_plugin(plugin.file);
     avvisa_nulla_di_fatto(plugin, *istanza, imp);
     for (const Effetto& e : effetti(plugin))
         banco::imposta(*istanza, e.interruttore.nome, 0.0);
 
     const Foto cubo = rendi_foto(*istanza, griglia(o.lato), tempo);
-    scrivi_testo(o.uscita, o.sovrascrivi,
-                 testo_cubo(cubo, o.lato, nome_ingresso(plugin, *istanza), titolo(plugin, *istanza),
-                            impostazioni));
-
-    const Foto scena = disegna_scena(960, 540);
-    const Foto vera = rendi_foto(*istanza, scena, tempo);
-    double massimo = 0.0;
-    double somma = 0.0;
-    for (std::size_t p = 0; p < quanti_float(scena); p += 4) {
-        const auto c = campiona(cubo, o.lato, &scena.rgba[p]);
-        for (std::size_t k = 0; k < 3; ++k) {
-            const double d = std::abs(c[k] - static_cast<double>(vera.rgba[p + k]));
-            massimo = std::max(massimo, d);
-            somma += d;
-        }
-    }
-    somma /= static_cast<double>(quanti_float(scena)) * 0.75;
-    esito(OIIO::Strutil::sprintf("%s: %d points an axis; on the test scene at most %.3g off the "
-                                 "plug-in, %.3g on average",
-                                 o.uscita, o.lato, massimo, somma),
-          nlohmann::json(
-              {{"out", o.uscita}, {"points", o.lato}, {"largest", massimo}, {"average", somma}})
-              .dump());
+    scrivi_testo(o.uscita, o.sovrascrivi, testo_cubo(cubo, o.lato, plugin, *istanza, impostazioni));
+    const auto [massimo, media] = confronta(cubo, o.lato, *istanza, tempo);
+    esito(sprintf("%s: %d points an axis; on the test scene at most %.3g off the plug-in, "
+                  "%.3g on average",
+                  o.uscita, o.lato, massimo, media),
+          {{"average", media}, {"largest", massimo}, {"out", o.uscita}, {"points", o.lato}});
 }
 
 }  // namespace
 
+// clang-format off
 Sottocomando comando_lut()
 {
     const auto o = std::make_shared<OpzioniLut>();
-    return {"lut",
-            nullptr,
-            "Write the grade, without effects, as a .cube",
+    return {"lut", nullptr, "Write the grade, without effects, as a .cube",
             "  provino lut amber.cube --size 65 -p formato=\"Sony S-Log3\" -p look=Amber\n",
             unite({{{"OUT", &o->uscita, "The .cube file to write"},
-                    {"--size",
-                     &o->lato,
-                     "Points an axis: 17, 32, 33, 64, 65 or 81; 81 are the plug-in's own",
+                    {"--size", &o->lato, "Points an axis: 17, 32, 33, 64, 65 or 81; 81 are the plug-in's own",
                      {.valori = {"17", "32", "33", "64", "65", "81"}}},
                     {"--time", &o->tempo, "Time at which keyed settings are read"},
                     opzione_sostituisci(o->sovrascrivi)},
-                   opzioni_parametri(o->parametri),
-                   opzioni_voce(o->json, o->muta)}),
+                   opzioni_parametri(o->parametri), opzioni_voce()}),
             [o] { scrivi_lut(*o); }};
 }
+// clang-format on
 
 }  // namespace varno::provino

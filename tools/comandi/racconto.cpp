@@ -5,37 +5,38 @@
 #include "tools/messaggi.h"
 #include "tools/quadri/uscita.h"
 
-#include <OpenImageIO/strutil.h>
 #include <OpenImageIO/sysutil.h>
+#include <OpenImageIO/timer.h>
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 namespace varno::provino {
 namespace {
 
 using Json = nlohmann::ordered_json;
-using OIIO::Strutil::sprintf;
+
+struct Racconto {
+    const Lavoro& lavoro;
+    bool con_barra = false;      // in place of lines
+    OIIO::Timer trascorsi = {};  // seconds
+    std::size_t fatti = 0, saltati = 0;
+    std::vector<double> falliti = {};  // their times
+};
 
 constexpr const char* PULISCI = "\r\033[K";  // back to the line's beginning, and empty it
-
-void di(const std::string& testo, const Json& json)
-{
-    try {
-        esito(testo, json.dump(-1, ' ', false, Json::error_handler_t::replace));
-    } catch (const Errore&) {
-    }
-}
 
 double al_secondo(const Racconto& r)
 {
     return static_cast<double>(r.fatti) / std::max(r.trascorsi(), 1e-6);
 }
 
-void disegna_barra(const Racconto& r, std::size_t quanti)
+void disegna_barra(const Racconto& r)
 {
+    const std::size_t quanti = r.lavoro.fotogrammi.size();
     const std::size_t finiti = r.fatti + r.saltati + r.falliti.size();
     std::string s = sprintf("%d/%d", finiti, quanti);
     if (r.fatti > 0) {
@@ -46,9 +47,8 @@ void disegna_barra(const Racconto& r, std::size_t quanti)
     const int resto =
         std::min(OIIO::Sysutil::terminal_columns(), 80) - static_cast<int>(s.size()) - 4;
     if (resto >= 5) {
-        const auto larga = static_cast<std::size_t>(resto);
-        const std::size_t pieni = larga * finiti / quanti;
-        s = "[" + std::string(pieni, '=') + std::string(larga - pieni, ' ') + "] " + s;
+        const std::size_t pieni = static_cast<std::size_t>(resto) * finiti / quanti;
+        s = sprintf("[%-*s] %s", resto, std::string(pieni, '='), s);
     }
     barra(PULISCI + s);
 }
@@ -74,74 +74,74 @@ Json in_json(const Fotogramma& f, const Resoconto& r)
     return j;
 }
 
+void racconta(Racconto& r, const Resoconto& resoconto)
+{
+    const Fotogramma& f = r.lavoro.fotogrammi[resoconto.indice];
+    const Esito esito = resoconto.esito;
+    if (esito == Esito::fallito)
+        r.falliti.push_back(f.tempo);
+    else
+        ++(esito == Esito::fatto ? r.fatti : r.saltati);
+    conta_fotogrammi(r.fatti + r.saltati, r.lavoro.fotogrammi.size(), !r.lavoro.scrive_in_ordine);
+    if (esito == Esito::fallito && r.con_barra)
+        barra(PULISCI);
+    if (esito == Esito::fallito && !resoconto.motivo.empty())  // else told when a stream failed
+        errore(resoconto.motivo);
+    if (r.con_barra)
+        disegna_barra(r);
+    else if (gVoce.json)
+        tappa({}, in_json(f, resoconto));
+    else if (esito == Esito::saltato)
+        tappa(f.uscita + ": exists, skipped", {});
+    else if (esito == Esito::fatto && !r.lavoro.scrive_in_ordine)
+        tappa(sprintf("%s: done in %.2f s", f.uscita, resoconto.secondi), {});
+}
+
+void concludi(const Racconto& r)
+{
+    const std::size_t quanti = r.lavoro.fotogrammi.size();
+    if (r.con_barra)
+        barra("\n");
+    Json falliti = Json::array();
+    std::string elenco;
+    for (const double tempo : r.falliti) {
+        falliti.push_back(numero_json(tempo));
+        elenco += ' ';
+        elenco += testo_di(tempo);
+    }
+    if (quanti > 1 || gVoce.json)
+        tappa(sprintf("%d of %d frames in %.1f s, %.2f a second%s", r.fatti, quanti, r.trascorsi(),
+                      al_secondo(r), r.saltati > 0 ? sprintf(", %d skipped", r.saltati) : ""),
+              {{"done", r.fatti},
+               {"skipped", r.saltati},
+               {"failed", falliti},
+               {"seconds", r.trascorsi()},
+               {"frames_per_second", al_secondo(r)}});
+    if (!elenco.empty() && quanti > 1 && !r.lavoro.legge_in_ordine && !r.lavoro.scrive_in_ordine)
+        errore(sprintf("%d of %d frames failed:%s", r.falliti.size(), quanti, elenco));
+}
+
 }  // namespace
 
 void di_plugin(const std::string& file)
 {
-    di("plug-in " + file, {{"plugin", file}});
+    tappa("plug-in " + file, {{"plugin", file}});
 }
 
 void di_scritta(const std::string& file)
 {
-    if (voce() == Voce::json)
-        di("", {{"out", file}});
+    if (gVoce.json)
+        tappa({}, {{"out", file}});
 }
 
-Racconto racconto_nuovo(std::size_t fotogrammi)
+bool esegui_e_racconta(const Lavoro& lavoro, const std::vector<banco::IstanzaPtr>& istanze)
 {
-    Racconto r;
-    r.con_barra = voce() == Voce::righe && fotogrammi > 1 && isatty(canale_errori()) == 1;
-    return r;
-}
-
-void racconta(Racconto& r, const Lavoro& lavoro, const Resoconto& resoconto)
-{
-    const Fotogramma& f = lavoro.fotogrammi[resoconto.indice];
-    if (resoconto.esito == Esito::fatto)
-        ++r.fatti;
-    else if (resoconto.esito == Esito::saltato)
-        ++r.saltati;
-    else
-        r.falliti.push_back(f.tempo);
-    conta_fotogrammi(r.fatti + r.saltati, lavoro.fotogrammi.size(), !lavoro.scrive_in_ordine);
-    if (resoconto.esito == Esito::fallito) {
-        if (r.con_barra)
-            barra(PULISCI);
-        if (!resoconto.motivo.empty())  // else a stream failed before, and said so
-            errore(resoconto.motivo);
-    }
-    if (r.con_barra)
-        disegna_barra(r, lavoro.fotogrammi.size());
-    else if (voce() == Voce::json)
-        di("", in_json(f, resoconto));
-    else if (resoconto.esito == Esito::saltato)
-        di(f.uscita + ": exists, skipped", {});
-    else if (resoconto.esito == Esito::fatto && !lavoro.scrive_in_ordine)
-        di(sprintf("%s: done in %.2f s", f.uscita, resoconto.secondi), {});
-}
-
-void concludi(Racconto& r, const Lavoro& lavoro)
-{
-    const std::size_t quanti = lavoro.fotogrammi.size();
-    if (r.con_barra)
-        barra("\n");
-    Json falliti = Json::array();
-    for (const double tempo : r.falliti)
-        falliti.push_back(numero_json(tempo));
-    if (quanti > 1 || voce() == Voce::json)
-        di(sprintf("%d of %d frames in %.1f s, %.2f a second", r.fatti, quanti, r.trascorsi(),
-                   al_secondo(r)) +
-               (r.saltati > 0 ? ", " + std::to_string(r.saltati) + " skipped" : ""),
-           {{"done", r.fatti},
-            {"skipped", r.saltati},
-            {"failed", falliti},
-            {"seconds", r.trascorsi()},
-            {"frames_per_second", al_secondo(r)}});
-    std::string elenco;
-    for (const double tempo : r.falliti)
-        elenco += " " + testo_di(tempo);
-    if (!elenco.empty() && quanti > 1 && !lavoro.legge_in_ordine && !lavoro.scrive_in_ordine)
-        errore(sprintf("%d of %d frames failed:%s", r.falliti.size(), quanti, elenco));
+    Racconto r{lavoro, !gVoce.json && !gVoce.muta && lavoro.fotogrammi.size() > 1 &&
+                           isatty(canale_errori()) == 1};
+    const bool riuscito =
+        esegui_lavoro(lavoro, istanze, [&](const Resoconto& uno) { racconta(r, uno); });
+    concludi(r);
+    return riuscito;
 }
 
 }  // namespace varno::provino

@@ -3,29 +3,22 @@
 #include "tools/comandi/racconto.h"
 #include "tools/comandi/rulli.h"
 #include "tools/messaggi.h"
-#include "tools/quadri/catena.h"
 #include "tools/quadri/destinazione.h"
-#include "tools/quadri/sorgente.h"
 
-#include <OpenImageIO/strutil.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
-#include <nlohmann/json.hpp>
-#include <optional>
 #include <thread>
 
 namespace varno::provino {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::ordered_json;
-using OIIO::Strutil::sprintf;
 
 struct OpzioniSviluppo {
     std::vector<std::string> file;  // IN and OUT, or any number of IN
-    std::string ingresso, uscita, fotogrammi, salva;
+    std::string fotogrammi, salva;
     std::string cartella, desinenza = ".mp4";  // of the outputs of many clips
     ModoDestinazione modo;
     Scelta scelta;
@@ -35,7 +28,7 @@ struct OpzioniSviluppo {
     std::optional<long long> inizio;
     // One reads or writes while another develops, which uses all cores by itself.
     int lavori = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 2u, 4u));
-    bool json = false, muta = false, prova = false;
+    bool prova = false;
 };
 
 // Those that --frames names, or all that the source has.
@@ -47,8 +40,8 @@ std::vector<long long> scegli_numeri(const OpzioniSviluppo& o, const Sorgente& d
     const long long primo = da.numeri.front();
     const long long ultimo = da.numeri.back();
     if (da.proiezione && (numeri.front() < primo || numeri.back() > ultimo))
-        rifiuta(tra_apici(o.ingresso) + " has the frames " + std::to_string(primo) + " to " +
-                std::to_string(ultimo) + ", not all of " + o.fotogrammi);
+        rifiuta("'%s' has the frames %d to %d, not all of %s", da.nome, primo, ultimo,
+                o.fotogrammi);
     return numeri;
 }
 
@@ -58,13 +51,14 @@ std::vector<Fotogramma> elenca(const OpzioniSviluppo& o, const Sorgente& da, con
     const bool uno = singola(da) && o.fotogrammi.empty();
     if (o.tempo && !uno)
         rifiuta("--time is for a single picture: in a sequence the frame number is the time");
-    if (uno && a.modello && !numero_in(o.ingresso))
-        rifiuta(tra_apici(a.nome) + " has a place for a frame number, and " +
-                tra_apici(o.ingresso) + " has none: give --frames");
+    if (uno && a.modello && !numero_in(da.nome))
+        rifiuta("'%s' has a place for a frame number, and '%s' has none: give --frames", a.nome,
+                da.nome);
     const std::string mancano = o.fotogrammi.empty() ? in_una_riga(buchi(numeri)) : "";
     if (!mancano.empty() && a.ripresa && !o.modo.continua)
-        fallisci("the sequence has no frames " + mancano +
-                 ", and the movie would be shorter: --continue-on-error makes it so");
+        fallisci("the sequence has no frames %s, and the movie would be shorter: "
+                 "--continue-on-error makes it so",
+                 mancano);
     if (!mancano.empty())
         perdita("the sequence has no frames " + mancano);
     std::vector<Fotogramma> fotogrammi;
@@ -88,69 +82,67 @@ void annuncia(const Sorgente& da, const Destinazione& a, const std::vector<long 
     std::string come;
     if (a.ripresa) {
         const ModoFilmato& m = a.ripresa->scrittura.modo;
-        j.update({{"rate", m.cadenza},
-                  {"codec", m.codec},
-                  {"samples", m.formato},
-                  {"audio", !m.audio_da.empty()}});
+        const bool audio = !m.audio_da.empty();
+        j.update(
+            {{"rate", m.cadenza}, {"codec", m.codec}, {"samples", m.formato}, {"audio", audio}});
         come = sprintf(", %s a second, %s in %s, %s", m.cadenza, m.codec, m.formato,
-                       m.audio_da.empty() ? "no audio" : "with audio");
+                       audio ? "with audio" : "no audio");
     }
     esito(sprintf("would read %d of '%s', %dx%d, and write '%s'%s", numeri.size(), da.nome,
                   prima.larghezza, prima.altezza, a.nome, come),
-          j.dump(-1, ' ', false, Json::error_handler_t::replace));
+          j);
 }
 
-void salva_impostazioni(const OpzioniSviluppo& o, Plugin& plugin, banco::Istanza& istanza,
-                        const Impostazioni& imp)
+void salva_impostazioni(const OpzioniSviluppo& o, const Plugin& plugin,
+                        const banco::Istanza& istanza, const Impostazioni& imp)
 {
-    scrivi_testo(o.salva, o.modo.scrittura.sovrascrivi,
-                 in_json(plugin, istanza, imp, false) + "\n");
+    if (!o.salva.empty())
+        scrivi_testo(o.salva, o.modo.scrittura.sovrascrivi,
+                     in_json(plugin, istanza, imp).dump(2) + "\n");
 }
 
-void sviluppa(const OpzioniSviluppo& o, Plugin& plugin)
+void sviluppa(const OpzioniSviluppo& o, Plugin& plugin, const std::string& ingresso,
+              const std::string& uscita)
 {
-    const Sorgente da = apri_sorgente(o.ingresso, o.scelta, o.colori, o.inizio);
+    const Sorgente da = apri_sorgente(ingresso, o.scelta, o.colori, o.inizio);
     if (!da.proiezione && (!o.colori.matrice.empty() || !o.colori.gamma.empty() || o.inizio))
         rifiuta("--matrix, --range and --start are for a movie that is read");
-    Destinazione a = apri_destinazione(o.uscita, o.modo, da);
+    Destinazione a = apri_destinazione(uscita, o.modo, da);
     const std::vector<long long> numeri = scegli_numeri(o, da);
     Lavoro lavoro;
     lavoro.fotogrammi = elenca(o, da, a, numeri);
     lavoro.salta_esistenti = o.modo.salta;
     lavoro.continua = o.modo.continua;
+    lavoro.legge_in_ordine = da.proiezione != nullptr;
+    lavoro.scrive_in_ordine = a.ripresa != nullptr;
     const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
     if (!o.prova || o.cartella.empty() || fs::exists(o.cartella))
         controlla(a, da, numeri);
 
-    std::vector<banco::IstanzaPtr> istanze;
-    const auto quante = std::min(static_cast<std::size_t>(o.lavori), lavoro.fotogrammi.size());
-    for (std::size_t i = 0; i < quante; ++i)
-        istanze.push_back(istanza_con(plugin, imp));
+    std::vector<banco::IstanzaPtr> istanze(
+        std::min(static_cast<std::size_t>(o.lavori), lavoro.fotogrammi.size()));
+    std::ranges::generate(istanze, [&] { return istanza_con(plugin, imp); });
+    const banco::Istanza& istanza = *istanze.front();
+    const std::string formato = formato_di(plugin, istanza);
     if (o.cartella.empty())
         di_plugin(plugin.file);
     avvisa(da);
     segui(a, da, numeri);
-    avvisa_nulla_di_fatto(plugin, *istanze[0], imp);
+    avvisa_nulla_di_fatto(plugin, istanza, imp);
     if (o.prova)
-        return annuncia(da, a, numeri, formato_di(plugin, *istanze[0]));
-    if (!o.salva.empty())
-        salva_impostazioni(o, plugin, *istanze[0], imp);
-    a.impostazioni = in_json(plugin, *istanze[0], imp, true);
-    lavoro.legge_in_ordine = da.proiezione != nullptr;
-    lavoro.scrive_in_ordine = a.ripresa != nullptr;
+        return annuncia(da, a, numeri, formato);
+    salva_impostazioni(o, plugin, istanza, imp);
+    a.impostazioni = in_json(plugin, istanza, imp).dump();
     lavoro.leggi = [&](std::size_t i) {
         Foto foto = leggi(da, lavoro.fotogrammi[i].numero);
         if (i == 0)
-            avvisa_dei_colori(da, foto.testata, formato_di(plugin, *istanze[0]));
+            avvisa_dei_colori(da, foto.testata, formato);
         return foto;
     };
     lavoro.scrivi = [&](std::size_t i, const Foto& foto) {
         scrivi(a, lavoro.fotogrammi[i].numero, foto);
     };
-    Racconto racconto = racconto_nuovo(lavoro.fotogrammi.size());
-    const bool riuscito =
-        esegui_lavoro(lavoro, istanze, [&](const Resoconto& r) { racconta(racconto, lavoro, r); });
-    concludi(racconto, lavoro);
+    const bool riuscito = esegui_e_racconta(lavoro, istanze);
     if (riuscito || o.modo.continua)
         concludi(a);
     if (!riuscito)
@@ -158,40 +150,31 @@ void sviluppa(const OpzioniSviluppo& o, Plugin& plugin)
 }
 
 // One movie of each clip; those that exist are left as they are.
-void sviluppa_rulli(const OpzioniSviluppo& o, Plugin& plugin)
+void sviluppa_rulli(OpzioniSviluppo o, Plugin& plugin)
 {
     const std::vector<Rullo> rulli = rulli_di(o.file, o.cartella, o.desinenza);
     if (std::error_code e; !o.prova && !fs::create_directories(o.cartella, e) && e)
-        fallisci("cannot make the folder " + tra_apici(o.cartella) + ": " + e.message());
+        fallisci("cannot make the folder '%s': %s", o.cartella, e.message());
     di_plugin(plugin.file);
     Json falliti = Json::array();
     std::size_t fatti = 0;
     std::size_t saltati = 0;
-    OpzioniSviluppo uno = o;
-    uno.modo.salta = false;
+    o.modo.salta = false;
     if (!o.salva.empty() && !o.prova) {  // once for all
         const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
         salva_impostazioni(o, plugin, *istanza_con(plugin, imp), imp);
-        uno.salva.clear();
+        o.salva.clear();
     }
     for (const auto& [da, a] : rulli) {
         std::error_code e;
-        Json j = {{"clip", da}, {"out", a}, {"status", "begun"}};
         const bool salta =
             fs::exists(a, e) && !o.modo.scrittura.sovrascrivi && !fs::equivalent(da, a, e);
-        if (salta)
-            j["status"] = "skipped";
         esito(salta ? a + ": exists, skipped" : da + " -> " + a,
-              j.dump(-1, ' ', false, Json::error_handler_t::replace));
-        if (salta) {
-            ++saltati;
-            continue;
-        }
-        uno.ingresso = da;
-        uno.uscita = a;
+              {{"clip", da}, {"out", a}, {"status", salta ? "skipped" : "begun"}});
         try {
-            sviluppa(uno, plugin);
-            ++fatti;
+            if (!salta)
+                sviluppa(o, plugin, da, a);
+            ++(salta ? saltati : fatti);
         } catch (const Errore& errato) {
             if (errato.uscita == USO && da == rulli.front().da)
                 throw;  // what is wrong with the first is wrong with all
@@ -203,30 +186,26 @@ void sviluppa_rulli(const OpzioniSviluppo& o, Plugin& plugin)
             falliti.push_back(da);
         }
     }
-    esito(
-        sprintf("%d clips: %d done, %d skipped, %d failed", rulli.size(), fatti, saltati,
-                falliti.size()),
-        Json({{"clips", rulli.size()}, {"done", fatti}, {"skipped", saltati}, {"failed", falliti}})
-            .dump(-1, ' ', false, Json::error_handler_t::replace));
+    esito(sprintf("%d clips: %d done, %d skipped, %d failed", rulli.size(), fatti, saltati,
+                  falliti.size()),
+          {{"clips", rulli.size()}, {"done", fatti}, {"skipped", saltati}, {"failed", falliti}});
     if (!falliti.empty())
         throw Errore{FALLITO, {}};  // told clip by clip
 }
 
-void comincia(OpzioniSviluppo& o)
+void comincia(const OpzioniSviluppo& o)
 {
     if (o.modo.salta && o.modo.scrittura.sovrascrivi)
         rifiuta("--overwrite and --skip-existing contradict each other: give one of them");
-    scegli_voce(o.json, o.muta);
     if (o.cartella.empty() && o.file.size() < 2)
         rifiuta("OUT is required, or --to for a folder of movies");
     if (o.cartella.empty() && o.file.size() > 2)
         throw Inattese{{o.file.begin() + 2, o.file.end()}};
     Plugin plugin = carica_plugin(o.parametri.plugin);
-    if (!o.cartella.empty())
-        return sviluppa_rulli(o, plugin);
-    o.ingresso = o.file[0];
-    o.uscita = o.file[1];
-    sviluppa(o, plugin);
+    if (o.cartella.empty())
+        sviluppa(o, plugin, o.file[0], o.file[1]);
+    else
+        sviluppa_rulli(o, plugin);
 }
 
 }  // namespace
@@ -268,9 +247,8 @@ Sottocomando comando_sviluppa()
              {"--jobs", &o->lavori, "Frames under way at once, each on an instance of its own", {.minimo = 1, .massimo = 64, .detto = true}},
              {"--skip-existing", &m.salta, "Leave frames whose output exists"},
              {"--continue-on-error", &m.continua, "Go on after a failed frame; failed ones are listed at the end"},
-             {"--save-settings", &o->salva, "Write all parameters and keys as JSON"},
-             },
-            opzioni_voce(o->json, o->muta), opzioni_parametri(o->parametri), opzioni_scelta(o->scelta), opzioni_scrittura(m.scrittura)}),
+             {"--save-settings", &o->salva, "Write all parameters and keys as JSON"}},
+            opzioni_voce(), opzioni_parametri(o->parametri), opzioni_scelta(o->scelta), opzioni_scrittura(m.scrittura)}),
         [o] { comincia(*o); }};
 }
 // clang-format on

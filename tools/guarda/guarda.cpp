@@ -1,14 +1,10 @@
 // What the page asks for, and the answers.
 #include "tools/guarda/guarda.h"
 
-#include "tools/errore.h"
-#include "tools/guarda/pagina.h"
-
-#include <OpenImageIO/strutil.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cctype>
-#include <filesystem>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -24,27 +20,27 @@ struct Turni {
     std::map<std::string, long long> ultimi;
 };
 
-void iscrivi(Turni& t, const std::string& pagina, long long numero)
+// Takes a page's wish of that number, 0 for one that stays; returns what tells whether it is to be
+// dropped.
+std::function<bool()> iscrivi(Turni& t, const std::string& pagina, long long numero)
 {
+    if (numero <= 0)
+        return [] { return false; };
     const std::lock_guard<std::mutex> chiuso(t.mutex);
     if (!t.ultimi.contains(pagina) && t.ultimi.size() >= PAGINE_LIMITE)
         t.ultimi.clear();  // an older wish than the newest may be rendered once
-    long long& ultimo = t.ultimi[pagina];
-    ultimo = std::max(ultimo, numero);
-}
-
-bool superato(Turni& t, const std::string& pagina, long long numero)
-{
-    const std::lock_guard<std::mutex> chiuso(t.mutex);
-    const auto ultimo = t.ultimi.find(pagina);
-    return ultimo != t.ultimi.end() && ultimo->second > numero;
+    t.ultimi[pagina] = std::max(t.ultimi[pagina], numero);
+    return [&t, pagina, numero] {
+        const std::lock_guard<std::mutex> ancora(t.mutex);
+        return t.ultimi[pagina] > numero;
+    };
 }
 
 long long numero_di(const Tavolo& t, const Json& j)
 {
     const auto n = j.at("numero").get<long long>();
     if (!std::ranges::binary_search(t.sorgente.numeri, n))
-        rifiuta("there is no frame " + std::to_string(n));
+        rifiuta("there is no frame %d", n);
     return n;
 }
 
@@ -60,8 +56,7 @@ Json tratti(const std::vector<long long>& numeri)
     return j;
 }
 
-Json inizio(Tavolo& t, const std::string& corsa, const Impostazioni& imp,
-            const std::string& dichiarati)
+Json inizio(Tavolo& t, const std::string& corsa, const Impostazioni& imp, const Json& dichiarati)
 {
     const FotoPtr prima = quadro(t, {t.sorgente.numeri.front()});
     Json j = scrivi_stato(t.plugin, imp);
@@ -70,34 +65,28 @@ Json inizio(Tavolo& t, const std::string& corsa, const Impostazioni& imp,
               {"numeri", tratti(t.sorgente.numeri)},
               {"larghezza", prima->larghezza},
               {"altezza", prima->altezza},
-              {"dichiarati", Json::parse(dichiarati)}});
+              {"dichiarati", dichiarati}});
     for (const auto& [interruttore, quantita] : effetti(t.plugin))
         j["effetti"].push_back({interruttore.nome, quantita.nome});
     return j;
 }
 
-Posto posto_di(const Tavolo& t, const Json& j)
-{
-    return {numero_di(t, j), std::clamp(j.value("larghezza", 0), 0, 1 << 16),
-            std::clamp(j.value("altezza", 0), 0, 1 << 16)};
-}
-
 Consegna quadro_per(Tavolo& t, Turni& turni, const Json& j)
 {
-    const std::string vista = j.value("vista", "adesso");
-    const std::string forma = j.value("forma", "png");
-    Desiderio d{.posto = posto_di(t, j)};
-    d.forma = forma == "jpeg" ? Forma::jpeg : forma == "file" ? Forma::file : Forma::png;
-    if (vista != "registrata")
-        d.impostazioni = leggi_stato(t.plugin, j);
-    const auto pagina = j.value("pagina", std::string());
-    const auto turno = j.value("turno", 0LL);
-    if (turno > 0)
-        iscrivi(turni, pagina, turno);
-    std::string byte = dipingi(t, d, [&] { return turno > 0 && superato(turni, pagina, turno); });
-    const FotoPtr intera = quadro(t, {d.posto.numero});
-    return {std::move(byte), d.forma == Forma::jpeg ? "image/jpeg" : "image/png",
-            std::to_string(intera->larghezza) + "x" + std::to_string(intera->altezza)};
+    const std::string chiesta = j.value("forma", "png");
+    const Forma forma = chiesta == "jpeg"   ? Forma::jpeg
+                        : chiesta == "file" ? Forma::file
+                                            : Forma::png;
+    const auto lato = [&j](const char* nome) { return std::clamp(j.value(nome, 0), 0, 1 << 16); };
+    const Posto posto = {numero_di(t, j), lato("larghezza"), lato("altezza")};
+    std::optional<Impostazioni> imp;
+    if (j.value("vista", "adesso") != "registrata")
+        imp = leggi_stato(t.plugin, j);
+    std::string byte =
+        dipingi(t, posto, imp, forma, iscrivi(turni, j.value("pagina", ""), j.value("turno", 0LL)));
+    const FotoPtr intera = quadro(t, {posto.numero});
+    return {std::move(byte), forma == Forma::jpeg ? "image/jpeg" : "image/png",
+            sprintf("%dx%d", intera->larghezza, intera->altezza)};
 }
 
 // The recorded code values of a pixel.
@@ -113,15 +102,12 @@ Json punto(Tavolo& t, const Json& j)
 }
 
 // The name that a picture of this is saved under: "A001-12-cinema-print.png".
-std::string nome_d_uscita(const Tavolo& t, long long numero, const Json& impostazioni)
+std::string nome_d_uscita(const Sorgente& da, long long numero, const std::string& look)
 {
-    std::string s = t.sorgente.nome;
-    if (t.sorgente.modello)
-        s = nome_al(t.sorgente, numero);
-    s = std::filesystem::path(s).stem().string();
-    if (!t.sorgente.modello && t.sorgente.numeri.size() > 1)
+    std::string s = std::filesystem::path(nome_al(da, numero)).stem().string();
+    if (!da.modello && da.numeri.size() > 1)
         s += "-" + std::to_string(numero);
-    s += "-" + OIIO::Strutil::lower(impostazioni.at("parameters").at("look").get<std::string>());
+    s += "-" + OIIO::Strutil::lower(look);
     std::ranges::replace_if(
         s, [](unsigned char c) { return std::isalnum(c) == 0 && c != '.' && c != '_' && c < 0x80; },
         '-');
@@ -134,25 +120,22 @@ Json comando_per(Tavolo& t, const Json& j, std::vector<std::string> parole)
 {
     const long long numero = numero_di(t, j);
     const Impostazioni imp = leggi_stato(t.plugin, j);
-    const std::string nome =
-        nome_d_uscita(t, numero, scrivi_stato(t.plugin, imp).at("impostazioni"));
+    const std::string look = valore_scritto(t.plugin, *istanza_con(t.plugin, imp), "look");
+    const std::string nome = nome_d_uscita(t.sorgente, numero, look);
     parole.insert(parole.begin() + 3, {nome, "--depth", "uint8"});
     if (t.sorgente.numeri.size() > 1)
         parole.insert(parole.end(), {"--frames", std::to_string(numero)});
-    for (std::string& p : parole_di(t.plugin, imp))
-        parole.push_back(std::move(p));
+    std::ranges::move(parole_di(t.plugin, imp), std::back_inserter(parole));
     return {{"comando", per_la_shell(parole)}, {"nome", nome}};
 }
 
 }  // namespace
 
-void guarda(Tavolo& t, Porta& porta, const Impostazioni& imp, const std::string& dichiarati,
+void guarda(Tavolo& t, Porta& porta, const Impostazioni& imp, const Json& dichiarati,
             const std::vector<std::string>& comando)
 {
     Turni turni;
     const std::string corsa = chiave_nuova();
-    for (const Pagina& p : PAGINE)
-        mostra(porta, p.percorso, p.tipo, p.testo);
     const auto json = [&](const std::string& percorso, const auto& fai) {
         ascolta(porta, percorso, [&t, fai](const Json& j) {
             const std::lock_guard<std::mutex> una(t.istanze);

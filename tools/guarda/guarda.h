@@ -12,7 +12,7 @@ namespace varno::provino {
 /// Serves the page on the light table until it says that it has seen enough: `imp` is what it
 /// begins with, `dichiarati` the parameters as JSON, `comando` the words of a command that develops
 /// the source, before its output.
-void guarda(Tavolo& t, Porta& porta, const Impostazioni& imp, const std::string& dichiarati,
+void guarda(Tavolo& t, Porta& porta, const Impostazioni& imp, const Json& dichiarati,
             const std::vector<std::string>& comando);
 
 }  // namespace varno::provino

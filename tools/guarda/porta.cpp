@@ -2,9 +2,8 @@
 #include "tools/guarda/porta.h"
 
 #include "tools/errore.h"
+#include "tools/guarda/pagina.h"
 #include "tools/messaggi.h"
-
-#include <OpenImageIO/strutil.h>
 
 // Its records have another layout without what Debian built the library with.
 #define CPPHTTPLIB_BROTLI_SUPPORT
@@ -13,16 +12,15 @@
 #include <httplib.h>
 
 #include <algorithm>
-#include <array>
-#include <condition_variable>
+#include <chrono>
 #include <exception>
-#include <mutex>
+#include <future>
 #include <new>
-#include <sys/random.h>
+#include <random>
 #include <sys/socket.h>
 #include <system_error>
-#include <thread>
 #include <utility>
+#include <vector>
 
 namespace varno::provino {
 namespace {
@@ -36,31 +34,18 @@ constexpr time_t ATTESA = 5;                    // seconds for the next bytes of
 struct Fili final : httplib::TaskQueue {
     void enqueue(std::function<void()> compito) override
     {
-        const auto fino_in_fondo = [this, compito] {
-            compito();
-            const std::lock_guard<std::mutex> chiuso(mutex);
-            --quanti;
-            vuoto.notify_all();
-        };
-        {
-            const std::lock_guard<std::mutex> chiuso(mutex);
-            ++quanti;
-        }
+        std::erase_if(fili, [](const std::future<void>& f) {
+            return f.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+        });
         try {
-            std::thread(fino_in_fondo).detach();
+            fili.push_back(std::async(std::launch::async, compito));
         } catch (const std::system_error&) {  // no more threads: here, one after the other
-            fino_in_fondo();
+            compito();
         }
     }
-    void shutdown() override
-    {
-        std::unique_lock<std::mutex> chiuso(mutex);
-        vuoto.wait(chiuso, [this] { return quanti == 0; });
-    }
+    void shutdown() override { fili.clear(); }  // waits for each
 
-    std::mutex mutex;
-    std::condition_variable vuoto;
-    int quanti = 0;
+    std::vector<std::future<void>> fili;
 };
 
 // In a time that does not tell how far they agree.
@@ -127,13 +112,8 @@ Json leggi_corpo(const std::string& testo)
 
 std::string chiave_nuova()
 {
-    std::array<unsigned char, 16> caso{};
-    if (getrandom(caso.data(), caso.size(), 0) != static_cast<ssize_t>(caso.size()))
-        fallisci("the system gives no random numbers");
-    std::string s;
-    for (const unsigned char c : caso)
-        s += OIIO::Strutil::sprintf("%02x", static_cast<int>(c));
-    return s;
+    std::random_device caso;
+    return sprintf("%08x%08x%08x%08x", caso(), caso(), caso(), caso());
 }
 
 Porta apri_porta(int numero)
@@ -149,9 +129,7 @@ Porta apri_porta(int numero)
     if (numero == 0)
         p.numero = s.bind_to_any_port(QUI);
     if (p.numero <= 0 || (numero != 0 && !s.bind_to_port(QUI, numero)))
-        fallisci("cannot listen on port " + std::to_string(numero) +
-                 ": another program does, or "
-                 "it is not allowed");
+        fallisci("cannot listen on port %d: another program does, or it is not allowed", numero);
     s.new_task_queue = [] { return new Fili; };  // NOLINT(cppcoreguidelines-owning-memory): theirs
     s.set_keep_alive_max_count(1u << 20);
     s.set_keep_alive_timeout(ATTESA);
@@ -164,24 +142,25 @@ Porta apri_porta(int numero)
          {"Cross-Origin-Resource-Policy", "same-origin"},
          {"Referrer-Policy", "no-referrer"},
          {"X-Content-Type-Options", "nosniff"}});
+    for (const Pagina& pagina : PAGINE)
+        s.Get(pagina.percorso, [&pagina, mia = biscotto(p)](const auto&, httplib::Response& r) {
+            r.set_content(pagina.testo, pagina.tipo);
+            if (pagina.percorso == std::string_view("/"))
+                r.set_header("Set-Cookie", mia + "; Path=/; HttpOnly; SameSite=Strict");
+        });
     return p;
 }
 
 std::string indirizzo(const Porta& p)
 {
-    return std::string("http://") + QUI + ":" + std::to_string(p.numero) + "/?key=" + p.chiave;
+    return sprintf("http://%s:%d/?key=%s", QUI, p.numero, p.chiave);
 }
 
-void mostra(Porta& p, const std::string& percorso, const std::string& tipo,
-            const std::string& testo)
+Consegna in_json(const Json& j)
 {
-    const std::string posa =
-        percorso == "/" ? biscotto(p) + "; Path=/; HttpOnly; SameSite=Strict" : "";
-    p.server->Get(percorso, [=](const httplib::Request&, httplib::Response& r) {
-        r.set_content(testo, tipo);
-        if (!posa.empty())
-            r.set_header("Set-Cookie", posa);
-    });
+    // The addition to the type keeps the server from packing the text, which takes longer than to
+    // send it.
+    return {in_riga(j), "application/json; charset=utf-8"};
 }
 
 void ascolta(Porta& p, const std::string& percorso,
@@ -210,14 +189,6 @@ void ascolta(Porta& p, const std::string& percorso,
             no(in_una_riga(e.what()), 500);
         }
     });
-}
-
-Consegna in_json(const Json& j)
-{
-    // The addition to the type keeps the server from packing the text, which takes longer than to
-    // send it.
-    return {j.dump(-1, ' ', false, Json::error_handler_t::replace),
-            "application/json; charset=utf-8"};
 }
 
 void finisci(Porta& p)

@@ -15,8 +15,8 @@ namespace varno::provino {
 
 using Json = nlohmann::ordered_json;
 
-/// A server on 127.0.0.1 whose every request must carry the key: in the address at first, then in a
-/// cookie. Bodies are JSON objects of 64 KB at most.
+/// A server of the page on 127.0.0.1 whose every request must carry the key: in the address at
+/// first, then in a cookie, which the page hands over. Bodies are JSON objects of 64 KB at most.
 struct Porta {
     std::shared_ptr<httplib::Server> server;
     int numero = 0;
@@ -31,10 +31,6 @@ Porta apri_porta(int numero);
 
 /// The address with the key in it.
 std::string indirizzo(const Porta& p);
-
-/// A text under a path. The page itself, "/", also hands over the cookie.
-void mostra(Porta& p, const std::string& percorso, const std::string& tipo,
-            const std::string& testo);
 
 /// An answer; one without a body says that there is nothing to show any more.
 struct Consegna {

@@ -5,7 +5,7 @@
 #include "tools/argomenti.h"
 #include "tools/errore.h"
 
-#include <OpenImageIO/strutil.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 
@@ -17,7 +17,7 @@ std::string con_punto(const Plugin& plugin, std::string cambio)
 {
     const std::size_t uguale = cambio.find('=');
     if (uguale != std::string::npos &&
-        trova_parametro(plugin, cambio.substr(0, uguale)).tipo == "OfxParamTypeDouble")
+        genere(trova_parametro(plugin, cambio.substr(0, uguale))) == "number")
         std::replace(cambio.begin() + static_cast<std::ptrdiff_t>(uguale), cambio.end(), ',', '.');
     return cambio;
 }
@@ -47,8 +47,7 @@ Json scrivi_stato(Plugin& plugin, const Impostazioni& imp)
     for (const banco::Parametro& p : plugin.parametri)
         if (banco::nascosto(*istanza, p.nome))
             nascosti.push_back(p.nome);
-    return {{"impostazioni", Json::parse(in_json(plugin, *istanza, imp, true))},
-            {"nascosti", nascosti}};
+    return {{"impostazioni", in_json(plugin, *istanza, imp)}, {"nascosti", nascosti}};
 }
 
 std::vector<std::string> parole_di(Plugin& plugin, const Impostazioni& imp)

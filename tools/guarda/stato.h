@@ -2,7 +2,6 @@
 // there.
 #pragma once
 
-#include "tools/guarda/porta.h"
 #include "tools/plugin/impostazioni.h"
 
 #include <string>

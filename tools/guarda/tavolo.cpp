@@ -9,20 +9,17 @@
 #include <OpenImageIO/imagebufalgo.h>
 #include <OpenImageIO/imageio.h>
 #include <OpenImageIO/parallel.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <exception>
-#include <filesystem>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
 namespace varno::provino {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Whoever asks first makes it, others wait for that. What failed is forgotten.
 template <class Fai> FotoPtr prendi(Tavolo& t, Cassetto& c, const Posto& posto, const Fai& fai)
@@ -128,18 +125,13 @@ std::string codifica(const Foto& f, Forma forma)
 // As it is written into a folder.
 std::string in_un_file(const Foto& foto, const std::string& impostazioni)
 {
-    std::string nome = (fs::temp_directory_path() / "provino-XXXXXX").string();
-    if (mkdtemp(nome.data()) == nullptr)
-        fallisci("cannot write into " + tra_apici(fs::temp_directory_path().string()));
-    const fs::path cartella = nome;
-    const auto via = std::unique_ptr<const fs::path, void (*)(const fs::path*)>(
-        &cartella, [](const fs::path* p) {
-            std::error_code e;
-            fs::remove_all(*p, e);
-        });
+    const CartellaProvvisoria cartella;
+    if (cartella.nome.empty())
+        fallisci("cannot write into '%s'", std::filesystem::temp_directory_path().string());
+    const std::string nome = (cartella.nome / "x.png").string();
     std::string byte;
-    scrivi_foto(cartella / "x.png", foto, {}, impostazioni);
-    if (!OIIO::Filesystem::read_text_file((cartella / "x.png").string(), byte))
+    scrivi_foto(nome, foto, {}, impostazioni);
+    if (!OIIO::Filesystem::read_text_file(nome, byte))
         fallisci("cannot read the picture back");
     return byte;
 }
@@ -156,22 +148,23 @@ FotoPtr quadro(Tavolo& t, const Posto& posto)
     return prendi(t, t.ridotte, posto, [&] { return riduci(*foto, scala); });
 }
 
-std::string dipingi(Tavolo& t, const Desiderio& d, const std::function<bool()>& superato)
+std::string dipingi(Tavolo& t, const Posto& posto, const std::optional<Impostazioni>& imp,
+                    Forma forma, const std::function<bool()>& superato)
 {
-    const FotoPtr foto = quadro(t, d.posto);
-    if (d.forma == Forma::png)
-        leggi_avanti(t, d.posto.numero);
+    const FotoPtr foto = quadro(t, posto);
+    if (forma == Forma::png)
+        leggi_avanti(t, posto.numero);
     if (superato())
         return {};
-    if (!d.impostazioni)
-        return codifica(*foto, d.forma);
+    if (!imp)
+        return codifica(*foto, forma);
     std::unique_lock<std::mutex> una(t.istanze);
-    const banco::IstanzaPtr istanza = istanza_con(t.plugin, *d.impostazioni);
+    const banco::IstanzaPtr istanza = istanza_con(t.plugin, *imp);
     una.unlock();
-    const auto tempo = static_cast<double>(d.posto.numero);
-    if (d.forma == Forma::file)
+    const auto tempo = static_cast<double>(posto.numero);
+    if (forma == Forma::file)
         return in_un_file(rendi_foto(*istanza, *foto, tempo),
-                          in_json(t.plugin, *istanza, *d.impostazioni, true));
+                          in_json(t.plugin, *istanza, *imp).dump());
     Foto resa;
     {
         const std::lock_guard<std::mutex> chiuso(t.mutex);
@@ -180,7 +173,7 @@ std::string dipingi(Tavolo& t, const Desiderio& d, const std::function<bool()>& 
     if (resa.larghezza != foto->larghezza || resa.altezza != foto->altezza)
         resa = foto_nuova(foto->larghezza, foto->altezza);
     rendi_in(*istanza, *foto, resa, tempo);
-    std::string byte = superato() ? "" : codifica(resa, d.forma);
+    std::string byte = superato() ? "" : codifica(resa, forma);
     const std::lock_guard<std::mutex> chiuso(t.mutex);
     t.scorta = std::move(resa);
     return byte;

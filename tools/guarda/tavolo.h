@@ -43,19 +43,13 @@ struct Tavolo {
 
 enum class Forma { jpeg, png, file };
 
-/// What a page wishes to see.
-struct Desiderio {
-    Posto posto;
-    std::optional<Impostazioni> impostazioni = {};  // none: as recorded
-    Forma forma = Forma::png;
-};
-
 /// A frame, never larger than it is. Throws Errore, and tries again when it is asked for once more.
 FotoPtr quadro(Tavolo& t, const Posto& posto);
 
-/// The bytes of a picture: a JPEG, a PNG of 8 bits as the sub-command that develops writes it but
-/// opaque and with nothing told of its colours, or the very file of 16 bits. Empty where `superato`
-/// answers true meanwhile.
-std::string dipingi(Tavolo& t, const Desiderio& d, const std::function<bool()>& superato);
+/// The bytes of a picture at the settings, or as recorded without: a JPEG, a PNG of 8 bits as the
+/// sub-command that develops writes it but opaque and with nothing told of its colours, or the very
+/// file of 16 bits. Empty where `superato` answers true meanwhile.
+std::string dipingi(Tavolo& t, const Posto& posto, const std::optional<Impostazioni>& imp,
+                    Forma forma, const std::function<bool()>& superato);
 
 }  // namespace varno::provino

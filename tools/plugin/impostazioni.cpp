@@ -6,28 +6,15 @@
 #include "tools/quadri/sorgente.h"
 
 #include <OpenImageIO/filesystem.h>
-#include <OpenImageIO/strutil.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cmath>
-#include <nlohmann/json.hpp>
 #include <set>
 
 namespace varno::provino {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr const char* IDENTIFICATORE = "com.varnotone.varnocolor";
-
-bool scelta(const banco::Parametro& p)
-{
-    return p.tipo == "OfxParamTypeChoice";
-}
-bool interruttore(const banco::Parametro& p)
-{
-    return p.tipo == "OfxParamTypeBoolean";
-}
 
 // The text goes first: an option may read like the index of another.
 double leggi_scelta(const banco::Parametro& p, const std::string& testo)
@@ -37,42 +24,37 @@ double leggi_scelta(const banco::Parametro& p, const std::string& testo)
             return static_cast<double>(i);
     const auto quante = static_cast<long long>(p.opzioni.size());
     long long n = 0;
-    if (leggi_intero(testo, n)) {
-        if (n >= 0 && n < quante)
-            return static_cast<double>(n);
-        rifiuta(p.nome + " has the options 0 to " + std::to_string(quante - 1) + ", not " + testo);
-    }
+    if (leggi_intero(testo, n) && n >= 0 && n < quante)
+        return static_cast<double>(n);
+    if (leggi_intero(testo, n))
+        rifiuta("%s has the options 0 to %d, not %s", p.nome, quante - 1, testo);
     const std::string vicina = proposta(testo, p.opzioni);
-    rifiuta(p.nome + " has no option " + tra_apici(testo) +
-            (vicina.empty() ? "; it takes: " : vicina + " It takes: ") +
+    rifiuta("%s has no option '%s'%s %s", p.nome, testo,
+            vicina.empty() ? "; it takes:" : vicina + " It takes:",
             OIIO::Strutil::join(p.opzioni, ", "));
-}
-
-double leggi_interruttore(const banco::Parametro& p, const std::string& testo)
-{
-    const std::string t = OIIO::Strutil::lower(testo);
-    if (t == "1" || t == "on" || t == "true" || t == "yes")
-        return 1.0;
-    if (t == "0" || t == "off" || t == "false" || t == "no")
-        return 0.0;
-    rifiuta(p.nome + " is a switch: give on or off (1 or 0), not " + tra_apici(testo));
 }
 
 // A number in range, an option's text or index, on or off. Throws Errore (usage) with the range or
 // the nearest option.
 double leggi_valore(const banco::Parametro& p, const std::string& testo)
 {
-    if (scelta(p))
+    if (genere(p) == "choice")
         return leggi_scelta(p, testo);
-    if (interruttore(p))
-        return leggi_interruttore(p, testo);
+    if (genere(p) == "switch") {
+        const std::string t = OIIO::Strutil::lower(testo);
+        if (t == "1" || t == "on" || t == "true" || t == "yes")
+            return 1.0;
+        if (t == "0" || t == "off" || t == "false" || t == "no")
+            return 0.0;
+        rifiuta("%s is a switch: give on or off (1 or 0), not '%s'", p.nome, testo);
+    }
     double v = 0.0;
     if (!leggi_numero(testo, v))
-        rifiuta(p.nome + " takes a number from " + testo_di(p.minimo) + " to " +
-                testo_di(p.massimo) + ", not " + tra_apici(testo));
+        rifiuta("%s takes a number from %s to %s, not '%s'", p.nome, testo_di(p.minimo),
+                testo_di(p.massimo), testo);
     if (!(v >= p.minimo && v <= p.massimo))
-        rifiuta(p.nome + " goes from " + testo_di(p.minimo) + " to " + testo_di(p.massimo) +
-                ", not " + testo);
+        rifiuta("%s goes from %s to %s, not %s", p.nome, testo_di(p.minimo), testo_di(p.massimo),
+                testo);
     return v;
 }
 
@@ -81,20 +63,21 @@ std::pair<std::string, std::string> dividi(const std::string& testo, const char*
 {
     const std::size_t p = testo.find('=');
     if (p == std::string::npos || p == 0)
-        rifiuta(std::string(opzione) + " takes " + forma + ", not " + tra_apici(testo));
+        rifiuta("%s takes %s, not '%s'", opzione, forma, testo);
     return {testo.substr(0, p), testo.substr(p + 1)};
 }
 
 double valore_json(const banco::Parametro& p, const Json& j)
 {
+    const bool scelta = genere(p) == "choice";
     if (j.is_string())
         return leggi_valore(p, j.get<std::string>());
-    if (j.is_boolean() && interruttore(p))
+    if (j.is_boolean() && genere(p) == "switch")
         return j.get<bool>() ? 1.0 : 0.0;
     // An index here is a number: in a text it could be an option's name.
-    if (scelta(p) && j.is_number_integer() && j >= 0 && j < p.opzioni.size())
+    if (scelta && j.is_number_integer() && j >= 0 && j < p.opzioni.size())
         return j.get<double>();
-    if (j.is_number() && !scelta(p))
+    if (!scelta && j.is_number())
         return leggi_valore(p, testo_di(j.get<double>()));
     rifiuta(p.nome + " cannot be " + j.dump());
 }
@@ -117,12 +100,12 @@ try {
         const banco::Parametro& p = trova_parametro(plugin, n);
         for (const Json& c : elenco) {
             if (!c.is_array() || c.size() != 2 || !c[0].is_number())
-                rifiuta("a key of " + n + " must be [time, value]");
+                rifiuta("a key of %s must be [time, value]", n);
             imp.chiavi[p.nome].emplace_back(c[0].get<double>(), valore_json(p, c[1]));
         }
     }
 } catch (const Errore& e) {
-    fallisci("the settings in " + tra_apici(nome) + " cannot be used: " + e.testo);
+    fallisci("the settings in '%s' cannot be used: %s", nome, e.testo);
 }
 
 void leggi_chiave(const Plugin& plugin, const std::string& testo, Impostazioni& imp)
@@ -132,29 +115,29 @@ void leggi_chiave(const Plugin& plugin, const std::string& testo, Impostazioni& 
     const std::size_t a = sinistra.find('@');
     double tempo = 0.0;
     if (a == std::string::npos || !leggi_numero(sinistra.substr(a + 1), tempo))
-        rifiuta(std::string("--key takes ") + FORMA + ", not " + tra_apici(testo));
+        rifiuta("--key takes %s, not '%s'", FORMA, testo);
     const banco::Parametro& p = trova_parametro(plugin, sinistra.substr(0, a));
     imp.chiavi[p.nome].emplace_back(tempo, leggi_valore(p, valore));
-}
-
-Json valore_in_json(const banco::Parametro& p, double v)
-{
-    if (scelta(p))
-        return scrivi_valore(p, v);
-    if (interruttore(p))
-        return v != 0.0;
-    return accorcia(v);
 }
 
 }  // namespace
 
 std::string scrivi_valore(const banco::Parametro& p, double valore)
 {
-    if (scelta(p) && valore >= 0.0 && valore < static_cast<double>(p.opzioni.size()))
+    if (genere(p) == "choice" && valore >= 0.0 && valore < static_cast<double>(p.opzioni.size()))
         return p.opzioni[static_cast<std::size_t>(valore)];
-    if (interruttore(p))
+    if (genere(p) == "switch")
         return valore != 0.0 ? "on" : "off";
     return testo_di(valore);
+}
+
+Json valore_in_json(const banco::Parametro& p, double valore)
+{
+    if (genere(p) == "choice")
+        return scrivi_valore(p, valore);
+    if (genere(p) == "switch")
+        return valore != 0.0;
+    return accorcia(valore);
 }
 
 Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
@@ -163,8 +146,8 @@ Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
     if (!o.da_foto.empty()) {
         const auto testo = leggi_impostazioni(apri_sorgente(o.da_foto));
         if (!testo)
-            fallisci(tra_apici(o.da_foto) +
-                     " carries no settings: it was not written by 'provino sviluppa'");
+            fallisci("'%s' carries no settings: it was not written by 'provino sviluppa'",
+                     o.da_foto);
         da_json(plugin, *testo, o.da_foto, imp);
     }
     if (!o.da_file.empty()) {
@@ -183,11 +166,10 @@ Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
     for (const std::string& c : o.chiavi)
         leggi_chiave(plugin, c, imp);
     for (auto& [nome, chiavi] : imp.chiavi) {
-        std::stable_sort(chiavi.begin(), chiavi.end(),
-                         [](const auto& a, const auto& b) { return a.first < b.first; });
-        for (std::size_t i = 1; i < chiavi.size(); ++i)
-            if (chiavi[i].first == chiavi[i - 1].first)
-                rifiuta(nome + " has two keys at time " + testo_di(chiavi[i].first));
+        constexpr auto tempo = &std::pair<double, double>::first;
+        std::ranges::stable_sort(chiavi, {}, tempo);
+        if (const auto due = std::ranges::adjacent_find(chiavi, {}, tempo); due != chiavi.end())
+            rifiuta("%s has two keys at time %s", nome, testo_di(due->first));
     }
     return imp;
 }
@@ -203,8 +185,7 @@ banco::IstanzaPtr istanza_con(Plugin& plugin, const Impostazioni& imp)
             banco::imposta_chiavi(*istanza, nome, chiavi);
         return istanza;
     } catch (const std::runtime_error& e) {
-        throw Errore{SENZA_PLUGIN,
-                     std::string("the plug-in made no instance: ") + in_una_riga(e.what())};
+        throw Errore{SENZA_PLUGIN, "the plug-in made no instance: " + in_una_riga(e.what())};
     }
 }
 
@@ -213,7 +194,7 @@ std::vector<Effetto> effetti(const Plugin& plugin)
     constexpr std::string_view ACCESO = "_on";
     std::vector<Effetto> tutti;
     for (const banco::Parametro& p : plugin.parametri)
-        if (interruttore(p) && p.nome.ends_with(ACCESO))
+        if (genere(p) == "switch" && p.nome.ends_with(ACCESO))
             tutti.push_back(
                 {p, trova_parametro(plugin, p.nome.substr(0, p.nome.size() - ACCESO.size()))});
     return tutti;
@@ -226,9 +207,15 @@ bool di_effetto(const Plugin& plugin, const banco::Parametro& p)
     });
 }
 
+std::string valore_scritto(const Plugin& plugin, const banco::Istanza& istanza,
+                           std::string_view nome)
+{
+    return scrivi_valore(trova_parametro(plugin, nome), banco::valore(istanza, nome));
+}
+
 std::string formato_di(const Plugin& plugin, const banco::Istanza& istanza)
 {
-    return scrivi_valore(trova_parametro(plugin, "formato"), banco::valore(istanza, "formato"));
+    return valore_scritto(plugin, istanza, "formato");
 }
 
 void spegni_effetti(const Plugin& plugin, Impostazioni& imp)
@@ -239,18 +226,16 @@ void spegni_effetti(const Plugin& plugin, Impostazioni& imp)
     }
 }
 
-std::string in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp,
-                    bool compatto)
+Json in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp)
 {
     Json j = {{"provino", PROVINO_VERSIONE}, {"plugin", IDENTIFICATORE}};
     for (const banco::Parametro& p : plugin.parametri) {
         j["parameters"][p.nome] = valore_in_json(p, banco::valore(istanza, p.nome));
-        const auto chiavi = imp.chiavi.find(p.nome);
-        if (chiavi != imp.chiavi.end())
+        if (const auto chiavi = imp.chiavi.find(p.nome); chiavi != imp.chiavi.end())
             for (const auto& [tempo, valore] : chiavi->second)
                 j["keys"][p.nome].push_back({tempo, valore_in_json(p, valore)});
     }
-    return compatto ? j.dump() : j.dump(2);
+    return j;
 }
 
 void avvisa_nulla_di_fatto(const Plugin& plugin, const banco::Istanza& istanza,

@@ -3,12 +3,16 @@
 
 #include "tools/plugin/plugin.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace varno::provino {
+
+using Json = nlohmann::ordered_json;
 
 /// What the command line says of the plug-in and its parameters.
 struct OpzioniParametri {
@@ -30,6 +34,7 @@ struct Impostazioni {
 
 /// How a person writes a value: an option by its text, a switch as on or off.
 std::string scrivi_valore(const banco::Parametro& p, double valore);
+Json valore_in_json(const banco::Parametro& p, double valore);
 
 /// Throws Errore for unknown names, bad values and unreadable settings.
 Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o);
@@ -44,15 +49,16 @@ struct Effetto {
 std::vector<Effetto> effetti(const Plugin& plugin);
 bool di_effetto(const Plugin& plugin, const banco::Parametro& p);
 
-/// The log format that an instance stands at, as the plug-in words it.
+/// How a person writes what a parameter of an instance stands at.
+std::string valore_scritto(const Plugin& plugin, const banco::Istanza& istanza,
+                           std::string_view nome);
 std::string formato_di(const Plugin& plugin, const banco::Istanza& istanza);
 
 /// Switches all effects off, also where keys switch them on.
 void spegni_effetti(const Plugin& plugin, Impostazioni& imp);
 
-/// The instance's values and the keys as JSON; in one line where compact.
-std::string in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp,
-                    bool compatto);
+/// The instance's values and the keys.
+Json in_json(const Plugin& plugin, const banco::Istanza& istanza, const Impostazioni& imp);
 
 /// Notes on what was given and does nothing: an amount while its effect is off, what a look behind
 /// it overwrites, the colour space of another log format.

@@ -4,10 +4,7 @@
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
 
-#include <OpenImageIO/strutil.h>
-
-#include <cstdlib>
-#include <exception>
+#include <new>
 #include <system_error>
 
 namespace varno::provino {
@@ -33,30 +30,31 @@ fs::path trova_plugin(const std::string& dato)
         return fs::exists(p / NOME_BUNDLE, e) ? p / NOME_BUNDLE : p;
     }
     std::vector<fs::path> cartelle = banco::cartelle_di_ricerca();
-    const std::vector<fs::path> del_sistema = {cartelle.back()};
+    const fs::path del_sistema = cartelle.back();
     cartelle.pop_back();
-    const char* detto = std::getenv("OFX_PLUGIN_PATH");
-    for (const std::string& voce : OIIO::Strutil::splits(detto != nullptr ? detto : "", ":"))
-        if (std::error_code e; !voce.empty() && !fs::is_directory(voce, e))
-            avviso("OFX_PLUGIN_PATH names " + tra_apici(voce) + ", and there is no such folder");
-    const auto cerca = [](const std::vector<fs::path>& dove) -> fs::path {
+    for (const fs::path& c : cartelle)
+        if (std::error_code e; !fs::is_directory(c, e))
+            avviso("OFX_PLUGIN_PATH names " + tra_apici(c.string()) +
+                   ", and there is no such folder");
+    fs::path trovato;
+    const auto cerca = [&trovato](const std::vector<fs::path>& dove) {
         for (const banco::Trovato& t : banco::cerca(dove))
-            if (t.bundle.filename() == NOME_BUNDLE && !t.binario.empty())
-                return t.bundle;
-        return {};
+            if (trovato.empty() && t.bundle.filename() == NOME_BUNDLE && !t.binario.empty())
+                trovato = t.bundle;
     };
-    if (const fs::path p = cerca(cartelle); !p.empty())
-        return p;
-    std::error_code ignorato;
-    const fs::path cartella = fs::read_symlink("/proc/self/exe", ignorato).parent_path();
-    for (const fs::path& p : {cartella / NOME_BUNDLE, cartella.parent_path() / NOME_BUNDLE})
-        if (std::error_code e; fs::exists(p, e))
-            return p;
-    if (const fs::path p = cerca(del_sistema); !p.empty())
-        return p;
-    senza_plugin(
-        std::string("found no ") + NOME_BUNDLE +
-        " where hosts look: install it, set OFX_PLUGIN_PATH to its folder, or give --plugin PATH");
+    cerca(cartelle);
+    std::error_code e;
+    const fs::path qui = fs::read_symlink("/proc/self/exe", e).parent_path();
+    for (const fs::path& accanto : {qui / NOME_BUNDLE, qui.parent_path() / NOME_BUNDLE})
+        if (trovato.empty() && fs::exists(accanto, e))
+            trovato = accanto;
+    if (trovato.empty())
+        cerca({del_sistema});
+    if (trovato.empty())
+        senza_plugin(std::string("found no ") + NOME_BUNDLE +
+                     " where hosts look: install it, set OFX_PLUGIN_PATH to its folder, or give "
+                     "--plugin PATH");
+    return trovato;
 }
 
 banco::Figura figura(const Foto& f)
@@ -100,6 +98,13 @@ std::string file_del_plugin()
     }
 }
 
+std::string_view genere(const banco::Parametro& p)
+{
+    if (p.tipo == "OfxParamTypeChoice")
+        return "choice";
+    return p.tipo == "OfxParamTypeBoolean" ? "switch" : "number";
+}
+
 const banco::Parametro& trova_parametro(const Plugin& p, std::string_view nome)
 {
     std::vector<std::string> nomi;
@@ -113,8 +118,8 @@ const banco::Parametro& trova_parametro(const Plugin& p, std::string_view nome)
             return q;
         nomi.push_back(q.etichetta);
     }
-    rifiuta("there is no parameter " + tra_apici(std::string(nome)) + proposta(nome, nomi) +
-            " ('provino parametri' lists them all)");
+    rifiuta("there is no parameter '%s'%s ('provino parametri' lists them all)", nome,
+            proposta(nome, nomi));
 }
 
 void rendi_in(banco::Istanza& istanza, const Foto& sorgente, Foto& a, double tempo)
@@ -126,11 +131,10 @@ void rendi_in(banco::Istanza& istanza, const Foto& sorgente, Foto& a, double tem
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& e) {
-        fallisci(std::string("the plug-in failed: ") + in_una_riga(e.what()));
+        fallisci("the plug-in failed: " + in_una_riga(e.what()));
     }
     if (stato != 0)
-        fallisci("the plug-in could not develop the picture (status " + std::to_string(stato) +
-                 ")");
+        fallisci("the plug-in could not develop the picture (status %d)", stato);
 }
 
 Foto rendi_foto(banco::Istanza& istanza, const Foto& sorgente, double tempo)

@@ -29,6 +29,9 @@ std::string file_del_plugin();
 /// By its name or label. Throws Errore (usage) with the nearest one for an unknown one.
 const banco::Parametro& trova_parametro(const Plugin& p, std::string_view nome);
 
+/// "choice", "switch" or "number".
+std::string_view genere(const banco::Parametro& p);
+
 /// Develops a picture at a time into another of its size. The file's top row is the highest y: rows
 /// are handed over with negative row bytes. Throws Errore where the plug-in fails.
 void rendi_in(banco::Istanza& istanza, const Foto& sorgente, Foto& a, double tempo);

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <mutex>
 #include <set>
@@ -39,11 +40,20 @@ void aspetta_segnale(const sigset_t& quali)
     const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
     const std::string& testo = sospeso().commiato;
     static_cast<void>(!write(canale_errori(), testo.data(), testo.size()));
+    std::error_code ignorato;
     for (const fs::path& f : sospeso().file)
-        unlink(f.c_str());
+        fs::remove_all(f, ignorato);
     std::signal(segnale, SIG_DFL);
     pthread_sigmask(SIG_UNBLOCK, &quali, nullptr);
     std::raise(segnale);
+}
+
+void elimina(const fs::path& file)
+{
+    std::error_code ignorato;
+    fs::remove_all(file, ignorato);
+    const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+    sospeso().file.erase(file);
 }
 
 [[noreturn]] void esiste(const fs::path& finale)
@@ -107,10 +117,20 @@ Provvisorio::Provvisorio(const fs::path& dato)
 
 Provvisorio::~Provvisorio()
 {
-    std::error_code ignorato;
-    fs::remove(file, ignorato);
+    elimina(file);
+}
+
+CartellaProvvisoria::CartellaProvvisoria()
+{
+    std::string modello = (fs::temp_directory_path() / "provino-XXXXXX").string();
     const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
-    sospeso().file.erase(file);
+    if (mkdtemp(modello.data()) != nullptr)
+        sospeso().file.insert(nome = modello);
+}
+
+CartellaProvvisoria::~CartellaProvvisoria()
+{
+    elimina(nome);
 }
 
 void dai_nome(const Provvisorio& p, bool sovrascrivi)

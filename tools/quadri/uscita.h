@@ -30,6 +30,17 @@ struct Provvisorio {
     ~Provvisorio();
 };
 
+/// A folder of the user's alone where the system keeps such; empty where it cannot be made. With
+/// all that is in it, it goes with this or on such a signal.
+struct CartellaProvvisoria {
+    CartellaProvvisoria();
+    CartellaProvvisoria(const CartellaProvvisoria&) = delete;
+    CartellaProvvisoria& operator=(const CartellaProvvisoria&) = delete;
+    ~CartellaProvvisoria();
+
+    std::filesystem::path nome;
+};
+
 /// Gives it the final name, in one step. Throws Errore where that exists and is not to be
 /// overwritten.
 void dai_nome(const Provvisorio& p, bool sovrascrivi);

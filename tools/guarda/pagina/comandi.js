@@ -2,7 +2,8 @@
 
 const passo = p => [0.001, 0.002, 0.005, 0.01, 0.02].find(s => s >= (p.maximum - p.minimum) / 200) ?? 0.05;
 const testo = v => String(Math.round(v * 10000) / 10000);
-const el = (nome, cose = {}, ...figli) => {
+export const id = n => document.getElementById(n);
+export const el = (nome, cose = {}, ...figli) => {
   const e = Object.assign(document.createElement(nome), cose);
   e.append(...figli);
   return e;
@@ -74,15 +75,14 @@ export function costruisci(modulo, dichiarati, effetti, azioni) {
 
   return ({impostazioni: {parameters: valori, keys = {}}, nascosti}) => {
     for (const {p, ampiezza, r} of righe) {
-      const e = document.getElementById(p.name);
+      const e = id(p.name);
       r.hidden = nascosti.includes(p.name);
       if (p.kind === "switch") e.checked = valori[p.name];
       if (p.kind === "choice") e.value = valori[p.name];
       if (ampiezza) {
         const v = valori[ampiezza.name];
-        document.getElementById(ampiezza.name).value = v;
-        const scritto = document.getElementById(ampiezza.name + "-testo");
-        scritto.value = keys[ampiezza.name] ? "keys" : testo(v);
+        id(ampiezza.name).value = v;
+        id(ampiezza.name + "-testo").value = keys[ampiezza.name] ? "keys" : testo(v);
       }
       r.classList.toggle("spenta", p.kind === "switch" && !valori[p.name]);
       const fabbrica = p.kind === "choice" ? p.options[p.default] : p.default;

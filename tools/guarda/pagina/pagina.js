@@ -1,15 +1,13 @@
 // The page: its state, what leads from one to the next, and when which picture is asked for.
 import {chiedi, chiediJson, chiediQuadro, di} from "/rete.js";
-import {costruisci} from "/comandi.js";
+import {costruisci, el, id} from "/comandi.js";
 import * as tela from "/quadro.js";
 import {misura} from "/strumenti.js";
 
-const id = n => document.getElementById(n);
 const QUIETE = 160;  // ms without a wish until the picture is asked for in full
 const inizio = await chiediJson("/inizio");
 const numeri = inizio.numeri.flatMap(([a, b]) => Array.from({length: b - a + 1}, (_, i) => a + i));
 const pagina = crypto.randomUUID();
-const copia = o => structuredClone(o);
 
 let stato = {impostazioni: inizio.impostazioni, nascosti: inizio.nascosti};
 let b = null, fotogramma = 0, turno = 0;
@@ -20,6 +18,8 @@ const passato = [], futuro = [];
 const CONFRONTI = {registrata: "as recorded", neutro: "neutral", b: "B"};
 const scelto = () => document.querySelector("[name=confronto]:checked").value;
 const qui = () => ({numero: numeri[fotogramma]});
+const adesso = () => ({...qui(), impostazioni: stato.impostazioni});
+const forma = intero => intero ? {forma: "png"} : {forma: "jpeg", ...tela.riquadro()};
 let inVolo = false, ancora = false, riposo = 0;
 
 function mostrato(dettaglio) {
@@ -31,8 +31,7 @@ function mostrato(dettaglio) {
 
 async function prendi(intero) {
   const mio = ++turno;
-  const resa = await chiediQuadro({...qui(), impostazioni: stato.impostazioni, pagina, turno: mio,
-    ...(intero ? {forma: "png"} : {forma: "jpeg", ...tela.riquadro()})});
+  const resa = await chiediQuadro({...adesso(), pagina, turno: mio, ...forma(intero)});
   if (!resa || (intero && mio !== turno)) return;
   tela.posa(tela.quadro, resa);
   mostrato({intero, turno: mio});
@@ -70,9 +69,8 @@ let confronti = 0;
 async function confronta(intero) {
   const quale = scelto();
   if (!quale) return;
-  const desiderio = {...qui(), impostazioni: quale === "b" ? b.impostazioni : stato.impostazioni,
-    vista: quale, neutro: quale === "neutro", ...(intero ? {forma: "png"} : {forma: "jpeg", ...tela.riquadro()})};
-  if (quale === "registrata") delete desiderio.impostazioni;
+  const impostazioni = {registrata: undefined, neutro: stato.impostazioni, b: b?.impostazioni}[quale];
+  const desiderio = {...qui(), impostazioni, vista: quale, neutro: quale === "neutro", ...forma(intero)};
   const chiave = JSON.stringify(desiderio);
   if (chiave === confrontato) return;
   const mio = ++confronti;
@@ -94,8 +92,7 @@ async function miniature(mio) {
   if (chiave === disegnate) return;
   for (const campo of document.querySelectorAll("#looks input")) {
     const {width, height} = campo.nextElementSibling;
-    const resa = await chiediQuadro({...qui(), impostazioni: stato.impostazioni, forma: "jpeg",
-      larghezza: width * 2, altezza: height,
+    const resa = await chiediQuadro({...adesso(), forma: "jpeg", larghezza: width * 2, altezza: height,
       ...(campo.value === "-1" ? {neutro: true} : {cambi: ["look=" + LOOK.options[campo.value], "forza=1"]})});
     if (mio !== turno) return;  // something is moved: later
     tela.riempi(campo.nextElementSibling, resa.immagine);
@@ -105,12 +102,10 @@ async function miniature(mio) {
 
 function strisciaDeiLook() {
   ["Neutral", ...LOOK.options].forEach((nome, n) => {
-    const etichetta = document.createElement("label");
-    const campo = Object.assign(document.createElement("input"), {type: "radio", name: "look", value: n - 1});
-    const piccola = Object.assign(document.createElement("canvas"), {width: 192, height: 108});
+    const campo = el("input", {type: "radio", name: "look", value: n - 1});
+    const piccola = el("canvas", {width: 192, height: 108});
     piccola.setAttribute("aria-hidden", "true");
-    etichetta.append(campo, piccola, Object.assign(document.createElement("span"), {textContent: nome}));
-    id("looks").append(etichetta);
+    id("looks").append(el("label", {}, campo, piccola, el("span", {textContent: nome})));
     // A click on the one that is chosen loads its recipe again; arrow keys click too.
     campo.onclick = () => n === 0 ? passa({neutro: true})
       : passa({cambi: ["look=" + nome, ...(stato.impostazioni.parameters.forza === 0 ? ["forza=1"] : [])]});
@@ -124,7 +119,7 @@ const righe = costruisci(id("parametri"), inizio.dichiarati.parameters, inizio.e
   riporta: quali => passa({cambi: quali.map(p => `${p.name}=${p.default}`)}),
   ridisegna: () => ridisegna(),
   trascina(nome, valore) {
-    preso ??= copia(stato);
+    preso ??= structuredClone(stato);
     stato.impostazioni.parameters[nome] = valore;
     delete stato.impostazioni.keys?.[nome];
     desidera();
@@ -152,7 +147,7 @@ let coda = Promise.resolve();  // one change after the other, each on what the l
 function passa(come, nome = "") {
   tela.quadro.dataset.mostra = "moto";
   coda = coda.then(async () => {
-    const prima = preso ?? copia(stato);
+    const prima = preso ?? structuredClone(stato);
     preso = null;
     try {
       const nuovo = await chiediJson("/stato", {impostazioni: prima.impostazioni, ...come});
@@ -174,7 +169,7 @@ function torna(da, a) {
   tela.quadro.dataset.mostra = "moto";
   coda = coda.then(() => {
     if (da.length) {
-      a.push(copia(stato));
+      a.push(structuredClone(stato));
       stato = da.pop();
       ultimoNome = "";
       ridisegna();
@@ -202,12 +197,12 @@ async function scegliConfronto(quale) {
 // --- Files and the clipboard ---------------------------------------------------------------------
 
 function scarica(nome, blob) {
-  const a = Object.assign(document.createElement("a"), {href: URL.createObjectURL(blob), download: nome});
+  const a = el("a", {href: URL.createObjectURL(blob), download: nome});
   a.click();
   setTimeout(() => URL.revokeObjectURL(a.href), 10000);
   di(`saved ${nome}`);
 }
-const comando = () => chiediJson("/comando", {...qui(), impostazioni: stato.impostazioni});
+const comando = () => chiediJson("/comando", adesso());
 
 const AZIONI = {
   annulla: () => torna(passato, futuro),
@@ -216,7 +211,7 @@ const AZIONI = {
   carica: () => id("file").click(),
   salva: () => scarica("settings.json", new Blob([JSON.stringify(stato.impostazioni, null, 2) + "\n"], {type: "application/json"})),
   async immagine() {
-    const [{nome}, risposta] = await Promise.all([comando(), chiedi("/quadro", {...qui(), impostazioni: stato.impostazioni, forma: "file"})]);
+    const [{nome}, risposta] = await Promise.all([comando(), chiedi("/quadro", {...adesso(), forma: "file"})]);
     scarica(nome, await risposta.blob());
   },
   async comando() {
@@ -231,7 +226,7 @@ const AZIONI = {
   },
   aiuto: () => id("tasti").showModal(),
   tieni() {
-    b = copia(stato);
+    b = structuredClone(stato);
     ridisegna();
     scegliConfronto("b");
   },
@@ -302,7 +297,7 @@ const TASTI = [
 const ALTRI = [["Tab", "from control to control"], ["↑ ↓, with Shift", "on a slider: a step, ten steps"],
   ["Delete", "on a slider: its default; a double click on the row too"]];
 id("tasti").querySelector("dl").append(...[...TASTI, ...ALTRI].flatMap(([tasto, parole]) =>
-  [Object.assign(document.createElement("dt"), {textContent: tasto}), Object.assign(document.createElement("dd"), {textContent: parole})]));
+  [el("dt", {textContent: tasto}), el("dd", {textContent: parole})]));
 document.addEventListener("keydown", e => {
   const dove = e.target, freccia = e.key.startsWith("Arrow");
   if (id("tasti").open || e.altKey || dove.tagName === "SELECT" || dove.type === "text") return;
