@@ -227,12 +227,6 @@ Colore gradazione(const Colore& luce, const Contesto& ctx)
 
 }  // namespace
 
-RGB tonemap_ratio(RGB c, const Curva& k, float miscela)
-{
-    const Colore u = mappa_colore(da(c), k, miscela);
-    return {u.c[0], u.c[1], u.c[2]};
-}
-
 RGB applica_colore(RGB codice, const Contesto& ctx)
 {
     constexpr float ANALITICA[] = {1.6266885f,   -0.54005265f, -0.08679532f,

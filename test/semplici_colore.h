@@ -8,8 +8,6 @@
 /// of cameras and looks with them and no arithmetic.
 namespace varno::semplici {
 
-/// The tone curve alone, whose steps the grade takes in the same way.
-RGB tonemap_ratio(RGB c, const Curva& k, float miscela);
 RGB applica_colore(RGB codice, const Contesto& ctx);
 
 }  // namespace varno::semplici

@@ -12,13 +12,6 @@ namespace {
 constexpr float NAN_F = std::numeric_limits<float>::quiet_NaN();
 constexpr float INF_F = std::numeric_limits<float>::infinity();
 
-const Curva NEUTRA = normalizza_curva(0.9f, 18.0f, 1.0f, 1.0f);
-
-bool stessi_bit(RGB a, RGB b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0;
-}
-
 bool entro_un_passo(float a, float b)
 {
     return a == b || std::nextafter(a, b) == b;
@@ -63,7 +56,7 @@ constexpr Riferimento RIFERIMENTI[] = {
 
 }  // namespace
 
-TEST_CASE("curves: reference samples, every sample rises, the same bits from every compiler")
+TEST_CASE("curves: reference samples, the same bits from every compiler")
 {
     constexpr std::size_t INDICI[] = {0, 1, 2047, 4094, 4095};
     std::uint64_t somma = 14695981039346656037u;
@@ -71,20 +64,10 @@ TEST_CASE("curves: reference samples, every sample rises, the same bits from eve
         CAPTURE(&rif - RIFERIMENTI);
         for (int k = 0; k < 5; ++k)
             CHECK(entro_un_passo(rif.curva[INDICI[k]], rif.campioni[k]));
-        for (std::size_t i = 0; i < CAMPIONI_CURVA; ++i) {
-            const float v = rif.curva[i];
+        for (const float v : rif.curva)
             somma = (somma ^ std::bit_cast<std::uint32_t>(v)) * 1099511628211u;
-            const bool piana = &rif.curva == &CURVA_NLOG && i == 1;
-            const bool cala = &rif.curva == &CURVA_BT709 && i == 333;
-            const float prima = i > 0 ? rif.curva[i - 1] : -1.0f;
-            if (!(piana ? v == prima : (v > prima) != cala))
-                FAIL_CHECK("sample " << i);
-        }
     }
     CHECK(somma == 10108786830191059310u);  // of these 65,536, in the order of the rows
-    CHECK(CURVA_NLOG[2] == -0.0074999994f);
-    CHECK(CURVA_BT709[332] == 0.01801655f);
-    CHECK(CURVA_BT709[333] == 0.018015701f);
 }
 
 TEST_CASE("rows: each has the curve and the matrix of its name")
@@ -214,31 +197,13 @@ TEST_CASE("formats: every choice leads to its row, others to the nearest")
     }
 }
 
-TEST_CASE("tone curve: grey and white stand where they are set, ratios stay, bright light whitens")
+TEST_CASE("tone curve: scale, norm and grey stand where they are set")
 {
-    CHECK(NEUTRA.scala == Approx(0.56205).epsilon(1e-5));
-    CHECK(NEUTRA.norma == Approx(1.0068).epsilon(1e-5));
-    for (const LookDef& look : looks()) {
-        CAPTURE(look.nome);
-        const Curva k = normalizza_curva(look.spalla, look.bianco, look.contrasto, 1.0f);
-        CHECK(std::abs(k.grigio - std::pow(0.409, 2.4)) < 5e-8);
-        CHECK(semplici::tonemap_ratio({0.18f, 0.18f, 0.18f}, k, 0.0f).g ==
-              Approx(k.grigio).epsilon(1e-5));
-        // White comes out at grigio to the power 1 - contrasto, cut at 1: only a contrast below 1
-        // keeps it from full white.
-        const RGB bianco =
-            semplici::tonemap_ratio({look.bianco, look.bianco, look.bianco}, k, 0.0f);
-        CHECK(bianco.g ==
-              Approx(std::min(1.0, std::pow(0.11698655, 1.0 - look.contrasto))).epsilon(1e-5));
-    }
-    const RGB rosso = semplici::tonemap_ratio({0.05f, 0.0f, 0.0f}, NEUTRA, 0.0f);
-    const float t = semplici::tonemap_ratio({0.01063f, 0.01063f, 0.01063f}, NEUTRA, 0.0f).g;
-    CHECK(rosso.r == Approx(t / 0.2126).epsilon(1e-5));  // luminance 0.05 * 0.2126
-    CHECK((rosso.g == 0.0f && rosso.b == 0.0f));
-    const RGB caldo = semplici::tonemap_ratio({40.0f, 20.0f, 10.0f}, NEUTRA, 1.0f);
-    CHECK((caldo.r == 1.0f && caldo.g == 1.0f && caldo.b > 0.95f));
-    const RGB nero = semplici::tonemap_ratio({-1.0f, NAN_F, 0.0f}, NEUTRA, 1.0f);
-    CHECK((nero.r > 0.0f && nero.r <= 1.0001e-9f && nero.g == nero.r && nero.b == nero.r));
+    const Curva neutra = normalizza_curva(0.9f, 18.0f, 1.0f, 1.0f);
+    CHECK(neutra.scala == Approx(0.56205).epsilon(1e-5));
+    CHECK(neutra.norma == Approx(1.0068).epsilon(1e-5));
+    for (const LookDef& look : looks())
+        CHECK(contesto_di(look).curva_look.grigio == Approx(std::pow(0.409, 2.4)).epsilon(1e-6));
 }
 
 TEST_CASE("looks: what each makes of seven S-Log3 code values")
@@ -319,13 +284,14 @@ TEST_CASE("the grade in batches has the bits of the plain one, whatever comes in
     for (const LookDef& look : looks()) {
         CAPTURE(look.nome);
         for (const Caso& caso : casi) {
-            CAPTURE(caso.forza);
-            CAPTURE(caso.ev);
+            CAPTURE(&caso - casi);
             const Contesto ctx =
                 contesto_di(look, caso.forza, caso.ev, caso.profilo, caso.guadagno);
             int diversi = 0;
             const auto prova = [&](RGB c) {
-                diversi += !stessi_bit(applica_colore(c, ctx), semplici::applica_colore(c, ctx));
+                const RGB a = applica_colore(c, ctx);
+                const RGB b = semplici::applica_colore(c, ctx);
+                diversi += std::memcmp(&a, &b, sizeof a) != 0;
             };
             for (const float a : STRANI)
                 for (const float b : STRANI)

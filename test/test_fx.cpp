@@ -5,6 +5,8 @@
 #include "catena.h"
 #include "fx/media.h"
 #include "fx/nuclei_piani.h"
+#include "fx/passo.h"
+#include "fx/vignetta.h"
 #include "quadri.h"
 
 using namespace varno;
@@ -41,12 +43,8 @@ void prova(Giro& giro, int contenuto, Misura m, const FxRicetta& ricetta, int ri
         return;
     const ThreadFinti thread(giro.thread());
     const LivelloFinto livello(giro.livello());
-    CAPTURE(giro.passo);
-    CAPTURE(giro.thread());
-    CAPTURE(std::string(gNuclei->nome));
-    CAPTURE(m.larghezza);
-    CAPTURE(m.altezza);
-    CAPTURE(contenuto);
+    INFO("step ", giro.passo, ", ", giro.thread(), " threads, ", gNuclei->nome, ", ", m.larghezza,
+         " x ", m.altezza, ", content ", contenuto);
     Campioni atteso = quadro(contenuto, m, static_cast<std::uint32_t>(giro.passo));
     Piano avuto = piano_di(atteso);
     constexpr std::ptrdiff_t DISTANZE[] = {0, 3, -1, 64};
@@ -75,8 +73,7 @@ TEST_CASE("each effect by itself gives the bits of the plain loops, on copies of
                 for (const float quantita : {1e-6f, e.massimo * 0.25f, e.massimo, 5.0f, INFINITO}) {
                     if (quantita == INFINITO && e.campo == &FxRicetta::ca)
                         continue;  // a displacement without a place
-                    CAPTURE(std::string(e.nome));
-                    CAPTURE(quantita);
+                    INFO(e.nome, " ", quantita);
                     prova(giro, k, m, uno(e, quantita), 1 + static_cast<int>(giro.passo / 3 % 4));
                 }
 }
@@ -98,7 +95,9 @@ TEST_CASE("frames of all steps of the reduction and recipes of several effects l
         prova(giro, contenuto++, m, tutti(0.5f));
 
     // Every effect behind every other: luma as the first leaves it, stale behind bloom.
-    std::vector<FxRicetta> ricette = {tutti(0.2f), tutti(1.0f), tutti(4.0f)};
+    std::vector<FxRicetta> ricette;
+    for (const float parte : {0.2f, 1.0f, 4.0f, 0.0f, -0.0f, -1.0f, NAN})
+        ricette.push_back(tutti(parte));
     for (const Voce* primo = std::begin(EFFETTI); primo != std::end(EFFETTI); ++primo)
         for (const Voce* poi = primo + 1; poi != std::end(EFFETTI); ++poi) {
             ricette.push_back(uno(*primo, primo->massimo));
@@ -167,22 +166,6 @@ TEST_CASE("the mean luminance is one sum in index order, to the last bit")
     }
 }
 
-TEST_CASE("effects that are off leave every bit and have no plan")
-{
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const Campioni prima = quadro(static_cast<int>(Contenuto::GUASTI), {37, 19}, 5);
-    for (const float spento : {0.0f, -0.0f, -1.0f, nan}) {
-        FxRicetta r;
-        for (const Voce& e : EFFETTI)
-            r.*e.campo = spento;
-        const Programma p = programma_di(r, 37, 19, false, 1);
-        CHECK(solo_passaggio(p));
-        Piano img = piano_di(prima);
-        applica_fx(img, 37, 19, r);
-        CHECK(std::memcmp(img.data(), prima.data(), prima.size() * sizeof(float)) == 0);
-    }
-}
-
 TEST_CASE("a frame takes as few sweeps, and as little memory, as its recipe allows")
 {
     struct Caso {
@@ -192,6 +175,7 @@ TEST_CASE("a frame takes as few sweeps, and as little memory, as its recipe allo
     };
     const Caso casi[] = {
         {{}, 1, 2, 0.1},
+        {{.bloom = -1.0f, .grana = NAN}, 1, 2, 0.1},
         {{.vignetta = 0.1f, .grana = 0.1f}, 1, 2, 0.2},
         {{.enhance = 0.1f, .halation = 0.1f, .bloom = 0.1f, .vignetta = 0.1f}, 4, 4, 5.0},
         {{.bloom = 0.1f, .ca = 0.1f, .mistw = 0.1f}, 4, 4, 11.2},
@@ -204,6 +188,7 @@ TEST_CASE("a frame takes as few sweeps, and as little memory, as its recipe allo
         const Programma p = piano(false);
         CHECK(static_cast<double>(p.memoria) * sizeof(float) <= c.megabyte * 1e6);
         CHECK(p.numero_spazzate == c.passate);
+        CHECK(solo_passaggio(p) == (c.megabyte == 0.1));
         CHECK(tiene_immagine(p) == (c.passate > 1));
         CHECK(piano(true).numero_spazzate == c.tutte_prima);
     }
@@ -211,4 +196,83 @@ TEST_CASE("a frame takes as few sweeps, and as little memory, as its recipe allo
     const ThreadFinti thread(16);
     CHECK(programma_di({.vignetta = 0.1f}, 4096, 15, false, 4).thread == 1);
     CHECK(programma_di({.halation = 0.1f}, 4096, 15, false, 4).thread == 16);
+}
+
+TEST_CASE("the widest level that the machine runs is chosen, the baseline comes first")
+{
+    const Nuclei* const* livelli = livelli_disponibili();
+    REQUIRE(livelli[0] != nullptr);
+    CHECK(std::string(livelli[0]->nome) == "base");
+    int ultimo = 0;
+    while (livelli[ultimo + 1] != nullptr)
+        ++ultimo;
+    CHECK(gNuclei == livelli[ultimo]);
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__APPLE__)
+    CHECK(ultimo == (__builtin_cpu_supports("avx2") ? 1 : 0));
+#endif
+}
+
+TEST_CASE("a flat frame, worked out by hand: the middle, or a corner")
+{
+    using R = FxRicetta;
+    struct Caso {
+        float R::*campo;
+        float quantita, grigio;
+        double r, g, b;
+        int x = 20, y = 20;
+    };
+    // clang-format off
+    constexpr Caso casi[] = {
+        {&R::halation, 0.6f, 0.81f, 0.847606, 0.823538, 0.814513},  // halation: 0.5^1.6 * 0.6 = 0.19793, in red, 0.36 of it, 0.12 of it
+        {&R::halation, 0.6f, 0.62f, 0.62, 0.62, 0.62},  // halation begins above its threshold
+        {&R::bloom,    0.6f, 0.86f, 0.87806, 0.87806, 0.87806},  // bloom: 1 - 0.14 * (1 - 0.6 * 0.86 * 0.25)
+        {&R::bloom,    0.6f, 1.5f, 1.05, 1.05, 1.05},  // bloom pulls what is above white, 0.9 of the way
+        {&R::streak,   0.15f, 0.9f, 0.902228, 0.904084, 0.907425},  // streak: 0.225 * 0.15 * 2.2 = 0.07425
+        {&R::streak,   0.6f, 2.0f, 1.7, 1.45, 1.0},  // streak's layer is held to 1 before its colour
+        {&R::promist,  0.55f, 0.725f, 0.766121, 0.766121, 0.766121},  // black mist: 0.25 * 0.725 * 0.55 * 1.5 = 0.14953
+        {&R::stella,   0.3f, 0.925f, 0.949975, 0.949975, 0.949975},  // star: two lines of 0.23125, * 0.3 * 2.4 = 0.333
+        {&R::mistw,    0.55f, 0.5f, 0.539193, 0.539193, 0.539193},  // white mist: halo 0.01904, then a veil of 0.0605
+        {&R::mistw,    0.55f, 0.0f, 0.0, 0.0, 0.0},  // white mist leaves black black
+        {&R::mistw,    0.55f, 1.8f, 1.0, 1.0, 1.0},  // white mist holds to 1
+        {&R::glimmer,  0.55f, 0.775f, 0.842134, 0.842134, 0.842134},  // glimmer: 0.775 * 0.5 * 0.55 * 1.4 = 0.29838
+        {&R::enhance,  0.6f, 0.4f, 0.4, 0.4, 0.4},  // enhance finds no detail
+        {&R::enhance,  0.6f, 1.4f, 1.0, 1.0, 1.0},  // enhance holds to 1
+        {&R::pelle,    0.55f, 0.4f, 0.4, 0.4, 0.4},  // skin diffusion finds no detail
+        {&R::ca,       0.6f, 0.7f, 0.7, 0.7, 0.7},  // aberration has nothing to shift
+        {&R::vignetta, 0.6f, 0.7f, 0.7, 0.7, 0.7},  // vignette spares the middle
+        {&R::vignetta, 0.6f, 0.5f, 0.2, 0.2, 0.2, 0, 0},  // vignette in the first corner: 0.5 * (1 - 0.6)
+        {&R::vignetta, 0.6f, 1.2f, 1.0, 1.0, 1.0},  // vignette holds to 1
+        {&R::grana,    0.6f, 0.5f, 0.513483, 0.513483, 0.513483, 0, 0},  // grain: cell (0, 0) of frame 0 has 0.16050887, * 0.6 * 0.14
+        {&R::grana,    0.6f, 0.0f, 0.0, 0.0, 0.0},  // grain spares black
+        {&R::grana,    0.6f, 1.0f, 1.0, 1.0, 1.0},  // grain spares white
+    };
+    // clang-format on
+    for (const Caso& caso : casi) {
+        CAPTURE(&caso - casi);
+        Piano img(40 * 40 * 3, caso.grigio);
+        FxRicetta ricetta;
+        ricetta.*caso.campo = caso.quantita;
+        applica_fx(img, 40, 40, ricetta);
+        // Behind running sums, which drift; the hand's six decimals.
+        const float* rgb = &img[static_cast<std::size_t>((caso.y * 40 + caso.x) * 3)];
+        CHECK(rgb[0] == doctest::Approx(caso.r).epsilon(1e-5));
+        CHECK(rgb[1] == doctest::Approx(caso.g).epsilon(1e-5));
+        CHECK(rgb[2] == doctest::Approx(caso.b).epsilon(1e-5));
+    }
+}
+
+TEST_CASE("one mask serves a size; those who hold another never see it change")
+{
+    const auto maschera_di = [](int larghezza, int altezza) {
+        const auto* e = *std::find_if(gNuclei->catena, gNuclei->catena + 12, [](const Effetto* v) {
+            return v->prepara == &VIGNETTA_MASK;
+        });
+        return std::static_pointer_cast<const Maschera>(
+            VIGNETTA_MASK.tieni(*e, {.larghezza = larghezza, .altezza = altezza}));
+    };
+    const auto prima = maschera_di(64, 48);
+    const Campioni pesi(prima->pesi, prima->pesi + 64 * 48);
+    CHECK(maschera_di(64, 48).get() == prima.get());
+    maschera_di(48, 64);
+    CHECK(std::memcmp(pesi.data(), prima->pesi, pesi.size() * sizeof(float)) == 0);
 }

@@ -93,9 +93,7 @@ void prova(const Giro& giro, Misura m, const FxRicetta& ricetta)
     const Campioni tavola(lut.dati.begin(), lut.dati.end());
     const ThreadFinti thread(giro.thread());
     const LivelloFinto livello(giro.livello());
-    CAPTURE(m.larghezza);
-    CAPTURE(m.altezza);
-    CAPTURE(giro.passo);
+    INFO("step ", giro.passo, ", ", m.larghezza, " x ", m.altezza);
     const Campioni pixel =
         riempi(giro.passo % 3 == 0 ? Contenuto::GUASTI : Contenuto::OLTRE, m.larghezza, m.altezza,
                4, static_cast<std::uint32_t>(giro.passo));
@@ -224,8 +222,7 @@ TEST_CASE("separate windows share no byte")
     };
     // clang-format on
     for (const Caso& c : casi) {
-        CAPTURE(c.a);
-        CAPTURE(c.b);
+        CAPTURE(&c - casi);
         const Finestra a = {memoria + c.a * 64, c.verso_a * 64};
         const Finestra b = {memoria + c.b * 64, c.verso_b * 64};
         CHECK(separate(a, b, 4, 4) == c.separate);

@@ -2,7 +2,7 @@
 // window inside both images, as hosts do; everything else may be anything. Besides what the
 // sanitizers find, a frame must write its window alone, keep alpha, release its images, and come
 // out the same on other threads and vector levels, and as plain loops make it.
-#include "banco/banco.h"
+#include "scena.h"
 
 #include "comune/nuclei.h"
 #include "ofx/ofx.h"
@@ -13,11 +13,8 @@
 #include "test/colore.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <array>
+#include <bit>
 #include <limits>
 #include <vector>
 
@@ -62,12 +59,10 @@ struct Lettore {
     unsigned fino_a(unsigned massimo) { return byte() % (massimo + 1); }
     template <class T> T grezzo()
     {
-        unsigned char b[sizeof(T)];
-        for (unsigned char& c : b)
+        std::array<std::uint8_t, sizeof(T)> b;
+        for (std::uint8_t& c : b)
             c = byte();
-        T t;
-        std::memcpy(&t, b, sizeof t);
-        return t;
+        return std::bit_cast<T>(b);
     }
 };
 
@@ -182,19 +177,6 @@ void prova_colore(Lettore& l, double tempo)
 
 // --- Images -------------------------------------------------------------------------------------
 
-struct Geometria {
-    int x, y;                // first pixel of the window
-    int larghezza, altezza;  // of the window
-};
-
-// Memory of exactly its size, so that a byte beside it is a finding.
-struct Tela {
-    std::vector<unsigned char> memoria;
-    banco::Figura figura;
-    unsigned char* finestra = nullptr;  // the window's first pixel
-    unsigned char* riga(int y) const { return finestra + long{y} * figura.byte_riga; }
-};
-
 float campione(Lettore& l, unsigned modo, std::uint32_t& caso)
 {
     caso = caso * 1664525u + 1013904223u;
@@ -202,71 +184,47 @@ float campione(Lettore& l, unsigned modo, std::uint32_t& caso)
         return static_cast<float>(caso >> 8) * 0x1p-24f * 1.25f - 0.1f;
     if (modo == 1)
         return limite<float>(caso >> 24);
-    if (modo == 2) {
-        float f;
-        std::memcpy(&f, &caso, sizeof f);
-        return f;
-    }
+    if (modo == 2)
+        return std::bit_cast<float>(caso);
     return l.p < l.fine ? static_cast<float>(l.byte()) / 200.0f : 0.9f;
 }
 
-Tela tela(Lettore& l, const Geometria& g, int righe_in_piu)
+// Bounds up to three pixels around the window, with padding and rows of either direction.
+banco::Tela tela(Lettore& l, const banco::Rettangolo& f, int righe_in_piu)
 {
-    Tela t;
-    const int sinistra = static_cast<int>(l.fino_a(3));
-    const int sotto = static_cast<int>(l.fino_a(3));
-    const int larghezza = sinistra + g.larghezza + static_cast<int>(l.fino_a(3));
-    const int altezza = sotto + g.altezza + static_cast<int>(l.fino_a(3));
-    const int passo = larghezza * 16 + 4 * static_cast<int>(l.fino_a(9));
-    const bool capovolta = l.fino_a(1) != 0;
-    const long ultima = long{altezza + righe_in_piu - 1} * passo;
-    t.memoria.resize(static_cast<std::size_t>(ultima + larghezza * 16));
+    const auto margine = [&] { return static_cast<int>(l.fino_a(3)); };
+    const banco::Rettangolo limiti{f.x1 - margine(), f.y1 - margine(), f.x2 + margine(),
+                                   f.y2 + margine() + righe_in_piu};
+    const int imbottitura = 4 * static_cast<int>(l.fino_a(9));
+    banco::Tela t = banco::tela(limiti, imbottitura, l.fino_a(1) != 0);
     const unsigned modo = l.fino_a(3);
     std::uint32_t caso = l.byte();
-    for (std::size_t b = 0; b + 4 <= t.memoria.size(); b += 4) {
-        const float f = campione(l, modo, caso);
-        std::memcpy(&t.memoria[b], &f, sizeof f);
-    }
-    const int x = g.x - sinistra;
-    const int y = g.y - sotto;
-    t.figura = {t.memoria.data() + (capovolta ? ultima : 0),
-                capovolta ? -passo : passo,
-                {x, y, x + larghezza, y + altezza}};
-    t.finestra = static_cast<unsigned char*>(t.figura.dati) + sinistra * 16;
-    t.finestra = t.riga(sotto);
+    for (int y = limiti.y1; y < limiti.y2; ++y)
+        for (int x = limiti.x1; x < limiti.x2; ++x)
+            for (int c = 0; c < 4; ++c)
+                banco::pixel(t, x, y)[c] = campione(l, modo, caso);
     return t;
 }
 
-Geometria geometria(Lettore& l)
+banco::Rettangolo finestra(Lettore& l)
 {
     // Just around the steps of the reduction, and anywhere a 32-bit coordinate can be.
     constexpr int lunghi[] = {1919, 1920, 1921, 2880, 3840, 3843};
     constexpr int origini[] = {0, 0, -7, 1000, 2147483600 - 4000, -2147483600};
     const unsigned forma = l.byte();
     const unsigned massimo = forma % 4 == 0 ? 23 : 11;
-    Geometria g{origini[l.fino_a(5)], origini[l.fino_a(5)], static_cast<int>(1 + l.fino_a(massimo)),
-                static_cast<int>(1 + l.fino_a(massimo))};
+    const int x = origini[l.fino_a(5)];
+    const int y = origini[l.fino_a(5)];
+    int larghezza = static_cast<int>(1 + l.fino_a(massimo));
+    int altezza = static_cast<int>(1 + l.fino_a(massimo));
     if (forma >= 253 && gDaStriscia++ >= RARA) {
         gDaStriscia = 0;
-        g.larghezza = lunghi[l.fino_a(5)];
-        g.altezza = std::min(g.altezza, 3);
+        larghezza = lunghi[l.fino_a(5)];
+        altezza = std::min(altezza, 3);
         if (forma == 255)
-            std::swap(g.larghezza, g.altezza);
+            std::swap(larghezza, altezza);
     }
-    return g;
-}
-
-bool stessi_bit_o_nan(const std::vector<unsigned char>& a, const std::vector<unsigned char>& b)
-{
-    for (std::size_t i = 0; i + 4 <= a.size(); i += 4) {
-        float x;
-        float y;
-        std::memcpy(&x, &a[i], 4);
-        std::memcpy(&y, &b[i], 4);
-        if (std::memcmp(&x, &y, 4) != 0 && !(std::isnan(x) && std::isnan(y)))
-            return false;
-    }
-    return true;
+    return {x, y, x + larghezza, y + altezza};
 }
 
 // --- One render ---------------------------------------------------------------------------------
@@ -281,26 +239,25 @@ void scegli_macchina(Lettore& l)
     gNuclei = livelli_disponibili()[l.fino_a(quanti - 1)];
 }
 
-int rendi(double tempo, const banco::Rettangolo& finestra, const banco::Figura& da,
-          const banco::Figura& a)
+int rendi(double tempo, const banco::Rettangolo& f, const banco::Figura& da, const banco::Figura& a)
 {
-    const int stato = banco::rendi_solo(*gIstanza, tempo, finestra, da, a);
+    const int stato = banco::rendi_solo(*gIstanza, tempo, f, da, a);
     pretendi(banco::registro(*gIstanza).violazioni.empty(), "a rule of the host was broken");
     return stato;
 }
 
 void prova_quadro(Lettore& l)
 {
-    const Geometria g = geometria(l);
+    banco::Rettangolo f = finestra(l);
     const unsigned sovrapposta = l.fino_a(7);  // 1 in place, 2 a row further on
     const bool separata = sovrapposta != 1 && sovrapposta != 2;
-    Tela da = tela(l, g, sovrapposta == 2 ? 1 : 0);
-    Tela a = separata ? tela(l, g, 0) : Tela{};
-    banco::Figura sorgente = da.figura;
-    banco::Figura uscita = separata ? a.figura : da.figura;
+    banco::Tela da = tela(l, f, sovrapposta == 2 ? 1 : 0);
+    banco::Tela a = separata ? tela(l, f, 0) : da;
+    banco::Figura sorgente = banco::figura(da);
+    sorgente.limiti.y2 -= sovrapposta == 2 ? 1 : 0;
+    banco::Figura uscita = separata ? banco::figura(a) : sorgente;
     if (sovrapposta == 2)
         uscita.dati = static_cast<unsigned char*>(uscita.dati) + uscita.byte_riga;
-    int finestra[4] = {g.x, g.y, g.x + g.larghezza, g.y + g.altezza};
     std::vector<banco::Guasto>& guasti = banco::registro(*gIstanza).guasti;
     guasti.clear();
     const unsigned disturbo = l.fino_a(31);
@@ -309,47 +266,43 @@ void prova_quadro(Lettore& l)
     } else if (disturbo == 3) {
         (l.fino_a(1) != 0 ? sorgente : uscita).dati = nullptr;
     } else if (disturbo == 4) {
-        const unsigned asse = l.fino_a(1);
-        finestra[asse] = limite<int>(l.byte());
-        finestra[asse + 2] = limite<int>(l.byte());
-        const auto lato = static_cast<std::int32_t>(static_cast<std::uint32_t>(finestra[asse + 2]) -
-                                                    static_cast<std::uint32_t>(finestra[asse]));
-        if (lato > 0)
-            finestra[asse + 2] = finestra[asse];
+        const bool alto = l.fino_a(1) != 0;
+        int& inizio = alto ? f.y1 : f.x1;
+        int& fine = alto ? f.y2 : f.x2;
+        inizio = limite<int>(l.byte());
+        fine = limite<int>(l.byte());
+        if (static_cast<std::int32_t>(std::uint32_t(fine) - std::uint32_t(inizio)) > 0)
+            fine = inizio;
     }
     const bool riesce = disturbo < 1 || disturbo > 4;
-    const banco::Rettangolo f{finestra[0], finestra[1], finestra[2], finestra[3]};
     const double tempo = l.fino_a(1) != 0 ? numero(l, -1000.0, 100000.0) : l.byte();
     prova_colore(l, tempo);
     risparmia_tabella();
     consegna_parametri();
     scegli_macchina(l);
 
-    const std::vector<unsigned char> prima_da = da.memoria;
-    std::vector<unsigned char> attesa = a.memoria;  // but for the window, which is taken over
+    const banco::Tela prima = da;
+    banco::Tela attesa = a;  // but for the window, which is taken over
     pretendi(rendi(tempo, f, sorgente, uscita) == (riesce ? 0 : 1), "status");
     guasti.clear();
     if (!separata)
         return;
 
-    pretendi(da.memoria == prima_da, "the source was written");
-    if (riesce) {
-        const auto byte = static_cast<std::size_t>(g.larghezza) * 16;
-        for (int y = 0; y < g.altezza; ++y) {
-            unsigned char* riga = a.riga(y);
-            std::memcpy(attesa.data() + (riga - a.memoria.data()), riga, byte);
-            for (std::size_t x = 12; x < byte; x += 16)
-                pretendi(std::memcmp(riga + x, da.riga(y) + x, 4) == 0, "alpha changed");
+    pretendi(da.memoria == prima.memoria, "the source was written");
+    for (int y = f.y1; riesce && y < f.y2; ++y)
+        for (int x = f.x1; x < f.x2; ++x) {
+            const float* p = banco::pixel(a, x, y);
+            pretendi(std::memcmp(p + 3, banco::pixel(da, x, y) + 3, 4) == 0, "alpha changed");
+            std::memcpy(banco::pixel(attesa, x, y), p, 16);
         }
-    }
-    pretendi(a.memoria == attesa, "written beside the window");
+    pretendi(a.memoria == attesa.memoria, "written beside the window");
 
     if (riesce && l.fino_a(2) == 0) {
         scegli_macchina(l);
         if (!chiave_da_numeri())
             return;
         pretendi(rendi(tempo, f, sorgente, uscita) == 0, "status of the second time");
-        pretendi(stessi_bit_o_nan(a.memoria, attesa), "another machine made another picture");
+        pretendi(scena::somma(a) == scena::somma(attesa), "another machine made another picture");
     }
 }
 

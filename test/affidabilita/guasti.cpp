@@ -8,7 +8,6 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
-#include <sched.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -18,9 +17,6 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <map>
 #include <new>
@@ -37,7 +33,6 @@ std::atomic<long> gBlocchi{0};    // blocks alive, whoever asked for them
 std::atomic<long> gMappati{0};    // bytes of anonymous maps alive
 std::atomic<long> gPicco{0};      // the most of them
 std::atomic<int> gThreadVivi{0};  // started and not yet joined
-unsigned gProcessori = 1;
 thread_local bool gPrincipale = false;
 
 // What a child leaves behind, in memory that it shares with its parent.
@@ -152,15 +147,6 @@ int pthread_join(pthread_t t, void** r)
     --gThreadVivi;
     return esito;
 }
-
-// What the module asks for the number of processors.
-int sched_getaffinity(pid_t, std::size_t n, cpu_set_t* processori)
-{
-    std::memset(processori, 0, n);
-    for (unsigned i = 0; i < gProcessori; ++i)
-        CPU_SET(i, processori);
-    return 0;
-}
 }
 
 namespace {
@@ -269,9 +255,9 @@ void difetto(const Scena& s, long quale, const char* testo)
     ++gDifetti;
 }
 
-void prova(Scena& s, Guasto genere, unsigned processori)
+void prova(Scena& s, Guasto genere, int processori)
 {
-    gProcessori = processori;
+    scena::gProcessori = processori;
     manda(s, Guasto::nessuno, 0, false);
     const Esito giusto = *gEsito;
     manda(s, genere, 0, false);
@@ -313,7 +299,7 @@ void prova(Scena& s, Guasto genere, unsigned processori)
         else if (e.blocchi != giusto.blocchi || e.mappati != 0)
             difetto(s, n, "memory leaked");
     }
-    std::printf("%-34s %u thread%s %-7s %5ld failing calls %5ld exceptions %5ld ends of process\n",
+    std::printf("%-34s %d thread%s %-7s %5ld failing calls %5ld exceptions %5ld ends of process\n",
                 s.nome, processori, processori == 1 ? " " : "s",
                 genere == Guasto::memoria ? "memory" : "starts", quante, eccezioni / ordini,
                 morti / ordini);

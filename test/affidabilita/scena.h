@@ -5,6 +5,10 @@
 
 #include "banco/banco.h"
 
+#ifdef __linux__
+#include <sched.h>
+#endif
+
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -16,6 +20,9 @@ namespace varno::scena {
 
 constexpr const char* EFFETTI[] = {"enhance", "pelle", "halation", "bloom", "streak",   "promist",
                                    "stella",  "mistw", "glimmer",  "ca",    "vignetta", "grana"};
+
+/// How many processors the plug-in is told that there are, also in a module.
+inline int gProcessori = 2;
 
 struct Caso {
     std::uint32_t stato;
@@ -63,16 +70,19 @@ inline banco::Tela rendi(banco::Istanza& i, double tempo, banco::Tela& sorgente)
     std::exit(1);
 }
 
+constexpr std::uint64_t INIZIO = 14695981039346656037ull;
+
 /// 64-bit FNV-1a over the samples' bits; every not-a-number counts as the same.
-inline std::uint64_t somma(const banco::Tela& t, std::uint64_t s = 14695981039346656037ull)
+inline std::uint64_t somma(const banco::Tela& t, std::uint64_t s = INIZIO)
 {
-    const float* p = banco::pixel(t, t.limiti.x1, t.limiti.y1);
-    const float* fine = p + 4l * (t.limiti.x2 - t.limiti.x1) * (t.limiti.y2 - t.limiti.y1);
-    for (; p < fine; ++p) {
-        std::uint32_t bit = 0x7fc00000u;
-        if (!std::isnan(*p))
-            std::memcpy(&bit, p, sizeof bit);
-        s = (s ^ bit) * 1099511628211ull;
+    for (int y = t.limiti.y1; y < t.limiti.y2; ++y) {
+        const float* riga = banco::pixel(t, t.limiti.x1, y);
+        for (long i = 0; i < 4l * (t.limiti.x2 - t.limiti.x1); ++i) {
+            std::uint32_t bit = 0x7fc00000u;
+            if (!std::isnan(riga[i]))
+                std::memcpy(&bit, riga + i, sizeof bit);
+            s = (s ^ bit) * 1099511628211ull;
+        }
     }
     return s;
 }
@@ -91,3 +101,13 @@ inline void estremi(banco::Modulo& m, banco::Istanza& i, bool alti)
 }
 
 }  // namespace varno::scena
+
+#ifdef __linux__
+extern "C" int sched_getaffinity(pid_t, std::size_t n, cpu_set_t* processori)
+{
+    std::memset(processori, 0, n);
+    for (int i = 0; i < varno::scena::gProcessori; ++i)
+        CPU_SET(i, processori);
+    return 0;
+}
+#endif

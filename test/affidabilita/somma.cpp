@@ -1,12 +1,11 @@
 // One set of frames, one number: 12 looks, all effects together and alone, sizes around the steps
 // of the reduction. Equal numbers from two builds or machines are equal pictures, bit for bit.
 //
-//     somma [--module FILE] [--threads N] [--level NAME] [--small] [--effects] [--write FILE]
+//     somma [--module FILE] [--threads N] [--level NAME] [--small] [--write FILE]
 //
 // Without a module it is the plug-in linked into this program. --level puts one set of vector
-// kernels in place, which a module chooses by itself. --small is a set for slow machines, --effects
-// one of pictures that never see the table and so no power of the C library but the effects' own.
-// --write puts the number down, to be compared with another machine's.
+// kernels in place, which a module chooses by itself. --small is a set for slow machines. --write
+// puts the number down, to be compared with another machine's.
 //
 // What a module leaves behind, where nothing but the module and this program is; fails where it is
 // more than nothing:
@@ -17,13 +16,7 @@
 #include "scena.h"
 
 #include "comune/nuclei.h"
-#include "fx/effetto.h"
-#include "test/catena.h"
 
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -42,7 +35,6 @@
 #endif
 #if defined(__linux__)
 #include <malloc.h>
-#include <sched.h>
 #endif
 
 extern "C" OfxPlugin* OfxGetPlugin(int);
@@ -51,19 +43,6 @@ namespace {
 
 using namespace varno;
 
-int gProcessori = 2;
-
-struct Quadri {
-    std::uint64_t totale = 14695981039346656037ull;
-    int quanti = 0;
-};
-
-void aggiungi(Quadri& q, const banco::Tela& uscita)
-{
-    q.totale = scena::somma(uscita, q.totale);
-    ++q.quanti;
-}
-
 struct Misura {
     int larghezza, altezza;
 };
@@ -71,8 +50,12 @@ constexpr Misura GRANDI[] = {{1, 1},     {1, 37},    {53, 1},    {16, 15},   {97
                              {384, 216}, {1919, 20}, {1920, 33}, {2881, 17}, {24, 3840}};
 constexpr Misura PICCOLE[] = {{1, 1}, {16, 15}, {97, 61}, {1920, 17}};
 
-// Through the whole plug-in.
-Quadri per_ospite(banco::ModuloPtr m, bool piccola)
+struct Quadri {
+    std::uint64_t totale = scena::INIZIO;
+    int quanti = 0;
+};
+
+Quadri quadri(banco::ModuloPtr m, bool piccola)
 {
     Quadri q;
     for (int look = 0; look < 12; look += piccola ? 4 : 1) {
@@ -84,7 +67,8 @@ Quadri per_ospite(banco::ModuloPtr m, bool piccola)
         banco::registro(*i).scrivi = false;
         const auto rendi = [&](Misura n, int tempo) {
             banco::Tela sorgente = scena::disegno(n.larghezza, n.altezza);
-            aggiungi(q, scena::rendi(*i, tempo, sorgente));
+            q.totale = scena::somma(scena::rendi(*i, tempo, sorgente), q.totale);
+            ++q.quanti;
         };
         const auto accendi = [&](const char* solo) {
             for (const char* effetto : scena::EFFETTI)
@@ -105,30 +89,6 @@ Quadri per_ospite(banco::ModuloPtr m, bool piccola)
             rendi(piccola ? Misura{64, 36} : Misura{384, 216}, 24);
         }
     }
-    return q;
-}
-
-// The chain alone, on pictures that were drawn and not graded.
-Quadri per_catena()
-{
-    Quadri q;
-    for (const Misura m : PICCOLE)
-        for (int n = 0; n <= 12; ++n) {
-            FxRicetta r;
-            for (int c = 0; c < 12; ++c)
-                r.*gNuclei->catena[c]->quantita = n == 12 || n == c ? 0.4f : 0.0f;
-            r.fotogramma = n;
-            banco::Tela quadro = scena::disegno(m.larghezza, m.altezza, 1);
-            float* rgba = banco::pixel(quadro, 0, 0);
-            const auto pixel = static_cast<std::size_t>(m.larghezza * m.altezza);
-            Piano img(pixel * 3);
-            for (std::size_t k = 0; k < pixel * 3; ++k)
-                img[k] = std::isfinite(rgba[k]) ? rgba[k] : 0.5f;
-            applica_fx(img, m.larghezza, m.altezza, r);
-            for (std::size_t k = 0; k < pixel * 3; ++k)
-                rgba[k] = img[k];
-            aggiungi(q, quadro);
-        }
     return q;
 }
 
@@ -275,53 +235,37 @@ int fai(int argc, char** argv)
     const char* modulo = nullptr;
     const char* scrivi = nullptr;
     bool piccola = false;
-    bool catena = false;
     for (int n = 1; n < argc; ++n) {
         const std::string a = argv[n];
-        const char* v = n + 1 < argc ? argv[n + 1] : "";
-        const bool sola = a == "--small" || a == "--effects";
-        piccola |= a == "--small";
-        catena |= a == "--effects";
-        if (a == "--boundary" && modulo != nullptr)
-            return confine(modulo);
-        if (a == "--exception" && modulo != nullptr)
-            return eccezione(modulo);
-        if (a == "--cycles" && modulo != nullptr)
-            return cicli(modulo, std::atoi(v));
-        if (a == "--module")
-            modulo = v;
+        const auto valore = [&] { return n + 1 < argc ? argv[++n] : ""; };
+        if (a == "--small")
+            piccola = true;
+        else if (a == "--module")
+            modulo = valore();
         else if (a == "--threads")
-            gProcessori = std::atoi(v);
+            scena::gProcessori = std::atoi(valore());
         else if (a == "--write")
-            scrivi = v;
-        else if (!sola && (a != "--level" || !scegli_livello(v)))
-            throw std::invalid_argument("not known here: " + a + " " + v);
-        n += sola ? 0 : 1;
+            scrivi = valore();
+        else if (a == "--boundary" && modulo != nullptr)
+            return confine(modulo);
+        else if (a == "--exception" && modulo != nullptr)
+            return eccezione(modulo);
+        else if (a == "--cycles" && modulo != nullptr)
+            return cicli(modulo, std::atoi(valore()));
+        else if (a != "--level" || !scegli_livello(valore()))
+            throw std::invalid_argument("not known here: " + a);
     }
-    const Quadri q =
-        catena ? per_catena()
-               : per_ospite(banco::carica(modulo != nullptr ? banco::apri(modulo)
-                                                            : banco::apri(OfxGetPlugin(0))),
-                            piccola);
+    const Quadri q = quadri(
+        banco::carica(modulo != nullptr ? banco::apri(modulo) : banco::apri(OfxGetPlugin(0))),
+        piccola);
     std::printf("%016llx  %d frames, %d threads, %s\n", static_cast<unsigned long long>(q.totale),
-                q.quanti, gProcessori, modulo != nullptr ? "module" : gNuclei->nome);
+                q.quanti, scena::gProcessori, modulo != nullptr ? "module" : gNuclei->nome);
     return scrivi == nullptr || std::ofstream(scrivi, std::ios::binary) << q.totale << std::endl
                ? 0
                : 1;
 }
 
 }  // namespace
-
-#if defined(__linux__)
-// What the plug-in asks for the number of processors, also from a module.
-extern "C" int sched_getaffinity(pid_t, std::size_t n, cpu_set_t* processori)
-{
-    std::memset(processori, 0, n);
-    for (int i = 0; i < gProcessori; ++i)
-        CPU_SET(i, processori);
-    return 0;
-}
-#endif
 
 int main(int argc, char** argv)
 {
