@@ -4,6 +4,7 @@
 
 #include "banco/banco.h"
 #include "prova.h"
+#include "semplici.h"
 
 namespace prova {
 
@@ -56,24 +57,14 @@ inline void senza_violazioni(const Registro& r)
     CHECK(unite(violazioni_senza_azione()) == "");
 }
 
-/// A value that has nothing to do with its neighbours', about 0 to 1 with some beyond.
-inline float rumore(int x, int y, int c)
-{
-    std::uint32_t h = static_cast<std::uint32_t>(x) * 374761393u +
-                      static_cast<std::uint32_t>(y) * 668265263u +
-                      static_cast<std::uint32_t>(c) * 2246822519u;
-    h = (h ^ (h >> 13)) * 1274126177u;
-    return static_cast<float>((h >> 8) & 0xFFFFu) / 60000.0f - 0.03f;
-}
-
-/// Noise with alpha of any bit pattern.
+/// Noise from -0.03 to 1.06, with alpha of any bit pattern.
 inline void dipingi(Tela& t)
 {
     for (int y = t.limiti.y1; y < t.limiti.y2; ++y)
         for (int x = t.limiti.x1; x < t.limiti.x2; ++x) {
             float* p = pixel(t, x, y);
             for (int c = 0; c < 3; ++c)
-                p[c] = rumore(x, y, c);
+                p[c] = 1.09f * varno::semplici::hash_grana(x, y, c) - 0.03f;
             const std::uint32_t alfa = static_cast<std::uint32_t>(x) * 2654435761u ^
                                        static_cast<std::uint32_t>(y) * 40503u;
             std::memcpy(p + 3, &alfa, sizeof alfa);

@@ -1,4 +1,4 @@
-// What all tests share: the test library, the standard one, a grade's context and thread counts.
+// What all tests share: the test library, the standard one, a grade's context, variables set for a while.
 #pragma once
 
 #include "colore.h"
@@ -21,13 +21,11 @@
 #include <limits>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <numeric>
 #include <random>
 #include <string>
 #include <thread>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -56,18 +54,21 @@ inline varno::Contesto contesto_di(const varno::LookDef& l, float forza = 1.0f, 
     return {&l, curva, forza, ev, guadagno, neutra, profilo};
 }
 
-/// Makes parallel_for count on n hardware threads while it lives; not while anything runs.
-struct ThreadFinti {
-    explicit ThreadFinti(unsigned n) : prima(varno::gThreadHardware)
-    {
-        quanti = n;
-        varno::gThreadHardware = [] { return quanti; };
-    }
-    ~ThreadFinti() { varno::gThreadHardware = prima; }
-    ThreadFinti(const ThreadFinti&) = delete;
-    ThreadFinti& operator=(const ThreadFinti&) = delete;
+/// A process-wide variable has another value while this lives; not while anything runs.
+template <class T> struct Finto {
+    Finto(T& v, T altra) : dove(v), prima(std::exchange(v, altra)) {}
+    ~Finto() { dove = prima; }
+    Finto(const Finto&) = delete;
+    Finto& operator=(const Finto&) = delete;
 
-  private:
-    static inline unsigned quanti = 1;
-    unsigned (*prima)();
+    T& dove;
+    T prima;
 };
+
+/// parallel_for counts on n hardware threads.
+inline Finto<unsigned (*)()> thread_finti(unsigned n)
+{
+    static unsigned quanti;
+    quanti = n;
+    return {varno::gThreadHardware, [] { return quanti; }};
+}

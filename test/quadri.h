@@ -53,17 +53,6 @@ Piano piano_di(const Campioni& c);
 /// Empty where all bits are equal, not-a-number being equal to any other; else the first place.
 std::string differenza(const Campioni& atteso, const Piano& avuto, int larghezza, int canali);
 
-/// The kernels of one instruction set while it lives; not while anything runs.
-struct LivelloFinto {
-    explicit LivelloFinto(const Nuclei* n) : prima(gNuclei) { gNuclei = n; }
-    ~LivelloFinto() { gNuclei = prima; }
-    LivelloFinto(const LivelloFinto&) = delete;
-    LivelloFinto& operator=(const LivelloFinto&) = delete;
-
-  private:
-    const Nuclei* prima;
-};
-
 /// Thread counts and instruction sets in turn, so that a long table meets all of them.
 struct Giro {
     unsigned thread() const;

@@ -41,8 +41,8 @@ void prova(Giro& giro, int contenuto, Misura m, const FxRicetta& ricetta, int ri
 {
     if (!giro.avanti())
         return;
-    const ThreadFinti thread(giro.thread());
-    const LivelloFinto livello(giro.livello());
+    const auto thread = thread_finti(giro.thread());
+    const Finto livello(gNuclei, giro.livello());
     INFO("step ", giro.passo, ", ", giro.thread(), " threads, ", gNuclei->nome, ", ", m.larghezza,
          " x ", m.altezza, ", content ", contenuto);
     Campioni atteso = quadro(contenuto, m, static_cast<std::uint32_t>(giro.passo));
@@ -135,7 +135,7 @@ TEST_CASE("the mean luminance is one sum in index order, to the last bit")
             const semplici::Quadro q = semplici::quadro_di(img, W, H);
             const double attesa = std::accumulate(q.luma.begin(), q.luma.end(), 0.0);
             for (const Nuclei* const* l = livelli_disponibili(); *l != nullptr; ++l) {
-                const LivelloFinto livello(*l);
+                const Finto livello(gNuclei, *l);
                 const Quadro quadro = {.larghezza = W, .altezza = H};
                 std::vector<double> somme;
                 for (std::size_t y = 0; y < H; ++y)
@@ -184,7 +184,7 @@ TEST_CASE("a frame takes as few sweeps, and as little memory, as its recipe allo
         const auto piano = [&](bool tutte_prima) {
             return programma_di(c.ricetta, 3840, 2160, tutte_prima, 4);
         };
-        const ThreadFinti thread(2);
+        const auto thread = thread_finti(2);
         const Programma p = piano(false);
         CHECK(static_cast<double>(p.memoria) * sizeof(float) <= c.megabyte * 1e6);
         CHECK(p.numero_spazzate == c.passate);
@@ -193,7 +193,7 @@ TEST_CASE("a frame takes as few sweeps, and as little memory, as its recipe allo
         CHECK(piano(true).numero_spazzate == c.tutte_prima);
     }
     // Fifteen rows are not shared out, the columns of their planes are.
-    const ThreadFinti thread(16);
+    const auto thread = thread_finti(16);
     CHECK(programma_di({.vignetta = 0.1f}, 4096, 15, false, 4).thread == 1);
     CHECK(programma_di({.halation = 0.1f}, 4096, 15, false, 4).thread == 16);
 }

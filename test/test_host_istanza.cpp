@@ -106,8 +106,7 @@ TEST_CASE("a chooser that cannot be had leaves the others alone")
     };
     // clang-format on
     for (const Caso& caso : casi) {
-        CAPTURE(caso.guasto.funzione);
-        CAPTURE(caso.guasto.nome);
+        INFO(caso.guasto.funzione, " ", caso.guasto.nome);
         const IstanzaPtr i = nuova_istanza(modulo());
         imposta(*i, "formato", 12);
         registro(*i).guasti = {caso.guasto};

@@ -113,8 +113,7 @@ void a_turno(Registro& r, const std::function<void()>& azione)
     REQUIRE(!chiamate.empty());
     for (std::size_t n = 0; n < chiamate.size(); ++n)
         for (const Resto resto : {Resto::intatto, Resto::nullo}) {
-            CAPTURE(testo(chiamate[n]));
-            CAPTURE(static_cast<int>(resto));
+            INFO(testo(chiamate[n]), " ", static_cast<int>(resto));
             r.guasti = {{"", "", "", 1, static_cast<long>(n), 1, resto}};
             r.violazioni.clear();
             azione();
@@ -275,8 +274,7 @@ TEST_CASE("a frame that cannot be made releases what it holds, source first, and
     };
     // clang-format on
     for (const Caso& caso : casi) {
-        CAPTURE(caso.guasto.funzione);
-        CAPTURE(caso.guasto.nome);
+        INFO(caso.guasto.funzione, " ", caso.guasto.nome);
         fallito(*i, caso.fine, {caso.guasto});
     }
     // Without pixels the settings are still read, and the table brought up to date.
@@ -387,22 +385,6 @@ TEST_CASE("bounds and row bytes that cannot be read count as 0")
     CHECK(quadro(limiti, RIGA, nullptr) != senza_righe);
     CHECK(quadro(limiti, RIGA, "image Source.OfxImagePropBounds") == senza_limiti);
     CHECK(quadro(limiti, RIGA, "image Source.OfxImagePropRowBytes") == senza_righe);
-}
-
-TEST_CASE("values are those of the frame's time")
-{
-    const IstanzaPtr i = crea_istanza(modulo(), SPENTO);
-    imposta(*i, "halation_on", 1);
-    imposta_chiavi(*i, "halation", {{20, 0.6}, {10, 0.2}});
-    imposta_chiavi(*i, "formato", {{0, 16}, {15, 4}});
-    const auto fermo = [](double halation, int formato) {
-        return fotogramma(
-            con(SPENTO, {{"halation_on", 1}, {"halation", halation}, {"formato", formato}}), 18,
-            16);
-    };
-    CHECK(fotogramma(*i, 18, 16, 5.0) == fermo(0.2, 16));
-    CHECK(fotogramma(*i, 18, 16, 15.0) == fermo(0.2 + 0.5 * (0.6 - 0.2), 4));
-    CHECK(fotogramma(*i, 18, 16, 99.0) == fermo(0.6, 4));
 }
 
 TEST_CASE("the grain's frame number is the time cut towards 0, the lowest where none fits")
@@ -561,8 +543,7 @@ TEST_CASE(
     const Bit attesi[] = {reso(*istanze[0], normale), reso(*istanze[1], normale)};
     for (const std::uint64_t m : MODI)
         for (int n = 0; n < 2; ++n) {  // each has its table built anew
-            CAPTURE(m);
-            CAPTURE(n);
+            INFO("mode ", m, ", instance ", n);
             CHECK(reso(*istanze[n], m) == attesi[n]);
         }
 }

@@ -91,8 +91,8 @@ void prova(const Giro& giro, Misura m, const FxRicetta& ricetta)
                                    tavola(1, 4, Contenuto::OLTRE), tavola(9, 4, Contenuto::OLTRE)};
     const Lut3D& lut = tavole[giro.passo % std::size(tavole)];
     const Campioni tavola(lut.dati.begin(), lut.dati.end());
-    const ThreadFinti thread(giro.thread());
-    const LivelloFinto livello(giro.livello());
+    const auto thread = thread_finti(giro.thread());
+    const Finto livello(gNuclei, giro.livello());
     INFO("step ", giro.passo, ", ", m.larghezza, " x ", m.altezza);
     const Campioni pixel =
         riempi(giro.passo % 3 == 0 ? Contenuto::GUASTI : Contenuto::OLTRE, m.larghezza, m.altezza,

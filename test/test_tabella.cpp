@@ -1,65 +1,63 @@
 // The table: its points, and when it is built anew.
 #include "prova.h"
 #include "render/lut3d.h"
+#include "semplici_colore.h"
 
 using namespace varno;
 
-namespace {
-
-// Samples that differ from applica_colore at their grid point, in any bit; of large tables, those
-// of one row in 37.
-int diversi(const Lut3D& lut, const Contesto& ctx)
-{
-    const float passo = 1.0f / static_cast<float>(lut.N - 1);
-    int n = 0;
-    for (int riga = 0; riga<lut.N * lut.N; riga += lut.N> 20 ? 37 : 1)
-        for (int R = 0; R < lut.N; ++R) {
-            const RGB c = applica_colore({static_cast<float>(R) * passo,
-                                          static_cast<float>(riga % lut.N) * passo,
-                                          static_cast<float>(riga / lut.N) * passo},
-                                         ctx);
-            n += std::memcmp(&lut.dati[static_cast<std::size_t>((riga * lut.N + R) * 3)], &c,
-                             sizeof c) != 0;
-        }
-    return n;
-}
-
-}  // namespace
-
-TEST_CASE("table: every grid point holds applica_colore's bits")
+TEST_CASE("table: every grid point holds the bits of the plain grade")
 {
     constexpr float NAN_F = std::numeric_limits<float>::quiet_NaN();
+    constexpr float INF_F = std::numeric_limits<float>::infinity();
     struct Caso {
-        std::size_t look;
-        int n;
         float forza, ev;
+        RGB guadagno;
         int profilo;
     };
-    // 100 points make a row longer than a batch, 81 is what renders use; row 30 clamps nothing,
-    // the log rows most of their top half.
+    // Row 30 clamps nothing, the log rows most of their top half.
     // clang-format off
-    constexpr Caso casi[] = {
-        { 1, 81, 1.0f,   0.0f,  0},
-        { 9, 81, 0.5f,   0.3f, 11},
-        { 0, 17, 1.0f,   2.0f,  0},  { 2, 17, 0.5f, -1.0f,  2},  { 3, 17, 0.0f,  0.0f, 30},
-        { 4, 17, 1.0f,   0.0f, 30},  { 5, 17, 1.0f,  0.0f,  0},  { 8, 17, 0.7f,  1.0f,  7},
-        {10, 17, NAN_F,  0.0f,  0},  {11, 17, 1.0f,  NAN_F, 5},  { 6, 17, 1.0f,  1e30f, 0},
-        { 7,  2, 1.0f,   0.0f,  1},  { 1, 16, 1.0f, -1e30f, 0},  { 2, 100, 0.5f, 0.0f,  0},
+    const Caso casi[] = {
+        {1.0f,  0.0f,   {1.0f, 1.0f, 1.0f},       0},
+        {0.0f,  0.5f,   {1.1f, 0.9f, 0.8f},       0},
+        {-0.0f, 0.0f,   {1.0f, 1.0f, 1.0f},       1},
+        {0.5f, -1.3f,   {0.8f, 1.2f, 1.1f},      17},
+        {1.0f,  3.0f,   {1.0f, 1.0f, 1.0f},       7},
+        {NAN_F, 0.0f,   {1.0f, 1.0f, 1.0f},       2},
+        {INF_F, 0.0f,   {1.0f, 1.0f, 1.0f},      31},
+        {1.0f,  NAN_F,  {1.0f, 1.0f, 1.0f},       0},
+        {1.0f,  1e30f,  {1.0f, 1.0f, 1.0f},       9},
+        {0.004f,-1e30f, {1.0f, 1.0f, 1.0f},      30},
+        {0.4f, -28.0f,  {1.0f, 1.0f, 1.0f},      30},  // light around the curve's floor
+        {0.3f,  0.0f,   {1e38f, -1e38f, 1.0f},    0},
+        {1.0f,  0.0f,   {INF_F, NAN_F, -INF_F},  24},
     };
+    // Points an axis: 81 is what renders use, 100 make a row longer than a batch.
+    constexpr int LATI[] = {81, 100, 17, 2, 9, 16, 13, 17, 9, 3};
     // clang-format on
-    for (const Caso& caso : casi) {
-        CAPTURE(&caso - casi);
-        const Contesto ctx = contesto_di(looks()[caso.look], caso.forza, caso.ev, caso.profilo,
-                                         {1.05f, 0.98f, 0.95f});
-        for (const unsigned thread : {1u, 3u}) {
-            const ThreadFinti finti(thread);
+    int giro = 0;
+    for (const LookDef& look : looks())
+        for (const Caso& caso : casi) {
+            const int n = giro < 4 ? LATI[giro] : LATI[2 + giro % 8];
+            const auto finti = thread_finti(1 + giro++ % 3);
+            INFO(look.nome, ", row ", &caso - casi, ", ", n, " points");
+            const Contesto ctx =
+                contesto_di(look, caso.forza, caso.ev, caso.profilo, caso.guadagno);
             Lut3D lut;
-            lut.costruisci(ctx, caso.n);
-            REQUIRE(lut.N == caso.n);
-            REQUIRE(lut.dati.size() == static_cast<std::size_t>(caso.n * caso.n * caso.n * 3));
-            CHECK(diversi(lut, ctx) == 0);
+            lut.costruisci(ctx, n);
+            REQUIRE(lut.N == n);
+            REQUIRE(lut.dati.size() == static_cast<std::size_t>(n * n * n * 3));
+            const float passo = 1.0f / static_cast<float>(n - 1);
+            int diversi = 0;
+            for (int i = 0; i<n * n * n; i += n> 20 && i % n == n - 1 ? 36 * n + 1 : 1) {
+                const RGB c = semplici::applica_colore({static_cast<float>(i % n) * passo,
+                                                        static_cast<float>(i / n % n) * passo,
+                                                        static_cast<float>(i / n / n) * passo},
+                                                       ctx);
+                diversi +=
+                    std::memcmp(&lut.dati[3 * static_cast<std::size_t>(i)], &c, sizeof c) != 0;
+            }
+            CHECK(diversi == 0);
         }
-    }
 }
 
 TEST_CASE("table: shared while all settings are equal, rebuilt when one differs")
@@ -113,24 +111,20 @@ TEST_CASE("parallel_for splits into contiguous chunks, each index in one")
     // clang-format on
     for (const Caso& caso : casi) {
         CAPTURE(&caso - casi);
-        const ThreadFinti finti(caso.hc);
-        std::mutex m;
-        std::map<std::uint64_t, std::uint64_t> pezzi;  // by their beginnings
-        int altrove = 0;
+        const auto finti = thread_finti(caso.hc);
+        std::vector<std::uint64_t> pezzo(caso.count);  // that each index was in, by its end
+        std::atomic<std::size_t> pezzi{0}, altrove{0};
         parallel_for_blocchi(caso.count, [&, chi = std::this_thread::get_id()](std::uint64_t inizio,
                                                                                std::uint64_t fine) {
-            const std::lock_guard<std::mutex> guardia(m);
-            pezzi.emplace(inizio, fine);
+            for (std::uint64_t i = inizio; i < fine; ++i)
+                pezzo[i] += fine;
+            ++pezzi;
             altrove += std::this_thread::get_id() != chi;
         });
-        REQUIRE(pezzi.size() == caso.pezzi);
-        CHECK(altrove == (caso.sul_chiamante ? 0 : static_cast<int>(caso.pezzi)));
-        CHECK((pezzi.empty() || pezzi.rbegin()->first == caso.ultimo));
-        std::uint64_t atteso = 0;
-        for (const auto& [inizio, fine] : pezzi) {
-            CHECK((inizio == atteso && fine > inizio));
-            atteso = fine;
-        }
-        CHECK(atteso == caso.count);
+        CHECK(pezzi == caso.pezzi);
+        CHECK(altrove == (caso.sul_chiamante ? 0 : caso.pezzi));
+        CHECK(std::is_sorted(pezzo.begin(), pezzo.end()));
+        CHECK(std::count(pezzo.begin(), pezzo.end(), caso.count) ==
+              static_cast<long>(caso.count - caso.ultimo));
     }
 }

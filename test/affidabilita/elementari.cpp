@@ -10,16 +10,17 @@
 #include "comune/elementari.h"
 
 #include "looks/catalogo.h"
+#include "render/parallel_for.h"
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <mutex>
 #include <random>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #ifdef __GLIBC__
@@ -84,26 +85,20 @@ bool gFallito = false;
 // Blocks numbered 0 to quanti, shared out to all processors; fai fills and computes one.
 template <class Fai> void prova(const std::string& nome, std::uint64_t quanti, const Fai& fai)
 {
-    std::vector<Conto> conti(std::max(1u, std::thread::hardware_concurrency()));
-    std::vector<std::thread> thread;
-    for (std::uint64_t parte = 0; parte < conti.size(); ++parte)
-        thread.emplace_back([&, parte] {
-            Blocco k;
-            Conto conto;
-            for (std::uint64_t i = parte; i < quanti; i += conti.size()) {
-                fai(k, i);
-                conto.aggiungi(k);
-            }
-            conti[parte] = conto;
-        });
-    for (std::thread& t : thread)
-        t.join();
     Conto c;
-    for (const Conto& altro : conti) {
-        c.casi += altro.casi;
-        c.diversi += altro.diversi;
-        c.passi = std::max(c.passi, altro.passi);
-    }
+    std::mutex mutex;
+    varno::parallel_for_blocchi(quanti, [&](std::uint64_t da, std::uint64_t a) {
+        Blocco k;
+        Conto conto;
+        for (std::uint64_t i = da; i < a; ++i) {
+            fai(k, i);
+            conto.aggiungi(k);
+        }
+        const std::lock_guard<std::mutex> guardia(mutex);
+        c.casi += conto.casi;
+        c.diversi += conto.diversi;
+        c.passi = std::max(c.passi, conto.passi);
+    });
     std::printf("%-28s %11llu cases, %llu differ, by %llu steps at most\n", nome.c_str(),
                 static_cast<unsigned long long>(c.casi), static_cast<unsigned long long>(c.diversi),
                 static_cast<unsigned long long>(c.passi));
@@ -127,6 +122,9 @@ void prova_tratto(const std::string& nome, std::uint64_t da, std::uint64_t a, st
         calcola(k, nostra, loro);
     });
 }
+
+constexpr auto ESPONENZIALE = [](auto x, auto) { return esponenziale(x); };
+constexpr auto EXPF = [](float x, float) { return expf(x); };
 
 void prova_potenze(std::uint64_t passo)
 {
@@ -156,12 +154,14 @@ void prova_potenze(std::uint64_t passo)
     }
 }
 
+void calcola_angoli(Blocco& k)
+{
+    calcola(
+        k, [](auto y, auto x) { return arcotangente(y, x); }, atan2f);
+}
+
 void prova_angoli(std::uint64_t passo)
 {
-    const auto calcola_angoli = [](Blocco& k) {
-        calcola(
-            k, [](auto y, auto x) { return arcotangente(y, x); }, atan2f);
-    };
     // Hues of the colours of 8 bits.
     prova("hues", 256 * 256 / (passo > 1 ? 64 : 1), [&](Blocco& k, std::uint64_t blocco) {
         k.n = 256;
@@ -229,14 +229,11 @@ void prova_speciali()
     });
     prova("special exponentials", n * n, [&](Blocco& k, std::uint64_t i) {
         riempi(k, i);
-        calcola(
-            k, [](auto x, auto) { return esponenziale(x); },
-            [](float x, float) { return expf(x); });
+        calcola(k, ESPONENZIALE, EXPF);
     });
     prova("special angles", n * n, [&](Blocco& k, std::uint64_t i) {
         riempi(k, i);
-        calcola(
-            k, [](auto y, auto x) { return arcotangente(y, x); }, atan2f);
+        calcola_angoli(k);
     });
 }
 
@@ -272,9 +269,7 @@ int main(int argc, char** argv)
 #endif
     prova_speciali();
     prova_potenze(passo);
-    prova_tratto(
-        "e^x, x any float", 0, std::uint64_t{1} << 32, passo,
-        [](auto x, auto) { return esponenziale(x); }, [](float x, float) { return expf(x); });
+    prova_tratto("e^x, x any float", 0, std::uint64_t{1} << 32, passo, ESPONENZIALE, EXPF);
     prova_angoli(passo);
     if (!metro()) {
         std::puts("not the C library to compare with: differences count for nothing");
