@@ -23,13 +23,6 @@ inline Modulo& modulo()
     return *m;
 }
 
-/// A name that no other run uses, in the system's folder for such files.
-inline std::filesystem::path temporaneo(const char* nome)
-{
-    std::random_device caso;
-    return std::filesystem::temp_directory_path() / (nome + std::to_string(caso()));
-}
-
 using Testi = std::vector<std::string>;
 using Valori = std::map<std::string, double>;
 

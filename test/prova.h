@@ -1,7 +1,7 @@
-// What all tests share: the test library, the standard one, a grade's context, variables set for a while.
+// What all tests share: libraries, the context of a grade, variables that are set for a while.
 #pragma once
 
-#include "colore.h"
+#include "colore/colore.h"
 #include "looks/catalogo.h"
 #include "render/parallel_for.h"
 
@@ -30,15 +30,7 @@
 #include <vector>
 
 /// Sanitizers make everything ten times as slow, and a thread a hundred times.
-#if !defined(__has_feature)
-#define __has_feature(x) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                               \
-    __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool LENTO = true;
-#else
-constexpr bool LENTO = false;
-#endif
+constexpr bool LENTO = VARNO_LENTO;
 
 inline const std::vector<varno::LookDef>& looks()
 {

@@ -13,9 +13,7 @@ extern const Nuclei NUCLEI;
 
 namespace {
 
-constexpr float INF = std::numeric_limits<float>::infinity();
-constexpr float NAN_ = std::numeric_limits<float>::quiet_NaN();
-constexpr float GUASTI[] = {NAN_, INF, -INF};
+constexpr float GUASTI[] = {NAN, INFINITY, -INFINITY};
 constexpr float ESTREMI[] = {1e-40f, -1e-42f, -0.0f, 3.0e38f, -3.0e38f, 1e19f, -2.0f, 3e-8f};
 
 // Starting threads is what most of these tests' time goes to: most runs do without.

@@ -2,7 +2,6 @@
 // the number of threads and the instruction set.
 #include "fx/fx.h"
 
-#include "catena.h"
 #include "fx/media.h"
 #include "fx/nuclei_piani.h"
 #include "fx/passo.h"
@@ -12,8 +11,6 @@
 using namespace varno;
 
 namespace {
-
-constexpr float INFINITO = std::numeric_limits<float>::infinity();
 
 // clang-format off
 constexpr Misura PICCOLE[] = {
@@ -33,6 +30,31 @@ constexpr int CONTENUTI = static_cast<int>(Contenuto::MASSIMO_);
 Campioni quadro(int contenuto, Misura m, std::uint32_t seme)
 {
     return riempi(static_cast<Contenuto>(contenuto), m.larghezza, m.altezza, 3, seme);
+}
+
+// img: larghezza * altezza * 3 floats, changed in place; riduzione 0: the frame's own. The picture
+// lies in rows that are so many floats farther apart than they need, upside down if that is
+// negative. Memory is handed out used: what is read before it is written is not-a-number.
+void applica_fx(Piano& img, int larghezza, int altezza, const FxRicetta& ricetta, int riduzione = 0,
+                std::ptrdiff_t distanza = 0)
+{
+    const Programma p = programma_di(ricetta, larghezza, altezza, true,
+                                     riduzione > 0 ? riduzione : riduzione_di(larghezza, altezza));
+    const std::ptrdiff_t riga = 3 * std::ptrdiff_t{larghezza};
+    const std::ptrdiff_t passo = (p.piano_in_quadro ? riga + larghezza : riga) + std::abs(distanza);
+    Piano memoria(p.memoria, NAN);
+    Piano quadro(static_cast<std::size_t>(passo * altezza), NAN);
+    const Immagine campo =
+        distanza < 0 ? Immagine{quadro.end() - passo, -passo} : Immagine{quadro.data(), passo};
+    applica_fx(p, campo, memoria.data(),
+               {.entra =
+                    [&](float* rgb, std::ptrdiff_t y) {
+                        std::copy_n(&img[static_cast<std::size_t>(y * riga)], riga, rgb);
+                    },
+                .esce =
+                    [&](const float* rgb, std::ptrdiff_t y) {
+                        std::copy_n(rgb, riga, &img[static_cast<std::size_t>(y * riga)]);
+                    }});
 }
 
 // A frame of this content by the chain and by the plain loops, with the next count of threads, set
@@ -70,8 +92,8 @@ TEST_CASE("each effect by itself gives the bits of the plain loops, on copies of
     for (const Voce& e : EFFETTI)
         for (const Misura m : PICCOLE)
             for (int k = 0; k < CONTENUTI; ++k)
-                for (const float quantita : {1e-6f, e.massimo * 0.25f, e.massimo, 5.0f, INFINITO}) {
-                    if (quantita == INFINITO && e.campo == &FxRicetta::ca)
+                for (const float quantita : {1e-6f, e.massimo * 0.25f, e.massimo, 5.0f, INFINITY}) {
+                    if (quantita == INFINITY && e.campo == &FxRicetta::ca)
                         continue;  // a displacement without a place
                     INFO(e.nome, " ", quantita);
                     prova(giro, k, m, uno(e, quantita), 1 + static_cast<int>(giro.passo / 3 % 4));
@@ -107,10 +129,8 @@ TEST_CASE("frames of all steps of the reduction and recipes of several effects l
     std::mt19937 caso(3);
     for (int n = 0; n < 40; ++n)
         ricette.push_back(ricetta_a_caso(caso));
-    constexpr std::int32_t MIN = std::numeric_limits<std::int32_t>::min();
-    constexpr std::int32_t MAX = std::numeric_limits<std::int32_t>::max();
     for (const auto& [punte, fotogramma] :
-         {std::pair{-4, 1}, {0, -1}, {3, MIN}, {7, MAX}, {100, 0}})
+         {std::pair{-4, 1}, {0, -1}, {3, INT_MIN}, {7, INT_MAX}, {100, 0}})
         ricette.push_back(
             {.grana = 0.6f, .fotogramma = fotogramma, .stella = 0.6f, .punte = punte});
     for (const FxRicetta& r : ricette)

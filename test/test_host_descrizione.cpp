@@ -132,7 +132,9 @@ TEST_CASE("the binary holds one plug-in, and its record")
 TEST_CASE("load asks for three suites, whatever is missing, and says so")
 {
     // The binary under another name: the system then gives it data of its own.
-    const std::filesystem::path copia = temporaneo("varno-prova-") += ".ofx";
+    const std::filesystem::path copia =
+        std::filesystem::temp_directory_path() /
+        ("varno-prova-" + std::to_string(std::random_device()()) + ".ofx");
     std::filesystem::copy_file(binario(modulo()), copia);
     const std::string tutte = "fetchSuite OfxImageEffectSuite[1]\nfetchSuite OfxPropertySuite[1]\n"
                               "fetchSuite OfxParameterSuite[1]\n";

