@@ -2,7 +2,7 @@
 #include "tools/argomenti.h"
 #include "tools/comandi/comandi.h"
 #include "tools/messaggi.h"
-#include "tools/quadri/sequenza.h"
+#include "tools/quadri/sorgente.h"
 #include "tools/quadri/uscita.h"
 
 #include <CLI/CLI.hpp>

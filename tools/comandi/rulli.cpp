@@ -2,8 +2,8 @@
 #include "tools/comandi/rulli.h"
 
 #include "tools/errore.h"
-#include "tools/quadri/filmato_flussi.h"
-#include "tools/quadri/sequenza.h"
+#include "tools/quadri/filmato.h"
+#include "tools/quadri/sorgente.h"
 
 #include <OpenImageIO/strutil.h>
 

@@ -1,50 +1,85 @@
 // What is written: a picture, a numbered sequence or a movie, all given frames alike.
 #include "tools/quadri/destinazione.h"
 
+#include "tools/argomenti.h"
 #include "tools/messaggi.h"
 
-#include <OpenImageIO/strutil.h>
-
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
-#include <system_error>
 
 namespace varno::provino {
 namespace {
 
 namespace fs = std::filesystem;
 
-void apri_ripresa(Destinazione& a, const Sorgente& da)
+// "name,timecode", and what stands there before a frame tells better.
+std::map<std::string, std::string> leggi_scritte(const std::string& testo, const Sorgente& da)
 {
-    const ModoDestinazione& m = a.modo;
-    if (da.modello && modello_in(a.nome))
-        rifiuta(tra_apici(a.nome) +
-                " is one movie for all frames: leave out the place for the frame number");
-    if (m.salta || (m.continua && da.proiezione) || !m.scrittura.profondita.empty() ||
-        !m.scrittura.compressione.empty())
-        rifiuta("--depth, --compression, --skip-existing and --continue-on-error are for "
-                "pictures; a movie takes --codec and --quality");
-    ModoFilmato come = scegli_modo(a.nome, m.codec, m.qualita);
-    if (!m.audio.empty() && !da.proiezione)
-        rifiuta("--audio is for a movie that becomes a movie");
-    if (!m.cadenza.empty() && da.proiezione)
-        rifiuta("--rate is for a sequence that becomes a movie");
-    if (!m.cadenza.empty() && numero_cadenza(m.cadenza) == 0.0)
-        rifiuta("--rate takes frames a second, as in 24 or 24000/1001, not " +
-                tra_apici(m.cadenza));
-    if (da.proiezione && !da.proiezione->filmato.costante)
-        fallisci(tra_apici(da.nome) +
-                 " has a variable frame rate; make it constant first: ffmpeg -i " + da.nome +
-                 " -fps_mode cfr -r " + da.proiezione->filmato.cadenza +
-                 " -c:v ffv1 -c:a copy constant.mkv");
-    come.scala = m.scala;
-    for (const std::string& s : OIIO::Strutil::splits(m.scritte, ",")) {
+    std::map<std::string, std::string> scritte;
+    for (const std::string& s : OIIO::Strutil::splits(testo, ",")) {
         if (s != "name" && s != "timecode")
-            rifiuta("--burn takes name, timecode or both, as in name,timecode, not " +
-                    tra_apici(m.scritte));
-        come.scritte[s] = s == "name" ? fs::path(da.nome).stem().string() : "00:00:00:00";
+            rifiuta("--burn takes name, timecode or both, as in name,timecode, not '%s'", testo);
+        scritte[s] = s == "name" ? fs::path(da.nome).stem().string() : "00:00:00:00";
     }
-    a.ripresa = std::make_unique<Ripresa>(a.nome, std::move(come));
+    return scritte;
+}
+
+// Rate, unless it is asked for, timecode, shape and tags of the first picture that is there.
+void segui_foto(Destinazione& a, const Sorgente& da, const std::vector<long long>& numeri)
+{
+    const auto prima = std::ranges::find_if(numeri, [&](long long n) {
+        return !da.modello || std::ranges::binary_search(da.numeri, n);
+    });
+    const OIIO::ImageSpec testata =
+        leggi_testata(nome_al(da, prima == numeri.end() ? numeri.front() : *prima));
+    ModoFilmato& modo = a.ripresa->modo;
+    for (const char* nome : {"Copyright", "Artist", "Make", "Model"})
+        if (const std::string v = testata.get_string_attribute(nome); !v.empty())
+            modo.etichette[nome] = v;
+    const float forma = testata.get_float_attribute("PixelAspectRatio", 1.0f);
+    modo.forma = forma > 0.01f && forma < 100.0f ? testo_di(forma) : "1";
+    const float sua = cadenza_in(testata);
+    const bool ne_ha = sua >= 1.0f && sua <= 1000.0f;
+    modo.cadenza = !a.modo.cadenza.empty() ? a.modo.cadenza : ne_ha ? testo_di(sua) : "24";
+    modo.cadenza = cadenza_esatta(modo.cadenza);
+    if (const OIIO::ParamValue* t = testata.find_attribute("smpte:TimeCode")) {
+        modo.timecode = t->get_string();
+        const bool salta = (t->get_int_indexed(0) & 0x40) != 0;  // which its words do not tell
+        if (salta && modo.timecode.size() == 11 &&
+            std::lround(numero_cadenza(modo.cadenza)) % 30 == 0)
+            modo.timecode[8] = ';';
+    }
+    if (a.modo.cadenza.empty() && !ne_ha)
+        avviso(tra_apici(a.nome) + " runs at 24 frames a second, since the pictures do not tell "
+                                   "(--rate overrules)");
+}
+
+// The sound of a movie: as it is where the container takes that, else as AAC, or PCM for MXF.
+// Returns what there is to say of it, behind the output's name.
+std::string segui_suono(ModoFilmato& modo, const Filmato& da, const std::string& audio)
+{
+    modo.audio_da = da.file;
+    modo.inizio = da.inizio;
+    modo.audio = "copy";
+    // Some take sound beside a picture alone.
+    Comando prova;
+    aggiungi(prova, "ffmpeg -nostdin -v error -y -f lavfi -i color=s=720x576:r=25 -i",
+             {"file:" + da.file});
+    aggiungi(prova, "-map 0:v -map 1:a -c:v mpeg2video -c:a copy -t 0.1 -f " + modo.contenitore +
+                        " /dev/null");
+    if (audio != "aac" && chiedi(prova).motivo.empty())
+        return {};
+    const bool mxf = modo.contenitore == "mxf";
+    const std::string diventa = mxf ? "PCM" : "AAC";
+    if (audio == "copy")
+        rifiuta("the output cannot hold the audio of '%s' as it is: --audio aac makes it %s, none "
+                "leaves it out",
+                da.file, diventa);
+    modo.audio = mxf ? "pcm_s24le -ar 48000" : "aac -b:a 320k";
+    return audio.empty() ? "cannot hold the audio as it is, which becomes " + diventa +
+                               " (--audio none leaves it out)"
+                         : "";
 }
 
 }  // namespace
@@ -53,20 +88,37 @@ Destinazione apri_destinazione(const std::string& nome, const ModoDestinazione& 
                                const Sorgente& da)
 {
     Destinazione a{.nome = nome, .modo = modo};
-    if (nome_di_filmato(nome)) {
-        apri_ripresa(a, da);
+    const bool film = nome_di_filmato(nome);
+    const bool da_film = da.proiezione != nullptr;
+    if (film && da.modello && modello_in(nome))
+        rifiuta("'%s' is one movie for all frames: leave out the place for the frame number", nome);
+    if (film && (modo.salta || (modo.continua && da_film) || !modo.scrittura.profondita.empty() ||
+                 !modo.scrittura.compressione.empty()))
+        rifiuta("--depth, --compression, --skip-existing and --continue-on-error are for "
+                "pictures; a movie takes --codec and --quality");
+    ModoFilmato come = film ? scegli_modo(nome, modo.codec, modo.qualita) : ModoFilmato{};
+    if (!modo.audio.empty() && !(film && da_film))
+        rifiuta("--audio is for a movie that becomes a movie");
+    if (!film && !(modo.codec + modo.qualita).empty())
+        rifiuta("--codec and --quality are for a movie that is written");
+    if (!film && (modo.scala > 0 || !modo.scritte.empty()))
+        rifiuta("--scale and --burn are for a movie that is written");
+    if (!modo.cadenza.empty() && (da_film || !film))
+        rifiuta("--rate is for a sequence that becomes a movie");
+    if (!film) {
+        a.modello = modello_in(nome);
+        controlla_scrittura(nome, modo.scrittura, true);
         return a;
     }
-    if (!modo.audio.empty())
-        rifiuta("--audio is for a movie that becomes a movie");
-    if (!modo.codec.empty() || !modo.qualita.empty())
-        rifiuta("--codec and --quality are for a movie that is written");
-    if (modo.scala > 0 || !modo.scritte.empty())
-        rifiuta("--scale and --burn are for a movie that is written");
-    if (!modo.cadenza.empty())
-        rifiuta("--rate is for a sequence that becomes a movie");
-    a.modello = modello_in(nome);
-    controlla_scrittura(nome, modo.scrittura, true);
+    if (!modo.cadenza.empty() && numero_cadenza(modo.cadenza) == 0.0)
+        rifiuta("--rate takes frames a second, as in 24 or 24000/1001, not '%s'", modo.cadenza);
+    if (da_film && !da.proiezione->filmato.costante)
+        fallisci("'%s' has a variable frame rate; make it constant first: ffmpeg -i %s -fps_mode "
+                 "cfr -r %s -c:v ffv1 -c:a copy constant.mkv",
+                 da.nome, da.nome, da.proiezione->filmato.cadenza);
+    come.scala = modo.scala;
+    come.scritte = leggi_scritte(modo.scritte, da);
+    a.ripresa = std::make_unique<Ripresa>(nome, std::move(come));
     return a;
 }
 
@@ -78,8 +130,8 @@ std::string nome_al(const Destinazione& a, long long n)
 void controlla(const Destinazione& a, const Sorgente& da, const std::vector<long long>& numeri)
 {
     if (!a.modello && !a.ripresa && numeri.size() > 1)
-        rifiuta(std::to_string(numeri.size()) + " frames would go into the one file " +
-                tra_apici(a.nome) + ": put #### where the frame number goes");
+        rifiuta("%d frames would go into the one file '%s': put #### where the frame number goes",
+                numeri.size(), a.nome);
     const bool sovrascrivi = a.modo.scrittura.sovrascrivi;
     std::vector<long long> mancano;
     for (const long long n : numeri) {
@@ -94,58 +146,53 @@ void controlla(const Destinazione& a, const Sorgente& da, const std::vector<long
             continue;
         non_sopra(uscita, nome_al(da, n));
         if (esiste && !sovrascrivi && a.modello && numeri.size() > 1)
-            fallisci(tra_apici(uscita) + " exists already: give --overwrite to replace such "
-                                         "frames or --skip-existing to leave them");
+            fallisci("'%s' exists already: give --overwrite to replace such frames or "
+                     "--skip-existing to leave them",
+                     uscita);
         controlla_uscita(uscita, sovrascrivi);
     }
     if (!mancano.empty())
-        fallisci(OIIO::Strutil::sprintf("there is no file '%s': %d of %d frames are missing, and "
-                                        "--continue-on-error goes on without them",
-                                        nome_al(da, mancano[0]), mancano.size(), numeri.size()));
+        fallisci("there is no file '%s': %d of %d frames are missing, and --continue-on-error goes "
+                 "on without them",
+                 nome_al(da, mancano[0]), mancano.size(), numeri.size());
 }
 
 void segui(Destinazione& a, const Sorgente& da, const std::vector<long long>& numeri)
 {
     if (!a.ripresa)
         return;
+    if (!da.proiezione)
+        return segui_foto(a, da, numeri);
     const std::string nome = tra_apici(a.nome);
-    ModoFilmato& modo = a.ripresa->scrittura.modo;
-    if (!da.proiezione) {
-        modo.cadenza = a.modo.cadenza;
-        // Where frames may be missing, the first that is there tells.
-        const auto prima = std::ranges::find_if(numeri, [&](long long n) {
-            return !da.modello || std::ranges::binary_search(da.numeri, n);
-        });
-        if (!segui(modo,
-                   leggi_testata(nome_al(da, prima == numeri.end() ? numeri.front() : *prima))))
-            avviso(nome + " runs at 24 frames a second, since the pictures do not tell (--rate "
-                          "overrules)");
-        return;
-    }
+    ModoFilmato& modo = a.ripresa->modo;
     const Filmato& f = da.proiezione->filmato;
+    modo.cadenza = f.cadenza;
+    modo.forma = f.forma;
+    modo.etichette = f.etichette;
+    modo.timecode = timecode_dopo(f.timecode, f.cadenza, numeri.front() - da.numeri.front());
     const bool intero = numeri.size() == da.numeri.size();
-    for (const std::string& nota :
-         segui(modo, f, numeri.front() - da.numeri.front(), intero, a.modo.audio))
-        perdita(nome + " " + nota);
+    const std::string suono = !f.audio || a.modo.audio == "none" ? ""
+                              : intero ? segui_suono(modo, f, a.modo.audio)
+                                       : "is without audio, which is copied with whole clips only";
+    if (f.sottotitoli)
+        perdita(nome + " is without the subtitles, which are not copied");
+    if (!suono.empty())
+        perdita(nome + " " + suono);
 }
 
 void scrivi(Destinazione& a, long long n, const Foto& foto)
 {
     if (!a.ripresa)
         return scrivi_foto(nome_al(a, n), foto, a.modo.scrittura, a.impostazioni);
-    ModoFilmato& modo = a.ripresa->scrittura.modo;
-    if (foto.alfa && modo.formato_con_alfa.empty())
+    if (foto.alfa && a.ripresa->modo.formato_con_alfa.empty())
         nota(a.nome, "is without alpha: --codec prores4444 or ffv1 hold it");
-    modo.impostazioni = a.impostazioni;
-    scrivi_fotogramma(a.ripresa->scrittura, foto);
+    scrivi_fotogramma(*a.ripresa, foto, a.impostazioni);
 }
 
 void concludi(Destinazione& a)
 {
-    if (!a.ripresa)
-        return;
-    concludi(a.ripresa->scrittura);
-    dai_nome(a.ripresa->provvisorio, a.modo.scrittura.sovrascrivi);
+    if (a.ripresa)
+        concludi(*a.ripresa, a.modo.scrittura.sovrascrivi);
 }
 
 }  // namespace varno::provino

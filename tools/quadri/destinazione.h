@@ -2,12 +2,10 @@
 #pragma once
 
 #include "tools/quadri/sorgente.h"
-#include "tools/quadri/uscita.h"
 
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace varno::provino {
@@ -21,16 +19,6 @@ struct ModoDestinazione {
     std::string scritte;                  // "name,timecode", drawn into it
     bool salta = false;                   // pictures that exist
     bool continua = false;                // after a frame that failed
-};
-
-/// A movie on its way to its name, which it gets when it is whole.
-struct Ripresa {
-    Ripresa(const std::string& nome, ModoFilmato modo)
-        : provvisorio(nome), scrittura{std::move(modo), provvisorio.file, nome}
-    {
-    }
-    Provvisorio provvisorio;
-    ScritturaFilmato scrittura;
 };
 
 /// A single picture has neither of the last two.

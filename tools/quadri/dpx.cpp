@@ -1,4 +1,4 @@
-// DPX files, as far as the reader behind OpenImageIO has to be helped.
+// DPX files, as far as the reader and the writer behind OpenImageIO have to be helped.
 #include "tools/quadri/dpx.h"
 
 #include <algorithm>
@@ -72,7 +72,7 @@ Elemento elemento(Byte d, std::size_t quale)
     return e;
 }
 
-void controlla_elemento(Byte d, const Elemento& e, std::uint64_t pixel, const std::string& nome)
+void controlla(Byte d, const Elemento& e, const std::string& nome)
 {
     constexpr unsigned BIT[] = {8, 10, 12, 16, 32, 64};
     if (e.componenti == 0)
@@ -82,17 +82,15 @@ void controlla_elemento(Byte d, const Elemento& e, std::uint64_t pixel, const st
     if (e.imballo > 2)
         guasto(Formato::dpx, nome, "packing");
     if (e.codifica != 0)
-        fallisci(tra_apici(nome) +
-                 " is a run-length coded DPX, which is not read: save it uncompressed");
+        fallisci("'%s' is a run-length coded DPX, which is not read: save it uncompressed", nome);
     if (e.con_segno && e.bit < 32)
-        fallisci(tra_apici(nome) +
-                 " is a DPX of signed samples, which programs read differently: choose with "
-                 "'oiiotool " +
-                 nome + " -d float -o signed.exr', which takes them as two's complement");
+        fallisci("'%s' is a DPX of signed samples, which programs read differently: choose with "
+                 "'oiiotool %s -d float -o signed.exr', which takes them as two's complement",
+                 nome, nome);
     if (e.dopo_riga > d.size() || e.dopo_immagine > d.size())
         guasto(Formato::dpx, nome, "padding");
     // The least that the pixels can take, as if lines ran on without a gap.
-    const std::uint64_t campioni = pixel * e.componenti;
+    const std::uint64_t campioni = std::uint64_t{u32(d, 772)} * u32(d, 776) * e.componenti;
     std::uint64_t byte = (campioni * e.bit + 7) / 8;
     if (e.imballo != 0 && e.bit == 10)
         byte = campioni / 3 * 4;
@@ -100,21 +98,6 @@ void controlla_elemento(Byte d, const Elemento& e, std::uint64_t pixel, const st
         byte = campioni * 2;
     if (e.inizio < GENERICA || e.inizio + byte > d.size())
         tronco(Formato::dpx, nome);
-}
-
-void controlla(Byte d, const std::string& nome)
-{
-    if (d.size() < GENERICA)
-        tronco(Formato::dpx, nome);
-    const std::uint32_t utente = u32(d, 32);
-    if (utente != INDEFINITO && utente > d.size() - GENERICA)
-        guasto(Formato::dpx, nome, "length of user data");
-    const std::uint32_t elementi = u16(d, 770);
-    if (elementi < 1 || elementi > 8)
-        guasto(Formato::dpx, nome, "count of elements");
-    controlla_misure(u32(d, 772), u32(d, 776), nome);
-    for (std::size_t i = 0; i < elementi; ++i)
-        controlla_elemento(d, elemento(d, i), std::uint64_t{u32(d, 772)} * u32(d, 776), nome);
 }
 
 // Bytes behind each row that the header does not tell of: rows end on 32 bits, but not with all
@@ -131,18 +114,10 @@ std::uint32_t non_detti(Byte d, const Elemento& e, std::uint64_t fine)
                : 0;
 }
 
-}  // namespace
-
-void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
+// The header in full, where it ends before its fields on film and television.
+void completa(std::vector<unsigned char>& dati, std::size_t elementi, const std::string& nome)
 {
-    controlla(dati, nome);
     const std::size_t inizio = u32(dati, 4);
-    const std::size_t elementi = u16(dati, 770);
-    for (std::size_t i = 0; i < elementi; ++i) {
-        const std::uint64_t fine = i + 1 < elementi ? elemento(dati, i + 1).inizio : dati.size();
-        if (const std::uint32_t n = non_detti(dati, elemento(dati, i), fine); n > 0)
-            scrivi(dati, PRIMO_ELEMENTO + LUNGO_ELEMENTO * i + 32, n);
-    }
     if (inizio < GENERICA || inizio >= TESTATA)
         return;
     if (inizio > dati.size())
@@ -160,6 +135,29 @@ void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
     std::fill_n(niente.begin() + 68, 188, std::uint8_t{0});
     dati.insert(dati.begin() + static_cast<std::ptrdiff_t>(inizio),
                 niente.begin() + static_cast<std::ptrdiff_t>(inizio - GENERICA), niente.end());
+}
+
+}  // namespace
+
+void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
+{
+    if (dati.size() < GENERICA)
+        tronco(Formato::dpx, nome);
+    const std::uint32_t utente = u32(dati, 32);
+    if (utente != INDEFINITO && utente > dati.size() - GENERICA)
+        guasto(Formato::dpx, nome, "length of user data");
+    const std::size_t elementi = u16(dati, 770);
+    if (elementi < 1 || elementi > 8)
+        guasto(Formato::dpx, nome, "count of elements");
+    controlla_misure(u32(dati, 772), u32(dati, 776), nome);
+    for (std::size_t i = 0; i < elementi; ++i) {
+        const Elemento e = elemento(dati, i);
+        controlla(dati, e, nome);
+        const std::uint64_t fine = i + 1 < elementi ? elemento(dati, i + 1).inizio : dati.size();
+        if (const std::uint32_t n = non_detti(dati, e, fine); n > 0)
+            scrivi(dati, PRIMO_ELEMENTO + LUNGO_ELEMENTO * i + 32, n);
+    }
+    completa(dati, elementi, nome);
 }
 
 void scrivi_forma_dpx(std::vector<unsigned char>& dati, float forma)

@@ -2,13 +2,6 @@
 #include "tools/quadri/filmato.h"
 
 #include "tools/argomenti.h"
-#include "tools/errore.h"
-#include "tools/quadri/filmato_colori.h"
-#include "tools/quadri/filmato_flussi.h"
-#include "tools/quadri/filmato_processo.h"
-#include "tools/quadri/immagini.h"
-
-#include <OpenImageIO/strutil.h>
 
 #include <algorithm>
 #include <cmath>
@@ -28,8 +21,8 @@ constexpr std::string_view DEL_FILE[] = {"major_brand", "minor_version", "compat
 
 Risposta sonda(const Filmato& f, const std::string& cosa)
 {
-    Comando c = OIIO::Strutil::splits("ffprobe -v error -protocol_whitelist file " + cosa);
-    c.push_back("file:" + f.file);
+    Comando c;
+    aggiungi(c, "ffprobe -v error -protocol_whitelist file " + cosa, {"file:" + f.file});
     return chiedi(c);
 }
 
@@ -44,10 +37,10 @@ Json interroga(const Filmato& f)
     // Any text is taken for a page of a terminal, and pictures of other kinds for a movie.
     if (tipo.empty() || tipo == "tty" || tipo.starts_with("image2") ||
         OIIO::Strutil::contains(tipo, "_pipe"))
-        fallisci(tra_apici(f.file) + (nome_di_filmato(f.file)
-                                          ? " is no movie"
-                                          : " is nothing that provino reads: it takes EXR, DPX, "
-                                            "TIFF, PNG, JPEG, and movies"));
+        fallisci("'%s' is %s", f.file,
+                 nome_di_filmato(f.file) ? "no movie"
+                                         : "nothing that provino reads: it takes EXR, DPX, TIFF, "
+                                           "PNG, JPEG, and movies");
     return j;
 }
 
@@ -64,8 +57,8 @@ Json scegli_traccia(Filmato& f, const Json& j)
     if (filmate.empty())
         illeggibile(f, "it holds no moving picture");
     if (filmate.size() > 1)
-        f.perdite.push_back(tra_apici(f.file) + " holds " + std::to_string(filmate.size()) +
-                            " moving pictures: the first is developed");
+        f.perdite.push_back(
+            sprintf("holds %d moving pictures: the first is developed", filmate.size()));
     f.traccia = filmate[0].at("index");
     return filmate[0];
 }
@@ -201,8 +194,8 @@ std::string timecode_dopo(const std::string& timecode, const std::string& cadenz
     n = (n + fotogrammi) % (in_dieci * 144);
     n += 9 * saltati * (n / in_dieci) +
          saltati * (std::max(0LL, n % in_dieci - saltati) / (base * 60 - saltati));
-    return OIIO::Strutil::sprintf("%02d:%02d:%02d%s%02d", n / base / 3600, n / base / 60 % 60,
-                                  n / base % 60, m[4].str(), n % base);
+    return sprintf("%02d:%02d:%02d%s%02d", n / base / 3600, n / base / 60 % 60, n / base % 60,
+                   m[4].str(), n % base);
 }
 
 Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
@@ -224,12 +217,10 @@ Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
                std::atof(j.at("format").value("start_time", "").c_str());
     conta(f, traccia, j);
     if (!f.costante)
-        f.note.push_back(tra_apici(f.file) +
-                         " has a variable frame rate: its frames are numbered one by one");
+        f.note.emplace_back("has a variable frame rate: its frames are numbered one by one");
     const std::string campi = traccia.value("field_order", "");
     if (!campi.empty() && campi != "progressive" && campi != "unknown")
-        f.note.push_back(tra_apici(f.file) +
-                         " is interlaced: its frames are developed as they are");
+        f.note.emplace_back("is interlaced: its frames are developed as they are");
 
     const Json etichette = j.at("format").value("tags", Json::object());
     for (const auto& [nome, valore] : etichette.items()) {

@@ -1,10 +1,18 @@
-// Movies: what ffprobe tells of one, and times.
+// Movies: what ffprobe tells of one, times, and frames out of one and into one through pipes.
 #pragma once
 
+#include "tools/quadri/filmato_processo.h"
+#include "tools/quadri/immagini.h"
+#include "tools/quadri/uscita.h"
+
+#include <cstdint>
 #include <filesystem>
 #include <map>
+#include <mutex>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace varno::provino {
@@ -42,12 +50,38 @@ struct Filmato {
     bool audio = false, sottotitoli = false;
     std::map<std::string, std::string> etichette;  // metadata, without what belongs to the file
     std::optional<std::string> impostazioni;       // that provino left in it
-    std::vector<std::string> note;                 // what the user should know
-    std::vector<std::string> perdite;              // what is not read of it
+    std::vector<std::string> note, perdite;  // what the user should know, and what is not read
 };
 
 /// Throws Errore where ffmpeg is missing, or the file is broken or nothing that it reads.
 Filmato leggi_filmato(const std::filesystem::path& file, const ColoriFilmato& colori = {});
+
+/// Its filters and what comes out of them, from what ffprobe tells of the stream and of all kinds
+/// of samples. Throws Errore where they are none that are read.
+void scegli_grafo(Filmato& f, const nlohmann::json& traccia, const nlohmann::json& formati,
+                  const ColoriFilmato& c);
+
+/// Throws Errore with ffprobe's reason.
+[[noreturn]] void illeggibile(const Filmato& f, const std::string& motivo);
+
+/// A movie that is being decoded, for one thread at a time.
+struct Proiezione {
+    explicit Proiezione(Filmato f) : filmato(std::move(f)) {}
+    const Filmato filmato;
+    std::mutex mutex;
+    ProcessoPtr decodifica;
+    long long prossimo = 1;  // the frame that comes out next
+    bool fallita = false, finita = false;
+    std::vector<unsigned char> campioni;
+};
+
+/// The frame of that number, the first is 1: RGBA float of full range, and its metadata. Rising
+/// numbers go on reading; others seek. Throws Finito behind the last frame of a whole movie, else
+/// Errore; from the second time on without a text.
+Foto leggi_fotogramma(Proiezione& p, long long numero);
+
+/// What goes with that frame: its size, frame rate, timecode, and the movie's tags.
+OIIO::ImageSpec testata_di(const Filmato& f, long long numero);
 
 /// The timecode of frames later; "01:00:59;28" drops numbers. Empty for what is none.
 std::string timecode_dopo(const std::string& timecode, const std::string& cadenza,
@@ -59,5 +93,47 @@ std::string cadenza_esatta(const std::string& cadenza);
 
 /// "24", "23.976" or "24000/1001" as a number; 0 for what is none.
 double numero_cadenza(const std::string& cadenza);
+
+/// Whether an output's name ends as a movie's.
+bool nome_di_filmato(const std::filesystem::path& file);
+
+/// How a movie is to be written.
+struct ModoFilmato {
+    std::string contenitore, codec;  // as ffmpeg names them
+    std::vector<std::string> opzioni;
+    std::string formato, formato_con_alfa;  // of its samples; the second may be empty
+    std::string cadenza, timecode, forma;   // as a Filmato's
+    std::map<std::string, std::string> etichette;
+    int scala = 0;                               // its width; 0: as it comes
+    std::map<std::string, std::string> scritte;  // drawn into it: "name", "timecode" without one
+    std::string audio_da;                        // the file; empty: none
+    std::string audio;    // what becomes of it, as ffmpeg takes it behind -c:a
+    double inizio = 0.0;  // of the picture within it, seconds
+};
+
+/// The container by the name, the codec of that name or, empty, the container's usual one. Throws
+/// Errore where there is no such encoder, or it knows no quality.
+ModoFilmato scegli_modo(const std::filesystem::path& file, const std::string& codec,
+                        const std::string& qualita);
+
+/// A movie that is being encoded, on its way to its name, which it gets when it is whole.
+struct Ripresa {
+    Ripresa(const std::string& n, ModoFilmato m) : nome(n), modo(std::move(m)), provvisorio(n) {}
+    const std::string nome;
+    ModoFilmato modo;
+    Provvisorio provvisorio;
+    ProcessoPtr codifica;  // from the first frame on
+    int larghezza = 0, altezza = 0;
+    bool alfa = false, fallita = false;
+    std::vector<std::uint16_t> campioni;
+};
+
+/// Frames in order, all of one size; the settings go into the metadata. Throws Errore, from the
+/// second failure on without a text.
+void scrivi_fotogramma(Ripresa& r, const Foto& foto, const std::string& impostazioni);
+
+/// The end: the movie stands whole under its name when this returns, and never without. Throws
+/// Errore.
+void concludi(Ripresa& r, bool sovrascrivi);
 
 }  // namespace varno::provino

@@ -12,7 +12,6 @@
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -42,6 +41,13 @@ Processo::~Processo()
     close(errori);
 }
 
+void aggiungi(Comando& c, const std::string& parole, const Comando& interi)
+{
+    const Comando divise = OIIO::Strutil::splits(parole);
+    c.insert(c.end(), divise.begin(), divise.end());
+    c.insert(c.end(), interi.begin(), interi.end());
+}
+
 ProcessoPtr avvia(Comando comando, Tubi tubi)
 {
     auto p = std::make_unique<Processo>();
@@ -49,7 +55,7 @@ ProcessoPtr avvia(Comando comando, Tubi tubi)
     int capi[2] = {-1, -1};  // to read from and to write to, as the program has them
     p->errori = memfd_create("provino", MFD_CLOEXEC);
     if (p->errori < 0 || pipe2(capi, O_CLOEXEC) != 0)
-        fallisci("cannot start " + p->nome + ": " + std::generic_category().message(errno));
+        fallisci("cannot start %s: %s", p->nome, std::generic_category().message(errno));
     p->tubo = fdopen(capi[1 - tubi], tubi == SUO_INGRESSO ? "w" : "r");
     std::setbuf(p->tubo, nullptr);
     fcntl(capi[0], F_SETPIPE_SZ, 1 << 20);  // fewer turns; refused where the system allows less
@@ -83,9 +89,10 @@ ProcessoPtr avvia(Comando comando, Tubi tubi)
         return p;
     p->id = -1;
     if (esito == ENOENT)
-        fallisci("movies need " + p->nome +
-                 ", which is not installed: 'apt install ffmpeg' (Debian's package ffmpeg)");
-    fallisci("cannot start " + p->nome + ": " + std::generic_category().message(esito));
+        fallisci("movies need %s, which is not installed: 'apt install ffmpeg' (Debian's package "
+                 "ffmpeg)",
+                 p->nome);
+    fallisci("cannot start %s: %s", p->nome, std::generic_category().message(esito));
 }
 
 std::string detto(const Processo& p)

@@ -27,6 +27,9 @@ using ProcessoPtr = std::unique_ptr<Processo>;
 /// A program and its arguments.
 using Comando = std::vector<std::string>;
 
+/// Adds words that blanks divide, and behind them what stays whole, such as a file's name.
+void aggiungi(Comando& c, const std::string& parole, const Comando& interi = {});
+
 /// The descriptor that the pipe is to the program.
 enum Tubi { SUO_INGRESSO = 0, SUA_USCITA = 1 };
 

@@ -1,13 +1,11 @@
 // Frames into a movie, encoded by ffmpeg.
 #include "tools/argomenti.h"
 #include "tools/messaggi.h"
-#include "tools/quadri/filmato_flussi.h"
-
-#include <OpenImageIO/strutil.h>
+#include "tools/quadri/filmato.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
+#include <regex>
 
 namespace varno::provino {
 namespace {
@@ -19,8 +17,7 @@ constexpr std::size_t VALORE_LIMITE = 65536;  // of a tag: a program's argument 
 
 struct Contenitore {
     std::string_view desinenza;
-    const char* ffmpeg;
-    const char* codec;
+    const char *ffmpeg, *codec;
 };
 
 constexpr Contenitore CONTENITORI[] = {
@@ -29,11 +26,8 @@ constexpr Contenitore CONTENITORI[] = {
 };
 
 struct Codec {
-    const char* nome;
-    const char* ffmpeg;
-    const char* opzioni;
-    const char* formato;
-    const char* formato_con_alfa;
+    std::string_view nome;
+    const char *ffmpeg, *opzioni, *formato, *formato_con_alfa;
 };
 
 // clang-format off
@@ -51,11 +45,16 @@ constexpr Codec CODEC[] = {
 constexpr std::string_view PREFERITI[] = {"yuv422p10le", "yuv420p10le", "yuv444p10le", "yuv422p",
                                           "yuv420p",     "yuvj420p",    "rgb48be",     "rgb24"};
 
+// The table's end where it is none of them.
 const Contenitore* contenitore(const fs::path& file)
 {
-    const std::string fine = OIIO::Strutil::lower(file.extension().string());
-    const auto* c = std::ranges::find(CONTENITORI, fine, &Contenitore::desinenza);
-    return c == std::end(CONTENITORI) ? nullptr : c;
+    return std::ranges::find(CONTENITORI, OIIO::Strutil::lower(file.extension().string()),
+                             &Contenitore::desinenza);
+}
+
+bool di_quicktime(const ModoFilmato& m)
+{
+    return m.contenitore == "mov" || m.contenitore == "mp4";
 }
 
 bool in_rgb(const std::string& formato)
@@ -68,16 +67,12 @@ bool piena(const std::string& formato)
     return in_rgb(formato) || formato.starts_with("yuvj");
 }
 
-// As a value of a filter's option in a graph.
+// As a value of a filter's option in a graph: once for the option, once for the graph.
 std::string protetto(const std::string& testo)
 {
-    const auto davanti = [](const std::string& s, std::string_view segni) {
-        std::string t;
-        for (const char c : s)
-            t += (segni.find(c) != segni.npos ? "\\" : "") + std::string(1, c);
-        return t;
-    };
-    return davanti(davanti(testo, "\\':"), "\\'[],;");
+    static const std::regex NELL_OPZIONE("[\\\\':]");
+    static const std::regex NEL_GRAFO("[\\\\'\\[\\],;]");
+    return std::regex_replace(std::regex_replace(testo, NELL_OPZIONE, "\\$&"), NEL_GRAFO, "\\$&");
 }
 
 // The name on the left, the timecode on the right, at the bottom.
@@ -86,9 +81,9 @@ std::string scritte(const ModoFilmato& m, int altezza)
     const int lato = std::max(12, altezza / 24);
     std::string s;
     for (const auto& [cosa, testo] : m.scritte) {
-        s += OIIO::Strutil::sprintf(",drawtext=font=DejaVu Sans:fontcolor=white:fontsize=%d:box=1:"
-                                    "boxcolor=black@0.5:boxborderw=%d:y=h-%d:x=",
-                                    lato, lato / 4, lato * 3 / 2);
+        s += sprintf(",drawtext=font=DejaVu Sans:fontcolor=white:fontsize=%d:box=1:"
+                     "boxcolor=black@0.5:boxborderw=%d:y=h-%d:x=",
+                     lato, lato / 4, lato * 3 / 2);
         s += cosa == "name" ? std::to_string(lato) + ":expansion=none:text=" + protetto(testo)
                             : "w-tw-" + std::to_string(lato) + ":rate=" + m.cadenza +
                                   ":timecode=" + protetto(m.timecode.empty() ? testo : m.timecode);
@@ -103,8 +98,8 @@ std::string grafo(const ModoFilmato& m, const std::string& tubo, const std::stri
     const std::string gamma = piena(formato) ? "full" : "limited";
     std::string zscale = rgb ? "" : ",zscale=filter=spline36:matrix=bt709:range=" + gamma;
     if (m.scala > 0)
-        zscale += OIIO::Strutil::sprintf("%sw=%d:h=%d", rgb ? ",zscale=filter=spline36:" : ":",
-                                         larghezza, altezza);
+        zscale +=
+            sprintf("%sw=%d:h=%d", rgb ? ",zscale=filter=spline36:" : ":", larghezza, altezza);
     else if (rgb && formato != tubo)
         zscale = ",zscale";
     return "setparams=color_primaries=bt709:color_trc=bt709" + zscale + ",format=" + formato +
@@ -113,84 +108,69 @@ std::string grafo(const ModoFilmato& m, const std::string& tubo, const std::stri
            ",setsar=" + (m.forma.empty() ? "1" : m.forma) + ":max=10000" + scritte(m, altezza);
 }
 
-std::string misure(int larghezza, int altezza)
+void comincia(Ripresa& r, const Foto& foto, const std::string& impostazioni)
 {
-    return std::to_string(larghezza) + "x" + std::to_string(altezza);
-}
-
-void comincia(ScritturaFilmato& s, const Foto& foto)
-{
-    ModoFilmato& m = s.modo;
+    const ModoFilmato& m = r.modo;
     if (ha_finestra(foto.testata))
-        nota(s.nome, SENZA_FINESTRA);
-    s.larghezza = foto.larghezza;
-    s.altezza = foto.altezza;
-    s.alfa = foto.alfa && !m.formato_con_alfa.empty();
-    const std::string& formato = s.alfa ? m.formato_con_alfa : m.formato;
+        nota(r.nome, SENZA_FINESTRA);
+    r.larghezza = foto.larghezza;
+    r.altezza = foto.altezza;
+    r.alfa = foto.alfa && !m.formato_con_alfa.empty();
+    const std::string& formato = r.alfa ? m.formato_con_alfa : m.formato;
     const bool pari_a = contains(formato, "420");
     const bool pari_l = pari_a || contains(formato, "422");
-    const int larghezza = m.scala > 0 ? m.scala : s.larghezza;
+    const int larghezza = m.scala > 0 ? m.scala : r.larghezza;
     const int altezza = m.scala > 0 ? std::max(2, 2 * static_cast<int>(std::lround(
-                                                          0.5 * s.altezza * m.scala / s.larghezza)))
-                                    : s.altezza;
+                                                          0.5 * r.altezza * m.scala / r.larghezza)))
+                                    : r.altezza;
     if ((pari_l && larghezza % 2 != 0) || (pari_a && altezza % 2 != 0))
-        fallisci("a picture of " + misure(larghezza, altezza) + " does not go into " + formato +
-                 ", which halves it: give another --codec, such as "
-                 "prores4444 or ffv1");
-    const std::string tubo = s.alfa ? "gbrap16le" : "gbrp16le";
-    Comando c = splits("ffmpeg -nostdin -v error -xerror -y -thread_queue_size 2 -f rawvideo "
-                       "-pix_fmt " +
-                       tubo + " -s " + misure(s.larghezza, s.altezza) + " -framerate " + m.cadenza);
-    const auto aggiungi = [&c](const Comando& altre) {
-        c.insert(c.end(), altre.begin(), altre.end());
-    };
-    aggiungi({"-i", "pipe:0"});
+        fallisci("a picture of %dx%d does not go into %s, which halves it: give another --codec, "
+                 "such as prores4444 or ffv1",
+                 larghezza, altezza, formato);
+    const std::string tubo = r.alfa ? "gbrap16le" : "gbrp16le";
+    Comando c;
+    aggiungi(c, sprintf("ffmpeg -nostdin -v error -xerror -y -thread_queue_size 2 -f rawvideo "
+                        "-pix_fmt %s -s %dx%d -framerate %s -i pipe:0",
+                        tubo, r.larghezza, r.altezza, m.cadenza));
     if (!m.audio_da.empty()) {
         // The sound is moved, since frames only move by whole ones; where a container knows no
         // later start, the sound before the picture goes.
         if (m.inizio > 0.0 && m.contenitore == "mxf")
-            aggiungi({"-ss", testo_di(m.inizio)});
+            aggiungi(c, "-ss " + testo_di(m.inizio));
         else if (m.inizio != 0.0)
-            aggiungi({"-itsoffset", testo_di(-m.inizio)});
-        aggiungi(splits("-vn -sn -dn -protocol_whitelist file -i"));
-        aggiungi({"file:" + m.audio_da, "-map", "0:v", "-map", "1:a", "-c:a"});
-        aggiungi(splits(m.audio));
-        if (m.inizio > 0.0)
-            aggiungi({"-avoid_negative_ts", "make_zero"});
+            aggiungi(c, "-itsoffset " + testo_di(-m.inizio));
+        aggiungi(c, "-vn -sn -dn -protocol_whitelist file -i", {"file:" + m.audio_da});
+        aggiungi(c, "-map 0:v -map 1:a -c:a " + m.audio);
+        aggiungi(c, m.inizio > 0.0 ? "-avoid_negative_ts make_zero" : "");
     } else {
-        aggiungi({"-map", "0:v"});
+        aggiungi(c, "-map 0:v");
     }
     // Each frame once; streams keep their tags, such as a language.
-    aggiungi(splits("-fps_mode passthrough -map_metadata:g -1 -map_chapters -1"));
-    aggiungi({"-vf", grafo(m, tubo, formato, larghezza, altezza), "-c:v", m.codec});
-    aggiungi(splits(std::string("-color_primaries bt709 -color_trc bt709 -colorspace ") +
-                    (in_rgb(formato) ? "rgb" : "bt709") + " -color_range " +
-                    (piena(formato) ? "pc" : "tv")));
-    aggiungi(m.opzioni);
+    aggiungi(c, "-fps_mode passthrough -map_metadata:g -1 -map_chapters -1 -vf",
+             {grafo(m, tubo, formato, larghezza, altezza), "-c:v", m.codec});
+    aggiungi(c, sprintf("-color_primaries bt709 -color_trc bt709 -colorspace %s -color_range %s",
+                        in_rgb(formato) ? "rgb" : "bt709", piena(formato) ? "pc" : "tv"));
+    c.insert(c.end(), m.opzioni.begin(), m.opzioni.end());
     for (const auto& [nome, valore] : m.etichette)
         if (!contains(nome, "=") && valore.size() < VALORE_LIMITE)
-            aggiungi({"-metadata", nome + "=" + valore});
+            aggiungi(c, "-metadata", {nome + "=" + valore});
     // Few containers take any name.
-    const bool mov = m.contenitore == "mov" || m.contenitore == "mp4";
     const std::string segno(SEGNO_IMPOSTAZIONI);
-    aggiungi({"-metadata",
-              (mov || m.contenitore == "matroska" ? segno + "=" : "comment=" + segno + " ") +
-                  m.impostazioni});
-    if (mov)
-        aggiungi({"-movflags", "+use_metadata_tags+write_colr"});
-    if (!m.timecode.empty())
-        aggiungi({"-timecode", m.timecode});
-    aggiungi({"-f", m.contenitore, "file:" + s.file.string()});
-    s.codifica = avvia(c, SUO_INGRESSO);
+    const bool ogni_nome = di_quicktime(m) || m.contenitore == "matroska";
+    aggiungi(c, "-metadata", {(ogni_nome ? segno + "=" : "comment=" + segno + " ") + impostazioni});
+    aggiungi(c, di_quicktime(m) ? "-movflags +use_metadata_tags+write_colr" : "");
+    aggiungi(c, m.timecode.empty() ? "" : "-timecode " + m.timecode);
+    aggiungi(c, "-f " + m.contenitore, {"file:" + r.provvisorio.file.string()});
+    r.codifica = avvia(c, SUO_INGRESSO);
 }
 
-[[noreturn]] void interrotta(ScritturaFilmato& s, const std::string& motivo)
+[[noreturn]] void interrotta(Ripresa& r, const std::string& motivo)
 {
-    s.codifica.reset();
-    fallisci("cannot write " + tra_apici(s.nome) + ": " +
-             (motivo.empty()
-                  ? "the encoder ended too early"
-                  : OIIO::Strutil::replace(motivo, "file:" + s.file.string() + ": ", "")));
+    r.codifica.reset();
+    const std::string davanti = "file:" + r.provvisorio.file.string() + ": ";
+    fallisci("cannot write '%s': %s", r.nome,
+             motivo.empty() ? "the encoder ended too early"
+                            : OIIO::Strutil::replace(motivo, davanti, ""));
 }
 
 // Into planes of green, blue, red and alpha.
@@ -211,7 +191,7 @@ void separa(const Foto& foto, bool alfa, std::vector<std::uint16_t>& campioni)
 
 bool nome_di_filmato(const fs::path& file)
 {
-    return contenitore(file) != nullptr;
+    return contenitore(file) != std::end(CONTENITORI);
 }
 
 ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const std::string& qualita)
@@ -231,65 +211,63 @@ ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const st
             m.formato_con_alfa = c.formato_con_alfa;
         }
     }
-    if (nome == "h265" && (m.contenitore == "mov" || m.contenitore == "mp4"))
-        m.opzioni.insert(m.opzioni.end(), {"-tag:v", "hvc1"});  // which players of these want
+    if (nome == "h265" && di_quicktime(m))
+        aggiungi(m.opzioni, "-tag:v hvc1");  // which players of these want
     const std::string aiuto = chiedi({"ffmpeg", "-hide_banner", "-h", "encoder=" + m.codec}).testo;
     if (!contains(aiuto, "Encoder "))
-        rifiuta("ffmpeg has no encoder " + tra_apici(m.codec) + proposta(nome, nomi) +
-                " (prores, prores4444, dnxhr, h264, h265, ffv1, or a name of 'ffmpeg -encoders')");
-    constexpr std::string_view CAPO = "pixel formats:";
-    const std::size_t p = aiuto.find(CAPO);  // some encoders tell of none
-    const std::string presi =
-        p == aiuto.npos ? "" : aiuto.substr(p + CAPO.size(), aiuto.find('\n', p) - p - CAPO.size());
-    const std::vector<std::string> formati = splits(presi);
-    const auto prende = [&](std::string_view f) {
-        return std::ranges::find(formati, f) != formati.end();
-    };
+        rifiuta("ffmpeg has no encoder '%s'%s (prores, prores4444, dnxhr, h264, h265, ffv1, or a "
+                "name of 'ffmpeg -encoders')",
+                m.codec, proposta(nome, nomi));
+    static const std::regex RIGA("pixel formats:([^\n]*)");
+    std::smatch presi;  // some encoders tell of none
+    std::regex_search(aiuto, presi, RIGA);
+    const std::vector<std::string> formati = splits(presi.str(1));
+    const auto prende = [&](std::string_view f) { return std::ranges::count(formati, f) > 0; };
     if (m.formato.empty()) {
-        const auto* f = std::find_if(std::begin(PREFERITI), std::end(PREFERITI), prende);
+        const auto* f = std::ranges::find_if(PREFERITI, prende);
         m.formato = f == std::end(PREFERITI) ? "yuv420p" : *f;
     }
     if (due_punti != codec.npos) {
         m.formato = codec.substr(due_punti + 1);
         m.formato_con_alfa.clear();
         if (!formati.empty() && !prende(m.formato))
-            rifiuta(tra_apici(m.codec) + " takes no samples " + tra_apici(m.formato) +
-                    ": it takes" + presi);
+            rifiuta("'%s' takes no samples '%s': it takes%s", m.codec, m.formato, presi.str(1));
     }
     double v = 0.0;
     const bool crf = contains(aiuto, " -crf ");
     const int peggiore = !crf ? 64 : m.codec.starts_with("libx26") ? 51 : 63;
     if (!qualita.empty() && (!leggi_numero(qualita, v) || v < 0.0 || v > peggiore))
-        rifiuta("--quality of " + nome + " goes from 0 to " + std::to_string(peggiore) +
-                ", the lower the better, not " + tra_apici(qualita));
+        rifiuta("--quality of %s goes from 0 to %d, the lower the better, not '%s'", nome, peggiore,
+                qualita);
     if (!qualita.empty())
-        m.opzioni.insert(m.opzioni.end(), {crf ? "-crf" : "-q:v", qualita});
+        aggiungi(m.opzioni, crf ? "-crf" : "-q:v", {qualita});
     return m;
 }
 
-void scrivi_fotogramma(ScritturaFilmato& s, const Foto& foto)
+void scrivi_fotogramma(Ripresa& r, const Foto& foto, const std::string& impostazioni)
 {
-    if (s.fallita)
+    if (r.fallita)
         throw Errore{FALLITO, {}};
-    s.fallita = true;  // until it went well
-    if (!s.codifica)
-        comincia(s, foto);
-    if (foto.larghezza != s.larghezza || foto.altezza != s.altezza)
-        interrotta(s, "a picture of " + misure(foto.larghezza, foto.altezza) +
-                          " follows others of " + misure(s.larghezza, s.altezza));
-    separa(foto, s.alfa, s.campioni);
-    if (std::fwrite(s.campioni.data(), sizeof(s.campioni[0]), s.campioni.size(),
-                    s.codifica->tubo) != s.campioni.size())
-        interrotta(s, attendi(*s.codifica));
-    s.fallita = false;
+    r.fallita = true;  // until it went well
+    if (!r.codifica)
+        comincia(r, foto, impostazioni);
+    if (foto.larghezza != r.larghezza || foto.altezza != r.altezza)
+        interrotta(r, sprintf("a picture of %dx%d follows others of %dx%d", foto.larghezza,
+                              foto.altezza, r.larghezza, r.altezza));
+    separa(foto, r.alfa, r.campioni);
+    if (std::fwrite(r.campioni.data(), sizeof(r.campioni[0]), r.campioni.size(),
+                    r.codifica->tubo) != r.campioni.size())
+        interrotta(r, attendi(*r.codifica));
+    r.fallita = false;
 }
 
-void concludi(ScritturaFilmato& s)
+void concludi(Ripresa& r, bool sovrascrivi)
 {
-    if (s.fallita || !s.codifica)
+    if (r.fallita || !r.codifica)
         throw Errore{FALLITO, {}};
-    if (const std::string motivo = attendi(*s.codifica); !motivo.empty())
-        interrotta(s, motivo);
+    if (const std::string motivo = attendi(*r.codifica); !motivo.empty())
+        interrotta(r, motivo);
+    dai_nome(r.provvisorio, sovrascrivi);
 }
 
 }  // namespace varno::provino

@@ -5,12 +5,10 @@
 
 #include <OpenImageIO/Imath.h>
 #include <OpenImageIO/imagebufalgo.h>
-#include <OpenImageIO/strutil.h>
 
 #include <algorithm>
 #include <cmath>
 #include <set>
-#include <vector>
 
 namespace varno::provino {
 namespace {
@@ -91,8 +89,7 @@ OIIO::ROI leggi_ritaglio(const std::string& testo)
     long long y = 0;
     if (parti.size() != 3 || !leggi_intero(parti[1], x) || !leggi_intero(parti[2], y) || x < 0 ||
         y < 0 || x > LATO_LIMITE || y > LATO_LIMITE)
-        rifiuta("a crop is written WIDTHxHEIGHT+X+Y, as in 640x360+100+50, not " +
-                tra_apici(testo));
+        rifiuta("a crop is written WIDTHxHEIGHT+X+Y, as in 640x360+100+50, not '%s'", testo);
     const auto [larghezza, altezza] = leggi_misura(parti[0]);
     return rettangolo(static_cast<int>(x), static_cast<int>(y), larghezza, altezza);
 }
@@ -151,8 +148,8 @@ Foto foglio(int larghezza, int colonne, double forma, const std::vector<Casella>
     const std::int64_t altezza = 2 * m.margine + m.scritta + std::int64_t{righe} * passo;
     if (m.cella_l < 48 || m.cella_a < 1 || altezza > LATO_LIMITE ||
         larghezza * altezza > PIXEL_LIMITE)
-        rifiuta("a sheet " + std::to_string(larghezza) +
-                " wide has no room for pictures of this shape: give another --width");
+        rifiuta("a sheet %d wide has no room for pictures of this shape: give another --width",
+                larghezza);
     carattere();
     Foto foto = foto_nuova(larghezza, static_cast<int>(altezza));
     OIIO::ImageBuf su = tela(foto);
@@ -182,8 +179,7 @@ void incolla(OIIO::ImageBuf& foglio, const OIIO::ROI& dove, const Foto& foto,
 {
     const OIIO::ImageBuf tutta = tela(foto);
     if (!tutta.roi().contains(parte))
-        rifiuta("the crop reaches outside the picture of " + std::to_string(foto.larghezza) + "x" +
-                std::to_string(foto.altezza));
+        rifiuta("the crop reaches outside the picture of %dx%d", foto.larghezza, foto.altezza);
     OIIO::ImageBuf pezzo = Algo::cut(tutta, parte);
     if (parte.width() != dove.width() || parte.height() != dove.height())
         pezzo = Algo::resize(pezzo, "", 0.0f, rettangolo(0, 0, dove.width(), dove.height()));

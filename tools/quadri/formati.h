@@ -31,6 +31,10 @@ struct Descrizione {
     std::vector<std::string_view> firme, desinenze;
     std::vector<std::string> profondita;  // the first is the usual one
     std::vector<Compressione> compressioni;
+    /// Of a file before it is read: throws Errore where it is cut short or its header is absurd, as
+    /// far as its structure tells, since the readers fill what is missing with black, or trust a
+    /// length. None where their own answer will do.
+    void (*prepara)(std::vector<unsigned char>& dati, const std::string& nome) = nullptr;
 };
 const Descrizione& descrizione(Formato f);
 
@@ -44,6 +48,18 @@ bool da_filmato(const std::filesystem::path& file);
 /// and says which there are: of movies too where one would do.
 Formato formato_dal_nome(const std::filesystem::path& p, bool o_filmato = false);
 
+/// How a picture is to be written. Empty texts leave it to the picture that was read, where its
+/// format is the same, or to the format.
+struct Scrittura {
+    std::string profondita;    // half, float, uint16, uint10, uint8
+    std::string compressione;  // as OpenImageIO names them
+    bool sovrascrivi = false;
+};
+
+/// Throws Errore (usage) where the format of the name has no such depth or compression.
+void controlla_scrittura(const std::filesystem::path& file, const Scrittura& come,
+                         bool o_filmato = false);
+
 /// Throws Errore where the size is none or beyond the limits.
 void controlla_misure(std::int64_t larghezza, std::int64_t altezza, const std::string& nome);
 
@@ -52,6 +68,6 @@ void controlla_misure(std::int64_t larghezza, std::int64_t altezza, const std::s
 [[noreturn]] void guasto(Formato f, const std::string& nome, const char* dove);
 
 /// A number of 1 to 4 bytes; the caller keeps inside the data.
-std::uint32_t numero(Byte d, std::size_t da, int byte, bool piccolo_prima);
+std::uint32_t numero(Byte d, std::size_t da, int byte, bool piccolo_prima = false);
 
 }  // namespace varno::provino

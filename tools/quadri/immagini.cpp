@@ -2,18 +2,15 @@
 #include "tools/quadri/immagini.h"
 
 #include "tools/messaggi.h"
-#include "tools/quadri/lettori.h"
+#include "tools/quadri/dpx.h"
 
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imagebuf.h>
-#include <OpenImageIO/strutil.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <cstdint>
-#include <memory>
-#include <system_error>
 #include <vector>
 
 namespace varno::provino {
@@ -25,25 +22,25 @@ constexpr std::uintmax_t FILE_LIMITE = std::uintmax_t{4} << 30;  // bytes
 
 std::vector<unsigned char> leggi_byte(const fs::path& file)
 {
-    const std::string nome = tra_apici(file.string());
+    const std::string nome = file.string();
     std::error_code e;
     const fs::file_status stato = fs::status(file, e);
     if (stato.type() == fs::file_type::not_found)
-        fallisci("there is no file " + nome);
+        fallisci("there is no file '%s'", nome);
     if (!fs::status_known(stato))
-        fallisci("cannot read " + nome + ": " + e.message());
+        fallisci("cannot read '%s': %s", nome, e.message());
     if (fs::is_directory(stato))
-        fallisci(nome + " is a folder: give the name of a picture");
+        fallisci("'%s' is a folder: give the name of a picture", nome);
     if (!fs::is_regular_file(stato))
-        fallisci(nome + " is no regular file");
+        fallisci("'%s' is no regular file", nome);
     const std::uintmax_t lunghezza = fs::file_size(file, e);
     if (e || lunghezza > FILE_LIMITE)
-        fallisci(nome + " is larger than 4 GiB, too large for one picture");
+        fallisci("'%s' is larger than 4 GiB, too large for one picture", nome);
     std::vector<unsigned char> dati(static_cast<std::size_t>(lunghezza));
     errno = 0;
-    if (OIIO::Filesystem::read_bytes(file.string(), dati.data(), dati.size()) != dati.size())
-        fallisci("cannot read " + nome + ": " +
-                 (errno != 0 ? std::generic_category().message(errno) : "its length changed"));
+    if (OIIO::Filesystem::read_bytes(nome, dati.data(), dati.size()) != dati.size())
+        fallisci("cannot read '%s': %s", nome,
+                 errno != 0 ? std::generic_category().message(errno) : "its length changed");
     return dati;
 }
 
@@ -57,8 +54,8 @@ struct Lettura {
 
 [[noreturn]] void illeggibile(const fs::path& file, Formato f, const std::string& motivo)
 {
-    fallisci(tra_apici(file.string()) + " is damaged, or a kind of " + descrizione(f).nome +
-             " that is not read" + (motivo.empty() ? "" : " (" + in_una_riga(motivo) + ")"));
+    fallisci("'%s' is damaged, or a kind of %s that is not read%s", file.string(),
+             descrizione(f).nome, motivo.empty() ? "" : " (" + in_una_riga(motivo) + ")");
 }
 
 // The part of that number or name.
@@ -77,7 +74,7 @@ void scegli_parte(Lettura& l, const std::string& nome, const std::string& parte)
     static_cast<void>(l.ingresso->geterror());  // that there is no further one
     const std::string tutte = OIIO::Strutil::join(parti, ", ");
     if (quale < 0)
-        rifiuta(tra_apici(nome) + " has no part " + tra_apici(parte) + "; it has: " + tutte);
+        rifiuta("'%s' has no part '%s'; it has: %s", nome, parte, tutte);
     if (parte.empty() && parti.size() > 1)
         nota(nome, "has " + std::to_string(parti.size()) +
                        " parts, of which the first is read; --part chooses: " + tutte);
@@ -90,13 +87,15 @@ Lettura apri_foto(const fs::path& file, const Scelta& scelta = {})
     Lettura l;
     l.dati = leggi_byte(file);
     l.formato = formato_dai_byte(l.dati, file.string());
-    prepara_lettura(l.formato, l.dati, file.string());
+    const Descrizione& d = descrizione(l.formato);
+    if (d.prepara != nullptr)
+        d.prepara(l.dati, file.string());
 
     // By the format's own reader, so that nothing is guessed from the file's name.
     l.memoria = std::make_unique<OIIO::Filesystem::IOMemReader>(l.dati.data(), l.dati.size());
-    l.ingresso = OIIO::ImageInput::create(descrizione(l.formato).oiio);
+    l.ingresso = OIIO::ImageInput::create(d.oiio);
     if (!l.ingresso)
-        fallisci(std::string("this OpenImageIO cannot read ") + descrizione(l.formato).nome);
+        fallisci("this OpenImageIO cannot read %s", d.nome);
     l.ingresso->set_ioproxy(l.memoria.get());
     OIIO::ImageSpec come;
     OIIO::ImageSpec testata;
@@ -107,8 +106,7 @@ Lettura apri_foto(const fs::path& file, const Scelta& scelta = {})
     testata = l.ingresso->spec();
     controlla_misure(testata.width, testata.height, file.string());
     if (testata.deep || testata.depth > 1)
-        fallisci(tra_apici(file.string()) +
-                 " holds deep or volume data, which are no picture here");
+        fallisci("'%s' holds deep or volume data, which are no picture here", file.string());
     if (testata.nchannels < 1 || testata.nchannels > 1024)
         illeggibile(file, l.formato, "channel count");
     return l;
@@ -129,19 +127,20 @@ Canali scegli_canali(const OIIO::ImageSpec& testata, const std::string& file,
         return std::min({k[0], k[1], k[2]}) >= 0;
     };
     if (strato.empty() && canale("RY") >= 0 && canale("BY") >= 0)
-        fallisci(tra_apici(file) + " holds luminance and colour differences (" +
-                 in_una_riga(tutti) + "), which are not read: save it as RGB");
+        fallisci("'%s' holds luminance and colour differences (%s), which are not read: save it as "
+                 "RGB",
+                 file, in_una_riga(tutti));
     if (rgb("R", "G", "B") || (!strato.empty() && rgb("X", "Y", "Z"))) {
     } else if (!strato.empty()) {
         const int uno = std::max(canale(strato), canale(davanti + "Y"));
         if (uno < 0)
-            rifiuta(tra_apici(file) + " has no layer " + tra_apici(strato) +
-                    "; its channels are: " + in_una_riga(tutti));
+            rifiuta("'%s' has no layer '%s'; its channels are: %s", file, strato,
+                    in_una_riga(tutti));
         k = {uno, uno, uno, -1};
     } else if (testata.nchannels >= 3) {
         k = {0, 1, 2, testata.alpha_channel >= 3 ? testata.alpha_channel : -1};
     } else if (testata.nchannels == 2 ? testata.alpha_channel != 1 : testata.z_channel == 0) {
-        rifiuta(tra_apici(file) + " holds no colours but " + tutti + ": choose with --layer");
+        rifiuta("'%s' holds no colours but %s: choose with --layer", file, tutti);
     } else {
         k = {0, 0, 0, testata.nchannels == 2 ? 1 : -1};
     }
@@ -153,6 +152,30 @@ Canali scegli_canali(const OIIO::ImageSpec& testata, const std::string& file,
         nota(file, "has channels that are left out, --layer chooses: " +
                        in_una_riga(OIIO::Strutil::join(fuori, ", ")));
     return k;
+}
+
+// 10 and 12 bits come at the top of 16, those below repeated or not; the code value is the fraction
+// of its own range.
+void raddrizza_bit(Foto& f)
+{
+    const int bit = f.testata.get_int_attribute("oiio:BitsPerSample", 0);
+    if (f.testata.format != OIIO::TypeUInt16 || bit <= 8 || bit >= 16)
+        return;
+    const auto massimo = static_cast<float>((1 << bit) - 1);
+    const auto sotto = static_cast<float>(1 << (16 - bit));
+    for (float& v : std::span(f.rgba.get(), quanti_float(f)))
+        v = std::floor((v * 65535.0f + 0.5f) / sotto) / massimo;
+}
+
+// Where 0 is white the reader turns samples of 8 bits, alpha among them, and no others.
+void raddrizza_bianco(Foto& f)
+{
+    if (f.testata.get_int_attribute("tiff:PhotometricInterpretation", 1) != 0)
+        return;
+    const bool alfa = f.testata.format == OIIO::TypeUInt8;
+    for (std::size_t i = 0; i < quanti_float(f); ++i)
+        if ((i % 4 == 3) == alfa && (f.alfa || !alfa))
+            f.rgba[i] = 1.0f - f.rgba[i];
 }
 
 }  // namespace
@@ -207,7 +230,10 @@ Foto leggi_foto(const fs::path& file, const Scelta& scelta)
             v[c] = k[c] < 0 ? 1.0f : letti[passo * i + k[c] - *primo];
         std::copy(v.begin(), v.end(), &f.rgba[4 * i]);
     }
-    sana_letti(l.dati, l.ingresso->current_subimage(), k, f);
+    raddrizza_bit(f);
+    raddrizza_bianco(f);
+    if (f.formato == Formato::dpx)
+        rendi_persi(l.dati, f, l.ingresso->current_subimage(), k);
     return f;
 }
 

@@ -39,14 +39,6 @@ struct Scelta {
     std::string strato;  // what stands before ".R" in the channels' names, or one channel
 };
 
-/// How a picture is to be written.
-struct Scrittura {
-    std::string
-        profondita;  // half, float, uint16, uint10, uint8; empty: as read, or the format's usual
-    std::string compressione;  // as OpenImageIO names them; empty: as read, or the format's usual
-    bool sovrascrivi = false;
-};
-
 inline std::size_t quanti_float(const Foto& f)
 {
     return std::size_t{4} * static_cast<std::size_t>(f.larghezza) *
@@ -71,10 +63,6 @@ Foto leggi_foto(const std::filesystem::path& file, const Scelta& scelta = {});
 
 /// Its metadata alone.
 OIIO::ImageSpec leggi_testata(const std::filesystem::path& file);
-
-/// Throws Errore (usage) where the format of the name has no such depth or compression.
-void controlla_scrittura(const std::filesystem::path& file, const Scrittura& come,
-                         bool o_filmato = false);
 
 /// Writes in the format that the name tells. Integers are rounded and held to 0..1, a NaN becomes
 /// 0. Metadata follows, but for what told the colours of the file that was read: in its place

@@ -5,17 +5,14 @@
 #include "tools/messaggi.h"
 #include "tools/quadri/dpx.h"
 #include "tools/quadri/filmato.h"
-#include "tools/quadri/profilo.h"
 #include "tools/quadri/uscita.h"
 
 #include <OpenImageIO/filesystem.h>
-#include <OpenImageIO/strutil.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <ranges>
+#include <lcms2.h>
 #include <regex>
 #include <vector>
 
@@ -30,27 +27,6 @@ constexpr const char* SEGNO = SEGNO_IMPOSTAZIONI.data();
 // one must: it gets its four letters when the file stands in memory.
 constexpr const char* SPAZIO_EXR = "xxxx:ColorSpace";
 
-// --- Depth and compression -----------------------------------------------------------------------
-
-void controlla_compressione(Formato f, const std::string& chiesta)
-{
-    const Descrizione& d = descrizione(f);
-    const std::size_t fine = std::min(chiesta.find(':'), chiesta.size());
-    const std::string nome = chiesta.substr(0, fine);
-    const auto c = std::ranges::find(d.compressioni, nome, &Compressione::nome);
-    if (c == d.compressioni.end())
-        rifiuta(
-            std::string(d.nome) + " has no compression " + tra_apici(chiesta) + ": it takes " +
-            OIIO::Strutil::join(std::views::transform(d.compressioni, &Compressione::nome), ", "));
-    long long livello = 0;
-    if (fine < chiesta.size() &&
-        (!leggi_intero(chiesta.substr(fine + 1), livello) || livello < 1 || livello > c->massimo))
-        rifiuta("the compression " + nome + " of " + d.nome +
-                (c->massimo > 0 ? " takes a level from 1 to " + std::to_string(c->massimo)
-                                : " takes no level") +
-                ", not " + tra_apici(chiesta));
-}
-
 // As asked for, else as it was read where the kind of file is the same, else the usual one.
 std::string scegli_profondita(Formato f, const Foto& foto, const Scrittura& come)
 {
@@ -64,8 +40,6 @@ std::string scegli_profondita(Formato f, const Foto& foto, const Scrittura& come
                 return letta;
     return tutte.front();
 }
-
-// --- Metadata ------------------------------------------------------------------------------------
 
 // Drops what told the colours of the picture that was read, or how its file was laid out. Not by
 // erase_attribute, whose patterns know no alternatives.
@@ -119,25 +93,50 @@ void posa_impostazioni(OIIO::ImageSpec& testata, Formato f, const std::string& i
         testata.attribute(nome, s);
 }
 
-// The frame alone, with no window around it.
-void senza_finestra(OIIO::ImageSpec& s)
-{
-    s.x = s.y = 0;
-    s.set_roi_full(s.roi());
-}
-
-// A damaged header may tell of a display window or of a shape of pixels that cannot be, and that a
+// The display window goes where the format knows none, or, as TIFF, none left of or above the
+// frame's. A damaged header may tell of one or of a shape of pixels that cannot be, and that a
 // writer would refuse: the picture is good without.
-void sana_testata(OIIO::ImageSpec& s)
+void posa_finestra(OIIO::ImageSpec& s, Formato f)
 {
     constexpr int LONTANO = 1 << 24;  // pixels
     const auto vicino = [](int v) { return v > -LONTANO && v < LONTANO; };
     const int numeri[] = {s.x, s.y, s.full_x, s.full_y, s.full_width, s.full_height};
-    if (!std::ranges::all_of(numeri, vicino) || s.full_width < 1 || s.full_height < 1)
-        senza_finestra(s);
+    if ((f != Formato::exr && (f != Formato::tiff || s.x < 0 || s.y < 0)) ||
+        !std::ranges::all_of(numeri, vicino) || s.full_width < 1 || s.full_height < 1) {
+        s.x = s.y = 0;
+        s.set_roi_full(s.roi());
+    }
     const float forma = s.get_float_attribute("PixelAspectRatio", 1.0f);
     if (!(forma >= 1e-6f && forma <= 1e6f))
         s.erase_attribute("PixelAspectRatio");
+}
+
+// An ICC profile of what the plug-in makes: Rec.709 primaries, gamma 2.4, white D65.
+const std::vector<unsigned char>& profilo_schermo()
+{
+    static const std::vector<unsigned char> profilo = [] {
+        constexpr cmsCIExyY BIANCO = {0.3127, 0.3290, 1.0};
+        constexpr cmsCIExyYTRIPLE PRIMARI = {
+            {0.640, 0.330, 1.0}, {0.300, 0.600, 1.0}, {0.150, 0.060, 1.0}};
+        cmsToneCurve* gamma = cmsBuildGamma(nullptr, 2.4);
+        cmsToneCurve* curve[3] = {gamma, gamma, gamma};
+        cmsHPROFILE p = cmsCreateRGBProfile(&BIANCO, &PRIMARI, curve);
+        cmsSetProfileVersion(p, 2.1);
+        cmsMLU* nome = cmsMLUalloc(nullptr, 1);
+        cmsMLUsetASCII(nome, "en", "US", "Rec.709 primaries, gamma 2.4");
+        cmsWriteTag(p, cmsSigProfileDescriptionTag, nome);
+        cmsUInt32Number quanti = 0;
+        cmsSaveProfileToMem(p, nullptr, &quanti);
+        std::vector<unsigned char> byte(quanti);
+        cmsSaveProfileToMem(p, byte.data(), &quanti);
+        cmsMLUfree(nome);
+        cmsCloseProfile(p);
+        cmsFreeToneCurve(gamma);
+        // No date of making, so that the same picture is always the same file.
+        std::fill_n(byte.begin() + 24, 12, std::uint8_t{0});
+        return byte;
+    }();
+    return profilo;
 }
 
 // What the values are, in the words that oiiotool and ffmpeg read.
@@ -180,11 +179,7 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
     s.x = foto.testata.x;
     s.y = foto.testata.y;
     s.set_roi_full(foto.testata.roi_full());
-    // The others know no window, or none left of or above the frame's.
-    if (f != Formato::exr && (f != Formato::tiff || s.x < 0 || s.y < 0))
-        senza_finestra(s);
-    sana_testata(s);
-
+    posa_finestra(s, f);
     const bool non_associata = foto.testata.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0 ||
                                foto.formato == Formato::png || f == Formato::png;
     togli_superati(s);
@@ -216,8 +211,6 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
     return s;
 }
 
-// --- Writing -------------------------------------------------------------------------------------
-
 bool scrivi_pixel(OIIO::ImageOutput& uscita, const Foto& f, const std::string& profondita)
 {
     if (!profondita.starts_with("uint"))
@@ -234,17 +227,6 @@ bool scrivi_pixel(OIIO::ImageOutput& uscita, const Foto& f, const std::string& p
 }
 
 }  // namespace
-
-void controlla_scrittura(const fs::path& file, const Scrittura& come, bool o_filmato)
-{
-    const Formato f = formato_dal_nome(file, o_filmato);
-    const std::vector<std::string>& tutte = descrizione(f).profondita;
-    if (!come.profondita.empty() && std::ranges::count(tutte, come.profondita) == 0)
-        rifiuta(std::string(descrizione(f).nome) + " has no depth " + tra_apici(come.profondita) +
-                ": it takes " + OIIO::Strutil::join(tutte, ", "));
-    if (!come.compressione.empty())
-        controlla_compressione(f, come.compressione);
-}
 
 void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
                  const std::string& impostazioni)
@@ -270,7 +252,7 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
         // DPX keeps the name that it is opened by.
         if (!uscita || !uscita->open((f == Formato::tiff ? provvisorio : file).string(), testata) ||
             !scrivi_pixel(*uscita, foto, profondita) || !uscita->close())
-            fallisci("cannot write " + tra_apici(file.string()) + ": " +
+            fallisci("cannot write '%s': %s", file.string(),
                      in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
         if (f == Formato::exr) {
             const std::string nome = std::string(SPAZIO_EXR) + '\0' + "string";
@@ -282,7 +264,9 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
         if (f == Formato::dpx)
             scrivi_forma_dpx(memoria, testata.get_float_attribute("PixelAspectRatio", 1.0f));
         if (f != Formato::tiff)
-            scrivi_byte(provvisorio, memoria, file.string());
+            scrivi_byte(provvisorio,
+                        {reinterpret_cast<const char*>(memoria.data()), memoria.size()},
+                        file.string());
     });
 }
 

@@ -1,6 +1,7 @@
 // Outputs that appear whole under their names, or not at all.
 #include "tools/quadri/uscita.h"
 
+#include "tools/errore.h"
 #include "tools/messaggi.h"
 
 #include <cerrno>
@@ -58,8 +59,8 @@ void elimina(const fs::path& file)
 
 [[noreturn]] void esiste(const fs::path& finale)
 {
-    fallisci(tra_apici(finale.string()) +
-             " exists already: give --overwrite to replace it, or another name");
+    fallisci("'%s' exists already: give --overwrite to replace it, or another name",
+             finale.string());
 }
 
 }  // namespace
@@ -68,9 +69,8 @@ void conta_fotogrammi(std::size_t fatti, std::size_t quanti, bool ripresa)
 {
     const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
     if (quanti > 1)
-        sospeso().commiato = "\nprovino: stopped: " + std::to_string(fatti) + " of " +
-                             std::to_string(quanti) + " frames are done" +
-                             (ripresa ? ", --skip-existing goes on" : "") + "\n";
+        sospeso().commiato = sprintf("\nprovino: stopped: %d of %d frames are done%s\n", fatti,
+                                     quanti, ripresa ? ", --skip-existing goes on" : "");
 }
 
 void controlla_uscita(const fs::path& finale, bool sovrascrivi)
@@ -78,28 +78,25 @@ void controlla_uscita(const fs::path& finale, bool sovrascrivi)
     std::error_code e;
     const fs::file_status stato = fs::status(finale, e);
     if (!fs::status_known(stato))
-        fallisci("cannot write " + tra_apici(finale.string()) + ": " + e.message());
+        fallisci("cannot write '%s': %s", finale.string(), e.message());
     if (fs::is_directory(stato))
-        fallisci(tra_apici(finale.string()) + " is a folder: give the name of a file");
+        fallisci("'%s' is a folder: give the name of a file", finale.string());
     if (fs::exists(stato) && !sovrascrivi)
         esiste(finale);
     if (fs::exists(stato) && !fs::is_regular_file(stato))
-        fallisci(tra_apici(finale.string()) + " is no regular file: give another name");
+        fallisci("'%s' is no regular file: give another name", finale.string());
     const fs::path cartella = finale.has_parent_path() ? finale.parent_path() : fs::path(".");
     if (!fs::is_directory(cartella, e))
-        fallisci("there is no folder " + tra_apici(cartella.string()) +
-                 " to write into: make it first");
+        fallisci("there is no folder '%s' to write into: make it first", cartella.string());
     if (access(cartella.c_str(), W_OK) != 0)
-        fallisci("cannot write " + tra_apici(finale.string()) + ": " +
-                 std::generic_category().message(errno));
+        fallisci("cannot write '%s': %s", finale.string(), std::generic_category().message(errno));
 }
 
 void non_sopra(const fs::path& uscita, const fs::path& ingresso)
 {
     std::error_code e;
     if (fs::equivalent(uscita, ingresso, e))
-        fallisci(tra_apici(uscita.string()) +
-                 " is what is read, and would be replaced: give another name");
+        fallisci("'%s' is what is read, and would be replaced: give another name", uscita.string());
 }
 
 Provvisorio::Provvisorio(const fs::path& dato)
@@ -146,7 +143,7 @@ void dai_nome(const Provvisorio& p, bool sovrascrivi)
     if (sovrascrivi || e)  // or no links on this file system
         fs::rename(p.file, finale, e);
     if (e)
-        fallisci("cannot give " + tra_apici(finale.string()) + " its name: " + e.message());
+        fallisci("cannot give '%s' its name: %s", finale.string(), e.message());
 }
 
 void scrivi_intero(const fs::path& finale, bool sovrascrivi,
@@ -158,22 +155,20 @@ void scrivi_intero(const fs::path& finale, bool sovrascrivi,
     dai_nome(p, sovrascrivi);
 }
 
-void scrivi_byte(const fs::path& file, Byte dati, const std::string& nome)
+void scrivi_byte(const fs::path& file, std::string_view dati, const std::string& nome)
 {
     errno = 0;
     std::ofstream f(file, std::ios::binary);
-    f.write(reinterpret_cast<const char*>(dati.data()), static_cast<std::streamsize>(dati.size()));
+    f << dati;
     f.close();
     if (!f)
-        fallisci("cannot write " + tra_apici(nome) + ": " + std::generic_category().message(errno));
+        fallisci("cannot write '%s': %s", nome, std::generic_category().message(errno));
 }
 
 void scrivi_testo(const fs::path& finale, bool sovrascrivi, const std::string& testo)
 {
-    scrivi_intero(finale, sovrascrivi, [&](const fs::path& p) {
-        scrivi_byte(p, Byte(reinterpret_cast<const unsigned char*>(testo.data()), testo.size()),
-                    finale.string());
-    });
+    scrivi_intero(finale, sovrascrivi,
+                  [&](const fs::path& p) { scrivi_byte(p, testo, finale.string()); });
 }
 
 void prepara_segnali()

@@ -1,12 +1,11 @@
 // Outputs that appear whole under their names, or not at all.
 #pragma once
 
-#include "tools/quadri/formati.h"
-
 #include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace varno::provino {
 
@@ -50,7 +49,7 @@ void scrivi_intero(const std::filesystem::path& finale, bool sovrascrivi,
                    const std::function<void(const std::filesystem::path&)>& scrivi);
 
 /// All bytes into a file. Throws Errore with the system's reason.
-void scrivi_byte(const std::filesystem::path& file, Byte dati, const std::string& nome);
+void scrivi_byte(const std::filesystem::path& file, std::string_view dati, const std::string& nome);
 
 /// scrivi_intero for a text.
 void scrivi_testo(const std::filesystem::path& finale, bool sovrascrivi, const std::string& testo);
