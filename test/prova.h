@@ -30,7 +30,11 @@
 #include <vector>
 
 /// Sanitizers make everything ten times as slow, and a thread a hundred times.
-constexpr bool LENTO = VARNO_LENTO;
+#ifdef VARNO_LENTO
+constexpr bool LENTO = true;
+#else
+constexpr bool LENTO = false;
+#endif
 
 inline const std::vector<varno::LookDef>& looks()
 {
