@@ -162,7 +162,8 @@ def dpx(file, larghezza, altezza, descrittore, bit, imballo, ordine, segno):
     for dove, forma, *valori in (
             (0, "4s", b"SDPX" if ordine == ">" else b"XPDS"), (4, "I8sIIIII", 2048, b"V2.0", 2048 + len(dati), 1, 1664,
                                                                384, 0), (36, "624x"), (768, "HHII", 0, 1, larghezza, altezza),
-            (780, "IIfIfBBBBHHIII32x", segno, 0, 0, 0, 1, descrittore, 2, 2, bit, imballo, 0, 2048, 0, 0),
+            (780, "IIfIfBBBBHHIII32x", segno, 0, 0, 0, 1, descrittore, 2, 2, bit, imballo, 0,
+             random.choice((2048, 0, 0xffffffff)), 0, 0),  # the last two: where the file says
             (1432, "24x"), (1556, "72x"), (1664, "48x"), (1732, "188x")):
         struct.pack_into(ordine + forma, testa, dove, *valori)
     Path(file).write_bytes(testa + dati)

@@ -65,8 +65,9 @@ Elemento elemento(Byte d, std::size_t quale)
     e.bit = d[qui + 23];
     e.imballo = u16(d, qui + 24);
     e.codifica = u16(d, qui + 26);
-    const std::uint32_t inizio = o_niente(u32(d, qui + 28));
-    e.inizio = inizio == 0 ? u32(d, 4) : inizio;
+    e.inizio = o_niente(u32(d, qui + 28));
+    if (e.inizio == 0 && quale == 0)  // as the file's pixels do
+        e.inizio = u32(d, 4);
     e.dopo_riga = o_niente(u32(d, qui + 32));
     e.dopo_immagine = o_niente(u32(d, qui + 36));
     return e;
@@ -154,6 +155,9 @@ void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome)
         const Elemento e = elemento(dati, i);
         controlla(dati, e, nome);
         const std::uint64_t fine = i + 1 < elementi ? elemento(dati, i + 1).inizio : dati.size();
+        // Of an element that tells no place the reader takes whatever stands in memory.
+        scrivi(dati, PRIMO_ELEMENTO + LUNGO_ELEMENTO * i + 28,
+               static_cast<std::uint32_t>(e.inizio));
         if (const std::uint32_t n = non_detti(dati, e, fine); n > 0)
             scrivi(dati, PRIMO_ELEMENTO + LUNGO_ELEMENTO * i + 32, n);
     }

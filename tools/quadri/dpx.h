@@ -13,7 +13,7 @@ namespace varno::provino {
 /// fit into the file: the reader takes lengths and counts as they stand. Some writers end the
 /// header before its fields on film and television: for those that the file lacks, fields that say
 /// nothing go in before the pixels, since the reader takes the first pixels for them. Rows that end
-/// on 32 bits get their padding told.
+/// on 32 bits get their padding told, and pixels their place.
 void prepara_dpx(std::vector<unsigned char>& dati, const std::string& nome);
 
 /// Where rows of 10-bit samples, three to a word, end in a word that is not full, the reader loses
