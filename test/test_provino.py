@@ -277,10 +277,12 @@ class Immagini(Prova):
 
     def test_metadata_and_data_window_are_kept(self):
         self.altri("oiiotool --create 32x18+4-3 4 --fullsize 64x36+0+0 --attrib:type=timecode smpte:TimeCode "
-                   "01:02:03:04 --attrib Copyright somebody --attrib camera 'number nine' -d half -o m.exr")
-        for argomenti in ("m.exr o.exr --compression piz", "m.exr o.dpx", "o.dpx p.dpx", "o.dpx o.tif"):
+                   "01:02:03:04 --attrib Copyright somebody --attrib camera 'number nine' --attrib:type=float "
+                   "FramesPerSecond 24 -d half -o m.exr")
+        for argomenti in ("m.exr o.exr --compression piz", "m.exr o.dpx", "o.dpx p.dpx", "o.dpx o.tif", "o.dpx p.exr"):
             self.fai("sviluppa " + argomenti, *NEUTRO)
-        exr, tiff, *dpx = self.altri("oiiotool --info -v o.exr o.tif o.dpx p.dpx").split("Reading ")[1:]
+        exr, tiff, tornato, *dpx = self.altri("oiiotool --info -v o.exr o.tif p.exr o.dpx p.dpx").split("Reading ")[1:]
+        self.assertIn("FramesPerSecond: 24000/1000 (24)", tornato)
         for cosa in ("x=4, y=-3", "display size: 64 x 36", "01:02:03:04", "somebody", "number nine", "piz",
                      "provino 1", "half"):
             self.assertIn(cosa, exr)

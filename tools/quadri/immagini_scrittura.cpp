@@ -165,8 +165,11 @@ void posa_cadenza(OIIO::ImageSpec& s, Formato f)
         s.attribute("dpx:FrameRate", v);
     if (f != Formato::exr || !(v > 0.0f) || s.find_attribute("FramesPerSecond") != nullptr)
         return;
-    int rapporto[2] = {static_cast<int>(std::lround(1000.0f * v)), 1000};
-    std::sscanf(cadenza_esatta(testo_di(v)).c_str(), "%d/%d", &rapporto[0], &rapporto[1]);
+    int rapporto[2] = {0, 0};
+    if (std::sscanf(cadenza_esatta(testo_di(v)).c_str(), "%d/%d", &rapporto[0], &rapporto[1]) < 2) {
+        rapporto[0] = static_cast<int>(std::lround(1000.0f * v));
+        rapporto[1] = 1000;
+    }
     s.attribute("FramesPerSecond", OIIO::TypeRational, rapporto);
 }
 
