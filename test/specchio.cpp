@@ -1,9 +1,7 @@
 // A plug-in that hands the picture on as it came: what reaches one can be read from the output.
 #include "ofx/ofx.h"
 
-#include <cstddef>
 #include <cstring>
-#include <initializer_list>
 
 namespace {
 
@@ -12,23 +10,9 @@ const OfxPropertySuiteV1* gProp;
 const OfxImageEffectSuiteV1* gEff;
 const OfxParameterSuiteV1* gParm;
 
-struct Vista {
-    OfxPropertySetHandle props = nullptr;
-    void* dati = nullptr;
-    int byte = 0;
-    int limiti[4] = {};
-};
-
-Vista prendi(OfxImageEffectHandle effetto, const char* nome, double tempo)
+template <class Suite> void prendi(const Suite*& suite, const char* nome)
 {
-    Vista v;
-    OfxImageClipHandle clip;
-    gEff->clipGetHandle(effetto, nome, &clip, nullptr);
-    gEff->clipGetImage(clip, tempo, nullptr, &v.props);
-    gProp->propGetPointer(v.props, "OfxImagePropData", 0, &v.dati);
-    gProp->propGetInt(v.props, "OfxImagePropRowBytes", 0, &v.byte);
-    gProp->propGetIntN(v.props, "OfxImagePropBounds", 4, v.limiti);
-    return v;
+    suite = static_cast<const Suite*>(gHost->fetchSuite(gHost->host, nome, 1));
 }
 
 OfxStatus entra(const char* azione, const void* maniglia, OfxPropertySetHandle dentro,
@@ -37,20 +21,18 @@ OfxStatus entra(const char* azione, const void* maniglia, OfxPropertySetHandle d
     auto* effetto = static_cast<OfxImageEffectHandle>(const_cast<void*>(maniglia));
     OfxPropertySetHandle p = nullptr;
     const auto chiesta = [&](const char* nome) { return std::strcmp(azione, nome) == 0; };
+    constexpr const char* CLIP[] = {"Source", "Output"};
     if (chiesta("OfxActionLoad")) {
-        gProp = static_cast<const OfxPropertySuiteV1*>(
-            gHost->fetchSuite(gHost->host, "OfxPropertySuite", 1));
-        gEff = static_cast<const OfxImageEffectSuiteV1*>(
-            gHost->fetchSuite(gHost->host, "OfxImageEffectSuite", 1));
-        gParm = static_cast<const OfxParameterSuiteV1*>(
-            gHost->fetchSuite(gHost->host, "OfxParameterSuite", 1));
+        prendi(gProp, "OfxPropertySuite");
+        prendi(gEff, "OfxImageEffectSuite");
+        prendi(gParm, "OfxParameterSuite");
     } else if (chiesta("OfxActionDescribe")) {
         gEff->getPropertySet(effetto, &p);
         gProp->propSetString(p, "OfxImageEffectPropSupportedContexts", 0,
                              "OfxImageEffectContextFilter");
         gProp->propSetString(p, "OfxImageEffectPropSupportedPixelDepths", 0, "OfxBitDepthFloat");
     } else if (chiesta("OfxImageEffectActionDescribeInContext")) {
-        for (const char* clip : {"Source", "Output"}) {
+        for (const char* clip : CLIP) {
             gEff->clipDefine(effetto, clip, &p);
             gProp->propSetString(p, "OfxImageEffectPropSupportedComponents", 0,
                                  "OfxImageComponentRGBA");
@@ -62,14 +44,23 @@ OfxStatus entra(const char* azione, const void* maniglia, OfxPropertySetHandle d
         gProp->propSetString(p, "OfxParamPropChoiceOption", 0, "None");
     } else if (chiesta("OfxImageEffectActionRender")) {
         double tempo = 0.0;
+        OfxPropertySetHandle foto[2];
+        void* dati[2];
+        int byte[2], limiti[4];
         gProp->propGetDouble(dentro, "OfxPropTime", 0, &tempo);
-        const Vista da = prendi(effetto, "Source", tempo);
-        const Vista a = prendi(effetto, "Output", tempo);
-        for (std::ptrdiff_t y = 0; y < a.limiti[3]; ++y)
-            std::memcpy(static_cast<char*>(a.dati) + y * a.byte,
-                        static_cast<char*>(da.dati) + y * da.byte, 16u * a.limiti[2]);
-        gEff->clipReleaseImage(da.props);
-        gEff->clipReleaseImage(a.props);
+        for (int i = 0; i < 2; ++i) {
+            OfxImageClipHandle clip;
+            gEff->clipGetHandle(effetto, CLIP[i], &clip, nullptr);
+            gEff->clipGetImage(clip, tempo, nullptr, &foto[i]);
+            gProp->propGetPointer(foto[i], "OfxImagePropData", 0, &dati[i]);
+            gProp->propGetInt(foto[i], "OfxImagePropRowBytes", 0, &byte[i]);
+            gProp->propGetIntN(foto[i], "OfxImagePropBounds", 4, limiti);
+        }
+        for (long y = 0; y < limiti[3]; ++y)
+            std::memcpy(static_cast<char*>(dati[1]) + y * byte[1],
+                        static_cast<char*>(dati[0]) + y * byte[0], 16u * limiti[2]);
+        for (const OfxPropertySetHandle f : foto)
+            gEff->clipReleaseImage(f);
     } else {
         return kOfxStatReplyDefault;
     }

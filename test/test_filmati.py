@@ -276,10 +276,14 @@ class Filmati(Prova):
         # of 24 is half a frame off.
         for nome, quanti, modo in (("a.mp4", 520, "-c:v libx264 -g 30 -bf 3 -qp 0"), ("a.ts", 75, "-c:v libx264 -g 30 -bf 3 -qp 0"),
                                    ("a.mkv", 75, "-c:v libx264 -g 30 -bf 3 -qp 0 -output_ts_offset 1"),
-                                   ("a.mxf", 75, "-c:v mpeg2video -q:v 1")):
+                                   ("a.mxf", 75, "-c:v mpeg2video -q:v 1"),
+                                   ("h.mp4", 110, "-c:v libx265 -x265-params keyint=24:min-keyint=24:b-adapt=0:open-gop=0:radl=2:log-level=error")):
             self.ffmpeg("-f lavfi -i color=gray:s=64x64:r=24000/1001:d=%.2f,geq=lum='16+2*mod(N\\,100)':cb=128:cr=128 -f lavfi "
                         "-i sine=d=3.2:r=48000 %s -pix_fmt yuv420p -color_range tv -colorspace bt709 %s"
                         % (quanti / 24, modo, nome))
+            if nome == "h.mp4":  # begins with frames from before its first whole one
+                self.ffmpeg("-ss 1.1 -i h.mp4 -an -c copy a.mkv")
+                nome, quanti = "a.mkv", len(self.pixel("a.mkv", "gray")) // 64 // 64
             self.fai("sviluppa %s tutti.mkv --overwrite" % nome, *NEUTRO)
             interi, uno = self.pixel("tutti.mkv", "gray"), 64 * 64
             self.assertEqual(len(interi), quanti * uno, nome)

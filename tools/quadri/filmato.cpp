@@ -64,21 +64,28 @@ Json scegli_traccia(Filmato& f, const Json& j)
 }
 
 // The times of all frames in order, seconds; a raw stream has none, and frames without count too.
-std::vector<double> tempi(const Filmato& f, std::size_t& quanti)
+// What is shown before a first whole picture is decoded or not, who knows: none is sought by time
+// then.
+std::vector<double> tempi(Filmato& f, std::size_t& quanti)
 {
     const Risposta r = sonda(f, "-select_streams " + std::to_string(f.traccia) +
                                     " -show_entries packet=pts_time,flags -of csv=p=0");
     if (!r.motivo.empty() || !r.detto.empty())
         illeggibile(f, r.motivo.empty() ? r.detto : r.motivo);
     std::vector<double> t;
+    double primo = -1e9;
     quanti = 0;
     for (const std::string& riga : OIIO::Strutil::splits(r.testo, "\n")) {
         const std::vector<std::string> campi = OIIO::Strutil::splits(riga, ",");
         if (campi.size() < 2 || OIIO::Strutil::contains(campi[1], "D"))
             continue;  // left out by the file itself
         ++quanti;
-        if (double v = 0.0; leggi_numero(campi[0], v))
+        double v = primo - 1.0;  // untold
+        if (leggi_numero(campi[0], v))
             t.push_back(v);
+        if (quanti == 1 && OIIO::Strutil::contains(campi[1], "K"))
+            primo = v;
+        f.si_cerca = f.si_cerca && v >= primo;
     }
     std::sort(t.begin(), t.end());
     return t;
