@@ -130,10 +130,6 @@ Testi sessione(const Caso& caso)
 {
     gCaso = &caso;
     gAzioni.clear();
-    Testi violazioni;
-    const auto raccogli = [&](const Testi& altre) {
-        violazioni.insert(violazioni.end(), altre.begin(), altre.end());
-    };
     const ModuloPtr m = apri(&gCattivo);
     dai_host(*m);
     azione(*m, "OfxActionLoad");
@@ -144,9 +140,9 @@ Testi sessione(const Caso& caso)
     const Rettangolo f{0, 0, 3, 2};
     Tela t = tela(f);
     rendi(*i, 0.0, f, figura(t), figura(t));
-    raccogli(registro(*m).violazioni);
-    raccogli(registro(*i).violazioni);
-    raccogli(violazioni_senza_azione());
+    Testi violazioni = violazioni_senza_azione();
+    for (const Registro* r : {&registro(*m), &registro(*i)})
+        violazioni.insert(violazioni.end(), r->violazioni.begin(), r->violazioni.end());
     return violazioni;
 }
 
