@@ -36,7 +36,7 @@ double al_secondo(const Racconto& r)
 
 void disegna_barra(const Racconto& r)
 {
-    const std::size_t quanti = r.lavoro.fotogrammi.size();
+    const std::size_t quanti = r.lavoro.numeri.size();
     const std::size_t finiti = r.fatti + r.saltati + r.falliti.size();
     std::string s = sprintf("%d/%d", finiti, quanti);
     if (r.fatti > 0) {
@@ -60,12 +60,13 @@ Json numero_json(double tempo)
     return tempo;
 }
 
-Json in_json(const Fotogramma& f, const Resoconto& r)
+Json in_json(const Lavoro& l, const Resoconto& r)
 {
     constexpr const char* ESITI[] = {"done", "skipped", "failed"};
-    Json j = {{"frame", numero_json(f.tempo)},
-              {"in", f.ingresso},
-              {"out", f.uscita},
+    const long long n = l.numeri[r.indice];
+    Json j = {{"frame", numero_json(tempo_al(l, r.indice))},
+              {"in", nome_al(l.da, n)},
+              {"out", nome_al(l.a, n)},
               {"status", ESITI[static_cast<int>(r.esito)]}};
     if (r.esito == Esito::fatto)
         j["seconds"] = r.secondi;
@@ -76,13 +77,14 @@ Json in_json(const Fotogramma& f, const Resoconto& r)
 
 void racconta(Racconto& r, const Resoconto& resoconto)
 {
-    const Fotogramma& f = r.lavoro.fotogrammi[resoconto.indice];
+    const Lavoro& l = r.lavoro;
+    const std::string uscita = nome_al(l.a, l.numeri[resoconto.indice]);
     const Esito esito = resoconto.esito;
     if (esito == Esito::fallito)
-        r.falliti.push_back(f.tempo);
+        r.falliti.push_back(tempo_al(l, resoconto.indice));
     else
         ++(esito == Esito::fatto ? r.fatti : r.saltati);
-    conta_fotogrammi(r.fatti + r.saltati, r.lavoro.fotogrammi.size(), !r.lavoro.scrive_in_ordine);
+    conta_fotogrammi(r.fatti + r.saltati, l.numeri.size(), !l.a.ripresa);
     if (esito == Esito::fallito && r.con_barra)
         barra(PULISCI);
     if (esito == Esito::fallito && !resoconto.motivo.empty())  // else told when a stream failed
@@ -90,16 +92,16 @@ void racconta(Racconto& r, const Resoconto& resoconto)
     if (r.con_barra)
         disegna_barra(r);
     else if (gVoce.json)
-        tappa({}, in_json(f, resoconto));
+        tappa({}, in_json(l, resoconto));
     else if (esito == Esito::saltato)
-        tappa(f.uscita + ": exists, skipped", {});
-    else if (esito == Esito::fatto && !r.lavoro.scrive_in_ordine)
-        tappa(sprintf("%s: done in %.2f s", f.uscita, resoconto.secondi), {});
+        tappa(uscita + ": exists, skipped", {});
+    else if (esito == Esito::fatto && !l.a.ripresa)
+        tappa(sprintf("%s: done in %.2f s", uscita, resoconto.secondi), {});
 }
 
 void concludi(const Racconto& r)
 {
-    const std::size_t quanti = r.lavoro.fotogrammi.size();
+    const std::size_t quanti = r.lavoro.numeri.size();
     if (r.con_barra)
         barra("\n");
     Json falliti = Json::array();
@@ -117,7 +119,7 @@ void concludi(const Racconto& r)
                {"failed", falliti},
                {"seconds", r.trascorsi()},
                {"frames_per_second", al_secondo(r)}});
-    if (!elenco.empty() && quanti > 1 && !r.lavoro.legge_in_ordine && !r.lavoro.scrive_in_ordine)
+    if (!elenco.empty() && quanti > 1 && !r.lavoro.da.proiezione && !r.lavoro.a.ripresa)
         errore(sprintf("%d of %d frames failed:%s", r.falliti.size(), quanti, elenco));
 }
 
@@ -136,7 +138,7 @@ void di_scritta(const std::string& file)
 
 bool esegui_e_racconta(const Lavoro& lavoro, const std::vector<banco::IstanzaPtr>& istanze)
 {
-    Racconto r{lavoro, !gVoce.json && !gVoce.muta && lavoro.fotogrammi.size() > 1 &&
+    Racconto r{lavoro, !gVoce.json && !gVoce.muta && lavoro.numeri.size() > 1 &&
                            isatty(canale_errori()) == 1};
     const bool riuscito =
         esegui_lavoro(lavoro, istanze, [&](const Resoconto& uno) { racconta(r, uno); });

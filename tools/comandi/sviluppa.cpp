@@ -45,8 +45,8 @@ std::vector<long long> scegli_numeri(const OpzioniSviluppo& o, const Sorgente& d
     return numeri;
 }
 
-std::vector<Fotogramma> elenca(const OpzioniSviluppo& o, const Sorgente& da, const Destinazione& a,
-                               const std::vector<long long>& numeri)
+void controlla_numeri(const OpzioniSviluppo& o, const Sorgente& da, const Destinazione& a,
+                      const std::vector<long long>& numeri)
 {
     const bool uno = singola(da) && o.fotogrammi.empty();
     if (o.tempo && !uno)
@@ -61,11 +61,6 @@ std::vector<Fotogramma> elenca(const OpzioniSviluppo& o, const Sorgente& da, con
                  mancano);
     if (!mancano.empty())
         perdita("the sequence has no frames " + mancano);
-    std::vector<Fotogramma> fotogrammi;
-    for (const long long n : numeri)
-        fotogrammi.push_back(
-            {o.tempo.value_or(static_cast<double>(n)), n, nome_al(da, n), nome_al(a, n)});
-    return fotogrammi;
 }
 
 // What would be read and written; what would be lost was told.
@@ -109,18 +104,13 @@ void sviluppa(const OpzioniSviluppo& o, Plugin& plugin, const std::string& ingre
         rifiuta("--matrix, --range and --start are for a movie that is read");
     Destinazione a = apri_destinazione(uscita, o.modo, da);
     const std::vector<long long> numeri = scegli_numeri(o, da);
-    Lavoro lavoro;
-    lavoro.fotogrammi = elenca(o, da, a, numeri);
-    lavoro.salta_esistenti = o.modo.salta;
-    lavoro.continua = o.modo.continua;
-    lavoro.legge_in_ordine = da.proiezione != nullptr;
-    lavoro.scrive_in_ordine = a.ripresa != nullptr;
+    controlla_numeri(o, da, a, numeri);
     const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
     if (!o.prova || o.cartella.empty() || fs::exists(o.cartella))
         controlla(a, da, numeri);
 
     std::vector<banco::IstanzaPtr> istanze(
-        std::min(static_cast<std::size_t>(o.lavori), lavoro.fotogrammi.size()));
+        std::min(static_cast<std::size_t>(o.lavori), numeri.size()));
     std::ranges::generate(istanze, [&] { return istanza_con(plugin, imp); });
     const banco::Istanza& istanza = *istanze.front();
     const std::string formato = formato_di(plugin, istanza);
@@ -133,16 +123,10 @@ void sviluppa(const OpzioniSviluppo& o, Plugin& plugin, const std::string& ingre
         return annuncia(da, a, numeri, formato);
     salva_impostazioni(o, plugin, istanza, imp);
     a.impostazioni = in_json(plugin, istanza, imp).dump();
-    lavoro.leggi = [&](std::size_t i) {
-        Foto foto = leggi(da, lavoro.fotogrammi[i].numero);
-        if (i == 0)
-            avvisa_dei_colori(da, foto.testata, formato);
-        return foto;
+    const auto avvisa_del_primo = [&](const Foto& foto) {
+        avvisa_dei_colori(da, foto.testata, formato);
     };
-    lavoro.scrivi = [&](std::size_t i, const Foto& foto) {
-        scrivi(a, lavoro.fotogrammi[i].numero, foto);
-    };
-    const bool riuscito = esegui_e_racconta(lavoro, istanze);
+    const bool riuscito = esegui_e_racconta({da, a, numeri, o.tempo, avvisa_del_primo}, istanze);
     if (riuscito || o.modo.continua)
         concludi(a);
     if (!riuscito)

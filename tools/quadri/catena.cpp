@@ -34,7 +34,7 @@ void finisci(Sala& s, Resoconto r)
     const std::lock_guard<std::mutex> chiuso(s.mutex);
     if (r.esito == Esito::fallito) {
         s.riuscito = false;
-        s.fermo = s.fermo || !s.lavoro.continua;
+        s.fermo = s.fermo || !s.lavoro.a.modo.continua;
     }
     s.in_attesa.emplace(r.indice, std::move(r));
     while (!s.in_attesa.empty() && s.in_attesa.begin()->first == s.raccontati) {
@@ -45,25 +45,27 @@ void finisci(Sala& s, Resoconto r)
     s.raccontato.notify_all();
 }
 
-// A frame from its file to its file; `in_fila` is held until it is read.
+// One frame; `in_fila` is held until it is read.
 void fai(Sala& s, banco::Istanza& istanza, Resoconto& r, std::unique_lock<std::mutex> in_fila)
 {
     const Lavoro& l = s.lavoro;
-    const Fotogramma& quale = l.fotogrammi[r.indice];
+    const long long n = l.numeri[r.indice];
     std::error_code e;
-    if (l.salta_esistenti && std::filesystem::exists(quale.uscita, e)) {
+    if (l.a.modo.salta && std::filesystem::exists(nome_al(l.a, n), e)) {
         r.esito = Esito::saltato;
         return;
     }
-    Foto foto = l.leggi(r.indice);
+    Foto foto = leggi(l.da, n);
+    if (r.indice == 0)
+        l.letta(foto);
     if (in_fila)
         in_fila.unlock();
-    foto = rendi_foto(istanza, foto, quale.tempo);
-    if (l.scrive_in_ordine) {
+    foto = rendi_foto(istanza, foto, tempo_al(l, r.indice));
+    if (l.a.ripresa) {
         std::unique_lock<std::mutex> chiuso(s.mutex);
         s.raccontato.wait(chiuso, [&] { return s.raccontati == r.indice; });
     }
-    l.scrivi(r.indice, foto);
+    scrivi(l.a, n, foto);
     r.esito = Esito::fatto;
 }
 
@@ -71,12 +73,12 @@ void lavora(Sala& s, banco::Istanza& istanza)
 {
     for (;;) {
         std::unique_lock<std::mutex> in_fila(s.lettura, std::defer_lock);
-        if (s.lavoro.legge_in_ordine)
+        if (s.lavoro.da.proiezione)
             in_fila.lock();
         Resoconto r;
         {
             const std::lock_guard<std::mutex> chiuso(s.mutex);
-            if (s.fermo || s.prossimo == s.lavoro.fotogrammi.size())
+            if (s.fermo || s.prossimo == s.lavoro.numeri.size())
                 return;
             r.indice = s.prossimo++;
         }

@@ -2,25 +2,33 @@
 #pragma once
 
 #include "tools/plugin/plugin.h"
-#include "tools/quadri/immagini.h"
+#include "tools/quadri/destinazione.h"
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace varno::provino {
 
-/// One frame to make: from a file to a file at a time.
-struct Fotogramma {
-    double tempo = 0.0;
-    long long numero = 0;
-    std::string ingresso, uscita;
+/// Frames to develop from a source into a destination.
+struct Lavoro {
+    const Sorgente& da;
+    Destinazione& a;
+    std::vector<long long> numeri;
+    std::optional<double> tempo;             // of a single picture; else numbers are times
+    std::function<void(const Foto&)> letta;  // is shown the first one as it was read
 };
+
+inline double tempo_al(const Lavoro& l, std::size_t indice)
+{
+    return l.tempo.value_or(static_cast<double>(l.numeri[indice]));
+}
 
 enum class Esito { fatto, saltato, fallito };
 
-/// What came of it.
+/// What came of a frame.
 struct Resoconto {
     std::size_t indice = 0;
     Esito esito = Esito::fallito;
@@ -28,19 +36,10 @@ struct Resoconto {
     double secondi = 0.0;  // of reading, developing and writing it
 };
 
-/// Frames to make. `leggi` and `scrivi` are called once a frame, from several threads: for one
-/// frame at a time and in order where a flag says so, as a stream wants it.
-struct Lavoro {
-    std::vector<Fotogramma> fotogrammi;
-    bool salta_esistenti = false;
-    bool continua = false;  // after a failure; else no further frame is begun
-    bool legge_in_ordine = false, scrive_in_ordine = false;
-    std::function<Foto(std::size_t)> leggi;
-    std::function<void(std::size_t, const Foto&)> scrivi;
-};
-
-/// Develops all frames, as many at once as there are instances. `racconta` is called once a frame
-/// that was begun, in order and one call at a time. Returns whether all went well.
+/// Develops all frames, as many at once as there are instances; those of a movie are read and
+/// written in order. `racconta` is called once a frame that was begun, in order and one call at a
+/// time. Returns whether all went well; after a failure no further frame is begun, unless the
+/// destination is to go on.
 bool esegui_lavoro(const Lavoro& lavoro, const std::vector<banco::IstanzaPtr>& istanze,
                    const std::function<void(const Resoconto&)>& racconta);
 
