@@ -152,11 +152,6 @@ TEST_CASE("a frame is graded by its settings, each of which counts, and by those
         Valori mossa;  // against the row before, so that a table that should be rebuilt shows
         int look, riga;
     };
-    varno::Chiave attesa = {0, 30, 1.0, 0.0, 0.0, 0.0};
-    const std::map<std::string, double*> campi = {{"forza", &attesa.forza},
-                                                  {"ev", &attesa.ev},
-                                                  {"temp", &attesa.temp},
-                                                  {"tinta", &attesa.tinta}};
     // clang-format off
     const Caso casi[] = {
         {{}, 0, 30},
@@ -193,17 +188,15 @@ TEST_CASE("a frame is graded by its settings, each of which counts, and by those
     const IstanzaPtr i = crea_istanza(modulo(), SPENTO);
     for (const Caso& caso : casi) {
         CAPTURE(&caso - casi);
-        attesa.look = caso.look;
-        attesa.profilo = caso.riga;
-        for (const auto& [nome, v] : caso.mossa) {
+        for (const auto& [nome, v] : caso.mossa)
             imposta(*i, nome, v);
-            if (campi.count(nome) > 0)
-                *campi.at(nome) = v;
-        }
+        const auto ora = [&](const char* nome) { return valore(*i, nome); };
+        const varno::Contesto atteso_da =
+            contesto({caso.look, caso.riga, ora("forza"), ora("ev"), ora("temp"), ora("tinta")});
         REQUIRE(rendi(*i, 0.0, f, figura(s), figura(u)) == kOfxStatOK);
         int diversi = 0;
         for (int n = 0; n < 125; ++n) {
-            const varno::RGB atteso = varno::semplici::applica_colore(codice(n), contesto(attesa));
+            const varno::RGB atteso = varno::semplici::applica_colore(codice(n), atteso_da);
             diversi += std::memcmp(pixel(u, n, 0), &atteso, sizeof atteso) != 0;
         }
         CHECK(diversi == 0);
@@ -331,12 +324,12 @@ TEST_CASE("a setting that cannot be read counts as 0, whatever was read before i
     // Everything above 0, so that a value left over from the read before would show.
     const auto valori =
         con(acceso(), {{"cs_canon", 2}, {"formato", 12}, {"tinta", 0.5}, {"punte", 2}});
-    Testi nomi = {"look", "forza", "ev", "temp", "tinta", "punte", "formato", "cs_canon"};
-    for (const std::string interruttore : INTERRUTTORI)
-        nomi.insert(nomi.end(), {interruttore, interruttore.substr(0, interruttore.size() - 3)});
     const Bit intero = fotogramma(valori, 24, 17, 5.0);
     const IstanzaPtr i = crea_istanza(modulo(), valori);
-    for (const std::string& nome : nomi) {
+    for (const Parametro& p : parametri(modulo())) {
+        const std::string& nome = p.nome;
+        if (nome.starts_with("cs_") && nome != "cs_canon")
+            continue;
         CAPTURE(nome);
         const Bit attesa = fotogramma(con(valori, {{nome, 0}}), 24, 17, 5.0);
         CHECK(attesa != intero);

@@ -3,12 +3,9 @@
 //
 //     somma [--module FILE] [--threads N] [--level NAME] [--small] [--write FILE]
 //
-// Without a module it is the plug-in linked into this program. --level puts one set of vector
-// kernels in place, which a module chooses by itself. --small is a set for slow machines. --write
-// puts the number down, to be compared with another machine's.
-//
-// What a module leaves behind, where nothing but the module and this program is; fails where it is
-// more than nothing:
+// Without a module it is the plug-in linked in, whose vector kernels --level chooses; --small is
+// for slow machines, --write for comparing with others. What a module leaves behind, where it and
+// this program are alone; fails where that is more than nothing:
 //
 //     somma --module FILE --cycles N     loads, renders five frames, unloads
 //     somma --module FILE --boundary     one session, between marks for strace
