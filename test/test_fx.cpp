@@ -293,6 +293,8 @@ TEST_CASE("one mask serves a size; those who hold another never see it change")
     const auto prima = maschera_di(64, 48);
     const Campioni pesi(prima->pesi, prima->pesi + 64 * 48);
     CHECK(maschera_di(64, 48).get() == prima.get());
-    maschera_di(48, 64);
+    const auto bassa = maschera_di(64, 40);
+    CHECK(bassa.get() != prima.get());
+    CHECK(maschera_di(48, 40).get() != bassa.get());
     CHECK(std::memcmp(pesi.data(), prima->pesi, pesi.size() * sizeof(float)) == 0);
 }
