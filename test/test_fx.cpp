@@ -92,9 +92,9 @@ TEST_CASE("each effect by itself gives the bits of the plain loops, on copies of
     for (const Voce& e : EFFETTI)
         for (const Misura m : PICCOLE)
             for (int k = 0; k < CONTENUTI; ++k)
-                for (const float quantita : {1e-6f, e.massimo * 0.25f, e.massimo, 5.0f, INFINITY}) {
-                    if (quantita == INFINITY && e.campo == &FxRicetta::ca)
-                        continue;  // a displacement without a place
+                // Of 5 rows the aberration shifts the first by one at 25, here by rounding alone.
+                for (const float quantita :
+                     {1e-6f, e.massimo * 0.25f, e.massimo, 24.999998f, INFINITY}) {
                     INFO(e.nome, " ", quantita);
                     prova(giro, k, m, uno(e, quantita), 1 + static_cast<int>(giro.passo / 3 % 4));
                 }

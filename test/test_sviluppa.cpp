@@ -168,8 +168,7 @@ TEST_CASE("a frame is its passes one after the other, whichever way the rows go"
         for (float FxRicetta::*const ultimo : ultimi)
             for (const float vignetta : {0.0f, 0.4f, INFINITY})
                 for (const float grana : {0.0f, 0.3f, INFINITY}) {
-                    if (!giro.avanti())
-                        continue;
+                    ++giro.passo;  // sanitizers see all of them: here threads share a window
                     FxRicetta ricetta = {.vignetta = vignetta, .grana = grana, .fotogramma = 77};
                     if (ultimo != nullptr) {
                         ricetta.halation = 0.3f;
