@@ -74,7 +74,7 @@ std::uintptr_t nuova_maniglia(Ambiente& a, Cosa cosa, void* dove);
 
 template <class Maniglia> Maniglia come(std::uintptr_t m)
 {
-    return reinterpret_cast<Maniglia>(m);  // NOLINT(performance-no-int-to-ptr): never followed
+    return reinterpret_cast<Maniglia>(m);  // never followed
 }
 
 // --- What a module and an instance are -----------------------------------------------------------
