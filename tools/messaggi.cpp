@@ -57,6 +57,11 @@ void di_nota(const std::string& testo, bool perde)
 
 }  // namespace
 
+std::string componi(const char* forma, fmt::printf_args cose)
+{
+    return fmt::vsprintf(fmt::string_view(forma), cose);
+}
+
 void apri_messaggi()
 {
     if (SANITIZZATO)
@@ -94,7 +99,7 @@ void nota(const std::string& file, const std::string& testo)
 void esito(const std::string& testo, const Json& json)
 {
     if (gVoce.json || !gVoce.muta)
-        riga(gVoce.json ? in_riga(json) : testo);
+        riga(gVoce.json ? testo_di(json) : testo);
 }
 
 void tappa(const std::string& testo, const Json& json)
@@ -105,9 +110,9 @@ void tappa(const std::string& testo, const Json& json)
     }
 }
 
-std::string in_riga(const Json& json)
+std::string testo_di(const Json& json, int rientro)
 {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return json.dump(rientro, ' ', false, Json::error_handler_t::replace);
 }
 
 int canale_errori()

@@ -43,8 +43,8 @@ int canale_errori();
 /// cannot be written, without a text where a reader such as `head` has had enough.
 void riga(const std::string& testo);
 
-/// In one line; what is no UTF-8 is replaced.
-std::string in_riga(const nlohmann::ordered_json& json);
+/// In one line unless it is indented; what is no UTF-8 is replaced.
+std::string testo_di(const nlohmann::ordered_json& json, int rientro = -1);
 
 /// Text as it stands on the error channel, for a progress bar.
 void barra(const std::string& testo);

@@ -7,10 +7,15 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <exception>
+#include <filesystem>
 #include <new>
+#include <system_error>
 #include <type_traits>
+#include <variant>
 
 namespace varno::provino {
 namespace {

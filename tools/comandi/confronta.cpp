@@ -99,17 +99,18 @@ void stampa(const OpzioniConfronto& o, const std::string& davanti, const Foto& a
     const std::size_t y = d.dove / 4 / static_cast<std::size_t>(a.larghezza);
     if (o.json) {
         // JSON has no infinity: null stands for it.
-        nlohmann::json j = {{"equal", d.diversi == 0},
-                            {"passes", d.massima <= o.limite},
-                            {"largest", d.massima},
-                            {"x", x},
-                            {"y", y},
-                            {"channel", CANALI[d.dove % 4]},
-                            {"values_that_differ", d.diversi},
-                            {"psnr_db", psnr}};
-        if (!davanti.empty())
-            j["in"] = davanti;
-        return riga(in_riga(j));
+        Json j = {{"channel", CANALI[d.dove % 4]},
+                  {"equal", d.diversi == 0},
+                  {"in", davanti},
+                  {"largest", d.massima},
+                  {"passes", d.massima <= o.limite},
+                  {"psnr_db", psnr},
+                  {"values_that_differ", d.diversi},
+                  {"x", x},
+                  {"y", y}};
+        if (davanti.empty())
+            j.erase("in");
+        return riga(testo_di(j));
     }
     const std::string capo = davanti.empty() ? "" : davanti + ": ";
     if (d.diversi == 0)

@@ -7,7 +7,9 @@
 #include "tools/quadri/uscita.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
+#include <utility>
 
 namespace varno::provino {
 namespace {

@@ -9,7 +9,9 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
+#include <utility>
 
 namespace varno::provino {
 namespace {

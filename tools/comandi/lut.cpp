@@ -11,7 +11,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <memory>
+#include <utility>
 
 namespace varno::provino {
 namespace {
@@ -128,7 +130,7 @@ void scrivi_lut(const OpzioniLut& o)
     const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
     controlla_uscita(o.uscita, o.sovrascrivi);
     const banco::IstanzaPtr istanza = istanza_con(plugin, imp);
-    const std::string impostazioni = in_json(plugin, *istanza, imp).dump();
+    const std::string impostazioni = testo_di(in_json(plugin, *istanza, imp));
     di_plugin(plugin.file);
     avvisa_nulla_di_fatto(plugin, *istanza, imp);
     for (const Effetto& e : effetti(plugin))

@@ -92,10 +92,10 @@ void misura(const OpzioniMisura& o)
     const Json voci = misura(plugin, *istanza, soggetto(larghezza, altezza), o.giri);
     const double al_secondo = 1000.0 / voci["frame"].get<double>();
     if (o.json)
-        return riga(in_riga({{"plugin", plugin.file},
-                             {"size", o.misura},
-                             {"milliseconds", voci},
-                             {"frames_a_second", al_secondo}}));
+        return riga(testo_di({{"plugin", plugin.file},
+                              {"size", o.misura},
+                              {"milliseconds", voci},
+                              {"frames_a_second", al_secondo}}));
     // Both forms of a line: for machines, and in columns for people.
     const auto di = [&](const std::string& nome, double v, const char* unita) {
         riga(o.csv ? sprintf("%s,%.3f", nome, v) : sprintf("%-24s %9.2f%s", nome, v, unita));

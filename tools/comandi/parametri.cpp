@@ -34,7 +34,7 @@ void elenca(const OpzioniElenco& o)
     const Plugin plugin = carica_plugin(o.plugin);
     if (o.json) {
         for (const std::string& una :
-             OIIO::Strutil::splits(parametri_in_json(plugin).dump(2), "\n"))
+             OIIO::Strutil::splits(testo_di(parametri_in_json(plugin), 2), "\n"))
             riga(una);
         return;
     }

@@ -8,7 +8,9 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 #include <thread>
 
 namespace varno::provino {
@@ -93,7 +95,7 @@ void salva_impostazioni(const OpzioniSviluppo& o, const Plugin& plugin,
 {
     if (!o.salva.empty())
         scrivi_testo(o.salva, o.modo.scrittura.sovrascrivi,
-                     in_json(plugin, istanza, imp).dump(2) + "\n");
+                     testo_di(in_json(plugin, istanza, imp), 2) + "\n");
 }
 
 void sviluppa(const OpzioniSviluppo& o, Plugin& plugin, const std::string& ingresso,
@@ -122,7 +124,7 @@ void sviluppa(const OpzioniSviluppo& o, Plugin& plugin, const std::string& ingre
     if (o.prova)
         return annuncia(da, a, numeri, formato);
     salva_impostazioni(o, plugin, istanza, imp);
-    a.impostazioni = in_json(plugin, istanza, imp).dump();
+    a.impostazioni = testo_di(in_json(plugin, istanza, imp));
     const auto avvisa_del_primo = [&](const Foto& foto) {
         avvisa_dei_colori(da, foto.testata, formato);
     };

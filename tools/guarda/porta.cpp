@@ -2,7 +2,6 @@
 #include "tools/guarda/porta.h"
 
 #include "tools/errore.h"
-#include "tools/guarda/pagina.h"
 #include "tools/messaggi.h"
 
 // Its records have another layout without what Debian built the library with.
@@ -10,6 +9,7 @@
 #define CPPHTTPLIB_OPENSSL_SUPPORT
 #define CPPHTTPLIB_ZLIB_SUPPORT
 #include <httplib.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -160,7 +160,7 @@ Consegna in_json(const Json& j)
 {
     // The addition to the type keeps the server from packing the text, which takes longer than to
     // send it.
-    return {in_riga(j), "application/json; charset=utf-8"};
+    return {testo_di(j), "application/json; charset=utf-8"};
 }
 
 void ascolta(Porta& p, const std::string& percorso,

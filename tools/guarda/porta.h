@@ -1,11 +1,12 @@
 // The door: HTTP on this machine alone, and only for whoever holds the key.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace httplib {
 class Server;
@@ -14,6 +15,12 @@ class Server;
 namespace varno::provino {
 
 using Json = nlohmann::ordered_json;
+
+/// The page's own files, built into the program.
+struct Pagina {
+    const char *percorso, *tipo, *testo;
+};
+extern const std::vector<Pagina> PAGINE;
 
 /// A server of the page on 127.0.0.1 whose every request must carry the key: in the address at
 /// first, then in a cookie, which the page hands over. Bodies are JSON objects of 64 KB at most.

@@ -27,7 +27,7 @@ std::string con_punto(const Plugin& plugin, std::string cambio)
 Impostazioni leggi_stato(const Plugin& plugin, const Json& j)
 {
     OpzioniParametri o;
-    o.testo = j.at("impostazioni").dump();
+    o.date = &j.at("impostazioni");
     for (const Json& cambio : j.value("cambi", Json::array()))
         o.valori.push_back(con_punto(plugin, cambio.get<std::string>()));
     Impostazioni imp = leggi_impostazioni(plugin, o);

@@ -164,7 +164,7 @@ std::string dipingi(Tavolo& t, const Posto& posto, const std::optional<Impostazi
     const auto tempo = static_cast<double>(posto.numero);
     if (forma == Forma::file)
         return in_un_file(rendi_foto(*istanza, *foto, tempo),
-                          in_json(t.plugin, *istanza, *imp).dump());
+                          testo_di(in_json(t.plugin, *istanza, *imp)));
     Foto resa;
     {
         const std::lock_guard<std::mutex> chiuso(t.mutex);

@@ -79,14 +79,12 @@ double valore_json(const banco::Parametro& p, const Json& j)
         return j.get<double>();
     if (!scelta && j.is_number())
         return leggi_valore(p, testo_di(j.get<double>()));
-    rifiuta(p.nome + " cannot be " + j.dump());
+    rifiuta("%s cannot be %s", p.nome, testo_di(j));
 }
 
 // Values are taken as a host loads a project: a look alone loads no recipe.
-void da_json(const Plugin& plugin, const std::string& testo, const std::string& nome,
-             Impostazioni& imp)
+void da_json(const Plugin& plugin, const Json& j, const std::string& nome, Impostazioni& imp)
 try {
-    const Json j = Json::parse(testo, nullptr, false);
     if (!j.is_object())
         rifiuta("they are no JSON object");
     if (!j.contains("parameters") || !j["parameters"].is_object())
@@ -148,16 +146,16 @@ Impostazioni leggi_impostazioni(const Plugin& plugin, const OpzioniParametri& o)
         if (!testo)
             fallisci("'%s' carries no settings: it was not written by 'provino sviluppa'",
                      o.da_foto);
-        da_json(plugin, *testo, o.da_foto, imp);
+        da_json(plugin, Json::parse(*testo, nullptr, false), o.da_foto, imp);
     }
     if (!o.da_file.empty()) {
         std::string testo;
         if (!OIIO::Filesystem::read_text_file(o.da_file, testo))
             fallisci("cannot read the settings " + tra_apici(o.da_file));
-        da_json(plugin, testo, o.da_file, imp);
+        da_json(plugin, Json::parse(testo, nullptr, false), o.da_file, imp);
     }
-    if (!o.testo.empty())
-        da_json(plugin, o.testo, "the page", imp);
+    if (o.date != nullptr)
+        da_json(plugin, *o.date, "the page", imp);
     for (const std::string& v : o.valori) {
         const auto [nome, testo] = dividi(v, "-p", "name=value");
         const banco::Parametro& p = trova_parametro(plugin, nome);

@@ -21,7 +21,7 @@ struct OpzioniParametri {
     std::vector<std::string> chiavi;  // "name@time=value"
     std::string da_file;              // settings as JSON
     std::string da_foto;              // a picture that carries them
-    std::string testo;                // settings as JSON, themselves
+    const Json* date = nullptr;       // settings, themselves
 };
 
 /// Settings ready for an instance.

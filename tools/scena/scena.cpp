@@ -44,8 +44,6 @@ double nuvole(double x, double y, int ottave)
     return somma;
 }
 
-// --- The view: sky, hills, lake, wall ------------------------------------------------------------
-
 // Warm near the sun: 1 below it, less to its sides.
 double caldo(double u, double quanto)
 {
@@ -152,8 +150,6 @@ Luce veduta(double u, double v)
     return muro(u, v);
 }
 
-// --- The chart -----------------------------------------------------------------------------------
-
 // A place in a strip: the cell, how far along the whole strip from 0 to 1, and from the middle of
 // the cell, in heights of the frame.
 struct Punto {
@@ -219,8 +215,6 @@ Luce carta(double u, double v)
     }
     return CARTONE;
 }
-
-// --- The camera ----------------------------------------------------------------------------------
 
 // Rec.709 to S-Gamut3.Cine, both with a white of D65.
 constexpr Luce GAMUT[] = {{0.6456794776, 0.2591145470, 0.0952059754},

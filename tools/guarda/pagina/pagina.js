@@ -22,19 +22,14 @@ const adesso = () => ({...qui(), impostazioni: stato.impostazioni});
 const forma = intero => intero ? {forma: "png"} : {forma: "jpeg", ...tela.riquadro()};
 let inVolo = false, ancora = false, riposo = 0;
 
-function mostrato(dettaglio) {
-  tela.quadro.dataset.mostra = dettaglio.intero ? "riposo" : "moto";
-  tela.quadro.dispatchEvent(new CustomEvent("mostrato", {detail: dettaglio}));
-  if (!id("strumenti").hidden)
-    requestAnimationFrame(() => misura(tela.quadro, dettaglio.intero ? 1 << 20 : 1 << 17));
-}
-
 async function prendi(intero) {
   const mio = ++turno;
   const resa = await chiediQuadro({...adesso(), pagina, turno: mio, ...forma(intero)});
   if (!resa || (intero && mio !== turno)) return;
   tela.posa(tela.quadro, resa);
-  mostrato({intero, turno: mio});
+  tela.quadro.dataset.mostra = intero ? "riposo" : "moto";
+  tela.quadro.dispatchEvent(new CustomEvent("mostrato", {detail: {intero}}));
+  if (!id("strumenti").hidden) requestAnimationFrame(() => misura(tela.quadro, intero ? 1 << 20 : 1 << 17));
 }
 
 /** The newest wish is rendered at the shown size, and in full when no other follows. */
@@ -139,7 +134,7 @@ function ridisegna() {
   id("fotogramma").value = fotogramma;
   id("numero").textContent = numeri[fotogramma];
   sessionStorage.setItem("tavolo", JSON.stringify({corsa: inizio.corsa, stato, b, fotogramma,
-    confronto: scelto(), taglio: tela.leggiTaglio(), strumenti: !id("strumenti").hidden}));
+    confronto: scelto(), taglio: tela.taglio, strumenti: !id("strumenti").hidden}));
 }
 
 let coda = Promise.resolve();  // one change after the other, each on what the last one left
@@ -281,7 +276,7 @@ const TASTI = [
     const tutti = ["", "registrata", "neutro", ...(b ? ["b"] : [])];
     scegliConfronto(tutti[(tutti.indexOf(scelto()) + 1) % tutti.length]);
   }, "w"],
-  [", .", "wipe to the left, to the right", e => tela.taglia(tela.leggiTaglio() + (e.key === "," ? -0.02 : 0.02)), ",", "."],
+  [", .", "wipe to the left, to the right", e => tela.taglia(tela.taglio + (e.key === "," ? -0.02 : 0.02)), ",", "."],
   ["B", "keep this as B", AZIONI.tieni, "b"],
   ["F", "fit, or one pixel a pixel", () => tela.alterna(), "f"],
   ["+ −", "zoom", e => tela.gradino(e.key === "-" ? -1 : 1), "+", "-", "="],

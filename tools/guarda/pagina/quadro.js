@@ -5,7 +5,7 @@ const vista = id("vista"), piano = id("piano"), tendina = id("tendina"), zoom = 
 export const quadro = id("quadro"), confronto = id("confronto");
 const intera = {larghezza: 1, altezza: 1};
 let scala = 0, x = 0, y = 0;  // CSS pixels a pixel of the picture, 0: fitted; and its corner
-let taglio = 0.5;             // the wipe, as a share of the view
+export let taglio = 0.5;      // the wipe, as a share of the view
 
 const adatta = () => Math.min(vista.clientWidth / intera.larghezza, vista.clientHeight / intera.altezza);
 const unoAUno = () => 1 / devicePixelRatio;
@@ -72,7 +72,6 @@ export function mostraTendina(nome) {
   id("di-la").textContent = nome;
   disponi();
 }
-export const leggiTaglio = () => taglio;
 export function taglia(t) {
   taglio = Math.min(1, Math.max(0, t));
   disponi();

@@ -1,21 +1,14 @@
 // The scopes: parade, histogram and the share of clipped pixels, of what is shown.
 
 const COLORI = [[255, 96, 96], [110, 220, 120], [110, 150, 255]];
-const ALTA = 100, PARTI = 96;  // of the parade: rows, and columns of one colour
-const parata = document.getElementById("parata"), istogramma = document.getElementById("istogramma");
-const tagliati = document.getElementById("tagliati");
+const [parata, istogramma, tagliati] = ["parata", "istogramma", "tagliati"].map(n => document.getElementById(n));
+const ALTA = parata.height, PARTI = parata.width / COLORI.length;  // of the parade: rows, and columns of one colour
 
-function disegna(tela, larga, alta, valore) {
-  tela.width = larga;
-  tela.height = alta;
+function disegna(tela, valore) {
+  const {width: larga, height: alta} = tela;
   const contesto = tela.getContext("2d"), punti = contesto.createImageData(larga, alta);
-  for (let i = 0, n = larga * alta; i < n; ++i) {
-    const [r, g, b] = valore(i % larga, (i / larga) | 0);
-    punti.data[4 * i] = r;
-    punti.data[4 * i + 1] = g;
-    punti.data[4 * i + 2] = b;
-    punti.data[4 * i + 3] = 255;
-  }
+  for (let i = 0, n = larga * alta; i < n; ++i)
+    punti.data.set([...valore(i % larga, (i / larga) | 0), 255], 4 * i);
   contesto.putImageData(punti, 0, 0);
 }
 
@@ -39,13 +32,13 @@ export function misura(quadro, quanti) {
       if (d[i] === 255 || d[i + 1] === 255 || d[i + 2] === 255) ++bianchi;
     }
   const forza = 2.2 * PARTI * Math.sqrt(ALTA) / visti;
-  disegna(parata, 3 * PARTI, ALTA, (x, y) => {
+  disegna(parata, (x, y) => {
     const c = (x / PARTI) | 0, luce = Math.min(1, Math.pow(onda[x * ALTA + y] * forza, 0.6));
     const linea = x % PARTI && y % 25 ? 14 : 34;
     return COLORI[c].map(v => Math.max(linea, v * luce));
   });
   const cima = Math.max(1, conta.slice().sort().at(-9));  // the ends may tower over all
-  disegna(istogramma, 128, ALTA, (x, y) => {
+  disegna(istogramma, (x, y) => {
     const piena = c => (conta[256 * c + 2 * x] + conta[256 * c + 2 * x + 1]) / 2 / cima >= (ALTA - y) / ALTA;
     const p = [14, 14, 14];
     for (let c = 0; c < 3; ++c)
