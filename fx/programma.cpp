@@ -14,8 +14,8 @@
 namespace varno {
 namespace {
 
-// No memory is that large; sums of a few times as much do not wrap.
-constexpr std::ptrdiff_t MASSIMO_PIXEL = std::ptrdiff_t{1} << 56;
+// No memory is that large; a few times as much for each of thousands of threads does not wrap.
+constexpr std::ptrdiff_t MASSIMO_PIXEL = std::ptrdiff_t{1} << 48;
 
 // Each thread's memory begins a cache line, and places that doubles stand in are even.
 constexpr std::size_t LINEA = 16;  // floats

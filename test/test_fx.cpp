@@ -216,6 +216,9 @@ TEST_CASE("a frame takes as few sweeps, and as little memory, as its recipe allo
     const auto thread = thread_finti(16);
     CHECK(programma_di({.vignetta = 0.1f}, 4096, 15, false, 4).thread == 1);
     CHECK(programma_di({.halation = 0.1f}, 4096, 15, false, 4).thread == 16);
+    // Sixty-four times four samples of each of 2^56 pixels would be 2^64: none.
+    const auto molti = thread_finti(64);
+    CHECK_THROWS_AS(programma_di({.ca = 200.0f}, 1 << 28, 1 << 28, false, 4), std::bad_alloc);
 }
 
 TEST_CASE("the widest level that the machine runs is chosen, the baseline comes first")
