@@ -30,11 +30,7 @@
 #include <vector>
 
 /// Sanitizers make everything ten times as slow, and a thread a hundred times.
-#ifdef VARNO_LENTO
-constexpr bool LENTO = true;
-#else
-constexpr bool LENTO = false;
-#endif
+constexpr bool LENTO = VARNO_LENTO;
 
 inline const std::vector<varno::LookDef>& looks()
 {

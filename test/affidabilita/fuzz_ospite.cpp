@@ -227,13 +227,6 @@ void scegli_macchina(Lettore& l)
     gNuclei = livelli_disponibili()[l.fino_a(quanti - 1)];
 }
 
-int rendi(double tempo, const banco::Rettangolo& f, const banco::Figura& da, const banco::Figura& a)
-{
-    const int stato = banco::rendi_solo(*gIstanza, tempo, f, da, a);
-    pretendi(banco::registro(*gIstanza).violazioni.empty(), "a rule of the host was broken");
-    return stato;
-}
-
 void prova_quadro(Lettore& l)
 {
     banco::Rettangolo f = finestra(l);
@@ -274,7 +267,8 @@ void prova_quadro(Lettore& l)
 
     const banco::Tela prima = da;
     banco::Tela attesa = a;  // but for the window, which is taken over
-    pretendi(rendi(tempo, f, sorgente, uscita) == (riesce ? 0 : 1), "status");
+    const auto rendi = [&] { return banco::rendi_solo(*gIstanza, tempo, f, sorgente, uscita); };
+    pretendi(rendi() == (riesce ? 0 : 1), "status");
     guasti.clear();
     if (!separata)
         return;
@@ -292,7 +286,7 @@ void prova_quadro(Lettore& l)
         scegli_macchina(l);
         if (!chiave_da_numeri())
             return;
-        pretendi(rendi(tempo, f, sorgente, uscita) == 0, "status of the second time");
+        pretendi(rendi() == 0, "status of the second time");
         pretendi(scena::somma(a) == scena::somma(attesa), "another machine made another picture");
     }
 }
