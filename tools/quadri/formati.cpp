@@ -8,8 +8,8 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <optional>
-#include <ranges>
 
 namespace varno::provino {
 namespace {
@@ -101,10 +101,12 @@ void controlla_compressione(Formato f, const std::string& chiesta)
     const std::size_t fine = std::min(chiesta.find(':'), chiesta.size());
     const std::string nome = chiesta.substr(0, fine);
     const auto c = std::ranges::find(d.compressioni, nome, &Compressione::nome);
-    if (c == d.compressioni.end())
-        rifiuta(
-            "%s has no compression '%s': it takes %s", d.nome, chiesta,
-            OIIO::Strutil::join(std::views::transform(d.compressioni, &Compressione::nome), ", "));
+    if (c == d.compressioni.end()) {
+        std::vector<std::string> nomi;
+        std::ranges::transform(d.compressioni, std::back_inserter(nomi), &Compressione::nome);
+        rifiuta("%s has no compression '%s': it takes %s", d.nome, chiesta,
+                OIIO::Strutil::join(nomi, ", "));
+    }
     long long livello = 0;
     if (fine < chiesta.size() &&
         (!leggi_intero(chiesta.substr(fine + 1), livello) || livello < 1 || livello > c->massimo))
