@@ -37,7 +37,7 @@ Ripiano ripiano_di(const Corsa& c, const Spazzata& s, std::ptrdiff_t parte, std:
 }
 
 // The picture's rows come one after the other: while one is worked on, the next may arrive.
-void annuncia(const Corsa& c, std::ptrdiff_t y)
+[[gnu::always_inline]] inline void annuncia(const Corsa& c, std::ptrdiff_t y)
 {
     if (y < c.quadro.altezza)
         anticipa(riga_di(c.immagine, y), 3 * c.quadro.larghezza);
