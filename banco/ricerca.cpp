@@ -134,7 +134,7 @@ fs::path binario_di(const fs::path& bundle_o_binario)
     if (!e_bundle(p))
         return p;
     for (const std::string& a : architetture()) {
-        const fs::path binario = p / "Contents" / a / p.stem();
+        fs::path binario = p / "Contents" / a / p.stem();
         std::error_code errore;
         if (fs::is_regular_file(binario, errore))
             return binario;

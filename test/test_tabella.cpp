@@ -110,7 +110,8 @@ TEST_CASE("parallel_for splits into contiguous chunks, each index in one")
         CAPTURE(&caso - casi);
         const auto finti = thread_finti(caso.hc);
         std::vector<std::uint64_t> pezzo(caso.count);  // that each index was in, by its end
-        std::atomic<std::size_t> pezzi{0}, altrove{0};
+        std::atomic<std::size_t> pezzi{0};
+        std::atomic<std::size_t> altrove{0};
         parallel_for_blocchi(caso.count, [&, chi = std::this_thread::get_id()](std::uint64_t inizio,
                                                                                std::uint64_t fine) {
             for (std::uint64_t i = inizio; i < fine; ++i)

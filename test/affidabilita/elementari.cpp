@@ -166,7 +166,7 @@ void prova_angoli(std::uint64_t passo)
         for (int i = 0; i < 256; ++i) {
             const float r = static_cast<float>(i) / 255.0f;
             const float g = static_cast<float>(blocco * (passo > 1 ? 61 : 1) % 256) / 255.0f;
-            const float b = static_cast<float>(blocco / 256) / 255.0f;
+            const float b = static_cast<float>(blocco >> 8) / 255.0f;
             k.a[i] = (g - b) * 1.7320508f;
             k.b[i] = ((r + r) - g) - b;
         }
