@@ -39,10 +39,9 @@ std::vector<long long> leggi_fotogrammi(const std::string& testo);
 
 /// A single picture has neither of the last two.
 struct Sorgente {
-    std::string nome;  // as it was given
-    Scelta scelta;     // of each picture
-    std::vector<long long> numeri =
-        {};  // of its frames, rising: a picture has the one in its name, or 0
+    std::string nome;                             // as it was given
+    Scelta scelta;                                // of each picture
+    std::vector<long long> numeri = {};           // rising; of a picture the one in its name, or 0
     std::optional<Modello> modello = {};          // of a sequence
     std::unique_ptr<Proiezione> proiezione = {};  // of a movie
 };
