@@ -6,8 +6,6 @@
 #include "fx/passo.h"
 #include "render/parallel_for.h"
 
-#include <algorithm>
-
 namespace varno {
 namespace {
 
