@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Kinds of movies and DPX whose code values are known: what reaches a plug-in of each.
 
-usage: specie.py PROVINO SPECCHIO [--tutte [REGEX]]
-SPECCHIO is a plug-in that hands the picture on. --tutte takes every kind, or those of that name, else some of each.
+usage: campioni.py PROVINO INTATTO [--tutte [REGEX]]
+INTATTO is a plug-in that hands the picture on. --tutte takes every kind, or those of that name, else some of each.
 Values are worked out from the standards' definitions. A kind that is read otherwise is a failure; one that is
 refused must be among those that are meant to be.
 """
@@ -20,7 +20,7 @@ from pathlib import Path
 
 from test_provino import leggi_tiff, scrivi_tiff
 
-PROVINO, SPECCHIO = (os.path.abspath(a) for a in sys.argv[1:3])
+PROVINO, INTATTO = (os.path.abspath(a) for a in sys.argv[1:3])
 TUTTE = "--tutte" in sys.argv
 
 # Red's and blue's share of luma.
@@ -78,7 +78,7 @@ def lancia(*comando, **come):
 
 def provino(cartella, *argomenti):
     r = lancia(PROVINO, "sviluppa", *argomenti, "--depth", "float", "--compression", "none", "--overwrite", "--plugin",
-               SPECCHIO, cwd=cartella)
+               INTATTO, cwd=cartella)
     return r.stderr.decode()
 
 

@@ -67,7 +67,7 @@ OfxStatus entra(const char* azione, const void* maniglia, OfxPropertySetHandle d
     return kOfxStatOK;
 }
 
-OfxPlugin gPlugin = {"OfxImageEffectPluginAPI",     1,    "it.varno.specchio", 1, 0,
+OfxPlugin gPlugin = {"OfxImageEffectPluginAPI",     1,    "it.varno.intatto", 1, 0,
                      [](OfxHost* h) { gHost = h; }, entra};
 
 }  // namespace
