@@ -87,9 +87,6 @@ struct Registro {
     std::size_t immagini_aperte = 0;  // left unreleased when an exception passed
 };
 
-/// The calls of one action (all: empty), as testo() tells them.
-std::vector<std::string> righe(const Registro& r, std::string_view azione = {});
-
 /// Calls that came while no action was under way on their thread, since this was last asked: always
 /// violations.
 std::vector<std::string> violazioni_senza_azione();
@@ -103,15 +100,6 @@ struct Parametro {
     std::vector<std::string> opzioni;
     double predefinito = 0.0;
     double minimo = 0.0, massimo = 0.0;
-    double minimo_mostrato = 0.0, massimo_mostrato = 0.0;
-    bool nascosto = false;
-};
-
-/// What the plug-in says of itself in Describe.
-struct Descrizione {
-    std::string etichetta, gruppo, sicurezza;
-    std::vector<std::string> contesti, profondita;
-    int multirisoluzione = 1, riquadri = 1;
 };
 
 struct Modulo;
@@ -154,7 +142,6 @@ int azione(Modulo& m, const char* nome);
 int descrivi_in_contesto(Modulo& m, const char* contesto);
 
 Registro& registro(Modulo& m);
-Descrizione descrizione(const Modulo& m);
 
 /// The parameters in the order of their definition; empty before that context was described.
 std::vector<Parametro> parametri(const Modulo& m, const char* contesto = FILTRO);
@@ -204,7 +191,6 @@ void imposta_chiavi(Istanza& i, std::string_view nome,
 void imposta_funzione(Istanza& i, std::string_view nome, std::function<double(double)> f);
 
 double valore(const Istanza& i, std::string_view nome);
-double valore_al(const Istanza& i, std::string_view nome, double tempo);
 bool nascosto(const Istanza& i, std::string_view nome);
 
 /// One frame as hosts ask for it: region of definition, region of interest, identity, begin,

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
+#include <list>
 #include <utility>
 
 namespace varno::banco {
@@ -11,7 +11,7 @@ namespace {
 
 thread_local Atto* gAtto = nullptr;
 thread_local bool gNelPlugin = false;
-thread_local std::vector<std::string*> gPrestati;  // texts lent during the outermost action
+thread_local std::list<std::string> gPrestati;  // texts lent during the outermost action
 
 // Relaxed: a counter that ordered the threads would hide the plug-in's own races from a sanitizer.
 std::atomic<std::uintptr_t> gManiglie{0x10001};
@@ -72,15 +72,6 @@ std::string testo(const Chiamata& c)
     return t;
 }
 
-std::vector<std::string> righe(const Registro& r, std::string_view azione)
-{
-    std::vector<std::string> tutte;
-    for (const Chiamata& c : r.chiamate)
-        if (azione.empty() || c.azione == azione)
-            tutte.push_back(testo(c));
-    return tutte;
-}
-
 // --- The action ----------------------------------------------------------------------------------
 
 Atto::Atto(const char* n, Modulo& m, Registro& r, Ambiente& a, Descrittore* d, Istanza* i)
@@ -105,11 +96,8 @@ Atto::~Atto()
     }
     for (const std::uintptr_t p : prestiti)
         ambiente.oggetti.erase(p);
-    if (gAtto == nullptr) {
-        for (const std::string* t : gPrestati)
-            delete t;
+    if (gAtto == nullptr)
         gPrestati.clear();
-    }
 }
 
 OfxPropertySetHandle Atto::presta(Insieme& s)
@@ -131,8 +119,8 @@ int Atto::chiama(std::uintptr_t handle, OfxPropertySetHandle in, OfxPropertySetH
 
 Voce::Voce(const char* funzione, std::string nome, int indice, std::string valore) : atto(gAtto)
 {
-    for (std::string* t : gPrestati)
-        std::fill(t->begin(), t->end(), '#');
+    for (std::string& t : gPrestati)
+        std::fill(t.begin(), t.end(), '#');
     c.funzione = funzione;
     c.nome = std::move(nome);
     c.indice = indice;
@@ -209,8 +197,7 @@ int Voce::maniglia_cattiva(const void* h, const char* quale)
 
 char* presta_testo(const std::string& t)
 {
-    gPrestati.push_back(new std::string(t));
-    return gPrestati.back()->data();
+    return gPrestati.emplace_back(t).data();
 }
 
 }  // namespace varno::banco

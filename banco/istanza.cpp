@@ -114,8 +114,7 @@ int rendi_senza_lucchetto(Istanza& i, double tempo, const Rettangolo& finestra,
 
 bool e_intero(const std::string& tipo)
 {
-    return tipo == "OfxParamTypeChoice" || tipo == "OfxParamTypeBoolean" ||
-           tipo == "OfxParamTypeInteger";
+    return tipo == "OfxParamTypeChoice" || tipo == "OfxParamTypeBoolean";
 }
 
 ParametroIstanza* trova(const Istanza& i, std::string_view nome)
@@ -292,12 +291,6 @@ double valore(const Istanza& i, std::string_view nome)
 {
     const std::lock_guard<std::mutex> guardia(i.mutex);
     return parametro(i, nome).valore;
-}
-
-double valore_al(const Istanza& i, std::string_view nome, double tempo)
-{
-    const std::lock_guard<std::mutex> guardia(i.mutex);
-    return valore_di(parametro(i, nome), &tempo);
 }
 
 bool nascosto(const Istanza& i, std::string_view nome)

@@ -188,7 +188,8 @@ ModuloPtr carica(ModuloPtr m)
     };
     esegui("OfxActionLoad", azione(*m, "OfxActionLoad"));
     esegui("OfxActionDescribe", azione(*m, "OfxActionDescribe"));
-    for (const std::string& contesto : descrizione(*m).contesti)
+    for (const std::string& contesto :
+         stringhe(m->base->props, "OfxImageEffectPropSupportedContexts"))
         if (contesto == FILTRO || contesto == GENERALE)
             esegui("OfxImageEffectActionDescribeInContext",
                    descrivi_in_contesto(*m, contesto.c_str()));
@@ -269,20 +270,6 @@ Registro& registro(Modulo& m)
     return m.registro;
 }
 
-Descrizione descrizione(const Modulo& m)
-{
-    const Insieme& s = m.base->props;
-    Descrizione d;
-    d.etichetta = stringa(s, "OfxPropLabel");
-    d.gruppo = stringa(s, "OfxImageEffectPluginPropGrouping");
-    d.sicurezza = stringa(s, "OfxImageEffectPluginRenderThreadSafety");
-    d.contesti = stringhe(s, "OfxImageEffectPropSupportedContexts");
-    d.profondita = stringhe(s, "OfxImageEffectPropSupportedPixelDepths");
-    d.multirisoluzione = intero(s, "OfxImageEffectPropSupportsMultiResolution");
-    d.riquadri = intero(s, "OfxImageEffectPropSupportsTiles");
-    return d;
-}
-
 std::vector<Parametro> parametri(const Modulo& m, const char* contesto)
 {
     std::vector<Parametro> tutti;
@@ -296,7 +283,6 @@ std::vector<Parametro> parametri(const Modulo& m, const char* contesto)
         p.tipo = descritto->tipo;
         p.etichetta = stringa(s, "OfxPropLabel");
         p.hint = stringa(s, "OfxParamPropHint");
-        p.nascosto = intero(s, "OfxParamPropSecret") != 0;
         p.opzioni = stringhe(s, "OfxParamPropChoiceOption");
         if (e_intero(p.tipo)) {
             p.predefinito = intero(s, "OfxParamPropDefault");
@@ -304,8 +290,6 @@ std::vector<Parametro> parametri(const Modulo& m, const char* contesto)
             p.predefinito = numero(s, "OfxParamPropDefault");
             p.minimo = numero(s, "OfxParamPropMin");
             p.massimo = numero(s, "OfxParamPropMax");
-            p.minimo_mostrato = numero(s, "OfxParamPropDisplayMin");
-            p.massimo_mostrato = numero(s, "OfxParamPropDisplayMax");
         }
         tutti.push_back(std::move(p));
     }

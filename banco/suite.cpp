@@ -372,14 +372,12 @@ OfxStatus paramSetValue(OfxParamHandle h, ...)
                  "OfxActionBeginInstanceChanged", "OfxActionEndInstanceChanged",
                  "OfxActionSyncPrivateData"}))
         return v.viola(kOfxStatFailed, "values are not set in this action");
-    const bool dentro =
-        e_intero(p->tipo)
-            ? valore >= 0 && (p->tipo != "OfxParamTypeBoolean" || valore <= 1) &&
-                  (p->tipo != "OfxParamTypeChoice" ||
-                   valore <
-                       static_cast<double>(stringhe(p->props, "OfxParamPropChoiceOption").size()))
-            : valore >= numero(p->props, "OfxParamPropMin") &&
-                  valore <= numero(p->props, "OfxParamPropMax");
+    const auto opzioni = static_cast<double>(stringhe(p->props, "OfxParamPropChoiceOption").size());
+    const bool dentro = p->tipo == "OfxParamTypeBoolean" ? valore == 0 || valore == 1
+                        : p->tipo == "OfxParamTypeChoice"
+                            ? valore >= 0 && valore < opzioni
+                            : valore >= numero(p->props, "OfxParamPropMin") &&
+                                  valore <= numero(p->props, "OfxParamPropMax");
     if (!dentro)
         return v.viola(kOfxStatErrValue, "value out of range");
     p->valore = valore;

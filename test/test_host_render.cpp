@@ -84,7 +84,7 @@ void fallito(Istanza& i, const std::string& fine, const std::vector<Guasto>& gua
     CHECK(rendi(i, 0.0, finestra, s, u) == kOfxStatFailed);
     r.guasti.clear();
     CHECK(uscita.memoria == prima);
-    const std::string chiamate = unite(righe(r, RENDER));
+    const std::string chiamate = detto(r, RENDER);
     CHECK(chiamate.substr(chiamate.size() - std::min(fine.size(), chiamate.size())) == fine);
     senza_violazioni(r);
 }
