@@ -100,7 +100,7 @@ TEST_CASE("a chooser that cannot be had leaves the others alone")
         {{"paramGetHandle", "cs_sony3"},                                        "V-V-"},
         {{"paramGetHandle", "cs_sony2"},                                        "-VV-"},
         {{"paramGetHandle", "cs_apple", "", 9, 0, -1, Resto::nullo},            "--VV"},
-        {{"paramGetHandle", "cs_sony2", "", 0, 0, -1, Resto::nullo},            "-VV-"},  // no set
+        {{"paramGetHandle", "cs_apple", "", 0},                                 "--VV"},  // no set
         {{"propSetInt", "cs_sony3.OfxParamPropSecret"},                         "V-V-"},
         {{"getParamSet", ""},                                                   "VVVV"},
     };
