@@ -8,7 +8,7 @@
 #include "fx/programma.h"
 #include "fx/vignetta.h"
 #include "render/parallel_for.h"
-#include "test/semplici_colore.h"
+#include "test/semplici.h"
 
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>

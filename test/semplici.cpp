@@ -13,6 +13,16 @@
 namespace varno::semplici {
 namespace {
 
+// The picture and what the stages of the chain share; luma is not a view of img.
+struct Quadro {
+    Campioni img;   // interleaved RGB, larghezza * altezza * 3
+    Campioni luma;  // larghezza * altezza
+    int larghezza = 0;
+    int altezza = 0;
+    int lato_max = 0;
+    int riduzione = 1;
+};
+
 std::size_t pixel(const Quadro& q)
 {
     return static_cast<std::size_t>(q.larghezza) * static_cast<std::size_t>(q.altezza);
@@ -143,8 +153,7 @@ float ingrandisci(const Campioni& copia, int w2, int h2, int x, int y, int riduz
     return mescola(riga(y0), riga(y1), ty);
 }
 
-}  // namespace
-
+// Takes the picture over, works out the sizes and fills luma.
 Quadro quadro_di(Campioni img, int larghezza, int altezza)
 {
     Quadro q;
@@ -158,31 +167,9 @@ Quadro quadro_di(Campioni img, int larghezza, int altezza)
     return q;
 }
 
-void campiona(const Campioni& tavola, int n, const float* rgb, float* uscita)
-{
-    const float f = static_cast<float>(n - 1);
-    int i0[3];
-    int i1[3];
-    float t[3];
-    for (int a = 0; a < 3; ++a) {
-        const float p = rgb[a] > 0.0f && rgb[a] < 1.0f ? rgb[a] * f : rgb[a] >= 1.0f ? f : 0.0f;
-        i0[a] = static_cast<int>(p);
-        i1[a] = std::min(i0[a] + 1, n - 1);
-        t[a] = p - static_cast<float>(i0[a]);
-    }
-    for (int c = 0; c < 3; ++c) {
-        const auto rosso = [&](int g, int b) {
-            const auto S = [&](int r) {
-                return tavola[static_cast<std::size_t>(((b * n + g) * n + r) * 3 + c)];
-            };
-            return mescola(S(i0[0]), S(i1[0]), t[0]);
-        };
-        uscita[c] = mescola(mescola(rosso(i0[1], i0[2]), rosso(i1[1], i0[2]), t[1]),
-                            mescola(rosso(i0[1], i1[2]), rosso(i1[1], i1[2]), t[1]), t[2]);
-    }
-}
-
-void box_blur(Campioni& piano, int larghezza, int altezza, int raggio, int passate, bool colonne)
+// Box filter by running sums, along rows and then columns, or along rows alone.
+void box_blur(Campioni& piano, int larghezza, int altezza, int raggio, int passate,
+              bool colonne = true)
 {
     if (raggio < 1)
         return;
@@ -200,6 +187,7 @@ void box_blur(Campioni& piano, int larghezza, int altezza, int raggio, int passa
     }
 }
 
+// Three passes on a copy reduced by blocks, then enlarged over the plane; raggio in its pixels.
 void blur_su_copia(Campioni& piano, int larghezza, int altezza, int raggio, int riduzione,
                    bool colonne)
 {
@@ -212,6 +200,7 @@ void blur_su_copia(Campioni& piano, int larghezza, int altezza, int raggio, int 
             piano[indice(larghezza, x, y)] = ingrandisci(copia, w2, h2, x, y, riduzione);
 }
 
+// Likewise, on the plane itself where nothing is reduced.
 void blur_su_ridotta(Campioni& piano, int larghezza, int altezza, int raggio, int riduzione)
 {
     if (riduzione < 2)
@@ -219,8 +208,6 @@ void blur_su_ridotta(Campioni& piano, int larghezza, int altezza, int raggio, in
     else
         blur_su_copia(piano, larghezza, altezza, raggio, riduzione, true);
 }
-
-namespace {
 
 // Detail of luminance, added (or taken out) as a ratio.
 void dettagli(Quadro& q, float quantita, int raggio, float pendenza)
@@ -441,8 +428,6 @@ void applica_aberrazione(Quadro& q, float quantita)
     }
 }
 
-}  // namespace
-
 Campioni vignetta_mask(int larghezza, int altezza)
 {
     Campioni m(static_cast<std::size_t>(larghezza) * static_cast<std::size_t>(altezza), 0.0f);
@@ -459,16 +444,6 @@ Campioni vignetta_mask(int larghezza, int altezza)
     }
     return m;
 }
-
-float hash_grana(std::uint32_t x, std::uint32_t y, std::uint32_t f)
-{
-    std::uint32_t h = x * 374761393u + y * 668265263u + f * 2246822519u + 2654435769u;
-    h = (h ^ (h >> 13)) * 1274126177u;
-    h = h ^ (h >> 16);
-    return static_cast<float>(h & 0xFFFFFFu) * 5.9604645e-8f;
-}
-
-namespace {
 
 void applica_vignetta(Quadro& q, float quantita)
 {
@@ -515,6 +490,38 @@ void applica_grana(Quadro& q, float quantita, std::int32_t fotogramma)
 }
 
 }  // namespace
+
+void campiona(const Campioni& tavola, int n, const float* rgb, float* uscita)
+{
+    const float f = static_cast<float>(n - 1);
+    int i0[3];
+    int i1[3];
+    float t[3];
+    for (int a = 0; a < 3; ++a) {
+        const float p = rgb[a] > 0.0f && rgb[a] < 1.0f ? rgb[a] * f : rgb[a] >= 1.0f ? f : 0.0f;
+        i0[a] = static_cast<int>(p);
+        i1[a] = std::min(i0[a] + 1, n - 1);
+        t[a] = p - static_cast<float>(i0[a]);
+    }
+    for (int c = 0; c < 3; ++c) {
+        const auto rosso = [&](int g, int b) {
+            const auto S = [&](int r) {
+                return tavola[static_cast<std::size_t>(((b * n + g) * n + r) * 3 + c)];
+            };
+            return mescola(S(i0[0]), S(i1[0]), t[0]);
+        };
+        uscita[c] = mescola(mescola(rosso(i0[1], i0[2]), rosso(i1[1], i0[2]), t[1]),
+                            mescola(rosso(i0[1], i1[2]), rosso(i1[1], i1[2]), t[1]), t[2]);
+    }
+}
+
+float hash_grana(std::uint32_t x, std::uint32_t y, std::uint32_t f)
+{
+    std::uint32_t h = x * 374761393u + y * 668265263u + f * 2246822519u + 2654435769u;
+    h = (h ^ (h >> 13)) * 1274126177u;
+    h = h ^ (h >> 16);
+    return static_cast<float>(h & 0xFFFFFFu) * 5.9604645e-8f;
+}
 
 void applica_fx(Campioni& img, int larghezza, int altezza, const FxRicetta& r, int riduzione)
 {

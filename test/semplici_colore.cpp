@@ -1,5 +1,5 @@
 // The grade in plain lines, one colour at a time.
-#include "semplici_colore.h"
+#include "semplici.h"
 
 #include "colore/profili.h"
 #include "comune/elementari.h"

@@ -4,7 +4,7 @@
 
 #include "colore/profili.h"
 #include "render/formato.h"
-#include "semplici_colore.h"
+#include "semplici.h"
 
 using namespace varno;
 using doctest::Approx;

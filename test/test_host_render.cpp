@@ -4,7 +4,6 @@
 #include "ofx/ofx.h"
 #include "render/lut3d.h"
 #include "render/sviluppa.h"
-#include "semplici_colore.h"
 
 using namespace prova;
 

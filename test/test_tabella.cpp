@@ -1,7 +1,7 @@
 // The table: its points, and when it is built anew.
 #include "prova.h"
 #include "render/lut3d.h"
-#include "semplici_colore.h"
+#include "semplici.h"
 
 using namespace varno;
 
