@@ -145,7 +145,6 @@ Registro& registro(Modulo& m);
 
 /// The parameters in the order of their definition; empty before that context was described.
 std::vector<Parametro> parametri(const Modulo& m, const char* contesto = FILTRO);
-std::vector<std::string> clip(const Modulo& m, const char* contesto = FILTRO);
 
 // --- Instances -----------------------------------------------------------------------------------
 

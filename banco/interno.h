@@ -134,7 +134,6 @@ struct ClipIstanza {
 
 struct Istanza {
     Modulo* modulo = nullptr;
-    std::string contesto;
     mutable std::mutex mutex;
     Registro registro;
     Ambiente ambiente;

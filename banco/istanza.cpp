@@ -181,7 +181,6 @@ IstanzaPtr nuova_istanza(Modulo& m, const char* contesto)
     const Descrittore& d = *trovato->second;
     IstanzaPtr i(new Istanza);
     i->modulo = &m;
-    i->contesto = contesto;
     i->props.nome = "instance";
     metti(i->props, "OfxPropType", S, {std::string("OfxTypeImageEffectInstance")});
     metti(i->props, "OfxImageEffectPropContext", S, {std::string(contesto)});

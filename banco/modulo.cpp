@@ -296,14 +296,4 @@ std::vector<Parametro> parametri(const Modulo& m, const char* contesto)
     return tutti;
 }
 
-std::vector<std::string> clip(const Modulo& m, const char* contesto)
-{
-    std::vector<std::string> nomi;
-    const auto trovato = m.contesti.find(contesto);
-    if (trovato != m.contesti.end())
-        for (const auto& c : trovato->second->clip)
-            nomi.push_back(c->nome);
-    return nomi;
-}
-
 }  // namespace varno::banco
