@@ -407,6 +407,7 @@ int main(int argc, char** argv)
     else
         opzioni.insert(opzioni.end(), argv + 1, argv + argc);
     std::vector<char*> puntatori;
+    puntatori.reserve(opzioni.size());
     for (std::string& o : opzioni)
         puntatori.push_back(o.data());
     int quante = static_cast<int>(puntatori.size());
