@@ -169,6 +169,26 @@ TEST_CASE("the mean luminance is one sum in index order, to the last bit")
                        (std::isnan(attesa) && std::isnan(media))));
             }
         }
+    // Which sums of rows are taken: of a picture of not-a-numbers no row may be looked at again,
+    // but where 2^53 units are passed, or finer digits than theirs meet another exponent.
+    struct Caso {
+        double prima, poi;
+        bool letta;
+    };
+    for (const Caso& c : {Caso{0x1p+22, 0x1p+21, false},
+                          {0x1p+22, 0x1p+22, true},
+                          {0.5 + 0x1p-40, 0.25, false},
+                          {0.5 + 0x1p-40, 0.5, true}}) {
+        float rgb[] = {NAN, NAN, NAN};
+        const double somme[] = {c.prima, c.poi};
+        CHECK(std::isnan(media_di({rgb, 0}, {.larghezza = 1, .altezza = 2}, somme, rgb)) ==
+              c.letta);
+    }
+    // Above 2^23 pixels the unit is four times as large.
+    for (const int oltre : {0, 1}) {
+        const float unita = 0x1p-30f;
+        CHECK((somma_di_riga(&unita, {.larghezza = 1, .altezza = (1 << 23) + oltre}) < 0) == oltre);
+    }
     // A sum of its own in the widest rows; what does not add up without rounding is refused: above
     // 1, negative, finer than the unit.
     const Campioni molti(400000, 0x1.fffffep-1f);
