@@ -10,16 +10,10 @@ namespace prova {
 
 using namespace varno::banco;
 
-inline std::filesystem::path percorso()
-{
-    const char* altro = std::getenv("VARNO_MODULO");
-    return altro != nullptr ? altro : VARNO_MODULO;
-}
-
 /// The module, loaded and described once for all cases.
 inline Modulo& modulo()
 {
-    static const ModuloPtr m = carica(percorso());
+    static const ModuloPtr m = carica(VARNO_MODULO);
     return *m;
 }
 

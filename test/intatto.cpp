@@ -46,7 +46,8 @@ OfxStatus entra(const char* azione, const void* maniglia, OfxPropertySetHandle d
         double tempo = 0.0;
         OfxPropertySetHandle foto[2];
         void* dati[2];
-        int byte[2], limiti[4];
+        int byte[2];
+        int limiti[4];
         gProp->propGetDouble(dentro, "OfxPropTime", 0, &tempo);
         for (int i = 0; i < 2; ++i) {
             OfxImageClipHandle clip;

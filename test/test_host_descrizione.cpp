@@ -68,11 +68,12 @@ const std::vector<Atteso> PARAMETRI = {
 /// The calls of DescribeInContext, every one.
 std::string descrizione_attesa()
 {
-    std::string t;
-    for (const std::string c : {"Source", "Output"})
-        t += "clipDefine " + c + "\npropSetString clip " + c +
-             ".OfxImageEffectPropSupportedComponents[0] = OfxImageComponentRGBA\n";
-    t += "getParamSet\n";
+    std::string t = R"(clipDefine Source
+propSetString clip Source.OfxImageEffectPropSupportedComponents[0] = OfxImageComponentRGBA
+clipDefine Output
+propSetString clip Output.OfxImageEffectPropSupportedComponents[0] = OfxImageComponentRGBA
+getParamSet
+)";
     std::string nome;
     const auto definito = [&](const std::string& quale, const char* tipo) {
         nome = quale;
@@ -195,20 +196,17 @@ TEST_CASE("actions that are not known are left to the host, untouched")
 
 TEST_CASE("describe says eight things; both contexts get two clips and the same 35 parameters")
 {
-    const ModuloPtr m = carica(percorso());
-    std::string attesa = "getPropertySet\n";
-    for (const std::string detto :
-         {"String effect.OfxPropLabel[0] = Varno Color",
-          "String effect.OfxImageEffectPluginPropGrouping[0] = Varno",
-          "String effect.OfxImageEffectPropSupportedContexts[0] = OfxImageEffectContextFilter",
-          "String effect.OfxImageEffectPropSupportedContexts[1] = OfxImageEffectContextGeneral",
-          "String effect.OfxImageEffectPropSupportedPixelDepths[0] = OfxBitDepthFloat",
-          "Int effect.OfxImageEffectPropSupportsMultiResolution[0] = 0",
-          "Int effect.OfxImageEffectPropSupportsTiles[0] = 0",
-          "String effect.OfxImageEffectPluginRenderThreadSafety[0] = "
-          "OfxImageEffectRenderInstanceSafe"})
-        attesa += "propSet" + detto + "\n";
-    CHECK(detto(registro(*m), "OfxActionDescribe") == attesa);
+    const ModuloPtr m = carica(VARNO_MODULO);
+    CHECK(detto(registro(*m), "OfxActionDescribe") == R"(getPropertySet
+propSetString effect.OfxPropLabel[0] = Varno Color
+propSetString effect.OfxImageEffectPluginPropGrouping[0] = Varno
+propSetString effect.OfxImageEffectPropSupportedContexts[0] = OfxImageEffectContextFilter
+propSetString effect.OfxImageEffectPropSupportedContexts[1] = OfxImageEffectContextGeneral
+propSetString effect.OfxImageEffectPropSupportedPixelDepths[0] = OfxBitDepthFloat
+propSetInt effect.OfxImageEffectPropSupportsMultiResolution[0] = 0
+propSetInt effect.OfxImageEffectPropSupportsTiles[0] = 0
+propSetString effect.OfxImageEffectPluginRenderThreadSafety[0] = OfxImageEffectRenderInstanceSafe
+)");
     for (const char* contesto : {FILTRO, GENERALE}) {
         CAPTURE(contesto);
         registro(*m).chiamate.clear();

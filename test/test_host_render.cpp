@@ -440,7 +440,7 @@ TEST_CASE("whatever call a host fails, creating, changing and describing end as 
     CHECK(avvisa(*i, "formato") == kOfxStatOK);
     CHECK(!nascosto(*i, "cs_canon"));
 
-    const ModuloPtr altro = apri(percorso());
+    const ModuloPtr altro = apri(VARNO_MODULO);
     dai_host(*altro);
     REQUIRE(azione(*altro, "OfxActionLoad") == kOfxStatOK);
     a_turno(registro(*altro), [&] { CHECK(azione(*altro, "OfxActionDescribe") == kOfxStatOK); });

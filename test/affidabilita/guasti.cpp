@@ -68,11 +68,6 @@ void* conta(void* p)
     return p;
 }
 
-template <class F> F* sistema(F*, const char* nome)
-{
-    return reinterpret_cast<F*>(dlsym(RTLD_NEXT, nome));
-}
-
 }  // namespace
 
 // The program's own functions come before the system's for the module too.
@@ -133,7 +128,8 @@ int munmap(void* p, std::size_t n)
 
 int pthread_create(pthread_t* t, const pthread_attr_t* a, void* (*f)(void*), void* x)
 {
-    static const auto vera = sistema(&pthread_create, "pthread_create");
+    static const auto vera =
+        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
     if (fallisce(Guasto::thread))
         return EAGAIN;
     ++gThreadVivi;
@@ -142,7 +138,8 @@ int pthread_create(pthread_t* t, const pthread_attr_t* a, void* (*f)(void*), voi
 
 int pthread_join(pthread_t t, void** r)
 {
-    static const auto vera = sistema(&pthread_join, "pthread_join");
+    static const auto vera =
+        reinterpret_cast<decltype(&pthread_join)>(dlsym(RTLD_NEXT, "pthread_join"));
     const int esito = vera(t, r);
     --gThreadVivi;
     return esito;
