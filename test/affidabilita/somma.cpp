@@ -7,9 +7,12 @@
 // for slow machines, --write for comparing with others. What a module leaves behind, where it and
 // this program are alone; fails where that is more than nothing:
 //
+//     somma --module FILE --exception    an exception leaves mainEntry; who catches it
+//
+// On Linux:
+//
 //     somma --module FILE --cycles N     loads, renders five frames, unloads
 //     somma --module FILE --boundary     one session, between marks for strace
-//     somma --module FILE --exception    an exception leaves mainEntry; who catches it
 #include "scena.h"
 
 #include "comune/nuclei.h"
@@ -22,16 +25,10 @@
 #include <stdexcept>
 #include <string>
 
-#if defined(_WIN32)
-#include <windows.h>
-//
-#include <psapi.h>
-#else
+#ifdef __linux__
 #include <dlfcn.h>
-#include <unistd.h>
-#endif
-#if defined(__linux__)
 #include <malloc.h>
+#include <unistd.h>
 #endif
 
 extern "C" OfxPlugin* OfxGetPlugin(int);
@@ -101,7 +98,8 @@ bool scegli_livello(const char* nome)
 
 // --- What stays behind ---------------------------------------------------------------------------
 
-// What this process holds: bytes resident and, where it can be told, allocated, threads, files.
+#ifdef __linux__
+// What this process holds: bytes resident and allocated, threads, files.
 struct Risorse {
     double residente = 0.0, allocata = 0.0;
     long thread = 0, file = 0;
@@ -109,30 +107,21 @@ struct Risorse {
 
 Risorse risorse()
 {
-#if defined(_WIN32)
-    PROCESS_MEMORY_COUNTERS c{};
-    GetProcessMemoryInfo(GetCurrentProcess(), &c, sizeof c);
-    return {static_cast<double>(c.WorkingSetSize)};
-#else
     const auto voci = [](const char* cartella) {
         std::error_code e;
         std::filesystem::directory_iterator voce(cartella, e);
         return static_cast<long>(std::distance(voce, std::filesystem::directory_iterator()));
     };
-    double allocata = 0.0;
-#if defined(__linux__)
     malloc_trim(0);  // else it keeps none, one or two tables that were given back, as it happens
 #if __GLIBC_PREREQ(2, 33)
-    allocata = static_cast<double>(mallinfo2().uordblks);
+    const auto allocata = static_cast<double>(mallinfo2().uordblks);
 #else
-    allocata = static_cast<double>(mallinfo().uordblks);
-#endif
+    const auto allocata = static_cast<double>(mallinfo().uordblks);
 #endif
     double pagine = 0;
     std::ifstream("/proc/self/statm") >> pagine >> pagine;
     return {pagine * static_cast<double>(sysconf(_SC_PAGESIZE)), allocata, voci("/proc/self/task"),
             voci("/proc/self/fd")};
-#endif
 }
 
 int cicli(const char* modulo, int quanti)
@@ -153,12 +142,10 @@ int cicli(const char* modulo, int quanti)
                 scena::rendi(*i, k, sorgente);
             }
         }
-#if !defined(_WIN32)
         if (dlopen(modulo, RTLD_NOW | RTLD_NOLOAD) != nullptr) {
             std::printf("the module stays loaded after dlclose\n");
             return 1;
         }
-#endif
     }
     const Risorse fine = risorse();
     const double cresciuta = fine.allocata - inizio.allocata;
@@ -173,11 +160,9 @@ int cicli(const char* modulo, int quanti)
 }
 
 // A call that does nothing and is seen in the trace.
-void segna([[maybe_unused]] const char* testo)
+void segna(const char* testo)
 {
-#if !defined(_WIN32)
     [[maybe_unused]] const ssize_t n = write(-1, testo, std::strlen(testo));
-#endif
 }
 
 int confine(const char* modulo)
@@ -202,6 +187,7 @@ int confine(const char* modulo)
     segna("mark: end");
     return 0;
 }
+#endif
 
 // A window of 2^40 pixels: no memory is that large, and nothing of it is touched.
 int eccezione(const char* modulo)
@@ -243,12 +229,14 @@ int fai(int argc, char** argv)
             scena::gProcessori = std::atoi(valore());
         else if (a == "--write")
             scrivi = valore();
-        else if (a == "--boundary" && modulo != nullptr)
-            return confine(modulo);
         else if (a == "--exception" && modulo != nullptr)
             return eccezione(modulo);
+#ifdef __linux__
+        else if (a == "--boundary" && modulo != nullptr)
+            return confine(modulo);
         else if (a == "--cycles" && modulo != nullptr)
             return cicli(modulo, std::atoi(valore()));
+#endif
         else if (a != "--level" || !scegli_livello(valore()))
             throw std::invalid_argument("not known here: " + a);
     }
