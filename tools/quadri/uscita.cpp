@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <mutex>
+#include <random>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -101,7 +103,7 @@ void non_sopra(const fs::path& uscita, const fs::path& ingresso)
 
 Provvisorio::Provvisorio(const fs::path& dato)
 {
-    static unsigned conto = 0;
+    static unsigned conto = std::random_device()();  // machines share folders and numbers
     std::error_code e;
     finale = fs::is_symlink(dato, e) ? fs::canonical(dato, e) : dato;
     if (e)
@@ -183,6 +185,11 @@ void prepara_segnali()
     }
     pthread_sigmask(SIG_BLOCK, &fine, nullptr);  // here and in all threads to come
     std::thread(aspetta_segnale, fine).detach();
+    std::signal(SIGCHLD, SIG_DFL);  // else how a program ended is not told
+    // The number of a channel that is closed would go to a file, and its lines into that.
+    for (const int canale : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(canale, F_GETFD) < 0)
+            open("/dev/null", O_RDONLY);
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
 }

@@ -59,7 +59,7 @@ void scrivi_testo(const std::filesystem::path& finale, bool sovrascrivi, const s
 void conta_fotogrammi(std::size_t fatti, std::size_t quanti, bool ripresa);
 
 /// Makes the signals that end a program remove unfinished files first, and writing beyond a size
-/// limit an error instead of a signal.
+/// limit an error instead of a signal; keeps the numbers of closed channels from files.
 void prepara_segnali();
 
 }  // namespace varno::provino
