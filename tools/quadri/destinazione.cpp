@@ -25,6 +25,21 @@ std::map<std::string, std::string> leggi_scritte(const std::string& testo, const
     return scritte;
 }
 
+// As a movie has it, which counts frames and not pairs, and tells by a sign that it drops numbers.
+std::string timecode_di(const OIIO::ParamValue& t, const std::string& cadenza)
+{
+    std::string s = t.get_string();
+    const long al_secondo = std::lround(numero_cadenza(cadenza));
+    const unsigned segni = t.get_int_indexed(0);
+    if (s.size() == 11 && (segni & TIMECODE_SALTA) != 0 && al_secondo % 30 == 0)
+        s[8] = ';';
+    if (s.size() == 11 && al_secondo > 30)
+        s.replace(9, 2,
+                  sprintf("%02d",
+                          2 * std::stoi(s.substr(9)) + ((segni & TIMECODE_SECONDO) != 0 ? 1 : 0)));
+    return s;
+}
+
 // Rate, unless it is asked for, timecode, shape and tags of the first picture that is there.
 void segui_foto(Destinazione& a, const Sorgente& da, const std::vector<long long>& numeri)
 {
@@ -41,18 +56,16 @@ void segui_foto(Destinazione& a, const Sorgente& da, const std::vector<long long
     modo.forma = forma > 0.01f && forma < 100.0f ? testo_di(forma) : "1";
     const float sua = cadenza_in(testata);
     const bool ne_ha = sua >= 1.0f && sua <= 1000.0f;
-    modo.cadenza = !a.modo.cadenza.empty() ? a.modo.cadenza : ne_ha ? testo_di(sua) : "24";
+    const OIIO::ParamValue* t = testata.find_attribute("smpte:TimeCode");
+    const bool salta = t != nullptr && (t->get_int_indexed(0) & TIMECODE_SALTA) != 0;
+    const std::string usuale = salta ? "30000/1001" : "24";
+    modo.cadenza = !a.modo.cadenza.empty() ? a.modo.cadenza : ne_ha ? testo_di(sua) : usuale;
     modo.cadenza = cadenza_esatta(modo.cadenza);
-    if (const OIIO::ParamValue* t = testata.find_attribute("smpte:TimeCode")) {
-        modo.timecode = t->get_string();
-        const bool salta = (t->get_int_indexed(0) & 0x40) != 0;  // which its words do not tell
-        if (salta && modo.timecode.size() == 11 &&
-            std::lround(numero_cadenza(modo.cadenza)) % 30 == 0)
-            modo.timecode[8] = ';';
-    }
+    modo.timecode = t != nullptr ? timecode_di(*t, modo.cadenza) : "";
     if (a.modo.cadenza.empty() && !ne_ha)
-        avviso(tra_apici(a.nome) + " runs at 24 frames a second, since the pictures do not tell "
-                                   "(--rate overrules)");
+        avviso(sprintf("'%s' runs at %s frames a second, since the pictures %s (--rate overrules)",
+                       a.nome, usuale,
+                       salta ? "tell of it by a drop-frame timecode alone" : "do not tell"));
 }
 
 // The sound of a movie: as it is where the container takes that, else as AAC, or PCM for MXF.
@@ -113,7 +126,7 @@ Destinazione apri_destinazione(const std::string& nome, const ModoDestinazione& 
     if (!modo.cadenza.empty() && numero_cadenza(modo.cadenza) == 0.0)
         rifiuta("--rate takes frames a second, as in 24 or 24000/1001, not '%s'", modo.cadenza);
     if (da_film && !da.proiezione->filmato.costante)
-        fallisci("'%s' has a variable frame rate; make it constant first: ffmpeg -i %s -fps_mode "
+        fallisci("'%s' has a variable frame rate; make it constant first: ffmpeg -i '%s' -fps_mode "
                  "cfr -r %s -c:v ffv1 -c:a copy constant.mkv",
                  da.nome, da.nome, da.proiezione->filmato.cadenza);
     come.scala = modo.scala;

@@ -80,6 +80,10 @@ struct Proiezione {
 /// Errore; from the second time on without a text.
 Foto leggi_fotogramma(Proiezione& p, long long numero);
 
+/// Marks in a picture's timecode, beside its digits: it drops numbers; beyond 30 frames a second,
+/// where it counts pairs of them, this is the second one.
+constexpr unsigned TIMECODE_SALTA = 0x40, TIMECODE_SECONDO = 0x8000;
+
 /// What goes with that frame: its size, frame rate, timecode, and the movie's tags.
 OIIO::ImageSpec testata_di(const Filmato& f, long long numero);
 

@@ -235,11 +235,16 @@ OIIO::ImageSpec testata_di(const Filmato& f, long long numero)
         testata.attribute("PixelAspectRatio", forma[0] / forma[1]);
     // SMPTE 12M as EXR and DPX hold it: two decimal digits a byte, hours first.
     std::string t = timecode_dopo(f.timecode, f.cadenza, numero - 1);
-    if (t.size() != 11)
+    const long al_secondo = std::lround(numero_cadenza(f.cadenza));
+    if (t.size() != 11 || al_secondo > 60)
         return testata;
-    const unsigned salta = t[8] == ';' ? 0x40 : 0;  // drops numbers
+    unsigned segni = t[8] == ';' ? TIMECODE_SALTA : 0;
+    if (const int quadro = std::stoi(t.substr(9)); al_secondo > 30) {
+        segni |= quadro % 2 != 0 ? TIMECODE_SECONDO : 0;
+        t.replace(9, 2, sprintf("%02d", quadro / 2));
+    }
     std::erase_if(t, [](char c) { return c < '0' || c > '9'; });
-    const unsigned codice[2] = {OIIO::Strutil::stoui(t, nullptr, 16) | salta, 0};
+    const unsigned codice[2] = {OIIO::Strutil::stoui(t, nullptr, 16) | segni, 0};
     testata.attribute("smpte:TimeCode", OIIO::TypeTimeCode, codice);
     return testata;
 }

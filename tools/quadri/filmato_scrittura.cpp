@@ -136,9 +136,9 @@ void comincia(Ripresa& r, const Foto& foto, const std::string& impostazioni)
         // The sound is moved, since frames only move by whole ones; where a container knows no
         // later start, the sound before the picture goes.
         if (m.inizio > 0.0 && m.contenitore == "mxf")
-            aggiungi(c, "-ss " + testo_di(m.inizio));
+            aggiungi(c, sprintf("-ss %.6f", m.inizio));
         else if (m.inizio != 0.0)
-            aggiungi(c, "-itsoffset " + testo_di(-m.inizio));
+            aggiungi(c, sprintf("-itsoffset %.6f", -m.inizio));
         aggiungi(c, "-vn -sn -dn -protocol_whitelist file -i", {"file:" + m.audio_da});
         aggiungi(c, "-map 0:v -map 1:a -c:a " + m.audio);
         aggiungi(c, m.inizio > 0.0 ? "-avoid_negative_ts make_zero" : "");
