@@ -48,10 +48,10 @@ Inizio inizia(const OpzioniFoglio& o)
     if (!singola(da) && !std::ranges::binary_search(da.numeri, n))
         rifiuta("'%s' has the frames %d to %d", o.ingresso, da.numeri.front(), da.numeri.back());
     non_sopra(o.uscita, nome_al(da, n));
-    const double tempo = static_cast<double>(da.modello ? n : o.fotogramma);
     Foto foto = leggi(da, n);
     avvisa_dei_colori(da, foto.testata, formato_di(plugin, *istanza_con(plugin, base)));
-    return {std::move(plugin), std::move(base), std::move(foto), o.tempo.value_or(tempo)};
+    return {std::move(plugin), std::move(base), std::move(foto),
+            o.tempo.value_or(static_cast<double>(n))};
 }
 
 Impostazioni con(Impostazioni imp, const std::string& nome, double valore)

@@ -80,6 +80,8 @@ std::vector<Rullo> rulli_di(const std::vector<std::string>& nomi, const std::str
             std::string radice = fs::path(modello ? modello->prima : c).filename().string();
             radice = modello ? radice.substr(0, radice.find_last_not_of("._-") + 1)
                              : fs::path(c).stem().string();
+            if (radice.empty())
+                radice = fs::absolute(c).parent_path().filename().string();
             const std::string a = fs::path(cartella) / (radice + desinenza);
             // Some file systems take A and a for one.
             const auto [altro, nuovo] = presi.emplace(OIIO::Strutil::lower(a), c);

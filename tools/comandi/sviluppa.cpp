@@ -155,7 +155,7 @@ void sviluppa_rulli(OpzioniSviluppo o, Plugin& plugin)
         std::error_code e;
         const bool salta =
             fs::exists(a, e) && !o.modo.scrittura.sovrascrivi && !fs::equivalent(da, a, e);
-        esito(salta ? a + ": exists, skipped" : da + " -> " + a,
+        tappa(salta ? a + ": exists, skipped" : da + " -> " + a,
               {{"clip", da}, {"out", a}, {"status", salta ? "skipped" : "begun"}});
         try {
             if (!salta)
@@ -172,7 +172,7 @@ void sviluppa_rulli(OpzioniSviluppo o, Plugin& plugin)
             falliti.push_back(da);
         }
     }
-    esito(sprintf("%d clips: %d done, %d skipped, %d failed", rulli.size(), fatti, saltati,
+    tappa(sprintf("%d clips: %d done, %d skipped, %d failed", rulli.size(), fatti, saltati,
                   falliti.size()),
           {{"clips", rulli.size()}, {"done", fatti}, {"skipped", saltati}, {"failed", falliti}});
     if (!falliti.empty())
