@@ -28,8 +28,9 @@ Risposta sonda(const Filmato& f, const std::string& cosa)
 
 Json interroga(const Filmato& f)
 {
-    const Risposta r = sonda(f, "-show_streams -show_format -show_pixel_formats -show_entries "
-                                "packet=stream_index,flags -read_intervals %+#20 -of json");
+    const Risposta r =
+        sonda(f, "-show_streams -show_format -show_pixel_formats -show_entries "
+                 "packet=stream_index,flags,pts_time -read_intervals %+#20 -of json");
     if (!r.motivo.empty())
         illeggibile(f, r.motivo);
     const Json j = Json::parse(r.testo);
@@ -63,32 +64,53 @@ Json scegli_traccia(Filmato& f, const Json& j)
     return filmate[0];
 }
 
-// The times of all frames in order, seconds; a raw stream has none, and frames without count too.
-// What is shown before a first whole picture is decoded or not, who knows: none is sought by time
-// then.
-std::vector<double> tempi(Filmato& f, std::size_t& quanti)
+// What its packets or frames tell, one a line.
+Risposta sonda_traccia(const Filmato& f, const std::string& cosa)
 {
-    const Risposta r = sonda(f, "-select_streams " + std::to_string(f.traccia) +
-                                    " -show_entries packet=pts_time,flags -of csv=p=0");
+    return sonda(f, "-of csv=p=0 -select_streams " + std::to_string(f.traccia) + " -show_entries " +
+                        cosa);
+}
+
+// The times of all frames in order, seconds; a raw stream has none, and frames `senza` count too.
+// `incerto` where some come or are shown before a first whole picture: decoded or not, who knows.
+std::vector<double> tempi(const Filmato& f, std::size_t& senza, bool& incerto)
+{
+    const Risposta r = sonda_traccia(f, "packet=pts_time,flags");
     if (!r.motivo.empty() || !r.detto.empty())
         illeggibile(f, r.motivo.empty() ? r.detto : r.motivo);
     std::vector<double> t;
     double primo = -1e9;
-    quanti = 0;
+    incerto = !OIIO::Strutil::contains(r.testo.substr(0, r.testo.find('\n')), "K");
     for (const std::string& riga : OIIO::Strutil::splits(r.testo, "\n")) {
-        const std::vector<std::string> campi = OIIO::Strutil::splits(riga, ",");
-        if (campi.size() < 2 || OIIO::Strutil::contains(campi[1], "D"))
+        const std::size_t virgola = riga.find(',');
+        if (virgola == riga.npos || OIIO::Strutil::contains(riga, "D"))
             continue;  // left out by the file itself
-        ++quanti;
-        double v = primo - 1.0;  // untold
-        if (leggi_numero(campi[0], v))
-            t.push_back(v);
-        if (quanti == 1 && OIIO::Strutil::contains(campi[1], "K"))
+        double v = 0.0;
+        if (!leggi_numero(riga.substr(0, virgola), v)) {
+            ++senza;
+            continue;
+        }
+        if (t.empty() && OIIO::Strutil::contains(riga, "K"))
             primo = v;
-        f.si_cerca = f.si_cerca && v >= primo;
+        t.push_back(v);
+        incerto = incerto || v < primo;
     }
     std::sort(t.begin(), t.end());
     return t;
+}
+
+// Begins with the first frame that a decoder gives out.
+void comincia(Filmato& f, std::vector<double>& t, double inizio_del_file)
+{
+    const std::string testo =
+        sonda_traccia(f, "frame=best_effort_timestamp_time -read_intervals %+#64").testo;
+    double primo = 0.0;
+    if (!leggi_numero(testo.substr(0, testo.find_first_of(",\n")), primo))
+        return;
+    const auto suo = std::lower_bound(t.begin(), t.end() - 1, primo - 0.001);
+    f.timecode = timecode_dopo(f.timecode, f.cadenza, suo - t.begin());
+    f.inizio = *suo - inizio_del_file;
+    t.erase(t.begin(), suo);
 }
 
 // Whether frames last alike, but for those between the first and the last few that a cut without
@@ -109,13 +131,18 @@ bool in_cadenza(const std::vector<double>& t, double al_secondo, bool& interi)
 }
 
 // Whether the file hides frames that it counts, as one does that was cut without re-encoding: the
-// stream's first one then, or it does not stand among the file's first packets.
+// stream's first one then, or it does not stand among the file's first packets, or is shown later
+// than another.
 bool nasconde(const Filmato& f, const Json& pacchetti)
 {
+    std::vector<double> t;
     for (const Json& p : pacchetti)
-        if (p.value("stream_index", -1) == f.traccia)
-            return OIIO::Strutil::contains(p.value("flags", ""), "D");
-    return true;
+        if (p.value("stream_index", -1) == f.traccia) {
+            if (OIIO::Strutil::contains(p.value("flags", ""), "D"))
+                return true;
+            t.push_back(std::atof(p.value("pts_time", "").c_str()));
+        }
+    return t.empty() || *std::ranges::min_element(t) < t.front();
 }
 
 // How many frames, and whether all last alike. Where an index says so it is believed; else all
@@ -128,6 +155,8 @@ void conta(Filmato& f, const Json& traccia, const Json& j)
     const double al_secondo = numero_cadenza(f.cadenza);
     f.durata = std::atof(traccia.value("duration", "").c_str());
     const std::string detti = traccia.value("nb_frames", "");
+    const double inizio_del_file = std::atof(j.at("format").value("start_time", "").c_str());
+    f.inizio = std::atof(traccia.value("start_time", "").c_str()) - inizio_del_file;
     f.quanti = std::llround(f.durata * al_secondo);
     const bool indice = tipo.starts_with("mov") || tipo == "mxf";
     f.si_cerca = tipo.starts_with("mov") || tipo.starts_with("matroska");
@@ -135,12 +164,16 @@ void conta(Filmato& f, const Json& traccia, const Json& j)
         (detti.empty() || std::atoll(detti.c_str()) == f.quanti) &&
         !nasconde(f, j.value("packets", Json::array())))
         return;
-    std::size_t quanti = 0;
-    const std::vector<double> t = tempi(f, quanti);
-    f.quanti = static_cast<long long>(quanti);
-    if (quanti == 0)
+    std::size_t senza = 0;
+    bool incerto = false;
+    std::vector<double> t = tempi(f, senza, incerto);
+    f.si_cerca = f.si_cerca && !incerto && senza == 0;
+    if (incerto && senza == 0 && !t.empty())
+        comincia(f, t, inizio_del_file);
+    f.quanti = static_cast<long long>(t.size() + senza);
+    if (f.quanti == 0)
         illeggibile(f, "it holds no frame");
-    if (t.size() < quanti)
+    if (senza > 0)
         return;
     bool interi = true;
     f.costante = in_cadenza(t, al_secondo, interi);
@@ -220,8 +253,7 @@ Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
     if (f.forma.empty() || f.forma[0] == '0')
         f.forma = "1";
     scegli_grafo(f, traccia, j.at("pixel_formats"), colori);
-    f.inizio = std::atof(traccia.value("start_time", "").c_str()) -
-               std::atof(j.at("format").value("start_time", "").c_str());
+    f.timecode = trova_timecode(j);
     conta(f, traccia, j);
     if (!f.costante)
         f.note.emplace_back("has a variable frame rate: its frames are numbered one by one");
@@ -240,7 +272,6 @@ Filmato leggi_filmato(const fs::path& file, const ColoriFilmato& colori)
         else if (std::ranges::count(DEL_FILE, n) == 0)
             f.etichette[nome] = v;
     }
-    f.timecode = trova_timecode(j);
     return f;
 }
 
