@@ -133,6 +133,8 @@ void scrivi_lut(const OpzioniLut& o)
     const std::string impostazioni = testo_di(in_json(plugin, *istanza, imp));
     di_plugin(plugin.file);
     avvisa_nulla_di_fatto(plugin, *istanza, imp);
+    for (const banco::Parametro& p : plugin.parametri)  // what the keys come to
+        banco::imposta(*istanza, p.nome, banco::valore_al(*istanza, p.nome, tempo));
     for (const Effetto& e : effetti(plugin))
         banco::imposta(*istanza, e.interruttore.nome, 0.0);
 

@@ -110,15 +110,9 @@ std::string codifica(const Foto& f, Forma forma)
     testata.attribute("png:filter", 16);  // differences along the row: fast to make
     testata.attribute("png:compressionLevel", 1);
     std::vector<unsigned char> memoria;
-    OIIO::Filesystem::IOVecOutput verso(memoria);
-    const char* nome = forma == Forma::jpeg ? "jpeg" : "png";
-    const auto uscita = OIIO::ImageOutput::create(nome);
-    if (uscita)
-        uscita->set_ioproxy(&verso);
-    if (!uscita || !uscita->open(std::string("x.") + nome, testata) ||
-        !uscita->write_image(OIIO::TypeUInt8, rgb.data()) || !uscita->close())
-        fallisci("cannot write the picture: " +
-                 in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
+    scrivi_quadro(forma == Forma::jpeg ? Formato::jpeg : Formato::png, "x", memoria, testata,
+                  "the picture",
+                  [&](OIIO::ImageOutput& u) { return u.write_image(OIIO::TypeUInt8, rgb.data()); });
     return {memoria.begin(), memoria.end()};
 }
 

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <map>
 
 namespace varno::provino {
 namespace {
@@ -15,6 +14,7 @@ constexpr std::size_t GENERICA = 1664;  // without film and television
 constexpr std::size_t PRIMO_ELEMENTO = 780;
 constexpr std::size_t LUNGO_ELEMENTO = 72;
 constexpr std::uint32_t INDEFINITO = 0xffffffff;
+constexpr unsigned ABGR = 52;
 
 bool piccolo_prima(Byte d)
 {
@@ -36,23 +36,12 @@ void scrivi(std::vector<unsigned char>& d, std::size_t p, std::uint32_t n)
 }
 
 struct Elemento {
-    bool con_segno = false, girati = false;  // ABGR
-    unsigned bit = 0, componenti = 0;
+    bool con_segno = false;
+    unsigned descrittore = 0, bit = 0, componenti = 0;
     std::uint32_t imballo = 0, codifica = 0;
     std::uint64_t inizio = 0;
     std::uint32_t dopo_riga = 0, dopo_immagine = 0;  // bytes
 };
-
-// Single planes, RGB, RGBA, ABGR and the four forms of CbYCr; none for any other descriptor.
-unsigned componenti(unsigned descrittore)
-{
-    static const std::map<unsigned, unsigned> TUTTI = {
-        {1, 1},  {2, 1},  {3, 1},   {4, 1},   {6, 1},   {50, 3},
-        {51, 4}, {52, 4}, {100, 2}, {101, 3}, {102, 3}, {103, 4},
-    };
-    const auto quale = TUTTI.find(descrittore);
-    return quale == TUTTI.end() ? 0 : quale->second;
-}
 
 Elemento elemento(Byte d, std::size_t quale)
 {
@@ -60,8 +49,8 @@ Elemento elemento(Byte d, std::size_t quale)
     const auto o_niente = [](std::uint32_t n) { return n == INDEFINITO ? 0u : n; };
     Elemento e;
     e.con_segno = u32(d, qui) == 1;
-    e.componenti = componenti(d[qui + 20]);
-    e.girati = d[qui + 20] == 52;
+    e.descrittore = d[qui + 20];
+    e.componenti = e.descrittore < 50 ? 1 : e.descrittore == 50 ? 3 : 4;
     e.bit = d[qui + 23];
     e.imballo = u16(d, qui + 24);
     e.codifica = u16(d, qui + 26);
@@ -76,7 +65,11 @@ Elemento elemento(Byte d, std::size_t quale)
 void controlla(Byte d, const Elemento& e, const std::string& nome)
 {
     constexpr unsigned BIT[] = {8, 10, 12, 16, 32, 64};
-    if (e.componenti == 0)
+    constexpr unsigned DESCRITTORI[] = {1, 2, 3, 4, 6, 50, 51, ABGR};  // single planes, RGB, RGBA
+    if (e.descrittore >= 100 && e.descrittore <= 103)
+        fallisci("'%s' is a DPX of luma and colour differences, which are not read: save it as RGB",
+                 nome);
+    if (std::ranges::count(DESCRITTORI, e.descrittore) == 0)
         guasto(Formato::dpx, nome, "kind of element");
     if (std::ranges::count(BIT, e.bit) == 0)
         guasto(Formato::dpx, nome, "bit depth");
@@ -191,7 +184,7 @@ void rendi_persi(Byte d, Foto& f, int parte, const std::array<int, 4>& canali)
             const std::uint64_t quale = campioni - resto + i;
             const auto canale = static_cast<int>(quale % e.componenti);
             for (std::size_t c = 0; c < 4; ++c)
-                if (canali[c] == (e.girati ? 3 - canale : canale))
+                if (canali[c] == (e.descrittore == ABGR ? 3 - canale : canale))
                     f.rgba[4 * (y * f.larghezza + quale / e.componenti) + c] =
                         static_cast<float>(parola >> 10 * posto & 1023) / 1023.0f;
         }

@@ -115,11 +115,30 @@ Lettura apri_foto(const fs::path& file, const Scelta& scelta = {})
 // The file's channels that become R, G, B and A; -1 for an alpha that it lacks.
 using Canali = std::array<int, 4>;
 
+// What stands before "R": of a file that has layers alone, the first one's name.
+std::string primo_strato(const OIIO::ImageSpec& testata)
+{
+    const auto& nomi = testata.channelnames;
+    const auto rosso = std::ranges::find_if(nomi, [](const auto& n) { return n.ends_with(".R"); });
+    return testata.channelindex("R") >= 0 || rosso == nomi.end()
+               ? ""
+               : rosso->substr(0, rosso->size() - 1);
+}
+
+// A channel that is a picture by itself; -1 for none.
+int grigio(const OIIO::ImageSpec& testata)
+{
+    const bool uno =
+        testata.nchannels == 1 || (testata.nchannels == 2 && testata.alpha_channel == 1);
+    const int quale = uno ? 0 : testata.channelindex("Y");
+    return quale == testata.z_channel ? -1 : quale;
+}
+
 Canali scegli_canali(const OIIO::ImageSpec& testata, const std::string& file,
                      const std::string& strato)
 {
     const std::string tutti = OIIO::Strutil::join(testata.channelnames, ", ");
-    const std::string davanti = strato.empty() ? "" : strato + ".";
+    const std::string davanti = strato.empty() ? primo_strato(testata) : strato + ".";
     Canali k{0, 0, 0, -1};
     const auto canale = [&](const std::string& nome) { return testata.channelindex(nome); };
     const auto rgb = [&](const char* r, const char* g, const char* b) {
@@ -130,19 +149,22 @@ Canali scegli_canali(const OIIO::ImageSpec& testata, const std::string& file,
         fallisci("'%s' holds luminance and colour differences (%s), which are not read: save it as "
                  "RGB",
                  file, in_una_riga(tutti));
-    if (rgb("R", "G", "B") || (!strato.empty() && rgb("X", "Y", "Z"))) {
+    const auto tra_i_primi = [](int c) { return c >= 0 && c < 3; };
+    const bool altro = tra_i_primi(testata.alpha_channel) || tra_i_primi(testata.z_channel) ||
+                       testata.get_int_attribute("tiff:PhotometricInterpretation") == 5;  // inks
+    if (rgb("R", "G", "B") || rgb("X", "Y", "Z")) {
     } else if (!strato.empty()) {
         const int uno = std::max(canale(strato), canale(davanti + "Y"));
         if (uno < 0)
             rifiuta("'%s' has no layer '%s'; its channels are: %s", file, strato,
                     in_una_riga(tutti));
         k = {uno, uno, uno, -1};
-    } else if (testata.nchannels >= 3) {
-        k = {0, 1, 2, testata.alpha_channel >= 3 ? testata.alpha_channel : -1};
-    } else if (testata.nchannels == 2 ? testata.alpha_channel != 1 : testata.z_channel == 0) {
-        rifiuta("'%s' holds no colours but %s: choose with --layer", file, tutti);
+    } else if (testata.nchannels >= 3 && !altro) {
+        k = {0, 1, 2, testata.alpha_channel};
+    } else if (const int uno = grigio(testata); uno >= 0) {
+        k = {uno, uno, uno, testata.alpha_channel > uno ? testata.alpha_channel : -1};
     } else {
-        k = {0, 0, 0, testata.nchannels == 2 ? 1 : -1};
+        rifiuta("'%s' holds no colours but %s: choose with --layer", file, in_una_riga(tutti));
     }
     std::vector<std::string> fuori;
     for (int c = 0; c < testata.nchannels; ++c)

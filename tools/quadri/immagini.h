@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -69,6 +70,12 @@ OIIO::ImageSpec leggi_testata(const std::filesystem::path& file);
 /// stands what they are now. Software and, unless empty, the settings are added. Throws Errore.
 void scrivi_foto(const std::filesystem::path& file, const Foto& foto, const Scrittura& come,
                  const std::string& impostazioni = {});
+
+/// Fills a picture of that format, in memory, or where that is TIFF in the file of that name.
+/// Throws Errore that calls it `detto`.
+void scrivi_quadro(Formato f, const std::string& nome, std::vector<unsigned char>& memoria,
+                   const OIIO::ImageSpec& testata, const std::string& detto,
+                   const std::function<bool(OIIO::ImageOutput&)>& pixel);
 
 /// Frames a second that a picture tells of; 0 for none.
 float cadenza_in(const OIIO::ImageSpec& testata);

@@ -23,6 +23,10 @@ namespace fs = std::filesystem;
 
 constexpr const char* SEGNO = SEGNO_IMPOSTAZIONI.data();
 
+// Bytes of metadata that a JPEG takes in one block, and that are read back of a TIFF, less what
+// goes around them.
+constexpr std::size_t BLOCCO_LIMITE = 60000;
+
 // OpenImageIO reads the name of a colour space from an EXR, but writes no name that begins as this
 // one must: it gets its four letters when the file stands in memory.
 constexpr const char* SPAZIO_EXR = "xxxx:ColorSpace";
@@ -47,6 +51,7 @@ void togli_superati(OIIO::ImageSpec& s)
 {
     static const std::regex SUPERATI(
         "ICCProfile.*|chromaticities|adoptedNeutral|whiteLuminance|(oiio:|Exif:)(ColorSpace|Gamma)|"
+        "acesImageContainerFlag|colorInteropID|(lookMod|rendering)Transform|"
         "dpx:(Transfer|Colorimetric|Gamma|ImageDescriptor|Packing|EndOf.*|Low.*|High.*|BlackLevel|"
         "WhiteLevel|BreakPoint)|"
         "oiio:(subimages|BitsPerSample|UnassociatedAlpha)|planarconfig|"
@@ -76,7 +81,8 @@ std::string testo_in(const OIIO::ImageSpec& testata, const char* nome)
 // Each format keeps its own few texts: EXR and PNG any name, JPEG a history, of which ours is all,
 // TIFF and DPX only a description and a block of user data, to which ours is added behind what
 // stands there.
-void posa_impostazioni(OIIO::ImageSpec& testata, Formato f, const std::string& impostazioni)
+void posa_impostazioni(OIIO::ImageSpec& testata, Formato f, const std::string& impostazioni,
+                       const std::string& file)
 {
     if (f == Formato::exr || f == Formato::png)
         return testata.attribute(SEGNO, impostazioni);
@@ -87,10 +93,36 @@ void posa_impostazioni(OIIO::ImageSpec& testata, Formato f, const std::string& i
     if (const std::size_t nostre = s.find(SEGNO); nostre != std::string::npos)
         s.erase(nostre == 0 ? 0 : s.find_last_not_of('\n', nostre - 1) + 1);
     s += std::string(s.empty() ? "" : "\n") + SEGNO + " " + impostazioni;
-    if (f == Formato::dpx)
+    if (f == Formato::tiff && s.size() > BLOCCO_LIMITE)
+        nota(file, "holds no settings of this length, as no TIFF does: they are left out");
+    else if (f == Formato::dpx)
         testata.attribute(nome, byte_di(s.size()), s.data());
     else
         testata.attribute(nome, s);
+}
+
+// JPEG's library ends the program over a block of metadata that is too long for it: the longest of
+// them go until all fit into one.
+void togli_lunghi(OIIO::ImageSpec& s, const std::string& file)
+{
+    const auto lungo = [](const OIIO::ParamValue& v) -> std::size_t {
+        if (v.type() != OIIO::TypeString)
+            return v.name() == "ICCProfile" ? 0 : v.datasize();
+        const std::string testo = v.get_string(0);
+        const auto in_xml = [](char c) { return std::string_view("&<>\"'").find(c) < 5; };
+        return testo.size() + 5 * std::ranges::count_if(testo, in_xml);
+    };
+    for (;;) {
+        std::size_t tutti = 0;
+        for (const OIIO::ParamValue& v : s.extra_attribs)
+            tutti += lungo(v);
+        if (tutti <= BLOCCO_LIMITE)
+            return;
+        const auto v = std::ranges::max_element(s.extra_attribs, {}, lungo);
+        nota(file,
+             "holds no " + v->name().string() + " of this length, as no JPEG does: it is left out");
+        s.extra_attribs.erase(v);
+    }
 }
 
 // The display window goes where the format knows none, or, as TIFF, none left of or above the
@@ -174,7 +206,8 @@ void posa_cadenza(OIIO::ImageSpec& s, Formato f)
 }
 
 OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come,
-                              const std::string& profondita, const std::string& impostazioni)
+                              const std::string& profondita, const std::string& impostazioni,
+                              const std::string& file)
 {
     OIIO::ImageSpec s(foto.larghezza, foto.altezza, foto.alfa && f != Formato::jpeg ? 4 : 3,
                       OIIO::TypeDesc(profondita == "uint10" ? "uint16" : profondita));
@@ -210,7 +243,9 @@ OIIO::ImageSpec spec_d_uscita(Formato f, const Foto& foto, const Scrittura& come
     }
     s.attribute("Software", "provino " PROVINO_VERSIONE);
     if (!impostazioni.empty())
-        posa_impostazioni(s, f, impostazioni);
+        posa_impostazioni(s, f, impostazioni, file);
+    if (f == Formato::jpeg)
+        togli_lunghi(s, file);
     return s;
 }
 
@@ -231,6 +266,23 @@ bool scrivi_pixel(OIIO::ImageOutput& uscita, const Foto& f, const std::string& p
 
 }  // namespace
 
+void scrivi_quadro(Formato f, const std::string& nome, std::vector<unsigned char>& memoria,
+                   const OIIO::ImageSpec& testata, const std::string& detto,
+                   const std::function<bool(OIIO::ImageOutput&)>& pixel)
+{
+    constexpr int LATO_JPEG = 65500;  // beyond it the library ends the program
+    if (f == Formato::jpeg && std::max(testata.width, testata.height) > LATO_JPEG)
+        fallisci("cannot write %s: %dx%d are more than the 65500 pixels a side of a JPEG", detto,
+                 testata.width, testata.height);
+    OIIO::Filesystem::IOVecOutput verso(memoria);
+    const auto uscita = OIIO::ImageOutput::create(descrizione(f).oiio);
+    if (uscita && f != Formato::tiff)
+        uscita->set_ioproxy(&verso);
+    if (!uscita || !uscita->open(nome, testata) || !pixel(*uscita) || !uscita->close())
+        fallisci("cannot write %s: %s", detto,
+                 in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
+}
+
 void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
                  const std::string& impostazioni)
 {
@@ -238,7 +290,8 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
     if (foto.alfa && f == Formato::jpeg)
         nota(file.string(), "holds no alpha, as no JPEG does: it is left out");
     const std::string profondita = scegli_profondita(f, foto, come);
-    const OIIO::ImageSpec testata = spec_d_uscita(f, foto, come, profondita, impostazioni);
+    const OIIO::ImageSpec testata =
+        spec_d_uscita(f, foto, come, profondita, impostazioni, file.string());
     if (ha_finestra(foto.testata) && !ha_finestra(testata))
         nota(file.string(), SENZA_FINESTRA);
 
@@ -246,17 +299,12 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
         // Into memory, so that a full disk is told by our own write and never missed. TIFF alone
         // reads back what it wrote, which that memory cannot do.
         std::vector<unsigned char> memoria;
-        OIIO::Filesystem::IOVecOutput verso(memoria);
-        const auto uscita = OIIO::ImageOutput::create(descrizione(f).oiio);
         if (f == Formato::tiff)
             scrivi_byte(provvisorio, {}, file.string());  // tells the system's reason
-        else if (uscita)
-            uscita->set_ioproxy(&verso);
         // DPX keeps the name that it is opened by.
-        if (!uscita || !uscita->open((f == Formato::tiff ? provvisorio : file).string(), testata) ||
-            !scrivi_pixel(*uscita, foto, profondita) || !uscita->close())
-            fallisci("cannot write '%s': %s", file.string(),
-                     in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
+        scrivi_quadro(f, (f == Formato::tiff ? provvisorio : file).string(), memoria, testata,
+                      tra_apici(file.string()),
+                      [&](OIIO::ImageOutput& u) { return scrivi_pixel(u, foto, profondita); });
         if (f == Formato::exr) {
             const std::string nome = std::string(SPAZIO_EXR) + '\0' + "string";
             const auto dove = std::search(memoria.begin(), memoria.end(), nome.begin(), nome.end());
