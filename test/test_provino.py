@@ -142,6 +142,9 @@ class Parole(Prova):
         for uscita, messaggio, *argomenti in (
                 (USO, "give a command"),
                 (USO, "did you mean 'sviluppa'", "svilupa"),
+                (USO, "no command 'nope'", "help nope"),
+                (USO, "did you mean '--help'", "--hel"),
+                (USO, "given as '-p look=Amber'", su + " --look=Amber"),
                 (USO, "did you mean '--overwrite'", su + " --overwrit"),
                 (USO, "must end in .exr", da + " o.bmp"),
                 (USO, "no parameter 'promst'; did you mean 'promist'", su + " -p promst=1"),

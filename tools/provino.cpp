@@ -117,21 +117,23 @@ std::string rimedio(const CLI::App& app, const std::vector<std::string>& resto)
             return ": give a sequence in quotes, as " + tra_apici(file);
         }
     const std::string vicina = proposta(parola, comandi_e_opzioni(app));
-    if (vicina.empty() && parola.starts_with("--"))
-        return "; a parameter is given as '-p " + parola.substr(2) + "=" +
-               (resto.size() > 1 ? resto[1] : "...") + "'";
-    return vicina;
+    if (!vicina.empty() || !parola.starts_with("--"))
+        return vicina;
+    const std::string valore = resto.size() > 1 ? resto[1] : "...";
+    return "; a parameter is given as " +
+           tra_apici("-p " + parola.substr(2) +
+                     (parola.find('=') == parola.npos ? "=" + valore : ""));
 }
 
 // Runs what the words say; where they say nothing that can be, an Errore tells the way out.
 void analizza(CLI::App& app, const std::vector<std::string>& parole)
 {
     const auto scelto = [&app] {
-        return app.get_subcommands().empty() ? nullptr : app.get_subcommands().front();
+        return app.get_subcommands().empty() ? &app : app.get_subcommands().front();
     };
     const auto rimanda = [&](const std::string& testo) {
         rifiuta("%s ('provino %s--help' tells more)", testo,
-                scelto() == nullptr ? "" : scelto()->get_name() + " ");
+                scelto() == &app ? "" : scelto()->get_name() + " ");
     };
     const auto inattese = [&](std::vector<std::string> resto) {
         const auto segue = std::ranges::find(parole, resto.front());
@@ -146,7 +148,7 @@ void analizza(CLI::App& app, const std::vector<std::string>& parole)
     } catch (const CLI::ParseError& e) {
         if (e.get_exit_code() == 0)
             app.exit(e);  // help and version
-        else if (scelto() != nullptr && !scelto()->remaining().empty())
+        else if (!scelto()->remaining().empty())
             inattese(scelto()->remaining());
         else
             rimanda(parole.empty() ? "give a command, such as sviluppa" : in_una_riga(e.what()));
@@ -183,12 +185,14 @@ void esegui(std::vector<std::string> parole)
             questo->alias(c.inglese);
     }
 
+    if (!parole.empty() && parole.front() == "help") {
+        std::erase(parole, "help");
+        parole.emplace_back("--help");
+    }
     const std::string prima = parole.empty() ? "" : parole.front();
     if (prima == "--complete")
         return completa(app, comandi, {parole.begin() + 1, parole.end()});
-    if (prima == "help")
-        *std::rotate(parole.begin(), parole.begin() + 1, parole.end()) = "--help";
-    else if (!prima.empty() && prima[0] != '-' && comando(app, prima) == nullptr)
+    if (!prima.empty() && prima[0] != '-' && comando(app, prima) == nullptr)
         rifiuta("there is no command '%s'%s ('provino --help' lists them)", prima,
                 proposta(prima, comandi_e_opzioni(app)));
     analizza(app, parole);
