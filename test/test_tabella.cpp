@@ -46,7 +46,9 @@ TEST_CASE("table: every grid point holds the bits of the plain grade")
             REQUIRE(lut.dati.size() == static_cast<std::size_t>(n * n * n * 3));
             const float passo = 1.0f / static_cast<float>(n - 1);
             int diversi = 0;
-            for (int i = 0; i<n * n * n; i += n> 20 && i % n == n - 1 ? 36 * n + 1 : 1) {
+            for (int i = 0; i < n * n * n; ++i) {
+                if (n > 20 && i / n % 37 != 0)  // of long tables some rows
+                    continue;
                 const RGB c = semplici::applica_colore({static_cast<float>(i % n) * passo,
                                                         static_cast<float>(i / n % n) * passo,
                                                         static_cast<float>(i / n / n) * passo},
