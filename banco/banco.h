@@ -189,7 +189,8 @@ void imposta_chiavi(Istanza& i, std::string_view nome,
 /// The value at a time comes from the function, which must not use the instance.
 void imposta_funzione(Istanza& i, std::string_view nome, std::function<double(double)> f);
 
-double valore(const Istanza& i, std::string_view nome);
+/// As it is set, or what its keys and its function come to at a time.
+double valore(const Istanza& i, std::string_view nome, const double* tempo = nullptr);
 bool nascosto(const Istanza& i, std::string_view nome);
 
 /// One frame as hosts ask for it: region of definition, region of interest, identity, begin,

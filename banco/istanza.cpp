@@ -286,10 +286,10 @@ void imposta_funzione(Istanza& i, std::string_view nome, std::function<double(do
     parametro(i, nome).funzione = std::move(f);
 }
 
-double valore(const Istanza& i, std::string_view nome)
+double valore(const Istanza& i, std::string_view nome, const double* tempo)
 {
     const std::lock_guard<std::mutex> guardia(i.mutex);
-    return parametro(i, nome).valore;
+    return valore_di(parametro(i, nome), tempo);
 }
 
 bool nascosto(const Istanza& i, std::string_view nome)

@@ -134,7 +134,7 @@ void scrivi_lut(const OpzioniLut& o)
     di_plugin(plugin.file);
     avvisa_nulla_di_fatto(plugin, *istanza, imp);
     for (const banco::Parametro& p : plugin.parametri)  // what the keys come to
-        banco::imposta(*istanza, p.nome, banco::valore_al(*istanza, p.nome, tempo));
+        banco::imposta(*istanza, p.nome, banco::valore(*istanza, p.nome, &tempo));
     for (const Effetto& e : effetti(plugin))
         banco::imposta(*istanza, e.interruttore.nome, 0.0);
 
