@@ -292,12 +292,6 @@ double valore(const Istanza& i, std::string_view nome, const double* tempo)
     return valore_di(parametro(i, nome), tempo);
 }
 
-double valore_al(const Istanza& i, std::string_view nome, double tempo)
-{
-    const std::lock_guard<std::mutex> guardia(i.mutex);
-    return valore_di(parametro(i, nome), &tempo);
-}
-
 bool nascosto(const Istanza& i, std::string_view nome)
 {
     const std::lock_guard<std::mutex> guardia(i.mutex);
