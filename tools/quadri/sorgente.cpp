@@ -36,7 +36,8 @@ std::string parola_di_log(const std::string& testo)
 std::optional<Modello> modello_in(const std::string& percorso)
 {
     static const std::regex SEGNI("#+|@+|%(0?[0-9]*)d");
-    const auto inizio = percorso.cbegin() + (percorso.find_last_of('/') + 1);
+    const auto inizio =
+        percorso.cbegin() + static_cast<std::ptrdiff_t>(percorso.find_last_of('/') + 1);
     std::sregex_iterator trovato(inizio, percorso.cend(), SEGNI);
     if (trovato == std::sregex_iterator())
         return std::nullopt;
