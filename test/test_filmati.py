@@ -278,9 +278,13 @@ class Filmati(Prova):
                              self.ffmpeg("-i dritto.png -vf %s -f rawvideo -pix_fmt rgb48le -" % giro))
             self.fai("sviluppa r.mp4 r.mov --overwrite", *NEUTRO)
             self.assertEqual(self.flussi("r.mov", "sample_aspect_ratio"), [("video", forma)])
-        self.altri("oiiotool s.exr --attrib:type=float PixelAspectRatio 0.5 --fullsize 200x100-9-9 -o p.exr")
-        self.assertIn("holds no display window", self.fai("sviluppa p.exr p.mkv --frames 1-2 --rate 24").stderr)
-        self.assertIn("holds no display window", self.fai("sviluppa p.exr p.dpx").stderr)
+        self.altri("oiiotool s.exr --ch R,G,B,A=1 --attrib:type=float PixelAspectRatio 0.5 --fullsize 200x100-9-9 -o p.exr")
+        for perso, come in (("display window", "p.mkv --frames 1-2 --rate 24"), ("display window", "p.dpx"),
+                            ("display window", "n.dpx --dry-run"), ("alpha", "n.jpg --dry-run"),
+                            ("pixels' shape of 0.5", "n.mxf --codec mpeg2video --frames 1-2 --rate 24 --dry-run")):
+            self.assertIn(perso, self.fai("sviluppa p.exr " + come).stderr)
+        self.fai("sviluppa p.exr p.tif")
+        self.assertIn("origin: x=9", self.altri("oiiotool --info -v p.tif"))
         self.fai("sviluppa p.dpx q.mov --frames 1-2 --rate 24")
         for nome in ("p.mkv", "q.mov"):
             self.assertEqual(self.flussi(nome, "sample_aspect_ratio"), [("video", "1:2")])

@@ -157,6 +157,7 @@ class Parole(Prova):
                 (FALLITO, "no file 'a b.exr'", "sviluppa 'a\x1bb.exr' o.exr"),
                 (USO, "did you mean 'Exposure (EV)'", su + " -p exposure=1"),
                 (USO, "a parameter is given as '-p look=Amber'", su + " --look Amber"),
+                (USO, "it is for provino sviluppa", "looks s.exr l.png --dry-run"),
                 (USO, "give -p before each, as in -p ev=1", su + " -p look=Amber ev=1"),
                 (USO, "in quotes, as 'c.###.exr'", su + " c.007.exr"),
                 (USO, "give 'm.####.exr', in quotes", "sviluppa m.*.exr o.####.exr"),

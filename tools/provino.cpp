@@ -119,6 +119,9 @@ std::string rimedio(const CLI::App& app, const std::vector<std::string>& resto)
     const std::string vicina = proposta(parola, comandi_e_opzioni(app));
     if (!vicina.empty() || !parola.starts_with("--"))
         return vicina;
+    for (const CLI::App* s : app.get_parent()->get_subcommands({}))
+        if (s->get_option_no_throw(parola) != nullptr)
+            return ": it is for provino " + s->get_name();
     const std::string valore = resto.size() > 1 ? resto[1] : "...";
     return "; a parameter is given as " +
            tra_apici("-p " + parola.substr(2) +

@@ -70,7 +70,7 @@ std::string titolo(const Plugin& plugin, const banco::Istanza& i)
     for (const banco::Parametro& p : plugin.parametri) {
         const double v = banco::valore(i, p.nome);
         if (p.opzioni.empty() && !di_effetto(plugin, p) && v != p.predefinito)
-            s += ", " + p.nome + " " + scrivi_valore(p, accorcia(v));
+            s += ", " + p.nome + " " + scrivi_valore(p, v);
     }
     return s;
 }

@@ -65,12 +65,13 @@ void controlla_numeri(const OpzioniSviluppo& o, const Sorgente& da, const Destin
         perdita("the sequence has no frames " + mancano);
 }
 
-// What would be read and written; what would be lost was told.
+// What would be read, written, and lost of the first picture.
 void annuncia(const Sorgente& da, const Destinazione& a, const std::vector<long long>& numeri,
               const std::string& formato)
 {
     const Foto prima = leggi(da, numeri.front());  // tells what is left out of it
     avvisa_dei_colori(da, prima.testata, formato);
+    avvisa_di_cio_che_manca(a, numeri.front(), prima);
     Json j = {{"in", da.nome},
               {"frames", numeri.size()},
               {"width", prima.larghezza},

@@ -58,7 +58,7 @@ std::vector<std::string> parole_di(Plugin& plugin, const Impostazioni& imp)
         std::vector<std::string> parole;
         const auto parola = [&](const std::string& nome, double valore) {
             const auto& p = trova_parametro(plugin, nome);
-            parole.insert(parole.end(), {"-p", nome + "=" + scrivi_valore(p, accorcia(valore))});
+            parole.insert(parole.end(), {"-p", nome + "=" + scrivi_valore(p, valore)});
         };
         for (const auto& [nome, valore] : prima)
             parola(nome, valore);

@@ -126,7 +126,7 @@ std::string scrivi_valore(const banco::Parametro& p, double valore)
         return p.opzioni[static_cast<std::size_t>(valore)];
     if (genere(p) == "switch")
         return valore != 0.0 ? "on" : "off";
-    return testo_di(valore);
+    return testo_di(accorcia(valore));
 }
 
 Json valore_in_json(const banco::Parametro& p, double valore)

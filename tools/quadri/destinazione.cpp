@@ -193,12 +193,25 @@ void segui(Destinazione& a, const Sorgente& da, const std::vector<long long>& nu
         perdita(nome + " " + suono);
 }
 
+void avvisa_di_cio_che_manca(const Destinazione& a, long long n, const Foto& foto)
+{
+    if (!a.ripresa)
+        return avvisa_di_cio_che_manca(nome_al(a, n), foto);
+    const ModoFilmato& modo = a.ripresa->modo;
+    if (foto.alfa && modo.formato_con_alfa.empty())
+        nota(a.nome, "is without alpha: --codec prores4444 or ffv1 hold it");
+    if (ha_finestra(foto.testata))
+        nota(a.nome, SENZA_FINESTRA);
+    // ffmpeg takes it from the stream, where these have none that it keeps.
+    if (numero_cadenza(modo.forma) != 1.0 && modo.contenitore == "mxf" && modo.codec != "libx264")
+        nota(a.nome, "does not keep the pixels' shape of " + modo.forma + ": a .mov or .mkv does");
+}
+
 void scrivi(Destinazione& a, long long n, const Foto& foto)
 {
     if (!a.ripresa)
         return scrivi_foto(nome_al(a, n), foto, a.modo.scrittura, a.impostazioni);
-    if (foto.alfa && a.ripresa->modo.formato_con_alfa.empty())
-        nota(a.nome, "is without alpha: --codec prores4444 or ffv1 hold it");
+    avvisa_di_cio_che_manca(a, n, foto);
     scrivi_fotogramma(*a.ripresa, foto, a.impostazioni);
 }
 

@@ -46,6 +46,9 @@ void controlla(const Destinazione& a, const Sorgente& da, const std::vector<long
 /// tags, sound. Notes tell what it does not take.
 void segui(Destinazione& a, const Sorgente& da, const std::vector<long long>& numeri);
 
+/// A note on what the output holds not of frame n, as scrivi gives it.
+void avvisa_di_cio_che_manca(const Destinazione& a, long long n, const Foto& foto);
+
 /// Writes frame n; those of a movie in order. Pictures from any thread. Throws Errore.
 void scrivi(Destinazione& a, long long n, const Foto& foto);
 

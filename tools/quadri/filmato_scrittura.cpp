@@ -111,8 +111,6 @@ std::string grafo(const ModoFilmato& m, const std::string& tubo, const std::stri
 void comincia(Ripresa& r, const Foto& foto, const std::string& impostazioni)
 {
     const ModoFilmato& m = r.modo;
-    if (ha_finestra(foto.testata))
-        nota(r.nome, SENZA_FINESTRA);
     r.larghezza = foto.larghezza;
     r.altezza = foto.altezza;
     r.alfa = foto.alfa && !m.formato_con_alfa.empty();

@@ -77,6 +77,9 @@ void scrivi_quadro(Formato f, const std::string& nome, std::vector<unsigned char
                    const OIIO::ImageSpec& testata, const std::string& detto,
                    const std::function<bool(OIIO::ImageOutput&)>& pixel);
 
+/// A note on what that file's format holds not, as scrivi_foto gives it.
+void avvisa_di_cio_che_manca(const std::filesystem::path& file, const Foto& foto);
+
 /// Frames a second that a picture tells of; 0 for none.
 float cadenza_in(const OIIO::ImageSpec& testata);
 

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <lcms2.h>
 #include <regex>
+#include <utility>
 #include <vector>
 
 namespace varno::provino {
@@ -125,16 +126,21 @@ void togli_lunghi(OIIO::ImageSpec& s, const std::string& file)
     }
 }
 
-// The display window goes where the format knows none, or, as TIFF, none left of or above the
-// frame's. A damaged header may tell of one or of a shape of pixels that cannot be, and that a
-// writer would refuse: the picture is good without.
+// The display window goes where the format knows none; TIFF knows one that starts at 0 and not
+// behind the frame's. A damaged header may tell of one or of a shape of pixels that cannot be, and
+// that a writer would refuse: the picture is good without.
 void posa_finestra(OIIO::ImageSpec& s, Formato f)
 {
     constexpr int LONTANO = 1 << 24;  // pixels
     const auto vicino = [](int v) { return v > -LONTANO && v < LONTANO; };
     const int numeri[] = {s.x, s.y, s.full_x, s.full_y, s.full_width, s.full_height};
-    if ((f != Formato::exr && (f != Formato::tiff || s.x < 0 || s.y < 0)) ||
-        !std::ranges::all_of(numeri, vicino) || s.full_width < 1 || s.full_height < 1) {
+    const bool vicini = std::ranges::all_of(numeri, vicino);
+    if (f == Formato::tiff && vicini) {
+        s.x -= std::exchange(s.full_x, 0);
+        s.y -= std::exchange(s.full_y, 0);
+    }
+    if ((f != Formato::exr && (f != Formato::tiff || s.x < 0 || s.y < 0)) || !vicini ||
+        s.full_width < 1 || s.full_height < 1) {
         s.x = s.y = 0;
         s.set_roi_full(s.roi());
     }
@@ -283,17 +289,25 @@ void scrivi_quadro(Formato f, const std::string& nome, std::vector<unsigned char
                  in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
 }
 
-void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
-                 const std::string& impostazioni)
+void avvisa_di_cio_che_manca(const fs::path& file, const Foto& foto)
 {
     const Formato f = formato_dal_nome(file);
     if (foto.alfa && f == Formato::jpeg)
         nota(file.string(), "holds no alpha, as no JPEG does: it is left out");
+    OIIO::ImageSpec testata = foto.testata;
+    posa_finestra(testata, f);
+    if (ha_finestra(foto.testata) && !ha_finestra(testata))
+        nota(file.string(), SENZA_FINESTRA);
+}
+
+void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
+                 const std::string& impostazioni)
+{
+    avvisa_di_cio_che_manca(file, foto);
+    const Formato f = formato_dal_nome(file);
     const std::string profondita = scegli_profondita(f, foto, come);
     const OIIO::ImageSpec testata =
         spec_d_uscita(f, foto, come, profondita, impostazioni, file.string());
-    if (ha_finestra(foto.testata) && !ha_finestra(testata))
-        nota(file.string(), SENZA_FINESTRA);
 
     scrivi_intero(file, come.sovrascrivi, [&](const fs::path& provvisorio) {
         // Into memory, so that a full disk is told by our own write and never missed. TIFF alone
