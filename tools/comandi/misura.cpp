@@ -34,9 +34,9 @@ Foto soggetto(int larghezza, int altezza)
 // The median of so many milliseconds.
 template <class Fai> double mediana(int giri, const Fai& fai)
 {
-    std::vector<double> v;
+    std::vector<double> v(static_cast<std::size_t>(giri));
     for (int giro = 0; giro < giri; ++giro)
-        v.push_back(fai(giro));
+        v[static_cast<std::size_t>(giro)] = fai(giro);
     std::ranges::sort(v);
     return v[v.size() / 2];
 }
