@@ -176,11 +176,10 @@ struct OpzioniTavolo {
 
 // A page in a folder of the user's alone leads there, since a command line, and the key on it, is
 // everybody's to read. The browser takes its signals as any program does.
-void apri_nel_browser(const fs::path& cartella, const std::string& indirizzo)
+void apri_nel_browser(const Effimero& cartella, const std::string& indirizzo)
 {
-    const std::string pagina = (cartella / "provino.html").string();
-    if (cartella.empty() ||
-        !OIIO::Filesystem::write_text_file(
+    const std::string pagina = (*cartella / "provino.html").string();
+    if (!OIIO::Filesystem::write_text_file(
             pagina, "<meta charset=utf-8><meta name=referrer content=no-referrer>"
                     "<meta http-equiv=refresh content=\"0;url=" +
                         indirizzo + "\">\n"))
@@ -231,9 +230,9 @@ void apri(const OpzioniTavolo& o)
     Porta porta = apri_porta(o.porta);
     riga("plug-in " + t.plugin.file);
     riga("the light table is at " + indirizzo(porta) + " until ctrl-C");
-    const CartellaProvvisoria cartella;
-    if (!o.senza_browser)
-        apri_nel_browser(cartella.nome, indirizzo(porta));
+    const Effimero cartella = cartella_provvisoria();
+    if (!o.senza_browser && cartella)
+        apri_nel_browser(cartella, indirizzo(porta));
     rispondi(t, porta, imp, parole_della_sorgente(o));
 }
 

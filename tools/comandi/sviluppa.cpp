@@ -79,7 +79,7 @@ void annuncia(const Sorgente& da, const Destinazione& a, const std::vector<long 
               {"out", a.nome}};
     std::string come;
     if (a.ripresa) {
-        const ModoFilmato& m = a.ripresa->modo;
+        const Ripresa& m = *a.ripresa;
         const bool audio = !m.audio_da.empty();
         j.update(
             {{"rate", m.cadenza}, {"codec", m.codec}, {"samples", m.formato}, {"audio", audio}});

@@ -119,10 +119,10 @@ std::string codifica(const Foto& f, Forma forma)
 // As it is written into a folder.
 std::string in_un_file(const Foto& foto, const std::string& impostazioni)
 {
-    const CartellaProvvisoria cartella;
-    if (cartella.nome.empty())
+    const Effimero cartella = cartella_provvisoria();
+    if (!cartella)
         fallisci("cannot write into '%s'", std::filesystem::temp_directory_path().string());
-    const std::string nome = (cartella.nome / "x.png").string();
+    const std::string nome = (*cartella / "x.png").string();
     std::string byte;
     scrivi_foto(nome, foto, {}, impostazioni);
     if (!OIIO::Filesystem::read_text_file(nome, byte))

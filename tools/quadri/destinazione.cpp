@@ -48,20 +48,20 @@ void segui_foto(Destinazione& a, const Sorgente& da, const std::vector<long long
     });
     const OIIO::ImageSpec testata =
         leggi_testata(nome_al(da, prima == numeri.end() ? numeri.front() : *prima));
-    ModoFilmato& modo = a.ripresa->modo;
+    Ripresa& r = *a.ripresa;
     for (const char* nome : {"Copyright", "Artist", "Make", "Model"})
         if (const std::string v = testata.get_string_attribute(nome); !v.empty())
-            modo.etichette[nome] = v;
+            r.etichette[nome] = v;
     const float forma = testata.get_float_attribute("PixelAspectRatio", 1.0f);
-    modo.forma = forma > 0.01f && forma < 100.0f ? testo_di(forma) : "1";
+    r.forma = forma > 0.01f && forma < 100.0f ? testo_di(forma) : "1";
     const float sua = cadenza_in(testata);
     const bool ne_ha = sua >= 1.0f && sua <= 1000.0f;
     const OIIO::ParamValue* t = testata.find_attribute("smpte:TimeCode");
     const bool salta = t != nullptr && (t->get_int_indexed(0) & TIMECODE_SALTA) != 0;
     const std::string usuale = salta ? "30000/1001" : "24";
-    modo.cadenza = !a.modo.cadenza.empty() ? a.modo.cadenza : ne_ha ? testo_di(sua) : usuale;
-    modo.cadenza = cadenza_esatta(modo.cadenza);
-    modo.timecode = t != nullptr ? timecode_di(*t, modo.cadenza) : "";
+    r.cadenza = !a.modo.cadenza.empty() ? a.modo.cadenza : ne_ha ? testo_di(sua) : usuale;
+    r.cadenza = cadenza_esatta(r.cadenza);
+    r.timecode = t != nullptr ? timecode_di(*t, r.cadenza) : "";
     if (a.modo.cadenza.empty() && !ne_ha)
         avviso(sprintf("'%s' runs at %s frames a second, since the pictures %s (--rate overrules)",
                        a.nome, usuale,
@@ -70,26 +70,26 @@ void segui_foto(Destinazione& a, const Sorgente& da, const std::vector<long long
 
 // The sound of a movie: as it is where the container takes that, else as AAC, or PCM for MXF.
 // Returns what there is to say of it, behind the output's name.
-std::string segui_suono(ModoFilmato& modo, const Filmato& da, const std::string& audio)
+std::string segui_suono(Ripresa& r, const Filmato& da, const std::string& audio)
 {
-    modo.audio_da = da.file;
-    modo.inizio = da.inizio;
-    modo.audio = "copy";
+    r.audio_da = da.file;
+    r.inizio = da.inizio;
+    r.audio = "copy";
     // Some take sound beside a picture alone.
     Comando prova;
     aggiungi(prova, "ffmpeg -nostdin -v error -y -f lavfi -i color=s=720x576:r=25 -i",
              {"file:" + da.file});
-    aggiungi(prova, "-map 0:v -map 1:a -c:v mpeg2video -c:a copy -t 0.1 -f " + modo.contenitore +
+    aggiungi(prova, "-map 0:v -map 1:a -c:v mpeg2video -c:a copy -t 0.1 -f " + r.contenitore +
                         " /dev/null");
     if (audio != "aac" && chiedi(prova).motivo.empty())
         return {};
-    const bool mxf = modo.contenitore == "mxf";
+    const bool mxf = r.contenitore == "mxf";
     const std::string diventa = mxf ? "PCM" : "AAC";
     if (audio == "copy")
         rifiuta("the output cannot hold the audio of '%s' as it is: --audio aac makes it %s, none "
                 "leaves it out",
                 da.file, diventa);
-    modo.audio = mxf ? "pcm_s24le -ar 48000" : "aac -b:a 320k";
+    r.audio = mxf ? "pcm_s24le -ar 48000" : "aac -b:a 320k";
     return audio.empty() ? "cannot hold the audio as it is, which becomes " + diventa +
                                " (--audio none leaves it out)"
                          : "";
@@ -109,7 +109,8 @@ Destinazione apri_destinazione(const std::string& nome, const ModoDestinazione& 
                  !modo.scrittura.compressione.empty()))
         rifiuta("--depth, --compression, --skip-existing and --continue-on-error are for "
                 "pictures; a movie takes --codec and --quality");
-    ModoFilmato come = film ? scegli_modo(nome, modo.codec, modo.qualita) : ModoFilmato{};
+    if (film)
+        a.ripresa = apri_ripresa(nome, modo.codec, modo.qualita);
     if (!modo.audio.empty() && !(film && da_film))
         rifiuta("--audio is for a movie that becomes a movie");
     if (!film && !(modo.codec + modo.qualita).empty())
@@ -129,9 +130,8 @@ Destinazione apri_destinazione(const std::string& nome, const ModoDestinazione& 
         fallisci("'%s' has a variable frame rate; make it constant first: ffmpeg -i '%s' -fps_mode "
                  "cfr -r %s -c:v ffv1 -c:a copy constant.mkv",
                  da.nome, da.nome, da.proiezione->filmato.cadenza);
-    come.scala = modo.scala;
-    come.scritte = leggi_scritte(modo.scritte, da);
-    a.ripresa = std::make_unique<Ripresa>(nome, std::move(come));
+    a.ripresa->scala = modo.scala;
+    a.ripresa->scritte = leggi_scritte(modo.scritte, da);
     return a;
 }
 
@@ -177,15 +177,13 @@ void segui(Destinazione& a, const Sorgente& da, const std::vector<long long>& nu
     if (!da.proiezione)
         return segui_foto(a, da, numeri);
     const std::string nome = tra_apici(a.nome);
-    ModoFilmato& modo = a.ripresa->modo;
+    Ripresa& r = *a.ripresa;
     const Filmato& f = da.proiezione->filmato;
-    modo.cadenza = f.cadenza;
-    modo.forma = f.forma;
-    modo.etichette = f.etichette;
-    modo.timecode = timecode_dopo(f.timecode, f.cadenza, numeri.front() - da.numeri.front());
+    static_cast<Corredo&>(r) = f;
+    r.timecode = timecode_dopo(f.timecode, f.cadenza, numeri.front() - da.numeri.front());
     const bool intero = numeri.size() == da.numeri.size();
     const std::string suono = !f.audio || a.modo.audio == "none" ? ""
-                              : intero ? segui_suono(modo, f, a.modo.audio)
+                              : intero                           ? segui_suono(r, f, a.modo.audio)
                                        : "is without audio, which is copied with whole clips only";
     if (f.sottotitoli)
         perdita(nome + " is without the subtitles, which are not copied");
@@ -197,14 +195,14 @@ void avvisa_di_cio_che_manca(const Destinazione& a, long long n, const Foto& fot
 {
     if (!a.ripresa)
         return avvisa_di_cio_che_manca(nome_al(a, n), foto);
-    const ModoFilmato& modo = a.ripresa->modo;
-    if (foto.alfa && modo.formato_con_alfa.empty())
+    const Ripresa& r = *a.ripresa;
+    if (foto.alfa && r.formato_con_alfa.empty())
         nota(a.nome, "is without alpha: --codec prores4444 or ffv1 hold it");
     if (ha_finestra(foto.testata))
         nota(a.nome, SENZA_FINESTRA);
     // ffmpeg takes it from the stream, where these have none that it keeps.
-    if (numero_cadenza(modo.forma) != 1.0 && modo.contenitore == "mxf" && modo.codec != "libx264")
-        nota(a.nome, "does not keep the pixels' shape of " + modo.forma + ": a .mov or .mkv does");
+    if (numero_cadenza(r.forma) != 1.0 && r.contenitore == "mxf" && r.codec != "libx264")
+        nota(a.nome, "does not keep the pixels' shape of " + r.forma + ": a .mov or .mkv does");
 }
 
 void scrivi(Destinazione& a, long long n, const Foto& foto)

@@ -26,13 +26,20 @@ struct ColoriFilmato {
 /// Frames that a decoder may hold back to bring them into order.
 constexpr int RIORDINO = 16;
 
+/// What a movie has beside its pixels.
+struct Corredo {
+    std::string cadenza;                           // frames a second, "24000/1001"
+    std::string timecode;                          // of the first frame; empty: none
+    std::string forma;                             // of a pixel, "16/15"
+    std::map<std::string, std::string> etichette;  // metadata, without what belongs to the file
+};
+
 /// A movie, as ffprobe tells of it.
-struct Filmato {
+struct Filmato : Corredo {
     std::string file;
     int traccia = 0;                 // the stream that is developed
     int larghezza = 0, altezza = 0;  // as it is shown: turned
     long long quanti = 0;            // frames
-    std::string cadenza;             // frames a second, "24000/1001"
     double durata = 0.0;             // seconds, as the file tells; 0: it does not
     bool costante = true;            // else frames last as long as they like
     bool si_cerca = false;           // its container finds a frame by its time, and exactly
@@ -45,12 +52,9 @@ struct Filmato {
     bool alfa_sotto = false;             // below the picture, as a second one
     bool legale = false;                 // what comes out is of legal range still
     std::string trasferimento, primari;  // as the stream tells
-    std::string forma;                   // of a pixel, "16/15"
-    std::string timecode;                // of the first frame; empty: none
     bool audio = false, sottotitoli = false;
-    std::map<std::string, std::string> etichette;  // metadata, without what belongs to the file
-    std::optional<std::string> impostazioni;       // that provino left in it
-    std::vector<std::string> note, perdite;  // what the user should know, and what is not read
+    std::optional<std::string> impostazioni;  // that provino left in it
+    std::vector<std::string> note, perdite;   // what the user should know, and what is not read
 };
 
 /// Throws Errore where ffmpeg is missing, or the file is broken or nothing that it reads.
@@ -101,36 +105,29 @@ double numero_cadenza(const std::string& cadenza);
 /// Whether an output's name ends as a movie's.
 bool nome_di_filmato(const std::filesystem::path& file);
 
-/// How a movie is to be written.
-struct ModoFilmato {
+/// A movie that is being encoded, on its way to its name, which it gets when it is whole.
+struct Ripresa : Corredo {
+    explicit Ripresa(const std::string& n) : nome(n), provvisorio(accanto_a(n)) {}
+    const std::string nome;
+    const Provvisorio provvisorio;
     std::string contenitore, codec;  // as ffmpeg names them
     std::vector<std::string> opzioni;
-    std::string formato, formato_con_alfa;  // of its samples; the second may be empty
-    std::string cadenza, timecode, forma;   // as a Filmato's
-    std::map<std::string, std::string> etichette;
+    std::string formato, formato_con_alfa;       // of its samples; the second may be empty
     int scala = 0;                               // its width; 0: as it comes
     std::map<std::string, std::string> scritte;  // drawn into it: "name", "timecode" without one
     std::string audio_da;                        // the file; empty: none
-    std::string audio;    // what becomes of it, as ffmpeg takes it behind -c:a
-    double inizio = 0.0;  // of the picture within it, seconds
-};
-
-/// The container by the name, the codec of that name or, empty, the container's usual one. Throws
-/// Errore where there is no such encoder, or it knows no quality.
-ModoFilmato scegli_modo(const std::filesystem::path& file, const std::string& codec,
-                        const std::string& qualita);
-
-/// A movie that is being encoded, on its way to its name, which it gets when it is whole.
-struct Ripresa {
-    Ripresa(const std::string& n, ModoFilmato m) : nome(n), modo(std::move(m)), provvisorio(n) {}
-    const std::string nome;
-    ModoFilmato modo;
-    Provvisorio provvisorio;
+    std::string audio;     // what becomes of it, as ffmpeg takes it behind -c:a
+    double inizio = 0.0;   // of the picture within it, seconds
     ProcessoPtr codifica;  // from the first frame on
     int larghezza = 0, altezza = 0;
     bool alfa = false, fallita = false;
     std::vector<std::uint16_t> campioni;
 };
+
+/// The container by the name, the codec of that name or, empty, the container's usual one. Throws
+/// Errore where there is no such encoder, or it knows no quality.
+std::unique_ptr<Ripresa> apri_ripresa(const std::string& nome, const std::string& codec,
+                                      const std::string& qualita);
 
 /// Frames in order, all of one size; the settings go into the metadata. Throws Errore, from the
 /// second failure on without a text.

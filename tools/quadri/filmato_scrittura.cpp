@@ -52,9 +52,9 @@ const Contenitore* contenitore(const fs::path& file)
                              &Contenitore::desinenza);
 }
 
-bool di_quicktime(const ModoFilmato& m)
+bool di_quicktime(const Ripresa& r)
 {
-    return m.contenitore == "mov" || m.contenitore == "mp4";
+    return r.contenitore == "mov" || r.contenitore == "mp4";
 }
 
 bool in_rgb(const std::string& formato)
@@ -76,28 +76,28 @@ std::string protetto(const std::string& testo)
 }
 
 // The name on the left, the timecode on the right, at the bottom.
-std::string scritte(const ModoFilmato& m, int altezza)
+std::string scritte(const Ripresa& r, int altezza)
 {
     const int lato = std::max(12, altezza / 24);
     std::string s;
-    for (const auto& [cosa, testo] : m.scritte) {
+    for (const auto& [cosa, testo] : r.scritte) {
         s += sprintf(",drawtext=font=DejaVu Sans:fontcolor=white:fontsize=%d:box=1:"
                      "boxcolor=black@0.5:boxborderw=%d:y=h-%d:x=",
                      lato, lato / 4, lato * 3 / 2);
         s += cosa == "name" ? std::to_string(lato) + ":expansion=none:text=" + protetto(testo)
-                            : "w-tw-" + std::to_string(lato) + ":rate=" + m.cadenza +
-                                  ":timecode=" + protetto(m.timecode.empty() ? testo : m.timecode);
+                            : "w-tw-" + std::to_string(lato) + ":rate=" + r.cadenza +
+                                  ":timecode=" + protetto(r.timecode.empty() ? testo : r.timecode);
     }
     return s;
 }
 
-std::string grafo(const ModoFilmato& m, const std::string& tubo, const std::string& formato,
+std::string grafo(const Ripresa& r, const std::string& tubo, const std::string& formato,
                   int larghezza, int altezza)
 {
     const bool rgb = in_rgb(formato);
     const std::string gamma = piena(formato) ? "full" : "limited";
     std::string zscale = rgb ? "" : ",zscale=filter=spline36:matrix=bt709:range=" + gamma;
-    if (m.scala > 0)
+    if (r.scala > 0)
         zscale +=
             sprintf("%sw=%d:h=%d", rgb ? ",zscale=filter=spline36:" : ":", larghezza, altezza);
     else if (rgb && formato != tubo)
@@ -105,21 +105,20 @@ std::string grafo(const ModoFilmato& m, const std::string& tubo, const std::stri
     return "setparams=color_primaries=bt709:color_trc=bt709" + zscale + ",format=" + formato +
            ",setparams=range=" + (piena(formato) ? "pc" : "tv") +
            ":colorspace=" + (rgb ? "gbr" : "bt709") +
-           ",setsar=" + (m.forma.empty() ? "1" : m.forma) + ":max=10000" + scritte(m, altezza);
+           ",setsar=" + (r.forma.empty() ? "1" : r.forma) + ":max=10000" + scritte(r, altezza);
 }
 
 void comincia(Ripresa& r, const Foto& foto, const std::string& impostazioni)
 {
-    const ModoFilmato& m = r.modo;
     r.larghezza = foto.larghezza;
     r.altezza = foto.altezza;
-    r.alfa = foto.alfa && !m.formato_con_alfa.empty();
-    const std::string& formato = r.alfa ? m.formato_con_alfa : m.formato;
+    r.alfa = foto.alfa && !r.formato_con_alfa.empty();
+    const std::string& formato = r.alfa ? r.formato_con_alfa : r.formato;
     const bool pari_a = contains(formato, "420");
     const bool pari_l = pari_a || contains(formato, "422");
-    const int larghezza = m.scala > 0 ? m.scala : r.larghezza;
-    const int altezza = m.scala > 0 ? std::max(2, 2 * static_cast<int>(std::lround(
-                                                          0.5 * r.altezza * m.scala / r.larghezza)))
+    const int larghezza = r.scala > 0 ? r.scala : r.larghezza;
+    const int altezza = r.scala > 0 ? std::max(2, 2 * static_cast<int>(std::lround(
+                                                          0.5 * r.altezza * r.scala / r.larghezza)))
                                     : r.altezza;
     if ((pari_l && larghezza % 2 != 0) || (pari_a && altezza % 2 != 0))
         fallisci("a picture of %dx%d does not go into %s, which halves it: give another --codec, "
@@ -129,43 +128,43 @@ void comincia(Ripresa& r, const Foto& foto, const std::string& impostazioni)
     Comando c;
     aggiungi(c, sprintf("ffmpeg -nostdin -v error -xerror -y -thread_queue_size 2 -f rawvideo "
                         "-pix_fmt %s -s %dx%d -framerate %s -i pipe:0",
-                        tubo, r.larghezza, r.altezza, m.cadenza));
-    if (!m.audio_da.empty()) {
+                        tubo, r.larghezza, r.altezza, r.cadenza));
+    if (!r.audio_da.empty()) {
         // The sound is moved, since frames only move by whole ones; where a container knows no
         // later start, the sound before the picture goes.
-        if (m.inizio > 0.0 && m.contenitore == "mxf")
-            aggiungi(c, sprintf("-ss %.6f", m.inizio));
-        else if (m.inizio != 0.0)
-            aggiungi(c, sprintf("-itsoffset %.6f", -m.inizio));
-        aggiungi(c, "-vn -sn -dn -protocol_whitelist file -i", {"file:" + m.audio_da});
-        aggiungi(c, "-map 0:v -map 1:a -c:a " + m.audio);
-        aggiungi(c, m.inizio > 0.0 ? "-avoid_negative_ts make_zero" : "");
+        if (r.inizio > 0.0 && r.contenitore == "mxf")
+            aggiungi(c, sprintf("-ss %.6f", r.inizio));
+        else if (r.inizio != 0.0)
+            aggiungi(c, sprintf("-itsoffset %.6f", -r.inizio));
+        aggiungi(c, "-vn -sn -dn -protocol_whitelist file -i", {"file:" + r.audio_da});
+        aggiungi(c, "-map 0:v -map 1:a -c:a " + r.audio);
+        aggiungi(c, r.inizio > 0.0 ? "-avoid_negative_ts make_zero" : "");
     } else {
         aggiungi(c, "-map 0:v");
     }
     // Each frame once; streams keep their tags, such as a language.
     aggiungi(c, "-fps_mode passthrough -map_metadata:g -1 -map_chapters -1 -vf",
-             {grafo(m, tubo, formato, larghezza, altezza), "-c:v", m.codec});
+             {grafo(r, tubo, formato, larghezza, altezza), "-c:v", r.codec});
     aggiungi(c, sprintf("-color_primaries bt709 -color_trc bt709 -colorspace %s -color_range %s",
                         in_rgb(formato) ? "rgb" : "bt709", piena(formato) ? "pc" : "tv"));
-    c.insert(c.end(), m.opzioni.begin(), m.opzioni.end());
-    for (const auto& [nome, valore] : m.etichette)
+    c.insert(c.end(), r.opzioni.begin(), r.opzioni.end());
+    for (const auto& [nome, valore] : r.etichette)
         if (!contains(nome, "=") && valore.size() < VALORE_LIMITE)
             aggiungi(c, "-metadata", {nome + "=" + valore});
     // Few containers take any name.
     const std::string segno(SEGNO_IMPOSTAZIONI);
-    const bool ogni_nome = di_quicktime(m) || m.contenitore == "matroska";
+    const bool ogni_nome = di_quicktime(r) || r.contenitore == "matroska";
     aggiungi(c, "-metadata", {(ogni_nome ? segno + "=" : "comment=" + segno + " ") + impostazioni});
-    aggiungi(c, di_quicktime(m) ? "-movflags +use_metadata_tags+write_colr" : "");
-    aggiungi(c, m.timecode.empty() ? "" : "-timecode " + m.timecode);
-    aggiungi(c, "-f " + m.contenitore, {"file:" + r.provvisorio.file.string()});
+    aggiungi(c, di_quicktime(r) ? "-movflags +use_metadata_tags+write_colr" : "");
+    aggiungi(c, r.timecode.empty() ? "" : "-timecode " + r.timecode);
+    aggiungi(c, "-f " + r.contenitore, {"file:" + r.provvisorio.file->string()});
     r.codifica = avvia(c, SUO_INGRESSO);
 }
 
 [[noreturn]] void interrotta(Ripresa& r, const std::string& motivo)
 {
     r.codifica.reset();
-    const std::string davanti = "file:" + r.provvisorio.file.string() + ": ";
+    const std::string davanti = "file:" + r.provvisorio.file->string() + ": ";
     fallisci("cannot write '%s': %s", r.nome,
              motivo.empty() ? "the encoder ended too early"
                             : OIIO::Strutil::replace(motivo, davanti, ""));
@@ -192,54 +191,55 @@ bool nome_di_filmato(const fs::path& file)
     return contenitore(file) != std::end(CONTENITORI);
 }
 
-ModoFilmato scegli_modo(const fs::path& file, const std::string& codec, const std::string& qualita)
+std::unique_ptr<Ripresa> apri_ripresa(const std::string& file, const std::string& codec,
+                                      const std::string& qualita)
 {
-    ModoFilmato m;
-    m.contenitore = contenitore(file)->ffmpeg;
+    auto r = std::make_unique<Ripresa>(file);
+    r->contenitore = contenitore(file)->ffmpeg;
     const std::size_t due_punti = codec.find(':');
     const std::string nome = codec.empty() ? contenitore(file)->codec : codec.substr(0, due_punti);
-    m.codec = nome;
+    r->codec = nome;
     std::vector<std::string> nomi;
     for (const Codec& c : CODEC) {
         nomi.emplace_back(c.nome);
         if (nome == c.nome) {
-            m.codec = c.ffmpeg;
-            m.opzioni = splits(c.opzioni);
-            m.formato = c.formato;
-            m.formato_con_alfa = c.formato_con_alfa;
+            r->codec = c.ffmpeg;
+            r->opzioni = splits(c.opzioni);
+            r->formato = c.formato;
+            r->formato_con_alfa = c.formato_con_alfa;
         }
     }
-    if (nome == "h265" && di_quicktime(m))
-        aggiungi(m.opzioni, "-tag:v hvc1");  // which players of these want
-    const std::string aiuto = chiedi({"ffmpeg", "-hide_banner", "-h", "encoder=" + m.codec}).testo;
+    if (nome == "h265" && di_quicktime(*r))
+        aggiungi(r->opzioni, "-tag:v hvc1");  // which players of these want
+    const std::string aiuto = chiedi({"ffmpeg", "-hide_banner", "-h", "encoder=" + r->codec}).testo;
     if (!contains(aiuto, "Encoder "))
         rifiuta("ffmpeg has no encoder '%s'%s (prores, prores4444, dnxhr, h264, h265, ffv1, or a "
                 "name of 'ffmpeg -encoders')",
-                m.codec, proposta(nome, nomi));
+                r->codec, proposta(nome, nomi));
     static const std::regex RIGA("pixel formats:([^\n]*)");
     std::smatch presi;  // some encoders tell of none
     std::regex_search(aiuto, presi, RIGA);
     const std::vector<std::string> formati = splits(presi.str(1));
     const auto prende = [&](std::string_view f) { return std::ranges::count(formati, f) > 0; };
-    if (m.formato.empty()) {
+    if (r->formato.empty()) {
         const auto* f = std::ranges::find_if(PREFERITI, prende);
-        m.formato = f == std::end(PREFERITI) ? "yuv420p" : *f;
+        r->formato = f == std::end(PREFERITI) ? "yuv420p" : *f;
     }
     if (due_punti != codec.npos) {
-        m.formato = codec.substr(due_punti + 1);
-        m.formato_con_alfa.clear();
-        if (!formati.empty() && !prende(m.formato))
-            rifiuta("'%s' takes no samples '%s': it takes%s", m.codec, m.formato, presi.str(1));
+        r->formato = codec.substr(due_punti + 1);
+        r->formato_con_alfa.clear();
+        if (!formati.empty() && !prende(r->formato))
+            rifiuta("'%s' takes no samples '%s': it takes%s", r->codec, r->formato, presi.str(1));
     }
     double v = 0.0;
     const bool crf = contains(aiuto, " -crf ");
-    const int peggiore = !crf ? 64 : m.codec.starts_with("libx26") ? 51 : 63;
+    const int peggiore = !crf ? 64 : r->codec.starts_with("libx26") ? 51 : 63;
     if (!qualita.empty() && (!leggi_numero(qualita, v) || v < 0.0 || v > peggiore))
         rifiuta("--quality of %s goes from 0 to %d, the lower the better, not '%s'", nome, peggiore,
                 qualita);
     if (!qualita.empty())
-        aggiungi(m.opzioni, crf ? "-crf" : "-q:v", {qualita});
-    return m;
+        aggiungi(r->opzioni, crf ? "-crf" : "-q:v", {qualita});
+    return r;
 }
 
 void scrivi_fotogramma(Ripresa& r, const Foto& foto, const std::string& impostazioni)

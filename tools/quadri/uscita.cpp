@@ -51,12 +51,11 @@ void aspetta_segnale(const sigset_t& quali)
     std::raise(segnale);
 }
 
-void elimina(const fs::path& file)
+// Under the mutex.
+Effimero effimero(const fs::path& nome)
 {
-    std::error_code ignorato;
-    fs::remove_all(file, ignorato);
-    const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
-    sospeso().file.erase(file);
+    sospeso().file.insert(nome);
+    return Effimero(new fs::path(nome));
 }
 
 [[noreturn]] void esiste(const fs::path& finale)
@@ -101,35 +100,32 @@ void non_sopra(const fs::path& uscita, const fs::path& ingresso)
         fallisci("'%s' is what is read, and would be replaced: give another name", uscita.string());
 }
 
-Provvisorio::Provvisorio(const fs::path& dato)
+void Elimina::operator()(const fs::path* nome) const
+{
+    std::error_code ignorato;
+    fs::remove_all(*nome, ignorato);
+    const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
+    sospeso().file.erase(*nome);
+    delete nome;
+}
+
+Provvisorio accanto_a(const fs::path& dato)
 {
     static unsigned conto = std::random_device()();  // machines share folders and numbers
     std::error_code e;
-    finale = fs::is_symlink(dato, e) ? fs::canonical(dato, e) : dato;
-    if (e)
-        finale = dato;
+    const fs::path finale = fs::is_symlink(dato, e) ? fs::canonical(dato, e) : dato;
+    const fs::path& suo = e ? dato : finale;
     const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
-    file = finale.parent_path() /
-           (".provino-" + std::to_string(getpid()) + "-" + std::to_string(conto++) + ".tmp");
-    sospeso().file.insert(file);
+    const std::string nome =
+        ".provino-" + std::to_string(getpid()) + "-" + std::to_string(conto++) + ".tmp";
+    return {effimero(suo.parent_path() / nome), suo};
 }
 
-Provvisorio::~Provvisorio()
-{
-    elimina(file);
-}
-
-CartellaProvvisoria::CartellaProvvisoria()
+Effimero cartella_provvisoria()
 {
     std::string modello = (fs::temp_directory_path() / "provino-XXXXXX").string();
     const std::lock_guard<std::mutex> chiuso(sospeso().mutex);
-    if (mkdtemp(modello.data()) != nullptr)
-        sospeso().file.insert(nome = modello);
-}
-
-CartellaProvvisoria::~CartellaProvvisoria()
-{
-    elimina(nome);
+    return mkdtemp(modello.data()) == nullptr ? nullptr : effimero(modello);
 }
 
 void dai_nome(const Provvisorio& p, bool sovrascrivi)
@@ -138,12 +134,12 @@ void dai_nome(const Provvisorio& p, bool sovrascrivi)
     const fs::path& finale = p.finale;
     if (!sovrascrivi) {
         // A link is made only where the name is free, whoever else writes there meanwhile.
-        fs::create_hard_link(p.file, finale, e);
+        fs::create_hard_link(*p.file, finale, e);
         if (e == std::errc::file_exists || (e && fs::exists(finale)))
             esiste(finale);
     }
     if (sovrascrivi || e)  // or no links on this file system
-        fs::rename(p.file, finale, e);
+        fs::rename(*p.file, finale, e);
     if (e)
         fallisci("cannot give '%s' its name: %s", finale.string(), e.message());
 }
@@ -152,8 +148,8 @@ void scrivi_intero(const fs::path& finale, bool sovrascrivi,
                    const std::function<void(const fs::path&)>& scrivi)
 {
     controlla_uscita(finale, sovrascrivi);
-    const Provvisorio p(finale);
-    scrivi(p.file);
+    const Provvisorio p = accanto_a(finale);
+    scrivi(*p.file);
     dai_nome(p, sovrascrivi);
 }
 

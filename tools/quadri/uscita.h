@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -16,29 +17,23 @@ void controlla_uscita(const std::filesystem::path& finale, bool sovrascrivi);
 /// Throws Errore where an output is a file that is read.
 void non_sopra(const std::filesystem::path& uscita, const std::filesystem::path& ingresso);
 
-/// A file beside an output, to be filled, which goes with this unless it was given the final name
-/// by then: under that name stands the whole file or what stood there before. It goes too on a
-/// signal that ends the program (not on SIGKILL, which leaves ".provino-*.tmp").
+/// A file or a folder with all that is in it, which goes with this, or on a signal that ends the
+/// program (not on SIGKILL, which leaves ".provino-*.tmp").
+struct Elimina {
+    void operator()(const std::filesystem::path* nome) const;
+};
+using Effimero = std::unique_ptr<const std::filesystem::path, Elimina>;
+
+/// A file beside an output, to be filled, which goes unless it was given the final name by then:
+/// under that name stands the whole file or what stood there before.
 struct Provvisorio {
-    std::filesystem::path file;
+    Effimero file;
     std::filesystem::path finale;  // where a symbolic link points to: the link itself stays
-
-    explicit Provvisorio(const std::filesystem::path& dato);
-    Provvisorio(const Provvisorio&) = delete;
-    Provvisorio& operator=(const Provvisorio&) = delete;
-    ~Provvisorio();
 };
+Provvisorio accanto_a(const std::filesystem::path& dato);
 
-/// A folder of the user's alone where the system keeps such; empty where it cannot be made. With
-/// all that is in it, it goes with this or on such a signal.
-struct CartellaProvvisoria {
-    CartellaProvvisoria();
-    CartellaProvvisoria(const CartellaProvvisoria&) = delete;
-    CartellaProvvisoria& operator=(const CartellaProvvisoria&) = delete;
-    ~CartellaProvvisoria();
-
-    std::filesystem::path nome;
-};
+/// A folder of the user's alone where the system keeps such; none where it cannot be made.
+Effimero cartella_provvisoria();
 
 /// Gives it the final name, in one step. Throws Errore where that exists and is not to be
 /// overwritten.
