@@ -185,8 +185,7 @@ class Filmati(Prova):
         self.ffmpeg("-f lavfi -i color=s=64x48:r=50 -frames:v 28 -timecode 01:00:00:18 -c:v ffv1 v.mkv")
         self.fai("sviluppa v.mkv v#.exr --frames 28")
         self.altri("oiiotool o3.exr --eraseattrib FramesPerSecond -o d3.exr")
-        for nome, codice in (("t30.dpx", "01:00:00[;.:]29"), ("v28.exr", "01:00:00[;.:]22")):
-            self.assertRegex(self.altri("oiiotool --info -v", nome), "smpte:TimeCode: " + codice)
+        self.assertRegex(self.altri("oiiotool --info -v v28.exr"), "smpte:TimeCode: 01:00:00[;.:]22")
         for da, a, codice in (("o3.exr", "30000/1001", "59;29"), ("d3.exr", "30000/1001", "59;29"), ("t30.dpx", "30000/1001", "00;29"),
                               ("v28.exr", "50/1", "00:45"), ("s.exr --rate 23.976", "24000/1001", ""),
                               ("s.exr --rate 59.94", "60000/1001", "")):
@@ -250,10 +249,6 @@ class Filmati(Prova):
         detto = self.ffprobe("card/out/c it's: 50%.mkv", "stream")["streams"]
         self.assertEqual([(t.get("width"), t.get("height"), t["codec_type"]) for t in detto],
                          [(48, 28, "video"), (None, None, "audio")])
-        shutil.copy(self.qui("s.exr"), self.qui("card/sub/0001.exr"))
-        self.fai("sviluppa card/sub/####.exr --to card/altri --rate 24")
-        self.assertEqual(os.listdir(self.qui("card/altri")), ["sub.mp4"])
-        shutil.rmtree(self.qui("card/altri"))
         prima = self.byte("card/out/a.mkv")
         os.remove(self.qui("card/out/b.mkv"))
         Path(self.qui("card/d.mov")).write_bytes(b"no movie")
@@ -265,6 +260,9 @@ class Filmati(Prova):
         con, senza = (self.pixel(f, "gray") for f in ("card/out/b.mkv", "b.mkv"))
         self.assertEqual(con[:48 * 2], senza[:48 * 2])  # letters stand at the bottom
         self.assertNotEqual(con[48 * 8:48 * 28], senza[48 * 8:48 * 28])
+        shutil.copy(self.qui("s.exr"), self.qui("card/sub/0001.exr"))
+        self.fai("sviluppa card/sub/####.exr --to altri --rate 24")
+        self.assertEqual(os.listdir(self.qui("altri")), ["sub.mp4"])
 
     def test_it_is_shown_as_a_player_turns_it(self):
         self.ffmpeg("-i cam.mp4 -an -c:v libx264 -qp 0 -frames:v 3 a.mp4")

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 
 namespace varno::provino {
@@ -33,10 +34,10 @@ std::string timecode_di(const OIIO::ParamValue& t, const std::string& cadenza)
     const unsigned segni = t.get_int_indexed(0);
     if (s.size() == 11 && (segni & TIMECODE_SALTA) != 0 && al_secondo % 30 == 0)
         s[8] = ';';
-    if (s.size() == 11 && al_secondo > 30)
-        s.replace(9, 2,
-                  sprintf("%02d",
-                          2 * std::stoi(s.substr(9)) + ((segni & TIMECODE_SECONDO) != 0 ? 1 : 0)));
+    if (s.size() == 11 && al_secondo > 30) {
+        const int secondo = (segni & TIMECODE_SECONDO) != 0 ? 1 : 0;
+        s.replace(9, 2, sprintf("%02d", 2 * std::atoi(&s[9]) + secondo));
+    }
     return s;
 }
 
