@@ -38,7 +38,7 @@ std::vector<long long> scegli_numeri(const OpzioniSviluppo& o, const Sorgente& d
 {
     if (o.fotogrammi.empty())
         return da.numeri;
-    const std::vector<long long> numeri = leggi_fotogrammi(o.fotogrammi);
+    std::vector<long long> numeri = leggi_fotogrammi(o.fotogrammi);
     const long long primo = da.numeri.front();
     const long long ultimo = da.numeri.back();
     if (da.proiezione && (numeri.front() < primo || numeri.back() > ultimo))

@@ -59,6 +59,7 @@ std::vector<int> disponi(const std::vector<Casella>& caselle, int colonne, int& 
     for (const Casella& c : caselle) {
         const auto celle = [&](int dove) {
             std::vector<int> tutte;
+            tutte.reserve(static_cast<std::size_t>(c.lato * c.lato));
             for (int i = 0; i < c.lato * c.lato; ++i)
                 tutte.push_back(dove + i / c.lato * colonne + i % c.lato);
             return tutte;
@@ -162,6 +163,7 @@ Foto foglio(int larghezza, int colonne, double forma, const std::vector<Casella>
         const int y = m.margine + posti[c] / colonne * passo;
         const int largo = (l - (quante - 1) * FESSURA) / quante;
         std::vector<OIIO::ROI> dove;
+        dove.reserve(caselle[c].nomi.size());
         for (int i = 0; i < quante; ++i)
             dove.push_back(rettangolo(x + i * (l - largo) / std::max(1, quante - 1), y, largo,
                                       lato * passo - m.scritta - m.margine));
