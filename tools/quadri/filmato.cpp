@@ -33,7 +33,7 @@ Json interroga(const Filmato& f)
                  "packet=stream_index,flags,pts_time -read_intervals %+#20 -of json");
     if (!r.motivo.empty())
         illeggibile(f, r.motivo);
-    const Json j = Json::parse(r.testo);
+    Json j = Json::parse(r.testo);
     const std::string tipo = j.at("format").value("format_name", "");
     // Any text is taken for a page of a terminal, and pictures of other kinds for a movie.
     if (tipo.empty() || tipo == "tty" || tipo.starts_with("image2") ||
