@@ -377,6 +377,7 @@ class Immagini(Prova):
         for scelta in ("parts.exr --part b", "parts.exr --part=1", "layers.exr --layer key"):
             self.assertEqual(self.fai("sviluppa %s o.exr --overwrite -p formato=0" % scelta).stderr, "")
             self.fai("confronta o.exr g.exr --limit 1e-3")
+        self.assertEqual(self.fai("sviluppa parts.exr o.mp4 --part b --rate 24 --overwrite -p formato=0").stderr, "")
         self.assertEqual(self.campioni("sviluppa k.exr --layer k --depth float")[0][3], 0.5)
         for nome in ("z.exr", "uv.exr"):
             self.rifiuta(FALLITO, "choose with --layer", "sviluppa", nome, "p.exr")

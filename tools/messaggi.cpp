@@ -45,16 +45,6 @@ bool prima_volta(const std::string& testo)
     return dette.insert(testo).second;
 }
 
-void di_nota(const std::string& testo, bool perde)
-{
-    if (!prima_volta(testo))  // of many clips each is told once
-        return;
-    if (gVoce.json)
-        tappa({}, {{"loss", perde}, {"note", testo}});
-    else if (!gVoce.muta || perde)
-        barra("provino: note: " + pulito(testo) + "\n");
-}
-
 }  // namespace
 
 std::string componi(const char* forma, fmt::printf_args cose)
@@ -81,13 +71,14 @@ void errore(const std::string& testo)
     barra("provino: " + pulito(testo) + "\n");
 }
 
-void avviso(const std::string& testo)
+void avviso(const std::string& testo, bool perde)
 {
-    di_nota(testo, false);
-}
-void perdita(const std::string& testo)
-{
-    di_nota(testo, true);
+    if (!prima_volta(testo))  // of many clips each is told once
+        return;
+    if (gVoce.json)
+        tappa({}, {{"loss", perde}, {"note", testo}});
+    else if (!gVoce.muta || perde)
+        barra("provino: note: " + pulito(testo) + "\n");
 }
 
 void nota(const std::string& file, const std::string& testo)

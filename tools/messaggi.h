@@ -24,8 +24,11 @@ void errore(const std::string& testo);
 
 /// A note, and one on what is read and not written, which no voice keeps to itself. In JSON a line
 /// of the standard output.
-void avviso(const std::string& testo);
-void perdita(const std::string& testo);
+void avviso(const std::string& testo, bool perde = false);
+inline void perdita(const std::string& testo)
+{
+    avviso(testo, true);
+}
 
 /// A loss of a file, told for the first one alone of all that it fits.
 void nota(const std::string& file, const std::string& testo);

@@ -93,10 +93,11 @@ Consegna quadro_per(Tavolo& t, Turni& turni, const Json& j)
     std::optional<Impostazioni> imp;
     if (j.value("vista", "adesso") != "registrata")
         imp = leggi_stato(t.plugin, j);
-    std::string byte =
+    const auto byte =
         dipingi(t, posto, imp, forma, iscrivi(turni, j.value("pagina", ""), j.value("turno", 0LL)));
     const FotoPtr intera = quadro(t, {posto.numero});
-    return {std::move(byte), forma == Forma::jpeg ? "image/jpeg" : "image/png",
+    return {{byte.begin(), byte.end()},
+            forma == Forma::jpeg ? "image/jpeg" : "image/png",
             sprintf("%dx%d", intera->larghezza, intera->altezza)};
 }
 

@@ -3,9 +3,7 @@
 
 #include "tools/errore.h"
 #include "tools/messaggi.h"
-#include "tools/quadri/uscita.h"
 
-#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imagebufalgo.h>
 #include <OpenImageIO/imageio.h>
 #include <OpenImageIO/parallel.h>
@@ -95,7 +93,7 @@ void leggi_avanti(Tavolo& t, long long numero)
     });
 }
 
-std::string codifica(const Foto& f, Forma forma)
+std::vector<unsigned char> mostrabile(const Foto& f, Forma forma)
 {
     std::vector<unsigned char> rgb(quanti_float(f) / 4 * 3);
     const std::size_t larga = static_cast<std::size_t>(f.larghezza);
@@ -109,25 +107,9 @@ std::string codifica(const Foto& f, Forma forma)
     testata.attribute("CompressionQuality", 90);
     testata.attribute("png:filter", 16);  // differences along the row: fast to make
     testata.attribute("png:compressionLevel", 1);
-    std::vector<unsigned char> memoria;
-    scrivi_quadro(forma == Forma::jpeg ? Formato::jpeg : Formato::png, "x", memoria, testata,
-                  "the picture",
-                  [&](OIIO::ImageOutput& u) { return u.write_image(OIIO::TypeUInt8, rgb.data()); });
-    return {memoria.begin(), memoria.end()};
-}
-
-// As it is written into a folder.
-std::string in_un_file(const Foto& foto, const std::string& impostazioni)
-{
-    const Effimero cartella = cartella_provvisoria();
-    if (!cartella)
-        fallisci("cannot write into '%s'", std::filesystem::temp_directory_path().string());
-    const std::string nome = (*cartella / "x.png").string();
-    std::string byte;
-    scrivi_foto(nome, foto, {}, impostazioni);
-    if (!OIIO::Filesystem::read_text_file(nome, byte))
-        fallisci("cannot read the picture back");
-    return byte;
+    return codifica(
+        forma == Forma::jpeg ? Formato::jpeg : Formato::png, "x", testata, "the picture",
+        [&](OIIO::ImageOutput& u) { return u.write_image(OIIO::TypeUInt8, rgb.data()); });
 }
 
 }  // namespace
@@ -142,8 +124,9 @@ FotoPtr quadro(Tavolo& t, const Posto& posto)
     return prendi(t, t.ridotte, posto, [&] { return riduci(*foto, scala); });
 }
 
-std::string dipingi(Tavolo& t, const Posto& posto, const std::optional<Impostazioni>& imp,
-                    Forma forma, const std::function<bool()>& superato)
+std::vector<unsigned char> dipingi(Tavolo& t, const Posto& posto,
+                                   const std::optional<Impostazioni>& imp, Forma forma,
+                                   const std::function<bool()>& superato)
 {
     const FotoPtr foto = quadro(t, posto);
     if (forma == Forma::png)
@@ -151,14 +134,14 @@ std::string dipingi(Tavolo& t, const Posto& posto, const std::optional<Impostazi
     if (superato())
         return {};
     if (!imp)
-        return codifica(*foto, forma);
+        return mostrabile(*foto, forma);
     std::unique_lock<std::mutex> una(t.istanze);
     const banco::IstanzaPtr istanza = istanza_con(t.plugin, *imp);
     una.unlock();
     const auto tempo = static_cast<double>(posto.numero);
     if (forma == Forma::file)
-        return in_un_file(rendi_foto(*istanza, *foto, tempo),
-                          testo_di(in_json(t.plugin, *istanza, *imp)));
+        return codifica_foto("x.png", rendi_foto(*istanza, *foto, tempo), {},
+                             testo_di(in_json(t.plugin, *istanza, *imp)));
     Foto resa;
     {
         const std::lock_guard<std::mutex> chiuso(t.mutex);
@@ -167,7 +150,9 @@ std::string dipingi(Tavolo& t, const Posto& posto, const std::optional<Impostazi
     if (resa.larghezza != foto->larghezza || resa.altezza != foto->altezza)
         resa = foto_nuova(foto->larghezza, foto->altezza);
     rendi_in(*istanza, *foto, resa, tempo);
-    std::string byte = superato() ? "" : codifica(resa, forma);
+    std::vector<unsigned char> byte;
+    if (!superato())
+        byte = mostrabile(resa, forma);
     const std::lock_guard<std::mutex> chiuso(t.mutex);
     t.scorta = std::move(resa);
     return byte;

@@ -11,7 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <string>
+#include <vector>
 
 namespace varno::provino {
 
@@ -49,7 +49,8 @@ FotoPtr quadro(Tavolo& t, const Posto& posto);
 /// The bytes of a picture at the settings, or as recorded without: a JPEG, a PNG of 8 bits as the
 /// sub-command that develops writes it but opaque and with nothing told of its colours, or the very
 /// file of 16 bits. Empty where `superato` answers true meanwhile.
-std::string dipingi(Tavolo& t, const Posto& posto, const std::optional<Impostazioni>& imp,
-                    Forma forma, const std::function<bool()>& superato);
+std::vector<unsigned char> dipingi(Tavolo& t, const Posto& posto,
+                                   const std::optional<Impostazioni>& imp, Forma forma,
+                                   const std::function<bool()>& superato);
 
 }  // namespace varno::provino

@@ -48,7 +48,7 @@ void segui_foto(Destinazione& a, const Sorgente& da, const std::vector<long long
         return !da.modello || std::ranges::binary_search(da.numeri, n);
     });
     const OIIO::ImageSpec testata =
-        leggi_testata(nome_al(da, prima == numeri.end() ? numeri.front() : *prima));
+        leggi_testata(nome_al(da, prima == numeri.end() ? numeri.front() : *prima), da.scelta);
     Ripresa& r = *a.ripresa;
     for (const char* nome : {"Copyright", "Artist", "Make", "Model"})
         if (const std::string v = testata.get_string_attribute(nome); !v.empty())

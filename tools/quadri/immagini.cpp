@@ -82,7 +82,7 @@ void scegli_parte(Lettura& l, const std::string& nome, const std::string& parte)
         illeggibile(nome, l.formato, l.ingresso->geterror());
 }
 
-Lettura apri_foto(const fs::path& file, const Scelta& scelta = {})
+Lettura apri_foto(const fs::path& file, const Scelta& scelta)
 {
     Lettura l;
     l.dati = leggi_byte(file);
@@ -217,9 +217,9 @@ OIIO::ImageBuf tela(const Foto& f)
     return OIIO::ImageBuf({f.larghezza, f.altezza, 4, OIIO::TypeFloat}, f.rgba.get());
 }
 
-OIIO::ImageSpec leggi_testata(const fs::path& file)
+OIIO::ImageSpec leggi_testata(const fs::path& file, const Scelta& scelta)
 {
-    return apri_foto(file).ingresso->spec();
+    return apri_foto(file, scelta).ingresso->spec();
 }
 
 Foto leggi_foto(const fs::path& file, const Scelta& scelta)

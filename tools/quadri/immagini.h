@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace varno::provino {
 
@@ -63,7 +64,7 @@ OIIO::ImageBuf tela(const Foto& f);
 Foto leggi_foto(const std::filesystem::path& file, const Scelta& scelta = {});
 
 /// Its metadata alone.
-OIIO::ImageSpec leggi_testata(const std::filesystem::path& file);
+OIIO::ImageSpec leggi_testata(const std::filesystem::path& file, const Scelta& scelta = {});
 
 /// Writes in the format that the name tells. Integers are rounded and held to 0..1, a NaN becomes
 /// 0. Metadata follows, but for what told the colours of the file that was read: in its place
@@ -71,11 +72,17 @@ OIIO::ImageSpec leggi_testata(const std::filesystem::path& file);
 void scrivi_foto(const std::filesystem::path& file, const Foto& foto, const Scrittura& come,
                  const std::string& impostazioni = {});
 
-/// Fills a picture of that format, in memory, or where that is TIFF in the file of that name.
-/// Throws Errore that calls it `detto`.
-void scrivi_quadro(Formato f, const std::string& nome, std::vector<unsigned char>& memoria,
-                   const OIIO::ImageSpec& testata, const std::string& detto,
-                   const std::function<bool(OIIO::ImageOutput&)>& pixel);
+/// The bytes that it writes into a file of that name. A TIFF's library reads back what it wrote,
+/// which memory cannot do: it goes into `tiff`, and here is nothing.
+std::vector<unsigned char> codifica_foto(const std::filesystem::path& file, const Foto& foto,
+                                         const Scrittura& come, const std::string& impostazioni,
+                                         const std::filesystem::path& tiff = {});
+
+/// The same of a header and whatever fills it, a TIFF into `nome`. Throws Errore that calls it
+/// `detto`.
+std::vector<unsigned char> codifica(Formato f, const std::string& nome,
+                                    const OIIO::ImageSpec& testata, const std::string& detto,
+                                    const std::function<bool(OIIO::ImageOutput&)>& pixel);
 
 /// A note on what that file's format holds not, as scrivi_foto gives it.
 void avvisa_di_cio_che_manca(const std::filesystem::path& file, const Foto& foto);

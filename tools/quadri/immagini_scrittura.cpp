@@ -272,14 +272,15 @@ bool scrivi_pixel(OIIO::ImageOutput& uscita, const Foto& f, const std::string& p
 
 }  // namespace
 
-void scrivi_quadro(Formato f, const std::string& nome, std::vector<unsigned char>& memoria,
-                   const OIIO::ImageSpec& testata, const std::string& detto,
-                   const std::function<bool(OIIO::ImageOutput&)>& pixel)
+std::vector<unsigned char> codifica(Formato f, const std::string& nome,
+                                    const OIIO::ImageSpec& testata, const std::string& detto,
+                                    const std::function<bool(OIIO::ImageOutput&)>& pixel)
 {
     constexpr int LATO_JPEG = 65500;  // beyond it the library ends the program
     if (f == Formato::jpeg && std::max(testata.width, testata.height) > LATO_JPEG)
         fallisci("cannot write %s: %dx%d are more than the 65500 pixels a side of a JPEG", detto,
                  testata.width, testata.height);
+    std::vector<unsigned char> memoria;
     OIIO::Filesystem::IOVecOutput verso(memoria);
     const auto uscita = OIIO::ImageOutput::create(descrizione(f).oiio);
     if (uscita && f != Formato::tiff)
@@ -287,6 +288,7 @@ void scrivi_quadro(Formato f, const std::string& nome, std::vector<unsigned char
     if (!uscita || !uscita->open(nome, testata) || !pixel(*uscita) || !uscita->close())
         fallisci("cannot write %s: %s", detto,
                  in_una_riga(uscita ? uscita->geterror() : OIIO::geterror()));
+    return memoria;
 }
 
 void avvisa_di_cio_che_manca(const fs::path& file, const Foto& foto)
@@ -300,8 +302,9 @@ void avvisa_di_cio_che_manca(const fs::path& file, const Foto& foto)
         nota(file.string(), SENZA_FINESTRA);
 }
 
-void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
-                 const std::string& impostazioni)
+std::vector<unsigned char> codifica_foto(const fs::path& file, const Foto& foto,
+                                         const Scrittura& come, const std::string& impostazioni,
+                                         const fs::path& tiff)
 {
     avvisa_di_cio_che_manca(file, foto);
     const Formato f = formato_dal_nome(file);
@@ -309,28 +312,32 @@ void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
     const OIIO::ImageSpec testata =
         spec_d_uscita(f, foto, come, profondita, impostazioni, file.string());
 
+    if (f == Formato::tiff)
+        scrivi_byte(tiff, {}, file.string());  // tells the system's reason
+    // DPX keeps the name that it is opened by.
+    std::vector<unsigned char> memoria =
+        codifica(f, (f == Formato::tiff ? tiff : file).string(), testata, tra_apici(file.string()),
+                 [&](OIIO::ImageOutput& u) { return scrivi_pixel(u, foto, profondita); });
+    if (f == Formato::exr) {
+        const std::string nome = std::string(SPAZIO_EXR) + '\0' + "string";
+        const auto dove = std::search(memoria.begin(), memoria.end(), nome.begin(), nome.end());
+        if (dove != memoria.end())
+            std::copy_n("oiio", 4, dove);
+    }
+    // Below 1:1 the writer leaves a ratio without a whole.
+    if (f == Formato::dpx)
+        scrivi_forma_dpx(memoria, testata.get_float_attribute("PixelAspectRatio", 1.0f));
+    return memoria;
+}
+
+void scrivi_foto(const fs::path& file, const Foto& foto, const Scrittura& come,
+                 const std::string& impostazioni)
+{
     scrivi_intero(file, come.sovrascrivi, [&](const fs::path& provvisorio) {
-        // Into memory, so that a full disk is told by our own write and never missed. TIFF alone
-        // reads back what it wrote, which that memory cannot do.
-        std::vector<unsigned char> memoria;
-        if (f == Formato::tiff)
-            scrivi_byte(provvisorio, {}, file.string());  // tells the system's reason
-        // DPX keeps the name that it is opened by.
-        scrivi_quadro(f, (f == Formato::tiff ? provvisorio : file).string(), memoria, testata,
-                      tra_apici(file.string()),
-                      [&](OIIO::ImageOutput& u) { return scrivi_pixel(u, foto, profondita); });
-        if (f == Formato::exr) {
-            const std::string nome = std::string(SPAZIO_EXR) + '\0' + "string";
-            const auto dove = std::search(memoria.begin(), memoria.end(), nome.begin(), nome.end());
-            if (dove != memoria.end())
-                std::copy_n("oiio", 4, dove);
-        }
-        // Below 1:1 the writer leaves a ratio without a whole.
-        if (f == Formato::dpx)
-            scrivi_forma_dpx(memoria, testata.get_float_attribute("PixelAspectRatio", 1.0f));
-        if (f != Formato::tiff)
-            scrivi_byte(provvisorio,
-                        {reinterpret_cast<const char*>(memoria.data()), memoria.size()},
+        // From memory, so that a full disk is told by our own write and never missed.
+        const auto byte = codifica_foto(file, foto, come, impostazioni, provvisorio);
+        if (!byte.empty())
+            scrivi_byte(provvisorio, {reinterpret_cast<const char*>(byte.data()), byte.size()},
                         file.string());
     });
 }
