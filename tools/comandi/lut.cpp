@@ -95,11 +95,10 @@ std::string testo_cubo(const Foto& cubo, int lato, const Plugin& plugin, const b
 }
 
 // How far the cube is off the plug-in on the test scene: at most, and on average.
-std::pair<double, double> confronta(const Foto& cubo, int lato, banco::Istanza& istanza,
-                                    double tempo)
+std::pair<double, double> confronta(const Foto& cubo, int lato, banco::Istanza& istanza)
 {
     const Foto scena = disegna_scena(960, 540);
-    const Foto vera = rendi_foto(istanza, scena, tempo);
+    const Foto vera = rendi_foto(istanza, scena, 0.0);
     double massimo = 0.0;
     double somma = 0.0;
     for (std::size_t p = 0; p < quanti_float(scena); p += 4) {
@@ -116,7 +115,7 @@ std::pair<double, double> confronta(const Foto& cubo, int lato, banco::Istanza& 
 struct OpzioniLut {
     std::string uscita;
     int lato = 33;
-    std::optional<double> tempo;
+    double tempo = 0.0;
     bool sovrascrivi = false;
     OpzioniParametri parametri;
 };
@@ -125,7 +124,6 @@ void scrivi_lut(const OpzioniLut& o)
 {
     if (std::filesystem::path(o.uscita).extension() != ".cube")
         rifiuta(tra_apici(o.uscita) + " must end in .cube");
-    const double tempo = o.tempo.value_or(0.0);
     Plugin plugin = carica_plugin(o.parametri.plugin);
     const Impostazioni imp = leggi_impostazioni(plugin, o.parametri);
     controlla_uscita(o.uscita, o.sovrascrivi);
@@ -134,13 +132,13 @@ void scrivi_lut(const OpzioniLut& o)
     di_plugin(plugin.file);
     avvisa_nulla_di_fatto(plugin, *istanza, imp);
     for (const banco::Parametro& p : plugin.parametri)  // what the keys come to
-        banco::imposta(*istanza, p.nome, banco::valore(*istanza, p.nome, &tempo));
+        banco::imposta(*istanza, p.nome, banco::valore(*istanza, p.nome, &o.tempo));
     for (const Effetto& e : effetti(plugin))
         banco::imposta(*istanza, e.interruttore.nome, 0.0);
 
-    const Foto cubo = rendi_foto(*istanza, griglia(o.lato), tempo);
+    const Foto cubo = rendi_foto(*istanza, griglia(o.lato), 0.0);
     scrivi_testo(o.uscita, o.sovrascrivi, testo_cubo(cubo, o.lato, plugin, *istanza, impostazioni));
-    const auto [massimo, media] = confronta(cubo, o.lato, *istanza, tempo);
+    const auto [massimo, media] = confronta(cubo, o.lato, *istanza);
     esito(sprintf("%s: %d points an axis; on the test scene at most %.3g off the plug-in, "
                   "%.3g on average",
                   o.uscita, o.lato, massimo, media),
