@@ -116,7 +116,7 @@ std::string rimedio(const CLI::App& app, const std::vector<std::string>& resto)
                 *--c = '#';
             return ": give a sequence in quotes, as " + tra_apici(file);
         }
-    const std::string vicina = proposta(parola, comandi_e_opzioni(app));
+    std::string vicina = proposta(parola, comandi_e_opzioni(app));
     if (!vicina.empty() || !parola.starts_with("--"))
         return vicina;
     for (const CLI::App* s : app.get_parent()->get_subcommands({}))

@@ -114,6 +114,7 @@ bool esegui_lavoro(const Lavoro& lavoro, const std::vector<banco::IstanzaPtr>& i
 {
     Sala s{lavoro, racconta};
     std::vector<std::jthread> fili;
+    fili.reserve(istanze.size());
     for (const banco::IstanzaPtr& i : istanze)
         fili.emplace_back([&s, &i] { lavora(s, *i); });
     fili.clear();  // waits for all
