@@ -26,6 +26,7 @@ TUTTE = "--tutte" in sys.argv
 # Red's and blue's share of luma.
 COEFFICIENTI = {"bt709": (0.2126, 0.0722), "smpte170m": (0.299, 0.114), "bt470bg": (0.299, 0.114), "fcc": (0.3, 0.11),
                 "smpte240m": (0.212, 0.087), "bt2020nc": (0.2627, 0.0593), "ycgco": None, "bt2020c": None}
+RIFIUTATI = {"signed": "signed samples", "bt2020c ": "'bt2020c'", "24 bits": "samples of 24 bits"}
 # Code values of ten bits, legal range: ramp, beyond both ends, and colours.
 CODICI = [(y, 512, 512) for y in (64, 65, 100, 300, 502, 939, 940, 20, 1000)] + \
          [(300, 400, 600), (600, 700, 300), (500, 512, 640), (200, 300, 512)]
@@ -174,9 +175,9 @@ def dpx(file, larghezza, altezza, descrittore, bit, imballo, ordine, segno):
 
 def serie(cartella, fine, nomi, attesi, esiti):
     """Pictures p0000.FINE and on, whose pixels are known."""
-    detto = provino(cartella, "p####." + fine, "o####.tif", "--continue-on-error")
+    detto = provino(cartella, "p####." + fine, fine + "####.tif", "--continue-on-error")
     for i, (nome, atteso) in enumerate(zip(nomi, attesi)):
-        file = Path(cartella, "o%04d.tif" % i)
+        file = Path(cartella, "%s%04d.tif" % (fine, i))
         if not file.exists():
             esiti[nome] = next(r for r in detto.splitlines() if "p%04d" % i in r)
             continue
@@ -198,7 +199,8 @@ def tutti_i_dpx(cartella, esiti):
 
 # Colour types of PNG and what 0 is in a grey TIFF, with the bits that they come in.
 A_MANO = {"png": {0: (1, 2, 4, 8, 16), 2: (8, 16), 3: (1, 2, 4, 8), 4: (8, 16), 6: (8, 16)},
-          "tif": {t + o: b for o in "<>" for t, b in (("black", (1, 4, 8, 12, 16)), ("white", (1, 4, 8, 12, 16)),
+          "tif": {t + o: b for o in "<>" for t, b in (("black", (1, 4, 8, 12, 16, 24)),
+                                                      ("white", (1, 4, 8, 12, 16)),
                                                       ("white, alpha", (8, 16)))}}
 # What oiiotool keeps of whole halves: compressions, and other ways.
 SCRITTE = {"exr": ("none rle zip zips piz", ("--scanline", "--tile 16 16")),
@@ -214,7 +216,7 @@ def a_mano(file, tipo, bit, w=37, h=23):
     tavola = [[random.randrange(256) for _ in range(3)] for _ in range(1 << bit if tipo == 3 else 0)]
     if file.suffix == ".tif":
         ordine = tipo[-1]
-        dati = b"".join(dati) if bit < 16 else struct.pack(ordine + "%dH" % (w * h * canali), *sum(righe, []))
+        dati = b"".join(dati) if bit != 16 else struct.pack(ordine + "%dH" % (w * h * canali), *sum(righe, []))
         voci = [(256, w), (257, h), (258, bit), (259, 1), (262, "black" in tipo), (273, 8), (277, canali), (278, h),
                 (279, len(dati)), (338, 2)][:8 + canali]
         dati = struct.pack(ordine + "2sHI", b"II" if ordine == "<" else b"MM", 42, 8 + len(dati)) + dati + b"".join(
@@ -270,7 +272,7 @@ def main():
             esiti["movie " + " ".join(map(str, s))] = esito
     male = 0
     for nome, esito in esiti.items():
-        atteso = "signed samples" if "signed" in nome else "'bt2020c'" if "bt2020c" in nome else "right"
+        atteso = next((motivo for segno, motivo in RIFIUTATI.items() if segno in nome), "right")
         male += atteso not in esito
         if esito != "right" and (atteso not in esito or TUTTE):
             print(nome + ": " + esito.strip())

@@ -109,6 +109,8 @@ Lettura apri_foto(const fs::path& file, const Scelta& scelta)
         fallisci("'%s' holds deep or volume data, which are no picture here", file.string());
     if (testata.nchannels < 1 || testata.nchannels > 1024)
         illeggibile(file, l.formato, "channel count");
+    if (testata.get_int_attribute("oiio:BitsPerSample") == 24)  // taken for 32, and so for nothing
+        illeggibile(file, l.formato, "samples of 24 bits");
     return l;
 }
 
