@@ -390,7 +390,7 @@ TEST_CASE("the grain's frame number is the time cut towards 0, the lowest where 
     // clang-format off
     const double coppie[][2] = {
         {12.9, 12.0}, {-0.5, 0.0}, {-12.9, -12.0}, {0.999999, 0.0}, {2147483648.0, minimo}, {-2147483648.9, minimo},
-        {-2147483649.0, minimo}, {2147483647.9, 2147483647.0}, {std::nan(""), minimo}, {INFINITY, minimo}, {-INFINITY, minimo}};
+        {-2147483649.0, minimo}, {2147483647.9, 2147483647.0}, {std::nan(""), minimo}, {HUGE_VAL, minimo}, {-HUGE_VAL, minimo}};
     // clang-format on
     for (const auto& coppia : coppie) {
         CAPTURE(coppia[0]);

@@ -116,7 +116,7 @@ std::vector<unsigned char> mostrabile(const Foto& f, Forma forma)
 
 FotoPtr quadro(Tavolo& t, const Posto& posto)
 {
-    const FotoPtr foto = intera(t, posto.numero);
+    FotoPtr foto = intera(t, posto.numero);
     const double scala = std::min(static_cast<double>(posto.larghezza) / foto->larghezza,
                                   static_cast<double>(posto.altezza) / foto->altezza);
     if (posto.larghezza < 1 || posto.altezza < 1 || scala >= 1.0)
